@@ -1,0 +1,27 @@
+#pragma once
+#include "base/Task.h"
+
+#include <QDateTime>
+
+#include <chrono>
+
+namespace vennic {
+
+/// Where time comes from. Tests have one that they turn by hand.
+class Clock {
+public:
+    virtual ~Clock() = default;
+    /// The present moment, UTC.
+    virtual QDateTime now() const = 0;
+    /// Waits on the main thread; cancellable. Raises Cancelled.
+    virtual Task<> sleep(std::chrono::nanoseconds duration) = 0;
+};
+
+/// The machine's clock and Qt's timers.
+class SystemClock final : public Clock {
+public:
+    QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
+    Task<> sleep(std::chrono::nanoseconds duration) override;
+};
+
+} // namespace vennic

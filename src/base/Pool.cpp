@@ -1,0 +1,9 @@
+#include "base/Pool.h"
+
+#include <QThreadPool>
+
+namespace vennic {
+
+void submitToPool(std::function<void()> function) { QThreadPool::globalInstance()->start(std::move(function)); }
+
+} // namespace vennic

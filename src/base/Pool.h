@@ -1,0 +1,57 @@
+#pragma once
+#include "base/MainQueue.h"
+#include "base/Task.h"
+
+#include <functional>
+#include <tuple>
+
+namespace vennic {
+
+/// Runs `function` on one of a few worker threads (user-initiated work that would block the main thread).
+void submitToPool(std::function<void()> function);
+
+/// Runs `work` on the pool and resumes on the main thread with its result or its exception. `work` owns all that
+/// it touches: a cancelled waiter doesn't stop it.
+template <class F, class... A> auto onPool(F work, A... arguments) -> Task<std::invoke_result_t<F, A...>> {
+    using R = std::invoke_result_t<F, A...>;
+    struct Shared { // outlives the waiter, never the work
+        Event<R>* event; // touched on the main thread only
+        std::conditional_t<std::is_void_v<R>, std::optional<detail::Unit>, std::optional<R>> value;
+        std::exception_ptr error;
+    };
+    Event<R> done;
+    auto shared = std::make_shared<Shared>(Shared{&done, {}, {}});
+    struct Detach {
+        Shared* shared;
+        ~Detach() { shared->event = nullptr; }
+    };
+    const Detach detach{shared.get()};
+    submitToPool([shared, work = std::move(work), arguments = std::make_tuple(std::move(arguments)...)]() mutable {
+        try {
+            if constexpr (std::is_void_v<R>) {
+                std::apply(work, std::move(arguments));
+                shared->value.emplace();
+            } else {
+                shared->value.emplace(std::apply(work, std::move(arguments)));
+            }
+        } catch (...) {
+            shared->error = std::current_exception();
+        }
+        postToMain([shared = std::move(shared)] {
+            if (!shared->event)
+                return;
+            if (shared->error)
+                shared->event->fail(shared->error);
+            else if constexpr (std::is_void_v<R>)
+                shared->event->set();
+            else
+                shared->event->set(std::move(*shared->value));
+        });
+    });
+    if constexpr (std::is_void_v<R>)
+        co_await done;
+    else
+        co_return co_await done;
+}
+
+} // namespace vennic

@@ -1,0 +1,47 @@
+#pragma once
+#include "base/LocalizedError.h"
+
+#include <QString>
+
+namespace vennic {
+
+/// Text taken from a document. `text` is already cut to the asked number of user-perceived characters.
+struct DocumentText {
+    QString text;
+    bool truncated = false;
+    qint64 fileBytes = 0; // size of the file that was read
+    bool operator==(const DocumentText&) const = default;
+};
+
+/// Why a document gave no text.
+enum class DocumentFault {
+    unreadable,  // the file couldn't be opened or read; the description is the system's own
+    unparsable,  // the bytes are not a document of that form
+    worker,      // the boxed process died, ran out of its time or memory, or couldn't be boxed
+};
+
+class DocumentReadError : public LocalizedError {
+public:
+    DocumentReadError(DocumentFault fault, const QString& description)
+        : LocalizedError(description), fault_(fault) {}
+    DocumentFault fault() const noexcept { return fault_; }
+
+private:
+    DocumentFault fault_;
+};
+
+/// Reads documents that nobody vetted, in a boxed process. Each operation blocks, takes an absolute path and the
+/// most user-perceived characters to give back, may be called from several threads, and raises DocumentReadError.
+/// A `maxChars` of 0 or less gives an empty text, truncated when the document has any.
+class DocumentReader {
+public:
+    virtual ~DocumentReader() = default;
+    /// UTF-8, else UTF-16, else ISO Latin 1; an empty text when none decodes.
+    virtual DocumentText plainText(const QString& path, qint64 maxChars) = 0;
+    /// The plain string of an RTF document.
+    virtual DocumentText rtf(const QString& path, qint64 maxChars) = 0;
+    /// The pages' texts from the first on, each but the last followed by a newline, until `maxChars` is reached.
+    virtual DocumentText pdf(const QString& path, qint64 maxChars) = 0;
+};
+
+} // namespace vennic
