@@ -12,9 +12,10 @@ void submitToPool(std::function<void()> function);
 
 /// Runs `work` on the pool and resumes on the main thread with its result or its exception. `work` owns all that
 /// it touches: a cancelled waiter doesn't stop it.
-template <class F, class... A> auto onPool(F work, A... arguments) -> Task<std::invoke_result_t<F, A...>> {
+template <class F, class... A>
+auto onPool(F work, A... arguments) -> Task<std::invoke_result_t<F, A...>> {
     using R = std::invoke_result_t<F, A...>;
-    struct Shared { // outlives the waiter, never the work
+    struct Shared {      // outlives the waiter, never the work
         Event<R>* event; // touched on the main thread only
         std::conditional_t<std::is_void_v<R>, std::optional<detail::Unit>, std::optional<R>> value;
         std::exception_ptr error;

@@ -23,7 +23,8 @@ struct Cancelled final : std::exception {
     const char* what() const noexcept override { return "cancelled"; }
 };
 
-template <class T> class Task;
+template <class T>
+class Task;
 
 namespace detail {
 
@@ -37,7 +38,8 @@ struct PromiseBase {
 
     struct Final {
         bool await_ready() const noexcept { return false; }
-        template <class P> void await_suspend(std::coroutine_handle<P> self) const noexcept {
+        template <class P>
+        void await_suspend(std::coroutine_handle<P> self) const noexcept {
             if (auto waiter = self.promise().waiter)
                 waiter.resume(); // `self` may be gone after this
         }
@@ -46,7 +48,8 @@ struct PromiseBase {
     Final final_suspend() const noexcept { return {}; }
 };
 
-template <class T> struct Promise : PromiseBase {
+template <class T>
+struct Promise : PromiseBase {
     std::optional<T> value;
     Task<T> get_return_object();
     template <class U>
@@ -57,7 +60,8 @@ template <class T> struct Promise : PromiseBase {
     T take() { return std::move(*value); }
 };
 
-template <> struct Promise<void> : PromiseBase {
+template <>
+struct Promise<void> : PromiseBase {
     Task<void> get_return_object();
     void return_void() const noexcept {}
     void take() const noexcept {}
@@ -69,7 +73,8 @@ struct Unit {};
 
 /// A piece of main-thread work. It starts when awaited, hands its stop token down, and destroying it destroys
 /// everything that it waits for.
-template <class T = void> class [[nodiscard]] Task {
+template <class T = void>
+class [[nodiscard]] Task {
 public:
     using promise_type = detail::Promise<T>;
     using Handle = std::coroutine_handle<promise_type>;
@@ -88,7 +93,8 @@ public:
     }
 
     bool await_ready() const noexcept { return false; }
-    template <class P> bool await_suspend(std::coroutine_handle<P> waiter) {
+    template <class P>
+    bool await_suspend(std::coroutine_handle<P> waiter) {
         handle_.promise().stop = waiter.promise().stop;
         handle_.resume();
         if (handle_.done())
@@ -107,7 +113,8 @@ private:
 };
 
 namespace detail {
-template <class T> Task<T> Promise<T>::get_return_object() {
+template <class T>
+Task<T> Promise<T>::get_return_object() {
     return Task<T>{std::coroutine_handle<Promise<T>>::from_promise(*this)};
 }
 inline Task<void> Promise<void>::get_return_object() {
@@ -117,7 +124,8 @@ inline Task<void> Promise<void>::get_return_object() {
 
 /// A one-shot result set by a callback and awaited by one task. The first `set` or `fail` counts. The waiter is
 /// always resumed from the event loop, never from inside `set`. Cancelling the waiting job fails it with Cancelled.
-template <class T = void> class Event {
+template <class T = void>
+class Event {
     using Stored = std::conditional_t<std::is_void_v<T>, detail::Unit, T>;
 
 public:
@@ -125,7 +133,8 @@ public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
-    template <class... A> void set(A&&... arguments) {
+    template <class... A>
+    void set(A&&... arguments) {
         if (value_ || error_)
             return;
         value_.emplace(std::forward<A>(arguments)...);
@@ -141,7 +150,8 @@ public:
     struct Awaiter {
         Event* event;
         bool await_ready() const noexcept { return false; }
-        template <class P> bool await_suspend(std::coroutine_handle<P> waiter) {
+        template <class P>
+        bool await_suspend(std::coroutine_handle<P> waiter) {
             if (event->value_ || event->error_)
                 return false;
             event->waiter_ = waiter;
@@ -181,7 +191,8 @@ private:
 struct StopToken {
     std::stop_token token;
     bool await_ready() const noexcept { return false; }
-    template <class P> bool await_suspend(std::coroutine_handle<P> handle) {
+    template <class P>
+    bool await_suspend(std::coroutine_handle<P> handle) {
         token = handle.promise().stop;
         return false;
     }
@@ -215,8 +226,7 @@ public:
         job.stop_ = std::stop_source{};
         const auto at = roots_.emplace(roots_.end(), nullptr);
         *at = std::make_unique<Root>(run(std::move(task), at), job.stop_.get_token());
-        QMetaObject::invokeMethod(
-            &(*at)->context, [root = at->get()] { root->handle.resume(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(&(*at)->context, [root = at->get()] { root->handle.resume(); }, Qt::QueuedConnection);
         return job;
     }
     /// Jobs that have not ended yet.

@@ -15,15 +15,14 @@ struct DocumentText {
 
 /// Why a document gave no text.
 enum class DocumentFault {
-    unreadable,  // the file couldn't be opened or read; the description is the system's own
-    unparsable,  // the bytes are not a document of that form
-    worker,      // the boxed process died, ran out of its time or memory, or couldn't be boxed
+    unreadable, // the file couldn't be opened or read; the description is the system's own
+    unparsable, // the bytes are not a document of that form
+    worker,     // the boxed process died, ran out of its time or memory, or couldn't be boxed
 };
 
 class DocumentReadError : public LocalizedError {
 public:
-    DocumentReadError(DocumentFault fault, const QString& description)
-        : LocalizedError(description), fault_(fault) {}
+    DocumentReadError(DocumentFault fault, const QString& description) : LocalizedError(description), fault_(fault) {}
     DocumentFault fault() const noexcept { return fault_; }
 
 private:

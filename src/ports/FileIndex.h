@@ -50,12 +50,12 @@ public:
 
 /// How far the index is.
 struct IndexStatus {
-    qint64 files = 0;      // entries known, folders included
-    qint64 pending = 0;    // entries seen whose text isn't indexed yet
-    qint64 bytes = 0;      // on disk
-    bool ready = false;    // the first full pass over the folders has ended and nothing is pending
+    qint64 files = 0;          // entries known, folders included
+    qint64 pending = 0;        // entries seen whose text isn't indexed yet
+    qint64 bytes = 0;          // on disk
+    bool ready = false;        // the first full pass over the folders has ended and nothing is pending
     bool watchLimited = false; // the system's watch limit was reached; rescans stand in
-    QString problem;       // a French sentence, empty when all is well
+    QString problem;           // a French sentence, empty when all is well
     bool operator==(const IndexStatus&) const = default;
 };
 

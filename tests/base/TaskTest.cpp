@@ -1,11 +1,11 @@
+#include "base/Task.h"
+
 #include "base/Clock.h"
 #include "base/Pool.h"
-#include "base/Task.h"
 #include "support/Await.h"
 #include "support/TestClock.h"
 
 #include <gtest/gtest.h>
-
 #include <stdexcept>
 
 using namespace vennic;

@@ -11,7 +11,8 @@ namespace vennic::test {
 bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = std::chrono::seconds{20});
 
 namespace detail {
-template <class T> Task<> keep(Task<T> task, std::optional<T>* value, std::exception_ptr* error, bool* ended) {
+template <class T>
+Task<> keep(Task<T> task, std::optional<T>* value, std::exception_ptr* error, bool* ended) {
     try {
         value->emplace(co_await task);
     } catch (...) {
@@ -24,7 +25,8 @@ Task<> keepVoid(Task<> task, std::exception_ptr* error, bool* ended);
 } // namespace detail
 
 /// Runs `task` to its end on this thread's event loop and gives its value or raises its error.
-template <class T> T await(Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds{20}) {
+template <class T>
+T await(Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds{20}) {
     std::exception_ptr error;
     bool ended = false;
     Scope scope;

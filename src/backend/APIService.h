@@ -1,0 +1,48 @@
+#pragma once
+#include "Bridge/BridgeTypes.h"
+#include "backend/APIError.h"
+#include "backend/VennicHTTP.h"
+#include "base/SecretText.h"
+#include "base/Task.h"
+
+#include <QByteArray>
+
+#include <optional>
+#include <vector>
+
+namespace vennic {
+
+class APIConfig;
+
+/// The backend as one caller sees it now: a plain value, built from a token, used for a call or a few, dropped.
+/// Every operation raises APIError, TransportError or DecodingError, and Cancelled.
+class APIService {
+public:
+    using BridgeHeaders = std::vector<HttpHeader>;
+
+    APIService(VennicHTTP& http, const APIConfig& config, std::optional<SecretText> token, BridgeHeaders bridgeHeaders);
+
+    const std::optional<SecretText>& token() const { return token_; }
+    const BridgeHeaders& bridgeHeaders() const { return bridgeHeaders_; }
+
+    /// DELETE /session: ends this token at the backend.
+    Task<> revokeCurrentSession() const;
+    /// GET /bridge/tasks/next: the next task, none when the wait ended without one (204).
+    Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
+    /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
+    Task<> reportBridgeTaskSuccess(QString id, BridgeResult result) const;
+    /// PATCH /bridge/tasks/ID with the "error" envelope.
+    Task<> reportBridgeTaskError(QString id, QString message) const;
+    /// PATCH /bridge/tasks/ID with the "streaming" envelope around a piece of output.
+    Task<> reportBridgeTaskStream(QString id, QString delta) const;
+
+private:
+    Task<> sendBridgeTaskUpdate(QString id, QByteArray bodyData) const;
+
+    VennicHTTP* http_;
+    const APIConfig* config_;
+    std::optional<SecretText> token_;
+    BridgeHeaders bridgeHeaders_;
+};
+
+} // namespace vennic

@@ -1,0 +1,87 @@
+#include "base/Json.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace vennic {
+
+namespace {
+
+[[noreturn]] void missing(QLatin1String key) {
+    throw DecodingError(QStringLiteral("Données illisibles : le champ « %1 » manque.").arg(key));
+}
+
+[[noreturn]] void wrongType(QLatin1String key) {
+    throw DecodingError(
+        QStringLiteral("Données illisibles : le champ « %1 » n'est pas de la forme attendue.").arg(key));
+}
+
+QJsonValue present(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined() || value.isNull())
+        missing(key);
+    return value;
+}
+
+bool absent(const QJsonValue& value) { return value.isUndefined() || value.isNull(); }
+
+qint64 integer(const QJsonValue& value, QLatin1String key) {
+    // Two different fall-backs tell a real number from a missing conversion.
+    const qint64 number = value.toInteger(0);
+    if (!value.isDouble() || number != value.toInteger(1))
+        wrongType(key);
+    return number;
+}
+
+QString string(const QJsonValue& value, QLatin1String key) {
+    if (!value.isString())
+        wrongType(key);
+    return value.toString();
+}
+
+} // namespace
+
+QJsonObject parseJsonObject(const QByteArray& bytes) {
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        throw DecodingError(QStringLiteral("Données illisibles : le texte reçu n'est pas du JSON."));
+    if (!document.isObject())
+        throw DecodingError(QStringLiteral("Données illisibles : un objet JSON était attendu."));
+    return document.object();
+}
+
+QString requiredString(const QJsonObject& object, QLatin1String key) { return string(present(object, key), key); }
+
+std::optional<QString> optionalString(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = object.value(key);
+    return absent(value) ? std::nullopt : std::optional(string(value, key));
+}
+
+qint64 requiredInteger(const QJsonObject& object, QLatin1String key) { return integer(present(object, key), key); }
+
+std::optional<qint64> optionalInteger(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = object.value(key);
+    return absent(value) ? std::nullopt : std::optional(integer(value, key));
+}
+
+std::optional<QStringList> optionalStrings(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = object.value(key);
+    if (absent(value))
+        return std::nullopt;
+    if (!value.isArray())
+        wrongType(key);
+    QStringList strings;
+    for (const QJsonValue& element : value.toArray())
+        strings.append(string(element, key));
+    return strings;
+}
+
+QJsonObject requiredObject(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = present(object, key);
+    if (!value.isObject())
+        wrongType(key);
+    return value.toObject();
+}
+
+} // namespace vennic

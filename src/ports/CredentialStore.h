@@ -1,0 +1,59 @@
+#pragma once
+#include "base/SecretText.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace vennic {
+
+/// Names one secret.
+struct CredentialItem {
+    QString service;
+    QString account;
+    bool operator==(const CredentialItem&) const = default;
+};
+
+/// Outcome of an operation; the numbers are shown to the user and logged.
+enum class CredentialStatus : qint32 {
+    success = 0,
+    userCancelled = -128,  // the user refused the prompt
+    notAvailable = -25291, // no credential service answers
+    authFailed = -25293,   // the user's presence was not confirmed
+    duplicateItem = -25299,
+    itemNotFound = -25300,
+    interactionNotAllowed = -25308, // the store is locked
+    ioFailed = -36,                 // the store's file can't be read or written
+    dataTooLarge = -25302,
+    internal = -67671, // the service failed with an error of its own
+};
+
+/// When a secret may be read, and whether the user must be present for it.
+struct CredentialProtection {
+    bool requiresUserPresence = false;
+    bool operator==(const CredentialProtection&) const = default;
+};
+
+struct CredentialReadResult {
+    CredentialStatus status = CredentialStatus::itemNotFound;
+    std::optional<SecretText> data;
+};
+
+/// The system's store of named secrets. Operations are synchronous and may block on the user. Main thread only.
+class CredentialStore {
+public:
+    virtual ~CredentialStore() = default;
+    /// Reads an item. `prompt` is the sentence shown if the item asks for the user's presence; without it such an
+    /// item gives interactionNotAllowed and nobody is asked.
+    virtual CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) = 0;
+    /// Adds an item that must not exist yet.
+    virtual CredentialStatus add(const CredentialItem& item, const SecretText& data,
+                                 CredentialProtection protection) = 0;
+    virtual CredentialStatus remove(const CredentialItem& item) = 0;
+    /// Whether this machine can ask for the user's presence; without it nothing can be protected by it.
+    virtual bool canRequireUserPresence() = 0;
+    /// "secret-service" or "file".
+    virtual QString kind() const = 0;
+};
+
+} // namespace vennic

@@ -1,0 +1,61 @@
+#pragma once
+#include "base/SecretText.h"
+#include "base/Task.h"
+#include "base/TransportError.h"
+
+#include <QByteArray>
+#include <QUrl>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace vennic {
+
+struct HttpHeader {
+    QByteArray name;
+    QByteArray value; // control characters are dropped before it is sent
+    bool operator==(const HttpHeader&) const = default;
+};
+
+struct SecretHttpHeader {
+    QByteArray name;
+    SecretText value;
+};
+
+/// The only certificates that a chain may end in. An empty list trusts nobody.
+struct TrustAnchors {
+    std::vector<QByteArray> ders; // X.509 certificates, DER
+};
+
+struct HttpRequest {
+    QByteArray method = "GET";
+    QUrl url;
+    std::vector<HttpHeader> headers;
+    std::vector<SecretHttpHeader> secretHeaders;
+    std::optional<QByteArray> body;
+    /// Longest silence on the wire (RFC 9110 has no such limit; it is ours). The whole exchange ends after four
+    /// times this.
+    std::chrono::milliseconds timeout = std::chrono::seconds{60};
+    /// With anchors only they count; without, the system's trust store does. TLS 1.2 or higher either way.
+    std::shared_ptr<const TrustAnchors> anchors;
+    qint64 maxAnswerBytes = 16 * 1024 * 1024;
+};
+
+struct HttpResponse {
+    std::optional<int> status; // none when the answer was not HTTP at all
+    std::vector<HttpHeader> headers;
+    QByteArray body;
+};
+
+/// Sends requests. No redirect is followed, no cookie kept, nothing sent twice, no header of its own but those that
+/// HTTP requires. Main thread only.
+class HttpTransport {
+public:
+    virtual ~HttpTransport() = default;
+    /// Raises TransportError; Cancelled when the job is cancelled, which also ends the exchange.
+    virtual Task<HttpResponse> send(HttpRequest request) = 0;
+};
+
+} // namespace vennic
