@@ -1,0 +1,139 @@
+#include "app/CommandLine.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace vennic {
+
+namespace {
+
+constexpr qsizetype many = std::numeric_limits<qsizetype>::max();
+constexpr qsizetype maxArguments = 4096;
+constexpr qsizetype maxCharacters = 64 * 1024;
+
+constexpr std::array verbTable{
+    Verb{QLatin1String("status"), QLatin1String(""), 0, 0, true, u"dit où en sont le compte, le pont et l'index", u""},
+    Verb{QLatin1String("pair"), QLatin1String("CODE"), 1, 1, false, u"appaire ce Mac avec un code à 8 caractères",
+         u"Le code s'affiche sur la page d'appairage du site, une fois connecté à ton compte."},
+    Verb{QLatin1String("token"), QLatin1String(""), 0, 0, false, u"enregistre un jeton lu sur l'entrée standard",
+         u"Le jeton ne se donne jamais en argument : il serait visible des autres programmes."},
+    Verb{QLatin1String("sign-out"), QLatin1String(""), 0, 0, false, u"déconnecte ce Mac et oublie le jeton", u""},
+    Verb{QLatin1String("share"), QLatin1String("DOSSIER..."), 1, many, false, u"partage un ou plusieurs dossiers",
+         u"Le backend peut alors y chercher et y lire des documents ; les fichiers restent ici, seules les réponses "
+         u"partent."},
+    Verb{QLatin1String("shares"), QLatin1String(""), 0, 0, true, u"liste les dossiers partagés", u""},
+    Verb{QLatin1String("unshare"), QLatin1String("ID..."), 1, many, false, u"retire un dossier du partage",
+         u"L'identifiant est celui que donne « vennic shares » ; le chemin du dossier convient aussi."},
+    Verb{QLatin1String("bridge"), QLatin1String("on|off"), 1, 1, false, u"active ou désactive le pont local", u""},
+    Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
+         u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
+    Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
+         u"ouvre un document trouvé, par son adresse vennic://local_file/open/...",
+         u"Les adresses sont celles que donne « vennic search » ; elles valent jusqu'à la fin de Vennic."},
+    Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
+         u""},
+    Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
+};
+
+const Verb* find(const QString& name) {
+    const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
+    return found == verbTable.end() ? nullptr : &*found;
+}
+
+QString usage(const Verb& verb) {
+    QString line = QStringLiteral("vennic ") + verb.name;
+    if (!verb.arguments.isEmpty())
+        line += QLatin1Char(' ') + verb.arguments;
+    if (verb.printsData)
+        line += QStringLiteral(" [--json]");
+    return line;
+}
+
+QString countError(const Verb& verb, qsizetype count) {
+    if (count < verb.least)
+        return QStringLiteral("Il manque un argument. Usage : %1").arg(usage(verb));
+    return QStringLiteral("Il y a un argument de trop. Usage : %1").arg(usage(verb));
+}
+
+std::optional<QString> check(const CommandLine& line) {
+    if (!line.verb || line.help || line.version)
+        return std::nullopt;
+    const Verb& verb = *find(*line.verb);
+    if (line.json && !verb.printsData)
+        return QStringLiteral("« %1 » n'a pas d'option --json.").arg(verb.name);
+    if (line.arguments.size() < verb.least || line.arguments.size() > verb.most)
+        return countError(verb, line.arguments.size());
+    if (verb.name == QLatin1String("bridge") && line.arguments[0] != QLatin1String("on") &&
+        line.arguments[0] != QLatin1String("off"))
+        return QStringLiteral("« %1 » n'est ni « on » ni « off ».").arg(line.arguments[0]);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::span<const Verb> verbs() { return verbTable; }
+
+ParsedCommandLine parseCommandLine(const QStringList& arguments) {
+    ParsedCommandLine parsed;
+    qsizetype characters = 0;
+    for (const QString& argument : arguments)
+        characters += argument.size();
+    if (arguments.size() > maxArguments || characters > maxCharacters) {
+        parsed.error = QStringLiteral("La ligne de commande est trop longue.");
+        return parsed;
+    }
+    bool optionsEnded = false;
+    for (const QString& argument : arguments) {
+        if (!optionsEnded && argument == QLatin1String("--"))
+            optionsEnded = true;
+        else if (!optionsEnded && (argument == QLatin1String("--help") || argument == QLatin1String("-h")))
+            parsed.line.help = true;
+        else if (!optionsEnded && argument == QLatin1String("--version"))
+            parsed.line.version = true;
+        else if (!optionsEnded && argument == QLatin1String("--json"))
+            parsed.line.json = true;
+        else if (!optionsEnded && argument.startsWith(QLatin1Char('-')) && argument.size() > 1)
+            parsed.error = QStringLiteral("Option inconnue : %1").arg(argument);
+        else if (!parsed.line.verb)
+            parsed.line.verb = argument;
+        else
+            parsed.line.arguments.append(argument);
+    }
+    if (parsed.error)
+        return parsed;
+    if (parsed.line.verb && !find(*parsed.line.verb))
+        parsed.error = QStringLiteral("Commande inconnue : %1. « vennic --help » les liste.").arg(*parsed.line.verb);
+    else if (!parsed.line.verb && parsed.line.json)
+        parsed.error = QStringLiteral("--json accompagne une commande.");
+    else
+        parsed.error = check(parsed.line);
+    return parsed;
+}
+
+QString helpText(const std::optional<QString>& name) {
+    if (const Verb* verb = name ? find(*name) : nullptr) {
+        QString summary = verb->summary.toString();
+        summary.front() = summary.front().toUpper();
+        QString text = QStringLiteral("Usage : %1\n\n%2.\n").arg(usage(*verb), summary);
+        if (!verb->details.isEmpty())
+            text += QStringLiteral("%1\n").arg(verb->details);
+        if (verb->printsData)
+            text += QStringLiteral("\n  --json   données en JSON\n");
+        return text;
+    }
+    QString text = QStringLiteral("Usage : vennic [COMMANDE] [ARGUMENTS]\n\n"
+                                  "Sans commande, démarre Vennic, ou rappelle celui qui tourne déjà.\n\nCommandes :\n");
+    for (const Verb& verb : verbTable) {
+        const QString left =
+            QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
+        text += QStringLiteral("  %1 %2\n").arg(left, -18).arg(verb.summary);
+    }
+    text += QStringLiteral("\nOptions :\n  --json             données en JSON (status, shares, search, doctor)\n"
+                           "  --help             cette aide, ou celle d'une commande\n"
+                           "  --version          version de Vennic\n\n"
+                           "État de sortie : 0 fait, 1 échec, 2 mauvais usage, 3 Vennic ne tourne pas.\n");
+    return text;
+}
+
+} // namespace vennic

@@ -1,0 +1,18 @@
+#pragma once
+#include <QString>
+
+namespace vennic {
+
+/// Where things are, by the XDG base directory specification and from the executable's folder.
+struct Paths {
+    QString data;      // $XDG_DATA_HOME/vennic
+    QString cache;     // $XDG_CACHE_HOME/vennic
+    QString runtime;   // $XDG_RUNTIME_DIR/vennic, or a folder of the cache where there is none
+    QString resources; // ../share/vennic seen from the executable's folder
+    QString programs;  // the executable's folder
+
+    /// Read from the environment and /proc.
+    static Paths ofThisProcess();
+};
+
+} // namespace vennic

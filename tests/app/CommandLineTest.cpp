@@ -1,0 +1,84 @@
+#include "app/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+using namespace vennic;
+
+namespace {
+ParsedCommandLine parse(std::initializer_list<const char*> arguments) {
+    QStringList list;
+    for (const char* argument : arguments)
+        list.append(QString::fromUtf8(argument));
+    return parseCommandLine(list);
+}
+} // namespace
+
+TEST(CommandLine, withoutArgumentsStartsTheClient) {
+    const auto parsed = parse({});
+    EXPECT_FALSE(parsed.error);
+    EXPECT_FALSE(parsed.line.verb);
+}
+
+TEST(CommandLine, aVerbKeepsItsArgumentsInOrder) {
+    const auto parsed = parse({"search", "facture", "edf", "--json"});
+    ASSERT_FALSE(parsed.error);
+    EXPECT_EQ(parsed.line.verb, QStringLiteral("search"));
+    EXPECT_EQ(parsed.line.arguments, QStringList({QStringLiteral("facture"), QStringLiteral("edf")}));
+    EXPECT_TRUE(parsed.line.json);
+}
+
+TEST(CommandLine, afterTwoDashesNothingIsAnOption) {
+    const auto parsed = parse({"search", "--", "--help", "-x"});
+    ASSERT_FALSE(parsed.error);
+    EXPECT_FALSE(parsed.line.help);
+    EXPECT_EQ(parsed.line.arguments, QStringList({QStringLiteral("--help"), QStringLiteral("-x")}));
+}
+
+TEST(CommandLine, unknownWordsAreRefusedByName) {
+    EXPECT_TRUE(parse({"danse"}).error->contains(QStringLiteral("danse")));
+    EXPECT_TRUE(parse({"status", "--vite"}).error->contains(QStringLiteral("--vite")));
+}
+
+TEST(CommandLine, theNumberOfArgumentsIsChecked) {
+    EXPECT_TRUE(parse({"pair"}).error);
+    EXPECT_TRUE(parse({"pair", "A", "B"}).error);
+    EXPECT_FALSE(parse({"pair", "A"}).error);
+    EXPECT_TRUE(parse({"quit", "now"}).error);
+    EXPECT_FALSE(parse({"share", "a", "b", "c"}).error);
+}
+
+TEST(CommandLine, theTokenIsNeverAnArgument) { EXPECT_TRUE(parse({"token", "secret"}).error); }
+
+TEST(CommandLine, bridgeTakesOnlyOnAndOff) {
+    EXPECT_FALSE(parse({"bridge", "on"}).error);
+    EXPECT_FALSE(parse({"bridge", "off"}).error);
+    EXPECT_TRUE(parse({"bridge", "ON"}).error);
+}
+
+TEST(CommandLine, jsonIsForVerbsThatPrintData) {
+    EXPECT_FALSE(parse({"status", "--json"}).error);
+    EXPECT_TRUE(parse({"quit", "--json"}).error);
+    EXPECT_TRUE(parse({"--json"}).error);
+}
+
+TEST(CommandLine, helpNeedsNoArguments) {
+    const auto parsed = parse({"pair", "--help"});
+    EXPECT_FALSE(parsed.error);
+    EXPECT_TRUE(parsed.line.help);
+}
+
+TEST(CommandLine, aHugeLineIsRefused) {
+    QStringList arguments{QStringLiteral("search")};
+    for (int i = 0; i < 5000; ++i)
+        arguments.append(QStringLiteral("mot"));
+    EXPECT_TRUE(parseCommandLine(arguments).error);
+    EXPECT_TRUE(parseCommandLine({QStringLiteral("search"), QString(70'000, QLatin1Char('x'))}).error);
+}
+
+TEST(CommandLine, everyVerbHasHelpThatNamesIt) {
+    for (const Verb& verb : verbs()) {
+        const QString help = helpText(QString(verb.name));
+        EXPECT_TRUE(help.startsWith(QStringLiteral("Usage : vennic ") + verb.name)) << verb.name.data();
+        EXPECT_TRUE(helpText(std::nullopt).contains(QStringLiteral("  ") + verb.name)) << verb.name.data();
+    }
+}
