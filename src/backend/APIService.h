@@ -14,8 +14,15 @@ namespace vennic {
 
 class APIConfig;
 
+/// What a pairing code is exchanged for.
+struct PairingClaimResponse {
+    SecretText user_token;
+    QString email;
+};
+
 /// The backend as one caller sees it now: a plain value, built from a token, used for a call or a few, dropped.
-/// Every operation raises APIError, TransportError or DecodingError, and Cancelled.
+/// Every operation raises APIError, TransportError or DecodingError, and Cancelled. Nothing is sent twice.
+/// `http` and `config` outlive the calls; the value itself need not.
 class APIService {
 public:
     using BridgeHeaders = std::vector<HttpHeader>;
@@ -25,9 +32,11 @@ public:
     const std::optional<SecretText>& token() const { return token_; }
     const BridgeHeaders& bridgeHeaders() const { return bridgeHeaders_; }
 
+    /// POST /pairings/claim: a token for a code. Needs no token; a 401 means a wrong code.
+    static Task<PairingClaimResponse> claimPairing(VennicHTTP& http, const APIConfig& config, QString code);
     /// DELETE /session: ends this token at the backend.
     Task<> revokeCurrentSession() const;
-    /// GET /bridge/tasks/next: the next task, none when the wait ended without one (204).
+    /// GET /bridge/tasks/next: the next task, none when the wait (in seconds) ended without one (204).
     Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
     /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
     Task<> reportBridgeTaskSuccess(QString id, BridgeResult result) const;

@@ -1,6 +1,5 @@
 #include "base/Json.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 
 namespace vennic {
@@ -82,6 +81,27 @@ QJsonObject requiredObject(const QJsonObject& object, QLatin1String key) {
     if (!value.isObject())
         wrongType(key);
     return value.toObject();
+}
+
+QJsonArray requiredArray(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = present(object, key);
+    if (!value.isArray())
+        wrongType(key);
+    return value.toArray();
+}
+
+bool requiredBoolean(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = present(object, key);
+    if (!value.isBool())
+        wrongType(key);
+    return value.toBool();
+}
+
+double requiredNumber(const QJsonObject& object, QLatin1String key) {
+    const QJsonValue value = present(object, key);
+    if (!value.isDouble())
+        wrongType(key);
+    return value.toDouble();
 }
 
 } // namespace vennic

@@ -1,6 +1,7 @@
 #pragma once
 #include "base/LocalizedError.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 
 #include <optional>
@@ -25,5 +26,8 @@ qint64 requiredInteger(const QJsonObject& object, QLatin1String key);
 std::optional<qint64> optionalInteger(const QJsonObject& object, QLatin1String key);
 std::optional<QStringList> optionalStrings(const QJsonObject& object, QLatin1String key);
 QJsonObject requiredObject(const QJsonObject& object, QLatin1String key);
+QJsonArray requiredArray(const QJsonObject& object, QLatin1String key);
+bool requiredBoolean(const QJsonObject& object, QLatin1String key);
+double requiredNumber(const QJsonObject& object, QLatin1String key);
 
 } // namespace vennic
