@@ -26,10 +26,10 @@ class Road(Scene):
         self.assertEqual(self.read(self.find("élève", "large.txt")["id"])["result"]["content"], "Élève modèle")
 
     def test_an_rtf_document_is_found_by_its_text_and_read(self):
-        self.write("lettre.rtf", r"{\rtf1\ansi\ansicpg1252 Cher \b monsieur\b0 , l\'e9t\'e9 finit.\par}", "ascii")
+        self.write("lettre.rtf", r"{\rtf1\ansi\ansicpg1252 Cher \b monsieur\b0 , l'\'e9t\'e9 finit.\par}", "ascii")
         self.start_all()
         hit = self.find("monsieur", "lettre.rtf")
-        self.assertIn("Cher monsieur, l'été finit.".replace("l'été", "lété"), self.read(hit["id"])["result"]["content"])
+        self.assertIn("Cher monsieur, l'été finit.", self.read(hit["id"])["result"]["content"])
 
     def test_an_unknown_handle_and_an_unreadable_format_get_their_words(self):
         (self.shared / "archive.zip").write_bytes(b"PK\x03\x04")
