@@ -1,0 +1,68 @@
+#pragma once
+#include "Bridge/BookmarkStore.h"
+#include "Bridge/BridgeService.h"
+#include "Bridge/SpotlightSearch.h"
+#include "app/Paths.h"
+#include "backend/Deployment.h"
+#include "core/AppSession.h"
+#include "linux/FileSystemPosix.h"
+#include "linux/FileTypesShared.h"
+#include "linux/FolderBookmarksInode.h"
+#include "linux/HttpTransportCurl.h"
+#include "linux/KeyValueStoreSqlite.h"
+#include "linux/UserPresencePolkit.h"
+#include "linux/WorkspaceGio.h"
+#include "linux/index/FileIndexSegments.h"
+#include "linux/worker/DocumentReaderWorker.h"
+
+namespace vennic {
+
+/// All that the running client is made of, built in the order of its members and torn down in the other.
+class Client {
+public:
+    /// May ask the user to prove their presence. Raises LocalizedError when something without which there is no
+    /// client can't be made.
+    Client(const Paths& paths, Deployment deployment);
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+    ~Client();
+
+    AppSession& session() { return *session_; }
+    BridgeService& bridge() { return *bridge_; }
+    BookmarkStore& bookmarks() { return bookmarks_; }
+    FolderBookmarks& folders() { return *folders_; }
+    FileSystem& files() { return *files_; }
+    FileIndex& index() { return *index_; }
+    SpotlightSearch& spotlight() { return spotlight_; }
+    KeychainStore& keychain() { return keychain_; }
+    CredentialStore& credentials() { return *credentials_; }
+    Workspace& workspace() { return workspace_; }
+    VennicHTTP& http() { return http_; }
+    const APIConfig& config() const { return config_; }
+    const KeyValueStoreSqlite& preferences() const { return preferences_; }
+
+private:
+    void indexSharedFolders();
+
+    SystemClock clock_;
+    KeyValueStoreSqlite preferences_;
+    UserPresencePolkit presence_;
+    std::unique_ptr<CredentialStore> credentials_;
+    KeychainStore keychain_;
+    HttpTransportCurl transport_;
+    VennicHTTP http_;
+    APIConfig config_;
+    std::shared_ptr<FileSystem> files_;
+    std::shared_ptr<FileTypes> types_;
+    std::shared_ptr<FolderBookmarks> folders_;
+    std::shared_ptr<DocumentReader> reader_;
+    std::unique_ptr<FileIndex> index_;
+    BookmarkStore bookmarks_;
+    SpotlightSearch spotlight_;
+    std::unique_ptr<BridgeService> bridge_;
+    NoPreferenceSync preferenceSync_;
+    NoLocalLLMTelemetry telemetry_;
+    std::unique_ptr<AppSession> session_;
+};
+
+} // namespace vennic

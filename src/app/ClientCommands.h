@@ -1,0 +1,33 @@
+#pragma once
+#include "app/Client.h"
+#include "app/CommandMessage.h"
+
+#include <functional>
+
+namespace vennic {
+
+/// What the verbs of the command line do in the running client.
+class ClientCommands {
+public:
+    /// `quit` ends the program.
+    ClientCommands(Client& client, std::function<void()> quit);
+
+    /// Answers one request line; never fails but with Cancelled.
+    Task<QByteArray> answer(QByteArray request);
+
+private:
+    Task<CommandAnswer> run(CommandRequest request);
+    Task<CommandAnswer> pair(QString code);
+    Task<CommandAnswer> search(QString words);
+    CommandAnswer token(const QString& secret);
+    CommandAnswer share(const QStringList& paths);
+    CommandAnswer shares();
+    CommandAnswer unshare(const QStringList& names);
+    CommandAnswer bridge(bool on);
+    CommandAnswer open(const QString& address);
+
+    Client& client_;
+    std::function<void()> quit_;
+};
+
+} // namespace vennic

@@ -1,0 +1,60 @@
+#include "app/CommandClient.h"
+
+#include "app/CommandMessage.h"
+#include "app/Doctor.h"
+#include "base/LocalizedError.h"
+#include "linux/Terminal.h"
+
+#include <QDir>
+#include <QJsonDocument>
+
+namespace vennic {
+
+namespace {
+
+constexpr auto patience = std::chrono::seconds{90}; // the pairing call may take 80
+
+CommandRequest requestOf(const CommandLine& line) {
+    CommandRequest request{*line.verb, line.arguments, {}};
+    // Paths are relative to where the user stands, which only this process knows.
+    if (request.verb == QLatin1String("share")) {
+        for (QString& path : request.arguments)
+            path = QDir::cleanPath(QDir::current().absoluteFilePath(path));
+    }
+    if (request.verb == QLatin1String("token"))
+        request.secret = readSecretLine(QStringLiteral("Jeton : "));
+    return request;
+}
+
+ExitStatus print(const CommandAnswer& answer, bool json) {
+    if (answer.status != ExitStatus::done)
+        writeError(answer.text + QLatin1Char('\n'));
+    else if (json)
+        writeOutput(QString::fromUtf8(QJsonDocument(answer.data).toJson(QJsonDocument::Indented)));
+    else if (!answer.text.isEmpty())
+        writeOutput(answer.text + QLatin1Char('\n'));
+    return answer.status;
+}
+
+} // namespace
+
+ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instance) {
+    try {
+        if (*line.verb == QLatin1String("doctor"))
+            return print(examine(paths, instance), line.json);
+        const auto answer = instance.ask(encodeCommandRequest(requestOf(line)), patience);
+        if (!answer) {
+            writeError(QStringLiteral("Vennic ne tourne pas. Lance « vennic » d'abord.\n"));
+            return ExitStatus::noClient;
+        }
+        const auto decoded = decodeCommandAnswer(*answer);
+        if (!decoded)
+            throw LocalizedError(QStringLiteral("Vennic a donné une réponse incompréhensible."));
+        return print(*decoded, line.json);
+    } catch (const LocalizedError& error) {
+        writeError(error.errorDescription() + QLatin1Char('\n'));
+        return ExitStatus::failed;
+    }
+}
+
+} // namespace vennic
