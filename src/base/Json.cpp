@@ -71,7 +71,7 @@ std::optional<QStringList> optionalStrings(const QJsonObject& object, QLatin1Str
     if (!value.isArray())
         wrongType(key);
     QStringList strings;
-    for (const QJsonValue& element : value.toArray())
+    for (const auto& element : value.toArray())
         strings.append(string(element, key));
     return strings;
 }

@@ -57,7 +57,7 @@ struct Promise : PromiseBase {
     void return_value(U&& v) {
         value.emplace(std::forward<U>(v));
     }
-    T take() { return std::move(*value); }
+    T take() { return std::move(*value); } // NOLINT(bugprone-unchecked-optional-access): set before the end
 };
 
 template <>
@@ -173,7 +173,7 @@ private:
         if (error_)
             std::rethrow_exception(error_);
         if constexpr (!std::is_void_v<T>)
-            return std::move(*value_);
+            return std::move(*value_); // NOLINT(bugprone-unchecked-optional-access): no error means a value
     }
     void wake() {
         if (waiter_)
