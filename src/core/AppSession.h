@@ -174,8 +174,6 @@ private:
     E storedCase(QLatin1String key, E fallback) const;
 
     template <class T>
-    bool assign(T& field, const T& value);
-    template <class T>
     void publish(T& field, const T& value, Signal changed);
     template <class T>
     void writeThrough(T& field, const T& value, QLatin1String key, Signal changed);
@@ -184,9 +182,9 @@ private:
 
     void setUserToken(std::optional<SecretText> token);
     void signOut();
+    void forgetStoredToken();
     void persistConversation();
     void scheduleServerSync();
-    void forwardToTelemetry(bool endpoint, bool enabled);
     void handleAuthFailure();
     Task<> hydrateFromServer();
     Task<> answerAuthFailure();

@@ -1,0 +1,129 @@
+#include "backend/APIService.h"
+
+#include "backend/APIConfig.h"
+#include "backend/ResponseBody.h"
+#include "base/Json.h"
+
+#include <QJsonDocument>
+
+#include <limits>
+
+namespace vennic {
+
+namespace {
+
+using std::chrono::seconds;
+
+bool isSuccess(int status) { return status >= 200 && status <= 299; }
+
+HttpRequest request(const QByteArray& method, const QUrl& url, seconds timeout) {
+    HttpRequest request;
+    request.method = method;
+    request.url = url;
+    // An address may name a user; this program never logs in by it.
+    request.url.setUserInfo({});
+    request.timeout = timeout;
+    return request;
+}
+
+HttpHeader jsonContent() { return {"Content-Type", "application/json"}; }
+
+/// Sends a request of a signed-in user and gives its successful answer.
+Task<HttpResponse> sendSignedIn(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    if (!token || token->isEmpty())
+        throw APIError::notAuthenticated();
+    request.secretHeaders.push_back({"X-User-Token", *token});
+    auto response = co_await http->vennicData(std::move(request));
+    if (!response.status)
+        throw APIError::decoding();
+    if (!isSuccess(*response.status))
+        throw APIError::http(*response.status, utf8Text(response.body));
+    co_return response;
+}
+
+Task<> sendIgnoringAnswer(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    co_await sendSignedIn(http, std::move(token), std::move(request));
+}
+
+Task<std::optional<BridgeTask>> poll(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    const auto response = co_await sendSignedIn(http, std::move(token), std::move(request));
+    if (response.status == 204)
+        co_return std::nullopt;
+    co_return decodeBridgeTask(response.body);
+}
+
+Task<> failBeforeSending(std::optional<SecretText> token) {
+    if (!token || token->isEmpty())
+        throw APIError::notAuthenticated();
+    throw TransportError(TransportFault::badRequest);
+    co_return;
+}
+
+Task<PairingClaimResponse> claim(VennicHTTP* http, HttpRequest request) {
+    auto response = co_await http->data(std::move(request));
+    if (!response.status)
+        throw APIError::decoding();
+    if (!isSuccess(*response.status))
+        throw APIError::http(*response.status, pairingErrorBody(response.body));
+    const QJsonObject object = parseJsonObject(response.body);
+    wipe(response.body);
+    QByteArray token = requiredString(object, QLatin1String("user_token")).toUtf8();
+    PairingClaimResponse result;
+    result.user_token = SecretText{token};
+    wipe(token);
+    result.email = requiredString(object, QLatin1String("email"));
+    co_return result;
+}
+
+} // namespace
+
+APIService::APIService(VennicHTTP& http, const APIConfig& config, std::optional<SecretText> token,
+                       BridgeHeaders bridgeHeaders)
+    : http_(&http), config_(&config), token_(std::move(token)), bridgeHeaders_(std::move(bridgeHeaders)) {}
+
+Task<PairingClaimResponse> APIService::claimPairing(VennicHTTP& http, const APIConfig& config, QString code) {
+    auto claimRequest = request("POST", config.endpointURL(QStringLiteral("/pairings/claim")), seconds{20});
+    claimRequest.headers = {jsonContent(), {"Accept", "application/json"}};
+    const QJsonObject body{{QStringLiteral("pairing_code"), code},
+                           {QStringLiteral("client_kind"), QStringLiteral("mac")}};
+    claimRequest.body = QJsonDocument(body).toJson(QJsonDocument::Compact);
+    return claim(&http, std::move(claimRequest));
+}
+
+Task<> APIService::revokeCurrentSession() const {
+    auto revokeRequest = request("DELETE", config_->endpointURL(QStringLiteral("/session")), seconds{15});
+    return sendIgnoringAnswer(http_, token_, std::move(revokeRequest));
+}
+
+Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
+    // The time-out follows what was asked, not what the address was clamped to.
+    const qint64 patience = std::clamp<qint64>(wait, -9, std::numeric_limits<int>::max()) + 10;
+    auto pollRequest = request("GET", config_->bridgeNextTaskURL(wait), seconds{patience});
+    pollRequest.headers = bridgeHeaders_;
+    return poll(http_, token_, std::move(pollRequest));
+}
+
+Task<> APIService::reportBridgeTaskSuccess(QString id, BridgeResult result) const {
+    return sendBridgeTaskUpdate(std::move(id), encodeBridgeSuccessBody(result));
+}
+
+Task<> APIService::reportBridgeTaskError(QString id, QString message) const {
+    return sendBridgeTaskUpdate(std::move(id), encodeBridgeErrorBody(message));
+}
+
+Task<> APIService::reportBridgeTaskStream(QString id, QString delta) const {
+    return sendBridgeTaskUpdate(std::move(id), encodeBridgeStreamBody(delta));
+}
+
+Task<> APIService::sendBridgeTaskUpdate(QString id, QByteArray bodyData) const {
+    const auto url = config_->bridgeTaskURL(id);
+    if (!url)
+        return failBeforeSending(token_);
+    auto updateRequest = request("PATCH", *url, seconds{15});
+    updateRequest.headers.push_back(jsonContent());
+    updateRequest.headers.insert(updateRequest.headers.end(), bridgeHeaders_.begin(), bridgeHeaders_.end());
+    updateRequest.body = std::move(bodyData);
+    return sendIgnoringAnswer(http_, token_, std::move(updateRequest));
+}
+
+} // namespace vennic
