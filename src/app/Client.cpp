@@ -4,6 +4,7 @@
 #include "backend/PinnedRoots.h"
 #include "linux/CredentialStoreChoice.h"
 
+#include <QFile>
 #include <QSysInfo>
 
 namespace vennic {
@@ -15,17 +16,61 @@ Client::Client(const Paths& paths, Deployment deployment)
       http_(transport_, deployment.apiHost, loadPinnedRoots(paths.resources + QStringLiteral("/pinned-roots.pem"))),
       config_(preferences_, std::move(deployment)), files_(std::make_shared<FileSystemPosix>()),
       types_(std::make_shared<FileTypesShared>()), folders_(std::make_shared<FolderBookmarksInode>()),
-      reader_(std::make_shared<DocumentReaderWorker>(paths.programs + QStringLiteral("/vennic-worker"))),
-      index_(std::make_unique<FileIndexSegments>(paths.cache + QStringLiteral("/index"))),
-      bookmarks_(preferences_, *folders_, *files_, clock_), spotlight_(*index_, files_, types_, clock_) {
+      reader_(std::make_shared<DocumentReaderWorker>(
+          DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
+      indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
+      texts_(indexReader_, *types_),
+      index_({.directory = QFile::encodeName(paths.cache + QStringLiteral("/index")).toStdString()}, texts_, *types_),
+      bookmarks_(preferences_, *folders_, *files_, clock_), spotlight_(index_, files_, types_, clock_),
+      bridgeContext_(keychain_) {
+    BookmarkStore::install(&bookmarks_);
+    bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+        .context = bridgeContext_,
+        .heartbeat = nullptr,
+        .store = preferences_,
+        .index = index_,
+        .bookmarks = folders_,
+        .files = files_,
+        .types = types_,
+        .reader = reader_,
+    });
+    BridgeService::install(bridge_.get());
+    session_ = std::make_unique<AppSession>(AppSession::Surroundings{
+        .store = preferences_,
+        .keychain = keychain_,
+        .http = http_,
+        .config = config_,
+        .bridge = *bridge_,
+        .preferences = preferenceSync_,
+        .telemetry = telemetry_,
+        .hostName = QSysInfo::machineHostName(),
+    });
+    AppSession::install(session_.get());
+    bridgeContext_.follow(session_.get());
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
 }
 
 Client::~Client() {
+    // Whoever waits for a document gets a failure now, so that no thread holds up the end.
+    reader_->close();
+    indexReader_.close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);
     BookmarkStore::install(nullptr);
+}
+
+void Client::indexSharedFolders() {
+    QStringList paths;
+    const BookmarkResolver resolver(*folders_);
+    for (const BookmarkEntry& entry : bookmarks_.entries()) {
+        if (const auto resolved = resolver.resolveIfPossible(entry))
+            paths.append(resolved->url.path);
+    }
+    index_.setFolders(paths);
 }
 
 } // namespace vennic

@@ -3,6 +3,7 @@
 #include "Bridge/BridgeService.h"
 #include "Bridge/SpotlightSearch.h"
 #include "app/Paths.h"
+#include "app/SessionBridgeContext.h"
 #include "backend/Deployment.h"
 #include "core/AppSession.h"
 #include "linux/FileSystemPosix.h"
@@ -12,6 +13,7 @@
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
+#include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
 #include "linux/worker/DocumentReaderWorker.h"
 
@@ -31,8 +33,8 @@ public:
     BridgeService& bridge() { return *bridge_; }
     BookmarkStore& bookmarks() { return bookmarks_; }
     FolderBookmarks& folders() { return *folders_; }
-    FileSystem& files() { return *files_; }
-    FileIndex& index() { return *index_; }
+    const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
+    FileIndex& index() { return index_; }
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
@@ -55,13 +57,17 @@ private:
     std::shared_ptr<FileSystem> files_;
     std::shared_ptr<FileTypes> types_;
     std::shared_ptr<FolderBookmarks> folders_;
-    std::shared_ptr<DocumentReader> reader_;
-    std::unique_ptr<FileIndex> index_;
+    std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
+    DocumentReaderWorker indexReader_;             // for the index, at idle priority
+    index::DocumentTextSource texts_;
+    FileIndexSegments index_;
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
+    SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
     NoPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
+    WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
 };
 

@@ -1,7 +1,7 @@
 #include "app/ClientCommands.h"
 
 #include "Bridge/BookmarkResolver.h"
-#include "Bridge/GrantedFolders.h"
+#include "Bridge/ScopedAccess.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
 #include "base/Dates.h"
@@ -44,8 +44,7 @@ QString hitText(const SearchResult& hit, const QString& id) {
 
 } // namespace
 
-ClientCommands::ClientCommands(Client& client, std::function<void()> quit)
-    : client_(client), quit_(std::move(quit)) {}
+ClientCommands::ClientCommands(Client& client, std::function<void()> quit) : client_(client), quit_(std::move(quit)) {}
 
 Task<QByteArray> ClientCommands::answer(QByteArray request) {
     CommandAnswer answer;
@@ -134,7 +133,7 @@ CommandAnswer ClientCommands::share(const QStringList& paths) {
     for (const QString& path : paths) {
         if (!QDir::isAbsolutePath(path))
             return failed(QStringLiteral("Le chemin %1 n'est pas absolu.").arg(path));
-        const BookmarkEntry entry = client_.bookmarks().add(FileURL(path));
+        const BookmarkEntry entry = client_.bookmarks().add(FileURL{path});
         text += QStringLiteral("%1 est partagé (%2).\n").arg(path, entry.id.toString(QUuid::WithoutBraces).toUpper());
     }
     text.chop(1);
@@ -146,10 +145,11 @@ CommandAnswer ClientCommands::shares() {
     QString text;
     for (const QJsonValue& share : shares) {
         const QString path = share[QLatin1String("path")].toString();
-        text += QStringLiteral("%1  %2\n").arg(share[QLatin1String("id")].toString(),
-                                               path.isEmpty() ? QStringLiteral("%1 (introuvable)").arg(
-                                                                    share[QLatin1String("name")].toString())
-                                                              : path);
+        text +=
+            QStringLiteral("%1  %2\n")
+                .arg(share[QLatin1String("id")].toString(),
+                     path.isEmpty() ? QStringLiteral("%1 (introuvable)").arg(share[QLatin1String("name")].toString())
+                                    : path);
     }
     text.chop(1);
     if (shares.isEmpty())
@@ -161,9 +161,10 @@ CommandAnswer ClientCommands::unshare(const QStringList& names) {
     QString text;
     for (const QString& name : names) {
         std::vector<QUuid> ids;
+        const BookmarkResolver resolver(client_.folders());
         for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
-            const auto resolved = BookmarkResolver::resolve(client_.folders(), entry);
-            if (entry.id == QUuid::fromString(name) || (resolved && resolved->url.path() == QDir::cleanPath(name)))
+            const auto resolved = resolver.resolveIfPossible(entry);
+            if (entry.id == QUuid::fromString(name) || (resolved && resolved->url.path == QDir::cleanPath(name)))
                 ids.push_back(entry.id);
         }
         if (ids.empty())
@@ -182,10 +183,18 @@ CommandAnswer ClientCommands::bridge(bool on) {
 }
 
 Task<CommandAnswer> ClientCommands::search(QString words) {
-    const GrantedFolders granted(client_.bookmarks(), client_.folders());
-    if (granted.isEmpty())
+    std::vector<FileURL> folders;
+    std::vector<ScopedAccess> open;
+    const BookmarkResolver resolver(client_.folders());
+    for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
+        if (const auto resolved = resolver.resolveIfPossible(entry)) {
+            folders.push_back(resolved->url);
+            open.emplace_back(client_.sharedFolders(), resolved->url);
+        }
+    }
+    if (client_.bookmarks().entries().empty())
         co_return failed(QStringLiteral("Aucun dossier partagé n'est configuré sur le Mac."));
-    const auto hits = co_await client_.spotlight().search(words, granted.urls(), searchLimit, searchTimeout);
+    const auto hits = co_await client_.spotlight().search(words, folders, searchLimit, searchTimeout);
     QJsonArray items;
     QString text;
     for (const SearchResult& hit : hits) {
@@ -206,7 +215,7 @@ CommandAnswer ClientCommands::open(const QString& address) {
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
         return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    client_.workspace().open(url->path());
+    client_.workspace().open(url->path);
     return done();
 }
 

@@ -15,14 +15,19 @@ QJsonValue orNull(const std::optional<T>& value) {
 }
 
 QString bridgeWord(const BridgeService::Status& status) {
-    struct Word {
-        QString operator()(BridgeService::Off) const { return QStringLiteral("off"); }
-        QString operator()(BridgeService::Idle) const { return QStringLiteral("idle"); }
-        QString operator()(BridgeService::Polling) const { return QStringLiteral("polling"); }
-        QString operator()(const BridgeService::Busy&) const { return QStringLiteral("busy"); }
-        QString operator()(const BridgeService::Error&) const { return QStringLiteral("error"); }
-    };
-    return std::visit(Word{}, status);
+    switch (status.state) {
+    case BridgeService::Status::State::off:
+        return QStringLiteral("off");
+    case BridgeService::Status::State::idle:
+        return QStringLiteral("idle");
+    case BridgeService::Status::State::polling:
+        return QStringLiteral("polling");
+    case BridgeService::Status::State::busy:
+        return QStringLiteral("busy");
+    case BridgeService::Status::State::error:
+        return QStringLiteral("error");
+    }
+    Q_UNREACHABLE();
 }
 
 QJsonObject indexData(const IndexStatus& index) {
@@ -34,17 +39,15 @@ QJsonObject indexData(const IndexStatus& index) {
             {QStringLiteral("problem"), index.problem}};
 }
 
-QString line(const QString& label, const QString& value) {
-    return QStringLiteral("%1 : %2\n").arg(label, value);
-}
+QString line(const QString& label, const QString& value) { return QStringLiteral("%1 : %2\n").arg(label, value); }
 
 QString bridgeSentence(const QJsonObject& status) {
     const QString word = status[QLatin1String("bridge")].toString();
-    QString sentence = word == QLatin1String("off")       ? QStringLiteral("arrêté")
-                       : word == QLatin1String("busy")    ? QStringLiteral("occupé (%1)").arg(
-                                                             status[QLatin1String("bridge_task")].toString())
-                       : word == QLatin1String("error")   ? QStringLiteral("en erreur, nouvel essai bientôt")
-                                                          : QStringLiteral("en écoute");
+    QString sentence = word == QLatin1String("off") ? QStringLiteral("arrêté")
+                       : word == QLatin1String("busy")
+                           ? QStringLiteral("occupé (%1)").arg(status[QLatin1String("bridge_task")].toString())
+                       : word == QLatin1String("error") ? QStringLiteral("en erreur, nouvel essai bientôt")
+                                                        : QStringLiteral("en écoute");
     if (!status[QLatin1String("bridge_enabled")].toBool())
         sentence += QStringLiteral(", désactivé pour les tâches (« vennic bridge on » l'active)");
     return sentence;
@@ -53,8 +56,8 @@ QString bridgeSentence(const QJsonObject& status) {
 QString indexSentence(const QJsonObject& index) {
     const QLocale french(QLocale::French);
     const QString files = french.toString(index[QLatin1String("files")].toInteger());
-    QString sentence = QStringLiteral("%1 éléments, %2").arg(
-        files, french.formattedDataSize(index[QLatin1String("bytes")].toInteger()));
+    QString sentence = QStringLiteral("%1 éléments, %2")
+                           .arg(files, french.formattedDataSize(index[QLatin1String("bytes")].toInteger()));
     if (const qint64 pending = index[QLatin1String("pending")].toInteger())
         sentence += QStringLiteral(", %1 encore à lire").arg(french.toString(pending));
     else if (!index[QLatin1String("ready")].toBool())
@@ -70,11 +73,12 @@ QString indexSentence(const QJsonObject& index) {
 
 QJsonArray sharesData(Client& client) {
     QJsonArray shares;
+    const BookmarkResolver resolver(client.folders());
     for (const BookmarkEntry& entry : client.bookmarks().entries()) {
-        const auto resolved = BookmarkResolver::resolve(client.folders(), entry);
+        const auto resolved = resolver.resolveIfPossible(entry);
         shares.append(QJsonObject{{QStringLiteral("id"), entry.id.toString(QUuid::WithoutBraces).toUpper()},
                                   {QStringLiteral("name"), entry.displayName},
-                                  {QStringLiteral("path"), resolved ? resolved->url.path() : QString()},
+                                  {QStringLiteral("path"), resolved ? resolved->url.path : QString()},
                                   {QStringLiteral("found"), resolved.has_value()}});
     }
     return shares;
@@ -83,7 +87,7 @@ QJsonArray sharesData(Client& client) {
 QJsonObject statusData(Client& client) {
     const AppSession& session = client.session();
     const BridgeService& bridge = client.bridge();
-    const auto* busy = std::get_if<BridgeService::Busy>(&bridge.status());
+    const std::optional<BridgeTaskKind> task = bridge.status().kind;
     const std::optional<QString> error = session.lastError() ? session.lastError() : bridge.lastErrorMessage();
     const auto& last = bridge.lastTaskAt();
     return {{QStringLiteral("authenticated"), session.isAuthenticated()},
@@ -91,7 +95,7 @@ QJsonObject statusData(Client& client) {
             {QStringLiteral("user_id"), orNull(session.userId())},
             {QStringLiteral("bridge_enabled"), session.bridgeEnabled()},
             {QStringLiteral("bridge"), bridgeWord(bridge.status())},
-            {QStringLiteral("bridge_task"), busy ? QJsonValue(QString(rawValue(busy->kind))) : QJsonValue()},
+            {QStringLiteral("bridge_task"), task ? QJsonValue(QString(rawValue(*task))) : QJsonValue()},
             {QStringLiteral("tasks_served"), bridge.tasksServed()},
             {QStringLiteral("last_error"), orNull(error)},
             {QStringLiteral("last_task_at"), last ? QJsonValue(iso8601(*last)) : QJsonValue()},

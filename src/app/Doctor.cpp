@@ -1,0 +1,165 @@
+#include "app/Doctor.h"
+
+#include "backend/Deployment.h"
+#include "backend/PinnedRoots.h"
+#include "linux/CredentialStoreChoice.h"
+#include "linux/UserPresencePolkit.h"
+#include "linux/worker/DocumentReaderWorker.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QTemporaryDir>
+
+#include <functional>
+#include <vector>
+
+namespace vennic {
+
+namespace {
+
+enum class Verdict { good, limited, bad };
+
+struct Finding {
+    Verdict verdict = Verdict::good;
+    QString words;
+    QString remedy; // what to do about it; empty when all is well
+};
+
+struct Check {
+    QString subject;
+    std::function<Finding()> look;
+};
+
+Finding deployment(const Paths& paths) {
+    const Deployment found = Deployment::load(paths.resources + QStringLiteral("/deployment.json"));
+    return {.words = found.backendUrl};
+}
+
+Finding pinnedRoots(const Paths& paths) {
+    const QString path = paths.resources + QStringLiteral("/pinned-roots.pem");
+    const auto count = loadPinnedRoots(path)->ders.size();
+    if (count == 0)
+        return {Verdict::bad, QStringLiteral("aucun certificat dans %1").arg(path),
+                QStringLiteral("Installe le fichier pinned-roots.pem de ce backend.")};
+    return {.words = QStringLiteral("%1 certificat(s)").arg(count)};
+}
+
+Finding worker(const Paths& paths) {
+    const QString remedy = QStringLiteral("Réinstalle vennic-worker à côté de vennic ; il a besoin d'un noyau avec "
+                                          "Landlock et seccomp.");
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("essai.txt"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write("été") != 5)
+        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
+    file.close();
+    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")));
+    const QString text = reader.plainText(path, 100).text;
+    reader.close();
+    if (text != QStringLiteral("été"))
+        return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
+    return {.words = QStringLiteral("enfermé, et lit")};
+}
+
+Finding credentials(const Paths& paths) {
+    UserPresencePolkit presence;
+    const auto store = makeCredentialStore(paths.data + QStringLiteral("/credentials.json"), presence);
+    if (store->kind() == QLatin1String("file"))
+        return {Verdict::limited, QStringLiteral("aucun trousseau de session ne répond : coffre dans un fichier 0600"),
+                QStringLiteral("Installe et ouvre un trousseau (gnome-keyring) pour que le jeton soit chiffré.")};
+    return {.words = QStringLiteral("trousseau de session")};
+}
+
+Finding presence() {
+    UserPresencePolkit presence;
+    if (!presence.isAvailable())
+        return {Verdict::limited, QStringLiteral("le système ne sait pas la demander"),
+                QStringLiteral("Pour le mode haute sécurité, installe polkit et la règle com.vennic.desktop.policy.")};
+    return {.words = QStringLiteral("polkit")};
+}
+
+Finding watches() {
+    QFile file(QStringLiteral("/proc/sys/fs/inotify/max_user_watches"));
+    const bool known = file.open(QIODevice::ReadOnly);
+    const qint64 most = known ? file.readAll().trimmed().toLongLong() : 0;
+    if (most == 0)
+        return {Verdict::limited, QStringLiteral("inotify n'est pas disponible"),
+                QStringLiteral("Les changements ne seront vus qu'aux relectures.")};
+    if (most < 65536)
+        return {Verdict::limited, QStringLiteral("%1 dossiers surveillés au plus").arg(most),
+                QStringLiteral("Augmente fs.inotify.max_user_watches si tu partages de très grands dossiers.")};
+    return {.words = QStringLiteral("%1 dossiers surveillés au plus").arg(most)};
+}
+
+Finding types() {
+    if (!QFileInfo::exists(QStringLiteral("/usr/share/mime/globs2")))
+        return {Verdict::limited, QStringLiteral("seule la table intégrée est connue"),
+                QStringLiteral("Installe shared-mime-info.")};
+    return {.words = QStringLiteral("shared-mime-info")};
+}
+
+Finding client(Instance& instance) {
+    if (!instance.ask(encodeCommandRequest({QStringLiteral("status"), {}, {}}), std::chrono::seconds{5}))
+        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), QStringLiteral("Lance « vennic ».")};
+    return {.words = QStringLiteral("Vennic tourne")};
+}
+
+Finding lookAt(const Check& check) {
+    try {
+        return check.look();
+    } catch (const std::exception& error) {
+        return {Verdict::bad, localizedDescription(error), {}};
+    }
+}
+
+QLatin1String word(Verdict verdict) {
+    switch (verdict) {
+    case Verdict::good:
+        return QLatin1String("ok");
+    case Verdict::limited:
+        return QLatin1String("limited");
+    case Verdict::bad:
+        return QLatin1String("bad");
+    }
+    Q_UNREACHABLE();
+}
+
+QString mark(Verdict verdict) {
+    return verdict == Verdict::good      ? QStringLiteral("✓")
+           : verdict == Verdict::limited ? QStringLiteral("–")
+                                         : QStringLiteral("✗");
+}
+
+} // namespace
+
+CommandAnswer examine(const Paths& paths, Instance& instance) {
+    const std::vector<Check> checks{
+        {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
+        {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
+        {QStringLiteral("Lecteur de documents"), [&] { return worker(paths); }},
+        {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
+        {QStringLiteral("Présence de l'utilisateur"), presence},
+        {QStringLiteral("Suivi des dossiers"), watches},
+        {QStringLiteral("Types de fichiers"), types},
+        {QStringLiteral("Client"), [&] { return client(instance); }},
+    };
+    CommandAnswer answer;
+    QJsonArray data;
+    for (const Check& check : checks) {
+        const Finding finding = lookAt(check);
+        if (finding.verdict == Verdict::bad)
+            answer.status = ExitStatus::failed;
+        answer.text += QStringLiteral("%1 %2 : %3\n").arg(mark(finding.verdict), check.subject, finding.words);
+        if (!finding.remedy.isEmpty())
+            answer.text += QStringLiteral("    %1\n").arg(finding.remedy);
+        data.append(QJsonObject{{QStringLiteral("name"), check.subject},
+                                {QStringLiteral("verdict"), QString(word(finding.verdict))},
+                                {QStringLiteral("finding"), finding.words},
+                                {QStringLiteral("remedy"), finding.remedy}});
+    }
+    answer.text.chop(1);
+    answer.data = {{QStringLiteral("checks"), data}};
+    return answer;
+}
+
+} // namespace vennic
