@@ -26,8 +26,10 @@ CommandRequest requestOf(const CommandLine& line) {
     return request;
 }
 
+/// Data and reports go to standard output whatever they say; a bare reason of failure goes to standard error.
 ExitStatus print(const CommandAnswer& answer, bool json) {
-    if (answer.status != ExitStatus::done)
+    const bool report = answer.status == ExitStatus::done || !answer.data.isEmpty();
+    if (!report)
         writeError(answer.text + QLatin1Char('\n'));
     else if (json)
         writeOutput(QString::fromUtf8(QJsonDocument(answer.data).toJson(QJsonDocument::Indented)));
