@@ -31,15 +31,15 @@ struct TrustAnchors {
 
 struct HttpRequest {
     QByteArray method = "GET";
-    QUrl url;
-    std::vector<HttpHeader> headers;
-    std::vector<SecretHttpHeader> secretHeaders;
-    std::optional<QByteArray> body;
+    QUrl url{};
+    std::vector<HttpHeader> headers{};
+    std::vector<SecretHttpHeader> secretHeaders{};
+    std::optional<QByteArray> body{};
     /// Longest silence on the wire (RFC 9110 has no such limit; it is ours). The whole exchange ends after four
     /// times this.
     std::chrono::milliseconds timeout = std::chrono::seconds{60};
     /// With anchors only they count; without, the system's trust store does. TLS 1.2 or higher either way.
-    std::shared_ptr<const TrustAnchors> anchors;
+    std::shared_ptr<const TrustAnchors> anchors{};
     qint64 maxAnswerBytes = 16 * 1024 * 1024;
 };
 

@@ -133,7 +133,7 @@ TEST_F(Keychain, theDeviceIdentifierIsMadeOnceAndKept) {
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
     EXPECT_EQ(made, 1);
     EXPECT_TRUE(credentials.contains(deviceItem));
-    EXPECT_TRUE(preferences.writes.isEmpty());
+    EXPECT_TRUE(preferences.writes.empty());
 }
 
 TEST_F(Keychain, aReadOnlyStoreKeepsTheDeviceIdentifierInThePreferences) {

@@ -23,7 +23,7 @@ struct Http : testing::Test {
         return request;
     }
     std::shared_ptr<const TrustAnchors> anchorsFor(const char* url) {
-        transport.willAnswer(200);
+        transport.answerWith(200);
         test::await(http.data(request(url)));
         return transport.requests.back().anchors;
     }
@@ -41,24 +41,24 @@ TEST_F(Http, onlyTheApiHostIsPinned) {
 TEST_F(Http, anchorsThatACallerBringsDontCount) {
     auto foreign = request("https://staging.vennic.test/");
     foreign.anchors = std::make_shared<TrustAnchors>(TrustAnchors{{"foreign"}});
-    transport.willAnswer(200);
+    transport.answerWith(200);
     test::await(http.data(std::move(foreign)));
     EXPECT_EQ(transport.requests.back().anchors, nullptr);
 }
 
 TEST_F(Http, withoutRootsTheApiHostTrustsNobodyAndOthersStillWork) {
     VennicHTTP bare{transport, QStringLiteral("api.vennic.test"), nullptr};
-    transport.willAnswer(200);
+    transport.answerWith(200);
     test::await(bare.data(request("https://api.vennic.test/")));
     ASSERT_NE(transport.requests.back().anchors, nullptr);
     EXPECT_TRUE(transport.requests.back().anchors->ders.empty());
-    transport.willAnswer(200);
+    transport.answerWith(200);
     test::await(bare.data(request("https://staging.vennic.test/")));
     EXPECT_EQ(transport.requests.back().anchors, nullptr);
 }
 
 TEST_F(Http, a401IsAnnouncedAndHandedBack) {
-    transport.willAnswer(401, "expired");
+    transport.answerWith(401, "expired");
     const auto response = test::await(http.vennicData(request("https://api.vennic.test/")));
     EXPECT_EQ(response.status, 401);
     EXPECT_EQ(response.body, "expired");
@@ -66,22 +66,24 @@ TEST_F(Http, a401IsAnnouncedAndHandedBack) {
 }
 
 TEST_F(Http, noOtherAnswerIsAnnounced) {
+    std::vector<HttpResponse> answers{HttpResponse{}};
     for (const int status : {200, 204, 400, 402, 403, 404, 407, 500})
-        transport.willAnswer(status);
-    transport.willAnswerWithoutHttp();
-    while (!transport.outcomes.empty())
-        test::await(http.vennicData(request("https://api.vennic.test/")));
+        answers.push_back({status, {}, {}});
+    for (const auto& answer : answers) {
+        transport.answerWith(answer);
+        EXPECT_EQ(test::await(http.vennicData(request("https://api.vennic.test/"))).status, answer.status);
+    }
     EXPECT_EQ(failures, 0);
 }
 
 TEST_F(Http, plainDataAnnouncesNothing) {
-    transport.willAnswer(401);
+    transport.answerWith(401);
     EXPECT_EQ(test::await(http.data(request("https://api.vennic.test/"))).status, 401);
     EXPECT_EQ(failures, 0);
 }
 
 TEST_F(Http, anErrorOfTheTransportPassesWithoutAnnouncement) {
-    transport.willFail(TransportFault::tlsRefused);
+    transport.failWith(TransportFault::tlsRefused);
     try {
         test::await(http.vennicData(request("https://api.vennic.test/")));
         FAIL();

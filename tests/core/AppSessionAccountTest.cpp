@@ -62,7 +62,7 @@ TEST_F(Account, signingOutRevokesForgetsAndStops) {
     signedIn();
     session().setUserId(5);
     session().setUserEmail(QStringLiteral("a@b.c"));
-    transport.willAnswer(204);
+    transport.answerWith(204);
     EXPECT_TRUE(session().setToken(SecretText{" \n"}));
     EXPECT_EQ(storedToken(), QStringLiteral("none"));
     EXPECT_EQ(session().userToken(), std::nullopt);
@@ -80,13 +80,13 @@ TEST_F(Account, signingOutRevokesForgetsAndStops) {
 TEST_F(Account, aFailedRevokeIsIgnored) {
     for (const auto fault : {TransportFault::noNetwork, TransportFault::tlsRefused}) {
         signedIn();
-        transport.willFail(fault);
+        transport.failWith(fault);
         session().setToken({});
         settle();
         EXPECT_EQ(session().lastError(), std::nullopt);
     }
     signedIn();
-    transport.willAnswer(500, "panne");
+    transport.answerWith(500, "panne");
     session().setToken({});
     settle();
     EXPECT_EQ(session().lastError(), std::nullopt);
@@ -94,7 +94,7 @@ TEST_F(Account, aFailedRevokeIsIgnored) {
 
 TEST_F(Account, aRevokeThatIsAnsweredWith401ShowsNothing) {
     signedIn();
-    transport.willAnswer(401);
+    transport.answerWith(401);
     session().setToken({});
     settle();
     EXPECT_EQ(session().lastError(), std::nullopt);
@@ -104,7 +104,7 @@ TEST_F(Account, aRevokeThatIsAnsweredWith401ShowsNothing) {
 TEST_F(Account, aFailedDeletionOfTheTokenIsIgnored) {
     signedIn();
     credentials.removeStatus = CredentialStatus::notAvailable;
-    transport.willAnswer(204);
+    transport.answerWith(204);
     EXPECT_TRUE(session().setToken({}));
     EXPECT_EQ(session().userToken(), std::nullopt);
     EXPECT_EQ(session().lastError(), std::nullopt);
@@ -160,7 +160,7 @@ TEST_F(Account, a401WithAStoreThatRefusesToDeleteStillSignsOut) {
 
 TEST_F(Account, a401OfACallSignsOutAndTheCallerHasItsErrorToo) {
     signedIn();
-    transport.willAnswer(401, "dead");
+    transport.answerWith(401, "dead");
     const APIService api(http, config, session().userToken(), {});
     EXPECT_THROW(test::await(api.pollBridgeTask(25)), APIError);
     settle();
@@ -170,7 +170,7 @@ TEST_F(Account, a401OfACallSignsOutAndTheCallerHasItsErrorToo) {
 
 TEST_F(Account, a401OfAPairingLeavesTheSessionAlone) {
     signedIn();
-    transport.willAnswer(401, R"({"error":"code inconnu"})");
+    transport.answerWith(401, R"({"error":"code inconnu"})");
     EXPECT_THROW(test::await(APIService::claimPairing(http, config, QStringLiteral("X"))), APIError);
     settle();
     EXPECT_TRUE(session().isAuthenticated());

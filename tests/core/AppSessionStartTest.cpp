@@ -148,7 +148,7 @@ TEST_F(Start, startingWritesNothingAndSchedulesNothing) {
     store.writes.clear();
     session();
     settle();
-    EXPECT_TRUE(store.writes.isEmpty());
+    EXPECT_TRUE(store.writes.empty());
     EXPECT_EQ(preferences.pushes, 0);
     EXPECT_TRUE(transport.requests.empty());
 }
