@@ -49,7 +49,6 @@ TEST(Memory, aBodyThatUnpacksToAGigabyteIsNotUnpacked) {
     LoopbackServer server(backendServer());
     FaultBackend backend(server);
     server.onRequest(answers::gzipBomb());
-    EXPECT_EQ(backend.outcome(Call::revoke), "done"); // its body is nobody's business
     const qint64 before = peak();
     EXPECT_EQ(backend.outcome(Call::poll), "unreadable");
     EXPECT_LE(peak() - before, room);
