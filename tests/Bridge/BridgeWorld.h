@@ -2,9 +2,9 @@
 #include "Bridge/BackendDouble.h"
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
+#include "Bridge/FileIndexScript.h"
 #include "backend/APIConfig.h"
 #include "fakes/DocumentReaderFake.h"
-#include "fakes/FileIndexFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
@@ -43,7 +43,7 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderFake> reader = std::make_shared<DocumentReaderFake>();
-    FileIndexFake index;
+    FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
     HeartbeatSourceFake heartbeat;

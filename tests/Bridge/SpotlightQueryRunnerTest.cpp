@@ -1,9 +1,11 @@
 #include "Bridge/SpotlightQueryRunner.h"
 
-#include "fakes/FileIndexFake.h"
+#include "Bridge/FileIndexScript.h"
 #include "fakes/FileSystemFake.h"
 #include "support/Await.h"
 #include "support/TestClock.h"
+
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -36,12 +38,14 @@ QString names(const std::vector<SearchResult>& results) {
 }
 
 struct SpotlightQueryRunnerTest : ::testing::Test {
-    FileIndexFake index;
+    FileIndexScript index;
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     TestClock clock;
     std::vector<std::vector<SearchResult>> completed;
 
-    std::weak_ptr<SpotlightQueryRunner> start(FileIndexFake::Answer answer, qint64 limit = 10, double timeout = 5.0) {
+    /// A finished runner goes a turn of the loop later, and before what it works with.
+    void TearDown() override { QCoreApplication::sendPostedEvents(); }
+    std::weak_ptr<SpotlightQueryRunner> start(FileIndexScript::Answer answer, qint64 limit = 10, double timeout = 5.0) {
         index.answers.push_back(std::move(answer));
         SpotlightQueryRunner::Question question{{}, {FileURL{QStringLiteral("/d")}}, limit, timeout};
         auto runner = std::make_shared<SpotlightQueryRunner>(

@@ -1,6 +1,6 @@
 #include "Bridge/SpotlightSearch.h"
 
-#include "fakes/FileIndexFake.h"
+#include "Bridge/FileIndexScript.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "support/Await.h"
@@ -16,14 +16,14 @@ using namespace std::chrono_literals;
 namespace {
 
 struct SpotlightSearchTest : ::testing::Test {
-    FileIndexFake index;
+    FileIndexScript index;
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     TestClock clock;
     SpotlightSearch search{index, files, std::make_shared<FileTypesFake>(), clock};
     std::vector<FileURL> folders{FileURL{QStringLiteral("/d")}, FileURL{QStringLiteral("/e")}};
 
     void answer(std::initializer_list<const char16_t*> paths) {
-        FileIndexFake::Answer given;
+        FileIndexScript::Answer given;
         for (const char16_t* path : paths) {
             IndexItem item;
             item.path = QStringView(path).toString();
@@ -58,9 +58,9 @@ TEST_F(SpotlightSearchTest, everyWordIsAskedForFirstAndTheIndexsOrderStays) {
     EXPECT_EQ(found(u" facture  edf ", 4), QStringLiteral("/d/b /d/a"));
     ASSERT_EQ(index.questions.size(), 1U);
     EXPECT_EQ(index.questions[0],
-              (FileIndexFake::Question{{{QStringLiteral("*facture*"), QStringLiteral("*edf*")}, {{0, 1}}},
-                                       {QStringLiteral("/d"), QStringLiteral("/e")},
-                                       4}));
+              (FileIndexScript::Question{{{QStringLiteral("*facture*"), QStringLiteral("*edf*")}, {{0, 1}}},
+                                         {QStringLiteral("/d"), QStringLiteral("/e")},
+                                         4}));
 }
 
 TEST_F(SpotlightSearchTest, aSingleWordWithoutHitEndsThere) {

@@ -9,7 +9,7 @@ namespace vennic::test {
 
 /// An index that gives prepared answers, in order, and remembers what it was asked. Without a prepared answer a query
 /// gathers nothing and ends.
-class FileIndexFake final : public FileIndex {
+class FileIndexScript final : public FileIndex {
 public:
     struct Question {
         IndexPredicate predicate;
@@ -46,7 +46,7 @@ public:
 private:
     class Query final : public IndexQuery {
     public:
-        Query(FileIndexFake& index, Answer answer) : index_(index), answer_(std::move(answer)) { ++index_.live; }
+        Query(FileIndexScript& index, Answer answer) : index_(index), answer_(std::move(answer)) { ++index_.live; }
         Query(const Query&) = delete;
         Query& operator=(const Query&) = delete;
         ~Query() override { --index_.live; }
@@ -66,7 +66,7 @@ private:
         }
 
     private:
-        FileIndexFake& index_;
+        FileIndexScript& index_;
         Answer answer_;
         QObject context_;
     };
