@@ -21,7 +21,7 @@ QUuid uuid(const QString& text) {
 
 QByteArray bytes(const QString& base64) {
     auto decoded = QByteArray::fromBase64Encoding(base64.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-    if (!decoded)
+    if (!decoded || QLatin1String(decoded.decoded.toBase64()) != base64) // Qt does without the padding
         throw DecodingError(QStringLiteral("Données illisibles : un signet n'est pas en base64."));
     return std::move(decoded.decoded);
 }
