@@ -177,7 +177,9 @@ void Indexer::cycle() {
         fullWalk();
     const auto end = now + slice;
     bool busy = true;
-    if (work.walk.active())
+    if (work.store.purging() && !work.store.changing())
+        work.store.tend(end); // what was withdrawn goes first
+    else if (work.walk.active())
         work.walk.step(end);
     else if (!work.store.tend(end) && !readWaiting(end))
         busy = work.walkedOnce && !work.store.changing() && work.store.verifyNext();
@@ -274,14 +276,16 @@ bool Indexer::readWaiting(Moment end) {
     const auto waiting = work.store.catalogue().waiting(64);
     if (waiting.empty())
         return false;
+    bool any = false;
     for (const Entry& entry : waiting) {
-        if (stop_ || work.store.full() || steady_clock::now() >= end)
+        if (stop_ || work.store.full() || steady_clock::now() >= end || !work.reconciler.readerAnswers())
             break;
-        if (!work.reconciler.readerAnswers())
-            break;
+        if (work.dirty.contains({entry.folder, entry.name}))
+            continue; // still being written
         work.reconciler.readText(entry);
+        any = true;
     }
-    return true;
+    return any;
 }
 
 } // namespace vennic::index
