@@ -1,0 +1,26 @@
+#pragma once
+#include <QStringList>
+
+#include <chrono>
+
+namespace vennic::server {
+
+/// What the command line asks for.
+struct Options {
+    QString data;
+    QString listenAddress = QStringLiteral("127.0.0.1");
+    quint16 listenPort = 0; // 0: the kept one, else any free one
+    QStringList hosts;      // further names in the certificate
+    QString readyFile;
+    QString ownerEmail = QStringLiteral("proprietaire@localhost");
+    std::chrono::milliseconds taskTimeout = std::chrono::seconds{60};
+    bool help = false;
+    bool version = false;
+};
+
+/// Reads the arguments behind the program's name. Raises LocalizedError with what is wrong.
+Options readOptions(const QStringList& arguments);
+/// The text of --help.
+QString optionsHelp();
+
+} // namespace vennic::server

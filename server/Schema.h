@@ -1,0 +1,10 @@
+#pragma once
+
+namespace vennic::server {
+
+class Database;
+
+/// Makes the tables of an empty database. Raises DatabaseError for a file of a newer format.
+void prepareSchema(Database& database);
+
+} // namespace vennic::server
