@@ -17,7 +17,7 @@ namespace vennic::server {
 class Connection final : public std::enable_shared_from_this<Connection> {
 public:
     using Socket = boost::asio::ip::tcp::socket;
-    Connection(Socket socket, boost::asio::ssl::context& tls, Loop& loop, const Site& site,
+    Connection(Socket socket, boost::asio::ssl::context& tls, Loop& loop, const Site& site, const HttpLimits& limits,
                std::function<void(Connection*)> closed);
     ~Connection();
     void start();
@@ -54,6 +54,7 @@ private:
     boost::asio::ssl::stream<Socket> stream_;
     Loop& loop_;
     const Site& site_;
+    const HttpLimits& limits_;
     std::function<void(Connection*)> closed_;
     State state_ = State::Greeting;
     bool reading_ = false;
