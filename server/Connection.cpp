@@ -107,9 +107,7 @@ void Connection::start() {
         if (error || self->state_ == State::Closed)
             return self->close();
         self->setDeadline(self->limits_.head, [connection = self.get()] { connection->close(); });
-        self->parser_.emplace();
-        self->parser_->header_limit(headBytes);
-        self->state_ = State::Head;
+        self->expectHead();
         self->readMore();
     });
 }
@@ -144,10 +142,15 @@ void Connection::onRead(const ErrorCode& error, std::size_t count) {
         feed();
 }
 
-void Connection::nextRequest() {
+void Connection::expectHead() {
     state_ = State::Head;
     parser_.emplace();
     parser_->header_limit(headBytes);
+    parser_->body_limit(boost::none); // until the site has seen the head
+}
+
+void Connection::nextRequest() {
+    expectHead();
     outgoing_ = {};
     outgoingHead_.clear();
     admission_ = {};

@@ -36,6 +36,7 @@ private:
     void setDeadline(std::chrono::milliseconds limit, std::function<void()> then);
     void readMore();
     void onRead(const boost::system::error_code& error, std::size_t count);
+    void expectHead();
     void nextRequest();
     void feed();
     void headComplete();
