@@ -3,6 +3,7 @@ import { kindNamed, kinds } from "./kinds.js";
 import { milliseconds, resultNodes, stateBadge } from "./results.js";
 
 let machines = [];
+let tasks = []; // the newest ones
 let events = null;
 let running = false;
 
@@ -14,7 +15,8 @@ async function start() {
   running = true;
   for (;;) {
     try {
-      await Promise.all([showMachines(), showHistory()]);
+      await showHistory();
+      await showMachines();
     } catch (error) {
       if (error.status === 401) {
         running = false;
@@ -28,19 +30,27 @@ async function start() {
 
 // ---- machines
 
+// A machine that works on a task has no poll open, and between two polls there is a moment without one.
+function presence(machine) {
+  const working = tasks.some((task) => task.device_id === machine.device_id && ["delivered", "streaming"].includes(task.state));
+  if (working) return ["occupée", "good"];
+  const justSeen = Date.now() - new Date(machine.last_seen_at).getTime() < 3000;
+  return machine.connected || justSeen ? ["connectée", "good"] : ["absente", ""];
+}
+
 const gigabytes = (value) => value.toLocaleString("fr-FR", { maximumFractionDigits: 1 });
 
 function heartbeat(beat) {
   if (!beat) return null;
   const rows = [];
   const add = (label, value) => rows.push(element("dt", {}, label), element("dd", {}, value));
-  if (beat.loaded_model) add("Modèle", String(beat.loaded_model));
+  if (beat.loaded_model) add("Modèle chargé", String(beat.loaded_model));
   if (typeof beat.ram_total_gb === "number") {
     add("Mémoire", typeof beat.ram_used_gb === "number"
       ? `${gigabytes(beat.ram_used_gb)} sur ${gigabytes(beat.ram_total_gb)} Gio` : `${gigabytes(beat.ram_total_gb)} Gio`);
   }
   if (typeof beat.tok_per_sec_recent === "number") add("Vitesse", `${gigabytes(beat.tok_per_sec_recent)} jetons/s`);
-  if (Array.isArray(beat.downloaded_models)) add("Modèles", beat.downloaded_models.join(", "));
+  if (Array.isArray(beat.downloaded_models)) add("Sur le disque", beat.downloaded_models.join(", "));
   return rows.length ? element("dl", {}, ...rows) : null;
 }
 
@@ -52,9 +62,10 @@ async function remove(machine) {
 }
 
 function machineCard(machine) {
+  const [word, tone] = presence(machine);
   return element("li", { class: "machine" },
     element("header", {}, element("strong", {}, machine.nickname || "Sans nom"),
-      element("span", { class: `state ${machine.connected ? "good" : ""}` }, machine.connected ? "connectée" : "absente")),
+      element("span", { class: `state ${tone}` }, word)),
     heartbeat(machine.heartbeat),
     element("span", { class: "id code" }, machine.device_id),
     element("div", { class: "foot" }, element("span", { class: "hint" }, `Vue ${seen(machine.last_seen_at)}`),
@@ -83,7 +94,7 @@ async function showMachines() {
   const device = byId("device");
   const chosen = device.value;
   device.replaceChildren(...machines.map((machine) =>
-    element("option", { value: machine.device_id }, (machine.nickname || machine.device_id) + (machine.connected ? "" : " (absente)"))));
+    element("option", { value: machine.device_id }, (machine.nickname || machine.device_id) + (presence(machine)[0] === "absente" ? " (absente)" : ""))));
   const fallback = machines.find((machine) => machine.connected) ?? machines[0];
   device.value = machines.some((machine) => machine.device_id === chosen) ? chosen : fallback?.device_id ?? "";
 }
@@ -132,8 +143,7 @@ function setRaw(raw) {
 function use(kind, args) {
   setRaw(false);
   chooseKind(kind, args);
-  byId("task").scrollIntoView({ block: "nearest" });
-  byId("task").querySelector("button[type=submit]").focus();
+  byId("task").requestSubmit();
 }
 
 async function send(event) {
@@ -205,7 +215,7 @@ function brief(args) {
 
 let history = "";
 async function showHistory() {
-  const tasks = await call("GET", "/owner/tasks?limit=20");
+  tasks = await call("GET", "/owner/tasks?limit=20");
   const picture = JSON.stringify([tasks, machines.map((machine) => machine.nickname)]);
   if (picture === history) return;
   history = picture;
@@ -215,7 +225,7 @@ async function showHistory() {
     element("thead", {}, element("tr", {}, ...["Tâche", "Arguments", "Machine", "État", "Durée", "Demandée", ""].map((heading) =>
       element("th", { scope: "col" }, heading)))),
     element("tbody", {}, ...tasks.map((task) => element("tr", {},
-      element("td", {}, kindNamed(task.kind)?.label ?? task.kind), element("td", { class: "args" }, brief(task.args)),
+      element("td", { class: "name" }, kindNamed(task.kind)?.label ?? task.kind), element("td", { class: "args" }, brief(task.args)),
       element("td", {}, nameOf(task.device_id)), element("td", {}, stateBadge(task.state)),
       element("td", { class: "number" }, task.handled_ms === null ? "—" : milliseconds(task.handled_ms)),
       element("td", { class: "when" }, moment(task.created_at)),

@@ -52,7 +52,7 @@ async function watch(mine) {
       try {
         const { state } = await call("GET", `/owner/pairings/${code}`);
         if (mine !== round) return;
-        if (state === "claimed") return over("Association réussie : ce Mac est connecté au compte.", true);
+        if (state === "claimed") return over("Association réussie.", true);
         if (state === "expired") return over("Ce code a expiré.", false);
       } catch (error) {
         if (error.status === 401) return login.ask();

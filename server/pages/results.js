@@ -19,7 +19,7 @@ export function size(bytes) {
 }
 
 export function milliseconds(value) {
-  return value < 10_000 ? `${value.toLocaleString("fr-FR", { maximumFractionDigits: 1 })} ms`
+  return value < 1000 ? `${value.toLocaleString("fr-FR", { maximumFractionDigits: 1 })} ms`
     : `${(value / 1000).toLocaleString("fr-FR", { maximumFractionDigits: 1 })} s`;
 }
 
@@ -30,7 +30,7 @@ function table(headings, rows) {
 }
 
 const cell = (content, kind) => element("td", { class: kind ?? "" }, content ?? "");
-const named = (name, under) => element("td", {}, String(name ?? ""), under ? element("span", { class: "under" }, String(under)) : null);
+const named = (name, under) => element("td", { class: "name" }, String(name ?? ""), under ? element("span", { class: "under" }, String(under)) : null);
 const list = (value) => (Array.isArray(value) ? value : []);
 const counted = (count, one, many) => element("p", { class: "hint" }, count === 0 ? `Aucun ${one}.` : `${count} ${count === 1 ? one : many}`);
 const prose = (text) => element("pre", { class: "prose" }, text);
@@ -113,7 +113,7 @@ const renderers = {
     result.text ? prose(result.text) : element("p", { class: "empty" }, "Aucun texte reconnu.")],
 };
 
-// The nodes that show `result`; `use(kind, args)` fills the form with a next task.
+// The nodes that show `result`; `use(kind, args)` asks the same machine for a next task.
 export function resultNodes(kind, result, use) {
   const whole = element("details", {}, element("summary", {}, "Réponse brute (JSON)"),
     element("pre", {}, JSON.stringify(result, null, 2)));
