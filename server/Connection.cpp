@@ -15,10 +15,10 @@ using ErrorCode = boost::system::error_code;
 
 namespace {
 constexpr auto drainTime = 2s;
-constexpr std::size_t headBytes = 64 * 1024;
-constexpr std::size_t readStep = 16 * 1024;
-constexpr std::size_t drainBytes = 64 * 1024 * 1024;
-constexpr std::size_t eventBacklog = 1024 * 1024;
+constexpr std::size_t headBytes = std::size_t{64} * 1024;
+constexpr std::size_t readStep = std::size_t{16} * 1024;
+constexpr std::size_t drainBytes = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t eventBacklog = std::size_t{1024} * 1024;
 
 void appendField(std::string& head, const QByteArray& name, const QByteArray& value) {
     head.append(name.constData(), static_cast<std::size_t>(name.size())).append(": ");
@@ -36,7 +36,7 @@ std::string startOfHead(int status) {
 /// The side of one request that handlers hold. An unanswered one answers 500 when it goes.
 class Connection::Answer final : public Exchange {
 public:
-    explicit Answer(std::shared_ptr<Connection> connection) : connection_(std::move(connection)) {}
+    explicit Answer(const std::shared_ptr<Connection>& connection) : connection_(connection) {}
     Answer(const Answer&) = delete;
     Answer& operator=(const Answer&) = delete;
     ~Answer() override {
@@ -144,7 +144,7 @@ void Connection::onRead(const ErrorCode& error, std::size_t count) {
 
 void Connection::expectHead() {
     state_ = State::Head;
-    parser_.emplace();
+    parser_ = std::make_unique<Parser>();
     parser_->header_limit(headBytes);
     parser_->body_limit(boost::none); // until the site has seen the head
 }
@@ -272,7 +272,7 @@ void Connection::respond(Response response) {
         outgoing_.body.clear();
     setDeadline(limits_.write, [this] { close(); });
     // One buffer for a small answer, so that it travels in one record and one packet.
-    constexpr qsizetype joined = 8 * 1024;
+    constexpr qsizetype joined = 8192;
     if (outgoing_.body.size() <= joined) {
         outgoingHead_.append(outgoing_.body.constData(), static_cast<std::size_t>(outgoing_.body.size()));
         outgoing_.body.clear();

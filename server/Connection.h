@@ -8,7 +8,6 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <deque>
-#include <optional>
 
 namespace vennic::server {
 
@@ -67,7 +66,7 @@ private:
     std::size_t drained_ = 0;
     QString remoteAddress_;
     boost::beast::flat_buffer buffer_;
-    std::optional<Parser> parser_;
+    std::unique_ptr<Parser> parser_; // while a request is read
     Admission admission_;
     std::weak_ptr<Answer> answer_;
     std::string outgoingHead_;

@@ -29,7 +29,7 @@ Server::Server(const Options& options, std::function<qint64()> wallClock)
         try {
             port_ = http_->listen(options_.listenAddress, folder_.port());
         } catch (const LocalizedError&) {
-            // Someone else has it now: any other does.
+            port_ = 0; // someone else has it now: any other does
         }
     }
     if (port_ == 0)

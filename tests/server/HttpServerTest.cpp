@@ -128,6 +128,16 @@ TEST(HttpServerTest, oneConnectionTooManyTakesThePlaceOfTheOldestIdleOne) {
     EXPECT_EQ(third.request("GET", "/console").status, 200);
 }
 
+TEST(HttpServerTest, aHeadOfAPollTakesNoTask) {
+    const RunningServer server;
+    const QByteArray token = server.pair();
+    const QByteArray id = server.submit("A", "read");
+    TlsPeer peer = server.connect();
+    peer.send(requestText("HEAD", "/api/v1/bridge/tasks/next?wait=1", clientFields(token, "A"), {}));
+    EXPECT_TRUE(peer.readUntil("\r\n\r\n").startsWith("HTTP/1.1 405 "));
+    EXPECT_EQ(server.task(id).value(QLatin1String("state")), QStringLiteral("queued"));
+}
+
 TEST(HttpServerTest, pagesComeWithAStrictPolicyAndHeadWithoutABody) {
     const RunningServer server;
     TlsPeer peer = server.connect();
