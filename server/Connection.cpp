@@ -14,15 +14,11 @@ using namespace std::chrono_literals;
 using ErrorCode = boost::system::error_code;
 
 namespace {
-constexpr auto headLimit = 10s; // also for the TLS greeting
-constexpr auto bodyTime = 30s;
-constexpr auto idleTime = 120s;
-constexpr auto writeTime = 60s;
 constexpr auto drainTime = 2s;
-constexpr std::size_t headBytes = 64 * 1024;
-constexpr std::size_t readStep = 16 * 1024;
-constexpr std::size_t drainBytes = 64 * 1024 * 1024;
-constexpr std::size_t eventBacklog = 1024 * 1024;
+constexpr std::size_t headBytes = std::size_t{64} * 1024;
+constexpr std::size_t readStep = std::size_t{16} * 1024;
+constexpr std::size_t drainBytes = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t eventBacklog = std::size_t{1024} * 1024;
 
 void appendField(std::string& head, const QByteArray& name, const QByteArray& value) {
     head.append(name.constData(), static_cast<std::size_t>(name.size())).append(": ");
@@ -40,7 +36,7 @@ std::string startOfHead(int status) {
 /// The side of one request that handlers hold. An unanswered one answers 500 when it goes.
 class Connection::Answer final : public Exchange {
 public:
-    explicit Answer(std::shared_ptr<Connection> connection) : connection_(std::move(connection)) {}
+    explicit Answer(const std::shared_ptr<Connection>& connection) : connection_(connection) {}
     Answer(const Answer&) = delete;
     Answer& operator=(const Answer&) = delete;
     ~Answer() override {
@@ -88,9 +84,9 @@ private:
     bool answered_ = false;
 };
 
-Connection::Connection(Socket socket, asio::ssl::context& tls, Loop& loop, const Site& site,
+Connection::Connection(Socket socket, asio::ssl::context& tls, Loop& loop, const Site& site, const HttpLimits& limits,
                        std::function<void(Connection*)> closed)
-    : stream_(std::move(socket), tls), loop_(loop), site_(site), closed_(std::move(closed)),
+    : stream_(std::move(socket), tls), loop_(loop), site_(site), limits_(limits), closed_(std::move(closed)),
       buffer_(headBytes + readStep) {
     ErrorCode error;
     stream_.next_layer().set_option(asio::ip::tcp::no_delay(true), error);
@@ -106,14 +102,12 @@ void Connection::setDeadline(std::chrono::milliseconds limit, std::function<void
 }
 
 void Connection::start() {
-    setDeadline(headLimit, [this] { close(); });
+    setDeadline(limits_.head, [this] { close(); });
     stream_.async_handshake(asio::ssl::stream_base::server, [self = shared_from_this()](const ErrorCode& error) {
         if (error || self->state_ == State::Closed)
             return self->close();
-        self->setDeadline(headLimit, [connection = self.get()] { connection->close(); });
-        self->parser_.emplace();
-        self->parser_->header_limit(headBytes);
-        self->state_ = State::Head;
+        self->setDeadline(self->limits_.head, [connection = self.get()] { connection->close(); });
+        self->expectHead();
         self->readMore();
     });
 }
@@ -142,24 +136,29 @@ void Connection::onRead(const ErrorCode& error, std::size_t count) {
     const bool first = state_ == State::Head && buffer_.size() == 0;
     buffer_.commit(count);
     if (first && deadline_)
-        setDeadline(headLimit, [this] { close(); });
+        setDeadline(limits_.head, [this] { close(); });
     // What comes while an answer is made is kept for afterwards, one read at most.
     if (state_ == State::Head || state_ == State::Body)
         feed();
 }
 
-void Connection::nextRequest() {
+void Connection::expectHead() {
     state_ = State::Head;
-    parser_.emplace();
+    parser_ = std::make_unique<Parser>();
     parser_->header_limit(headBytes);
+    parser_->body_limit(boost::none); // until the site has seen the head
+}
+
+void Connection::nextRequest() {
+    expectHead();
     outgoing_ = {};
     outgoingHead_.clear();
     admission_ = {};
     if (buffer_.size() > 0) {
-        setDeadline(headLimit, [this] { close(); });
+        setDeadline(limits_.head, [this] { close(); });
         return feed();
     }
-    setDeadline(idleTime, [this] { close(); });
+    setDeadline(limits_.idle, [this] { close(); });
     readMore();
 }
 
@@ -213,7 +212,7 @@ void Connection::headComplete() {
         return refuse(HttpError(413, QStringLiteral("Le corps de la requête est trop gros.")));
     parser_->body_limit(admission_.bodyLimit);
     state_ = State::Body;
-    setDeadline(bodyTime, [this] {
+    setDeadline(limits_.body, [this] {
         keepAlive_ = false;
         refuse(HttpError(408, QStringLiteral("Le corps de la requête a mis trop de temps à arriver.")));
     });
@@ -271,9 +270,9 @@ void Connection::respond(Response response) {
     outgoingHead_ += "\r\n";
     if (headOnly_)
         outgoing_.body.clear();
-    setDeadline(writeTime, [this] { close(); });
+    setDeadline(limits_.write, [this] { close(); });
     // One buffer for a small answer, so that it travels in one record and one packet.
-    constexpr qsizetype joined = 8 * 1024;
+    constexpr qsizetype joined = 8192;
     if (outgoing_.body.size() <= joined) {
         outgoingHead_.append(outgoing_.body.constData(), static_cast<std::size_t>(outgoing_.body.size()));
         outgoing_.body.clear();
@@ -325,7 +324,7 @@ void Connection::writeEvents() {
         return setDeadline(quiet, [this] { queueEvent(": \n\n", false); });
     }
     writingEvents_ = true;
-    setDeadline(writeTime, [this] { peerGone(); });
+    setDeadline(limits_.write, [this] { peerGone(); });
     asio::async_write(stream_, asio::buffer(events_.front()),
                       [self = shared_from_this()](const ErrorCode& error, std::size_t) {
                           self->writingEvents_ = false;

@@ -8,7 +8,6 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <deque>
-#include <optional>
 
 namespace vennic::server {
 
@@ -17,7 +16,7 @@ namespace vennic::server {
 class Connection final : public std::enable_shared_from_this<Connection> {
 public:
     using Socket = boost::asio::ip::tcp::socket;
-    Connection(Socket socket, boost::asio::ssl::context& tls, Loop& loop, const Site& site,
+    Connection(Socket socket, boost::asio::ssl::context& tls, Loop& loop, const Site& site, const HttpLimits& limits,
                std::function<void(Connection*)> closed);
     ~Connection();
     void start();
@@ -36,6 +35,7 @@ private:
     void setDeadline(std::chrono::milliseconds limit, std::function<void()> then);
     void readMore();
     void onRead(const boost::system::error_code& error, std::size_t count);
+    void expectHead();
     void nextRequest();
     void feed();
     void headComplete();
@@ -54,6 +54,7 @@ private:
     boost::asio::ssl::stream<Socket> stream_;
     Loop& loop_;
     const Site& site_;
+    const HttpLimits& limits_;
     std::function<void(Connection*)> closed_;
     State state_ = State::Greeting;
     bool reading_ = false;
@@ -65,7 +66,7 @@ private:
     std::size_t drained_ = 0;
     QString remoteAddress_;
     boost::beast::flat_buffer buffer_;
-    std::optional<Parser> parser_;
+    std::unique_ptr<Parser> parser_; // while a request is read
     Admission admission_;
     std::weak_ptr<Answer> answer_;
     std::string outgoingHead_;

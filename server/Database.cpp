@@ -112,6 +112,8 @@ void Database::script(const char* sql) {
 
 int Database::changes() const { return sqlite3_changes(handle_); }
 
+void Database::rollBack() noexcept { sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr); }
+
 void Database::fail() const {
     throw DatabaseError(QStringLiteral("La base de données a refusé l'opération : ") +
                         QString::fromUtf8(handle_ ? sqlite3_errmsg(handle_) : "out of memory"));
@@ -120,13 +122,8 @@ void Database::fail() const {
 Transaction::Transaction(Database& database) : database_(database) { database_.script("BEGIN IMMEDIATE"); }
 
 Transaction::~Transaction() {
-    if (!open_)
-        return;
-    try {
-        database_.script("ROLLBACK");
-    } catch (const DatabaseError&) {
-        // SQLite has rolled back by itself where ROLLBACK fails.
-    }
+    if (open_)
+        database_.rollBack();
 }
 
 void Transaction::commit() {

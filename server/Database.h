@@ -84,6 +84,8 @@ public:
     /// Runs several statements without values.
     void script(const char* sql);
     int changes() const;
+    /// Undoes the open transaction; none is open where SQLite has undone it already.
+    void rollBack() noexcept;
 
 private:
     friend class Query;

@@ -28,6 +28,15 @@ struct RequestHead {
     qint64 number(const char* name, qint64 otherwise) const;
 };
 
+/// How long and how much a connection may take.
+struct HttpLimits {
+    std::chrono::milliseconds head = std::chrono::seconds{10}; // for a request's head, and for the TLS greeting
+    std::chrono::milliseconds body = std::chrono::seconds{30};
+    std::chrono::milliseconds idle = std::chrono::seconds{120}; // between two requests
+    std::chrono::milliseconds write = std::chrono::seconds{60};
+    std::size_t connections = 256;
+};
+
 struct Response {
     int status = 200;
     QByteArray contentType; // empty: none, as for 204

@@ -12,8 +12,6 @@ using asio::ip::tcp;
 using ErrorCode = boost::system::error_code;
 
 namespace {
-constexpr std::size_t mostConnections = 256;
-
 int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* length, const unsigned char* offered,
                    unsigned int offeredLength, void*) {
     static constexpr unsigned char ours[] = "\x08http/1.1";
@@ -26,7 +24,8 @@ int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* length, co
 } // namespace
 
 struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
-    Engine(Loop& loop_, Site site_) : loop(loop_), site(std::move(site_)), acceptor(loop_.context()) {}
+    Engine(Loop& loop_, Site site_, const HttpLimits& limits_)
+        : loop(loop_), site(std::move(site_)), limits(limits_), acceptor(loop_.context()) {}
 
     void accept() {
         acceptor.async_accept([self = shared_from_this()](const ErrorCode& error, tcp::socket socket) {
@@ -42,7 +41,7 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
     }
 
     void take(tcp::socket socket) {
-        if (connections.size() >= mostConnections) {
+        if (connections.size() >= limits.connections) {
             for (const auto& connection : connections) {
                 if (connection->isWaiting()) {
                     const auto keep = connection;
@@ -51,10 +50,10 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
                 }
             }
         }
-        if (connections.size() >= mostConnections)
+        if (connections.size() >= limits.connections)
             return;
         const auto connection =
-            std::make_shared<Connection>(std::move(socket), tls, loop, site, [this](Connection* ended) {
+            std::make_shared<Connection>(std::move(socket), tls, loop, site, limits, [this](Connection* ended) {
                 connections.remove_if([ended](const auto& each) { return each.get() == ended; });
                 if (stopping && connections.empty() && whenEmpty)
                     std::exchange(whenEmpty, nullptr)();
@@ -65,6 +64,7 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
 
     Loop& loop;
     Site site;
+    HttpLimits limits;
     asio::ssl::context tls{asio::ssl::context::tls_server};
     tcp::acceptor acceptor;
     std::list<std::shared_ptr<Connection>> connections; // oldest first
@@ -73,8 +73,8 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
     TimeKeeper::Timer pause;
 };
 
-HttpServer::HttpServer(Loop& loop, const ServerIdentity& identity, Site site)
-    : engine_(std::make_shared<Engine>(loop, std::move(site))) {
+HttpServer::HttpServer(Loop& loop, const ServerIdentity& identity, Site site, const HttpLimits& limits)
+    : engine_(std::make_shared<Engine>(loop, std::move(site), limits)) {
     auto& tls = engine_->tls;
     tls.set_options(asio::ssl::context::default_workarounds | asio::ssl::context::no_sslv3 |
                     asio::ssl::context::no_tlsv1 | asio::ssl::context::no_tlsv1_1);

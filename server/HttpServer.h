@@ -11,11 +11,11 @@ struct ServerIdentity {
     QByteArray key;
 };
 
-/// Listens for TLS connections and hands their requests to a site. At most 256 connections at a time; past that, the
-/// oldest one that is waiting for a request gives way.
+/// Listens for TLS connections and hands their requests to a site. At most `limits.connections` at a time; past that,
+/// the oldest one that is waiting for a request gives way.
 class HttpServer {
 public:
-    HttpServer(Loop& loop, const ServerIdentity& identity, Site site);
+    HttpServer(Loop& loop, const ServerIdentity& identity, Site site, const HttpLimits& limits = {});
     ~HttpServer();
     /// Listens there; port 0 picks a free one. The port. Raises LocalizedError.
     quint16 listen(const QString& address, quint16 port);

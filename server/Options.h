@@ -1,4 +1,6 @@
 #pragma once
+#include "server/Http.h"
+
 #include <QStringList>
 
 #include <chrono>
@@ -14,6 +16,7 @@ struct Options {
     QString readyFile;
     QString ownerEmail = QStringLiteral("proprietaire@localhost");
     std::chrono::milliseconds taskTimeout = std::chrono::seconds{60};
+    HttpLimits limits; // not on the command line
     bool help = false;
     bool version = false;
 };

@@ -22,13 +22,14 @@ Server::Server(const Options& options, std::function<qint64()> wallClock)
     addBridgeRoutes(router_, machines_, *tasks_, loop_);
     addOwnerRoutes(router_, {accounts_, pairings_, machines_, *tasks_, store_, gate_, loop_});
     addPages(router_);
-    http_ = std::make_unique<HttpServer>(loop_, obtainIdentity(folder_, options_.hosts),
-                                         [this](RequestHead head) { return router_.admit(std::move(head)); });
+    http_ = std::make_unique<HttpServer>(
+        loop_, obtainIdentity(folder_, options_.hosts),
+        [this](RequestHead head) { return router_.admit(std::move(head)); }, options_.limits);
     if (options_.listenPort == 0 && folder_.port() != 0) {
         try {
             port_ = http_->listen(options_.listenAddress, folder_.port());
         } catch (const LocalizedError&) {
-            // Someone else has it now: any other does.
+            port_ = 0; // someone else has it now: any other does
         }
     }
     if (port_ == 0)

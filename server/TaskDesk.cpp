@@ -183,13 +183,14 @@ void TaskDesk::failed(const DeviceKey& key, const QString& id, const QString& me
 }
 
 void TaskDesk::answered(TaskRecord task, TaskState state, std::chrono::nanoseconds arrived) {
-    task.answeredAt = time_.wallMs();
+    const qint64 now = time_.wallMs();
+    task.answeredAt = now;
     const auto flight = flights_.find(task.id);
     if (flight != flights_.end() && flight->second.sentAt) {
         const std::chrono::duration<double, std::milli> took = arrived - *flight->second.sentAt;
         task.handledMs = std::max(took.count(), 0.0);
     } else if (task.deliveredAt) {
-        task.handledMs = static_cast<double>(*task.answeredAt - *task.deliveredAt);
+        task.handledMs = static_cast<double>(now - *task.deliveredAt);
     }
     finish(std::move(task), state);
 }

@@ -1,0 +1,160 @@
+#include "server/RunningServer.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace vennic::server::test {
+
+TEST(HttpServerTest, servesOneRequestAfterAnotherOnOneConnection) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(peer.request("GET", "/owner/machines", server.ownerField()).status, 200);
+}
+
+TEST(HttpServerTest, refusesWhatItDoesNotKnowWithAFrenchSentence) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    const Answer unknown = peer.request("GET", "/nothing");
+    EXPECT_EQ(unknown.status, 404);
+    EXPECT_EQ(unknown.error(), QStringLiteral("Il n'y a rien à cette adresse."));
+    const Answer method = peer.request("PUT", "/api/v1/session");
+    EXPECT_EQ(method.status, 405);
+    EXPECT_TRUE(method.head.contains("Allow: DELETE\r\n"));
+    EXPECT_EQ(peer.request("DELETE", "/api/v1/session").status, 401);
+}
+
+TEST(HttpServerTest, aRequestInPiecesIsARequest) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    for (const char byte : requestText("GET", "/owner/machines", server.ownerField(), {}))
+        peer.send(QByteArray(1, byte));
+    EXPECT_EQ(peer.read().status, 200);
+}
+
+TEST(HttpServerTest, refusesAHeadOfMoreThan64Kibibytes) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    peer.send("GET / HTTP/1.1\r\nX-Long: " + QByteArray(70'000, 'a'));
+    const Answer answer = peer.read();
+    EXPECT_EQ(answer.status, 431);
+    EXPECT_FALSE(answer.error().isEmpty());
+    peer.readToEnd();
+}
+
+TEST(HttpServerTest, acceptsAHeadOf60Kibibytes) {
+    const RunningServer server;
+    EXPECT_EQ(
+        server.connect()
+            .request("GET", "/owner/machines", server.ownerField() + "X-Long: " + QByteArray(60'000, 'a') + "\r\n")
+            .status,
+        200);
+}
+
+TEST(HttpServerTest, refusesWhatIsNotHttp) {
+    const RunningServer server;
+    for (const char* text :
+         {"\x16\x03\x01\x02garbage\r\n\r\n", "GET\r\n\r\n", "GET / HTTP/9.9\r\n\r\n",
+          "GET / HTTP/1.1\r\nBad Name: x\r\n\r\n", "POST /api/v1/pairings/claim HTTP/1.1\r\nContent-Length: -4\r\n\r\n",
+          "POST /api/v1/pairings/claim HTTP/1.1\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\n"}) {
+        TlsPeer peer = server.connect();
+        peer.send(text);
+        EXPECT_EQ(peer.read().status, 400) << text;
+        EXPECT_TRUE(peer.readToEnd().isEmpty()) << text;
+    }
+}
+
+TEST(HttpServerTest, refusesABodyByItsAnnouncedLengthBeforeReadingIt) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    peer.send("POST /owner/tasks HTTP/1.1\r\nHost: a\r\n" + server.ownerField() + "Content-Length: 4194305\r\n\r\n");
+    EXPECT_EQ(peer.read().status, 413);
+}
+
+TEST(HttpServerTest, refusesAChunkedBodyOnceItIsTooLong) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    peer.send("POST /owner/tasks HTTP/1.1\r\nHost: a\r\n" + server.ownerField() + "Transfer-Encoding: chunked\r\n\r\n");
+    const QByteArray chunk = "10000\r\n" + QByteArray(65536, 'a') + "\r\n";
+    for (int i = 0; i < 65; ++i) {
+        if (!peer.send(chunk))
+            break;
+    }
+    EXPECT_EQ(peer.read().status, 413);
+}
+
+TEST(HttpServerTest, readsNoBodyOfAStranger) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    peer.send(
+        "PATCH /api/v1/bridge/tasks/x HTTP/1.1\r\nHost: a\r\nX-User-Token: wrong\r\nContent-Length: 16000000\r\n\r\n");
+    EXPECT_EQ(peer.read().status, 401);
+}
+
+TEST(HttpServerTest, invitesABodyThatWaitsForIt) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    peer.send("POST /owner/pairings HTTP/1.1\r\nHost: a\r\n" + server.ownerField() +
+              "Expect: 100-continue\r\nContent-Length: 2\r\n\r\n");
+    EXPECT_EQ(peer.read().status, 100);
+    peer.send("{}");
+    EXPECT_EQ(peer.read().status, 201);
+}
+
+TEST(HttpServerTest, closesAConnectionThatNeverEndsItsHead) {
+    const RunningServer server([](Options& options) { options.limits.head = 50ms; });
+    TlsPeer peer = server.connect();
+    peer.send("GET / HTTP/1.1\r\nX-Half: ");
+    EXPECT_TRUE(peer.readToEnd().isEmpty());
+}
+
+TEST(HttpServerTest, saysSoWhenABodyNeverComes) {
+    const RunningServer server([](Options& options) { options.limits.body = 50ms; });
+    TlsPeer peer = server.connect();
+    peer.send("POST /owner/tasks HTTP/1.1\r\nHost: a\r\n" + server.ownerField() + "Content-Length: 10\r\n\r\n{\"a");
+    EXPECT_EQ(peer.read().status, 408);
+}
+
+TEST(HttpServerTest, oneConnectionTooManyTakesThePlaceOfTheOldestIdleOne) {
+    const RunningServer server([](Options& options) { options.limits.connections = 3; });
+    TlsPeer oldest = server.connect();
+    TlsPeer second = server.connect();
+    TlsPeer third = server.connect();
+    EXPECT_EQ(oldest.request("GET", "/console").status, 200);
+    TlsPeer fourth = server.connect();
+    EXPECT_EQ(fourth.request("GET", "/console").status, 200);
+    EXPECT_TRUE(oldest.readToEnd().isEmpty());
+    EXPECT_EQ(third.request("GET", "/console").status, 200);
+}
+
+TEST(HttpServerTest, aHeadOfAPollTakesNoTask) {
+    const RunningServer server;
+    const QByteArray token = server.pair();
+    const QByteArray id = server.submit("A", "read");
+    TlsPeer peer = server.connect();
+    peer.send(requestText("HEAD", "/api/v1/bridge/tasks/next?wait=1", clientFields(token, "A"), {}));
+    EXPECT_TRUE(peer.readUntil("\r\n\r\n").startsWith("HTTP/1.1 405 "));
+    EXPECT_EQ(server.task(id).value(QLatin1String("state")), QStringLiteral("queued"));
+}
+
+TEST(HttpServerTest, pagesComeWithAStrictPolicyAndHeadWithoutABody) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    for (const char* path : {"/console", "/pairing", "/pages/console.js", "/pages/style.css"}) {
+        const Answer page = peer.request("GET", path);
+        EXPECT_EQ(page.status, 200) << path;
+        EXPECT_TRUE(page.head.contains("Content-Security-Policy: default-src 'none'; script-src 'self';")) << path;
+        EXPECT_FALSE(page.head.contains("unsafe")) << path;
+        EXPECT_FALSE(page.body.contains("https://")) << path;
+        EXPECT_FALSE(page.body.contains("<script>")) << path;
+        EXPECT_FALSE(page.body.contains("innerHTML")) << path;
+    }
+    TlsPeer other = server.connect();
+    other.send(requestText("HEAD", "/console", "Connection: close\r\n", {}));
+    const QByteArray head = other.readToEnd();
+    EXPECT_TRUE(head.startsWith("HTTP/1.1 200 "));
+    EXPECT_TRUE(head.endsWith("\r\n\r\n"));
+}
+
+} // namespace vennic::server::test
