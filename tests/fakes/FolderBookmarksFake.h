@@ -1,0 +1,63 @@
+#pragma once
+#include "base/LocalizedError.h"
+#include "ports/FolderBookmarks.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+
+namespace vennic::test {
+
+/// Bookmarks that hold the path itself. Folders can be moved, lost and refused, and every access is counted.
+class FolderBookmarksFake final : public FolderBookmarks {
+public:
+    QByteArray create(const QString& path) override {
+        if (lost.contains(path))
+            throw LocalizedError(QStringLiteral("Le dossier n'a pas pu être retenu."));
+        return "bookmark:" + path.toUtf8();
+    }
+    ResolvedFolder resolve(const QByteArray& bookmark) override {
+        const std::scoped_lock guard(lock_);
+        ++resolved;
+        const QString path = QString::fromUtf8(bookmark.mid(9));
+        if (!bookmark.startsWith("bookmark:") || lost.contains(path))
+            throw LocalizedError(QStringLiteral("Le dossier est introuvable."));
+        const auto target = moved.find(path);
+        return target == moved.end() ? ResolvedFolder{path, false} : ResolvedFolder{target->second, true};
+    }
+    bool startAccessing(const QString& path) override {
+        const std::scoped_lock guard(lock_);
+        ++started;
+        if (refused.contains(path))
+            return false;
+        ++open[path];
+        return true;
+    }
+    void stopAccessing(const QString& path) override {
+        const std::scoped_lock guard(lock_);
+        ++stopped;
+        --open[path];
+    }
+
+    /// Accesses that are open now; negative when one was closed twice.
+    int openNow() const {
+        const std::scoped_lock guard(lock_);
+        int sum = 0;
+        for (const auto& [path, count] : open)
+            sum += count;
+        return sum;
+    }
+
+    std::map<QString, QString> moved; // from, to
+    std::set<QString> lost;           // can't be bookmarked nor resolved
+    std::set<QString> refused;        // access to them doesn't open
+    std::map<QString, int> open;
+    int resolved = 0;
+    int started = 0;
+    int stopped = 0;
+
+private:
+    mutable std::mutex lock_;
+};
+
+} // namespace vennic::test
