@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t answerBody = std::size_t{16} * 1024 * 1024;
 constexpr qsizetype longestDeviceId = 200;
 constexpr qsizetype longestNickname = 200;
-constexpr qsizetype longestHeartbeat = 32 * 1024;
+constexpr qsizetype longestHeartbeat = 32'768;
 
 DeviceKey deviceOf(const Call& call) {
     const QString device = QString::fromUtf8(call.head.field("x-bridge-device-id"));

@@ -14,7 +14,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr qint64 longestFile = 64 * 1024;
+constexpr qint64 longestFile = 65'536;
 constexpr auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 constexpr auto readable = ownerOnly | QFileDevice::ReadGroup | QFileDevice::ReadOther;
 const auto ownerKeyName = QStringLiteral("owner.key");

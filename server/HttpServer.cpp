@@ -3,7 +3,9 @@
 #include "base/LocalizedError.h"
 #include "server/Connection.h"
 
+#include <algorithm>
 #include <list>
+#include <malloc.h>
 
 namespace vennic::server {
 
@@ -55,11 +57,22 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
         const auto connection =
             std::make_shared<Connection>(std::move(socket), tls, loop, site, limits, [this](Connection* ended) {
                 connections.remove_if([ended](const auto& each) { return each.get() == ended; });
+                giveBack();
                 if (stopping && connections.empty() && whenEmpty)
                     std::exchange(whenEmpty, nullptr)();
             });
         connections.push_back(connection);
+        most = std::max(most, connections.size());
         connection->start();
+    }
+
+    // After a crowd the heap is full of holes that nothing else would hand back to the system.
+    void giveBack() {
+        constexpr std::size_t crowd = 32;
+        if (most < crowd || connections.size() > most / 4)
+            return;
+        most = connections.size();
+        malloc_trim(0);
     }
 
     Loop& loop;
@@ -68,6 +81,7 @@ struct HttpServer::Engine : std::enable_shared_from_this<HttpServer::Engine> {
     asio::ssl::context tls{asio::ssl::context::tls_server};
     tcp::acceptor acceptor;
     std::list<std::shared_ptr<Connection>> connections; // oldest first
+    std::size_t most = 0;                               // connections since the heap was last trimmed
     bool stopping = false;
     std::function<void()> whenEmpty;
     TimeKeeper::Timer pause;

@@ -9,7 +9,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr qint64 sessionMs = 12 * 3'600'000;
+constexpr qint64 sessionMs = 12 * 3'600'000LL;
 constexpr qsizetype mostSessions = 64;
 constexpr auto cookieName = "__Host-vennic";
 
@@ -28,7 +28,7 @@ QByteArray setCookie(const QByteArray& value, qint64 seconds) {
 }
 } // namespace
 
-OwnerGate::OwnerGate(QByteArray ownerKey, const TimeKeeper& time)
+OwnerGate::OwnerGate(const QByteArray& ownerKey, const TimeKeeper& time)
     : keyFingerprint_(fingerprint(ownerKey)), time_(time) {}
 
 bool OwnerGate::isOwnerKey(const QByteArray& key) const { return equalSecrets(fingerprint(key), keyFingerprint_); }

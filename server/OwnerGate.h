@@ -10,7 +10,7 @@ class TimeKeeper;
 /// Knows the owner: by the key itself, or by a console session that was opened with it. Sessions end with the process.
 class OwnerGate {
 public:
-    OwnerGate(QByteArray ownerKey, const TimeKeeper& time);
+    OwnerGate(const QByteArray& ownerKey, const TimeKeeper& time);
     /// Raises HttpError: 401 for a stranger, 403 for a cookie request that another site may have caused.
     void admit(const RequestHead& head);
     bool isOwnerKey(const QByteArray& key) const;

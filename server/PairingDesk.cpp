@@ -8,8 +8,8 @@
 namespace vennic::server {
 
 namespace {
-constexpr qint64 codeLifeMs = 10 * 60'000;
-constexpr qint64 keptAfterMs = 24 * 3'600'000; // so that a late claim hears why it is refused
+constexpr qint64 codeLifeMs = 10 * 60'000LL;
+constexpr qint64 keptAfterMs = 24 * 3'600'000LL; // so that a late claim hears why it is refused
 constexpr qint64 mostWaiting = 20;
 
 // People type in lower case and with a gap in the middle.

@@ -186,8 +186,9 @@ void TaskDesk::answered(TaskRecord task, TaskState state, std::chrono::nanosecon
     const qint64 now = time_.wallMs();
     task.answeredAt = now;
     const auto flight = flights_.find(task.id);
-    if (flight != flights_.end() && flight->second.sentAt) {
-        const std::chrono::duration<double, std::milli> took = arrived - *flight->second.sentAt;
+    const auto sentAt = flight != flights_.end() ? flight->second.sentAt : std::nullopt;
+    if (sentAt) {
+        const std::chrono::duration<double, std::milli> took = arrived - *sentAt;
         task.handledMs = std::max(took.count(), 0.0);
     } else if (task.deliveredAt) {
         task.handledMs = static_cast<double>(now - *task.deliveredAt);
