@@ -8,7 +8,7 @@ namespace vennic {
 
 namespace {
 
-constexpr qsizetype maxUrlLength = 64 * 1024;
+constexpr qsizetype maxUrlLength = 64LL * 1024;
 
 bool isInside(const QString& host, const QString& domain) {
     return host == domain || host.endsWith(QChar(u'.') + domain);

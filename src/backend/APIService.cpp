@@ -81,7 +81,7 @@ APIService::APIService(VennicHTTP& http, const APIConfig& config, std::optional<
                        BridgeHeaders bridgeHeaders)
     : http_(&http), config_(&config), token_(std::move(token)), bridgeHeaders_(std::move(bridgeHeaders)) {}
 
-Task<PairingClaimResponse> APIService::claimPairing(VennicHTTP& http, const APIConfig& config, QString code) {
+Task<PairingClaimResponse> APIService::claimPairing(VennicHTTP& http, const APIConfig& config, const QString& code) {
     auto claimRequest = request("POST", config.endpointURL(QStringLiteral("/pairings/claim")), seconds{20});
     claimRequest.headers = {jsonContent(), {"Accept", "application/json"}};
     const QJsonObject body{{QStringLiteral("pairing_code"), code},
@@ -103,19 +103,19 @@ Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
     return poll(http_, token_, std::move(pollRequest));
 }
 
-Task<> APIService::reportBridgeTaskSuccess(QString id, BridgeResult result) const {
-    return sendBridgeTaskUpdate(std::move(id), encodeBridgeSuccessBody(result));
+Task<> APIService::reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const {
+    return sendBridgeTaskUpdate(id, encodeBridgeSuccessBody(result));
 }
 
-Task<> APIService::reportBridgeTaskError(QString id, QString message) const {
-    return sendBridgeTaskUpdate(std::move(id), encodeBridgeErrorBody(message));
+Task<> APIService::reportBridgeTaskError(const QString& id, const QString& message) const {
+    return sendBridgeTaskUpdate(id, encodeBridgeErrorBody(message));
 }
 
-Task<> APIService::reportBridgeTaskStream(QString id, QString delta) const {
-    return sendBridgeTaskUpdate(std::move(id), encodeBridgeStreamBody(delta));
+Task<> APIService::reportBridgeTaskStream(const QString& id, const QString& delta) const {
+    return sendBridgeTaskUpdate(id, encodeBridgeStreamBody(delta));
 }
 
-Task<> APIService::sendBridgeTaskUpdate(QString id, QByteArray bodyData) const {
+Task<> APIService::sendBridgeTaskUpdate(const QString& id, QByteArray bodyData) const {
     const auto url = config_->bridgeTaskURL(id);
     if (!url)
         return failBeforeSending(token_);

@@ -33,20 +33,20 @@ public:
     const BridgeHeaders& bridgeHeaders() const { return bridgeHeaders_; }
 
     /// POST /pairings/claim: a token for a code. Needs no token; a 401 means a wrong code.
-    static Task<PairingClaimResponse> claimPairing(VennicHTTP& http, const APIConfig& config, QString code);
+    static Task<PairingClaimResponse> claimPairing(VennicHTTP& http, const APIConfig& config, const QString& code);
     /// DELETE /session: ends this token at the backend.
     Task<> revokeCurrentSession() const;
     /// GET /bridge/tasks/next: the next task, none when the wait (in seconds) ended without one (204).
     Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
     /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
-    Task<> reportBridgeTaskSuccess(QString id, BridgeResult result) const;
+    Task<> reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const;
     /// PATCH /bridge/tasks/ID with the "error" envelope.
-    Task<> reportBridgeTaskError(QString id, QString message) const;
+    Task<> reportBridgeTaskError(const QString& id, const QString& message) const;
     /// PATCH /bridge/tasks/ID with the "streaming" envelope around a piece of output.
-    Task<> reportBridgeTaskStream(QString id, QString delta) const;
+    Task<> reportBridgeTaskStream(const QString& id, const QString& delta) const;
 
 private:
-    Task<> sendBridgeTaskUpdate(QString id, QByteArray bodyData) const;
+    Task<> sendBridgeTaskUpdate(const QString& id, QByteArray bodyData) const;
 
     VennicHTTP* http_;
     const APIConfig* config_;

@@ -9,7 +9,7 @@ namespace vennic {
 
 namespace {
 
-constexpr qint64 maxFileBytes = 64 * 1024;
+constexpr qint64 maxFileBytes = 64LL * 1024;
 
 [[noreturn]] void refuse(QLatin1String key, const QString& reason) {
     throw DeploymentError(QStringLiteral("Réglages de déploiement : « %1 » %2.").arg(key, reason));

@@ -7,7 +7,7 @@ namespace vennic {
 
 namespace {
 
-constexpr qint64 maxFileBytes = 1024 * 1024;
+constexpr qint64 maxFileBytes = 1024LL * 1024;
 
 /// Base64 with its padding and nothing else in it.
 std::optional<QByteArray> decodedStrictly(const QByteArray& base64) {

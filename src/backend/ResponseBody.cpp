@@ -16,7 +16,7 @@ std::optional<QString> parsedErrorBody(const QByteArray& body) {
         return std::nullopt;
     const QJsonObject object = QJsonDocument::fromJson(body).object();
     for (const auto key : {QLatin1String("message"), QLatin1String("error")})
-        if (const QString text = object.value(key).toString(); !text.isEmpty())
+        if (QString text = object.value(key).toString(); !text.isEmpty())
             return text;
     return utf8Text(body);
 }

@@ -142,7 +142,7 @@ void AppSession::setLastError(const std::optional<QString>& error) {
     publish(lastError_, error, &AppSession::lastErrorChanged);
 }
 
-void AppSession::setUserToken(std::optional<SecretText> token) {
+void AppSession::setUserToken(const std::optional<SecretText>& token) {
     publish(userToken_, token, &AppSession::userTokenChanged);
 }
 
@@ -280,7 +280,7 @@ void AppSession::prepareForSummon() {
 }
 
 void AppSession::reconcileBridge() {
-    if (isAuthenticated())
+    if (userToken_ && !userToken_->isEmpty())
         with_.bridge.start(*userToken_);
     else
         with_.bridge.stop();

@@ -180,7 +180,7 @@ private:
     template <class E>
     void writeCase(E& field, E value, QLatin1String key, Signal changed);
 
-    void setUserToken(std::optional<SecretText> token);
+    void setUserToken(const std::optional<SecretText>& token);
     void signOut();
     void forgetStoredToken();
     void persistConversation();

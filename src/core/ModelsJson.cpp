@@ -103,7 +103,7 @@ std::vector<ChatMessage> decodeConversation(const QByteArray& json) {
     if (error.error != QJsonParseError::NoError || !document.isArray())
         unreadable(QStringLiteral("une liste de messages était attendue"));
     std::vector<ChatMessage> messages;
-    for (const QJsonValue& value : document.array()) {
+    for (const auto& value : document.array()) {
         if (!value.isObject())
             unreadable(QStringLiteral("un message n'est pas un objet"));
         messages.push_back(decodeChatMessage(value.toObject()));

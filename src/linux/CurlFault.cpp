@@ -31,6 +31,9 @@ TransportFault connectFault(long systemError) {
         return TransportFault::noNetwork;
     case ETIMEDOUT:
         return TransportFault::timedOut;
+    case ECONNRESET: // connected, then reset before a byte was exchanged
+    case EPIPE:
+        return TransportFault::cutOff;
     default:
         return TransportFault::refused;
     }

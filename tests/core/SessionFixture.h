@@ -1,0 +1,78 @@
+#pragma once
+#include "core/AppSession.h"
+#include "fakes/BridgeControlFake.h"
+#include "fakes/CredentialStoreFake.h"
+#include "fakes/HttpTransportFake.h"
+#include "fakes/KeyValueStoreFake.h"
+#include "fakes/LocalLLMTelemetrySinkFake.h"
+#include "fakes/PreferenceSyncFake.h"
+#include "support/Await.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+namespace vennic::test {
+
+/// Counts the emissions of one signal.
+class Announcements {
+public:
+    Announcements(AppSession* session, void (AppSession::*signal)()) {
+        QObject::connect(session, signal, &context_, [this] { ++count_; });
+    }
+    int count() const { return count_; }
+
+private:
+    QObject context_;
+    int count_ = 0;
+};
+
+/// A session with everything around it in memory; it is built by the first call of `session`.
+struct SessionFixture : testing::Test {
+    KeyValueStoreFake store;
+    CredentialStoreFake credentials;
+    HttpTransportFake transport;
+    BridgeControlFake bridge;
+    PreferenceSyncFake preferences;
+    LocalLLMTelemetrySinkFake telemetry;
+    KeychainStore keychain{credentials, store, [] { return QStringLiteral("DEVICE"); }};
+    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), nullptr};
+    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
+                                       .backendDomain = QStringLiteral("vennic.test"),
+                                       .apiHost = QStringLiteral("api.vennic.test"),
+                                       .pairingPage = {},
+                                       .packageManagerSite = {}}};
+    QString hostName = QStringLiteral("atelier");
+    std::unique_ptr<AppSession> built;
+
+    AppSession& session() {
+        if (!built)
+            built = std::make_unique<AppSession>(
+                AppSession::Surroundings{store, keychain, http, config, bridge, preferences, telemetry, hostName});
+        return *built;
+    }
+    void put(const char* key, StoredValue value) { store.values[QLatin1String(key)] = std::move(value); }
+    void putText(const char* key, const char* value) { put(key, QString::fromUtf8(value)); }
+    std::optional<StoredValue> stored(const char* key) { return store.value(QLatin1String(key)); }
+    void putToken(const char* token) { keychain.save(SecretText{QByteArrayView{token}}); }
+    QString storedToken() {
+        const auto token = keychain.read({});
+        return token ? QString::fromUtf8(token->reveal()) : QStringLiteral("none");
+    }
+    /// Signs in and forgets what that caused.
+    AppSession& signedIn() {
+        putToken("tok");
+        session();
+        settle();
+        bridge.calls.clear();
+        preferences = {};
+        return *built;
+    }
+    /// Lets the jobs that have been started run to their end or their first real wait.
+    static void settle() {
+        for (int turn = 0; turn < 20; ++turn)
+            QCoreApplication::processEvents();
+    }
+};
+
+} // namespace vennic::test

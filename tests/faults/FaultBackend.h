@@ -1,0 +1,58 @@
+#pragma once
+#include "backend/APIConfig.h"
+#include "backend/APIService.h"
+#include "fakes/KeyValueStoreFake.h"
+#include "faults/FaultRows.h"
+#include "linux/HttpTransportCurl.h"
+
+namespace vennic::test {
+
+/// Makes time-outs short, so that a test needn't wait for them.
+class HurriedTransport final : public HttpTransport {
+public:
+    explicit HurriedTransport(HttpTransport& transport) : transport_(transport) {}
+    Task<HttpResponse> send(HttpRequest request) override {
+        if (hurried)
+            request.timeout /= 50;
+        return transport_.send(std::move(request));
+    }
+    bool hurried = false;
+
+private:
+    HttpTransport& transport_;
+};
+
+/// A server at api.localhost and staging.localhost, with a certificate of `authority`.
+LoopbackOptions backendServer(Greeting greeting = Greeting::handshake,
+                              const TestAuthority& authority = LoopbackServer::authority());
+
+/// The backend client over real TLS against a server on loopback, whose root is pinned.
+class FaultBackend {
+public:
+    explicit FaultBackend(const LoopbackServer& server, const QString& systemTrustFolder = {},
+                          std::shared_ptr<const TrustAnchors> anchors = LoopbackServer::authority().anchors());
+
+    /// Makes the call and says how it ended: "done", "nothing" (a poll without a task), "http STATUS TEXT" ("-" for no
+    /// text), "notHttp", "unreadable", or the name of the transport's fault.
+    std::string outcome(Call call);
+    /// The same of an answer to the task `id`.
+    std::string update(const QString& id);
+
+    KeyValueStoreFake store;
+    int announcements = 0; // of a 401
+    SecretText token{"s3cret"};
+    APIService::BridgeHeaders headers{{"X-Bridge-Device-Id", "D"}, {"X-Bridge-Device-Nickname", "atelier"}};
+
+    void hurry(bool on) { hurried_.hurried = on; }
+
+private:
+    std::string made(Call call);
+    std::string outcomeOf(const std::function<std::string()>& make);
+
+    HttpTransportCurl curl_;
+    HurriedTransport hurried_{curl_};
+    VennicHTTP http_;
+    APIConfig config_;
+};
+
+} // namespace vennic::test
