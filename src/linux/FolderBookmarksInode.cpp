@@ -1,0 +1,139 @@
+#include "linux/FolderBookmarksInode.h"
+
+#include "base/LocalizedError.h"
+#include "linux/FileSystemPosix.h"
+#include "linux/MovedFolderSearch.h"
+#include "linux/NativePath.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+
+namespace vennic {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto firstPause = 30s;
+constexpr auto longestPause = 600s;
+constexpr qsizetype mostRemembered = 256;
+
+QString reason(int error) {
+    switch (error) {
+    case ENOENT:
+        return QStringLiteral("ce dossier n'existe pas");
+    case ENOTDIR:
+        return QStringLiteral("ce n'est pas un dossier");
+    case EACCES:
+    case EPERM:
+        return QStringLiteral("vous n'avez pas l'autorisation d'y accéder");
+    case ELOOP:
+        return QStringLiteral("ses liens symboliques ne mènent nulle part");
+    case ENAMETOOLONG:
+        return QStringLiteral("son chemin est trop long");
+    case EIO:
+        return QStringLiteral("le disque a signalé une erreur");
+    case EINVAL:
+        return QStringLiteral("son chemin n'est pas valable");
+    default:
+        return QString::fromLocal8Bit(strerror(error));
+    }
+}
+
+[[noreturn]] void refuse(int error) {
+    throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(reason(error)));
+}
+
+FileHandle openToAccess(const QByteArray& path) {
+    open_how how{};
+    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_MAGICLINKS;
+    return FileHandle(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
+}
+
+} // namespace
+
+FolderBookmarksInode::FolderBookmarksInode()
+    : FolderBookmarksInode(
+          [](const FolderIdentity& wanted) {
+              return MovedFolderSearch(FileSystemPosix().homeDirectory()).find(wanted);
+          },
+          [] { return std::chrono::steady_clock::now(); }) {}
+
+FolderBookmarksInode::FolderBookmarksInode(Search search, std::function<Moment()> now)
+    : search_(std::move(search)), now_(std::move(now)) {}
+
+QByteArray FolderBookmarksInode::create(const QString& path) {
+    const auto native = nativePath(path);
+    if (!native)
+        refuse(EINVAL);
+    auto identity = folderIdentity(-1, *native, true);
+    if (!identity)
+        refuse(errno);
+    identity->path = QString::fromUtf8(*native);
+    identity->fileSystem = fileSystemIdentity(*native);
+    return encoded(*identity);
+}
+
+ResolvedFolder FolderBookmarksInode::resolve(const QByteArray& bookmark) {
+    const auto wanted = decodedFolderIdentity(bookmark);
+    if (!wanted)
+        throw LocalizedError(QStringLiteral("Le dossier partagé est illisible."));
+    const auto present = folderIdentity(-1, *nativePath(wanted->path), true);
+    if (present && present->isSameFolder(*wanted))
+        return {wanted->path, false};
+    if (const auto moved = searchFor(bookmark, *wanted))
+        return {*moved, true};
+    if (present)
+        return {wanted->path, true};
+    throw LocalizedError(QStringLiteral("Le dossier partagé est introuvable."));
+}
+
+std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmark, const FolderIdentity& wanted) {
+    Searched known;
+    {
+        const std::lock_guard lock(mutex_);
+        known = searched_.value(bookmark);
+    }
+    if (!known.found.isEmpty()) {
+        const auto there = folderIdentity(-1, *nativePath(known.found), false);
+        if (there && there->isSameFolder(wanted))
+            return known.found;
+        known = {};
+    }
+    if (now_() < known.until)
+        return std::nullopt;
+    const auto found = search_(wanted);
+    known.found = found.value_or(QString());
+    known.pause = found ? 0s : std::clamp<std::chrono::seconds>(known.pause * 2, firstPause, longestPause);
+    known.until = now_() + known.pause;
+    const std::lock_guard lock(mutex_);
+    if (searched_.size() >= mostRemembered)
+        searched_.clear();
+    searched_.insert(bookmark, known);
+    return found;
+}
+
+bool FolderBookmarksInode::startAccessing(const QString& path) {
+    const auto native = nativePath(path);
+    FileHandle folder = native ? openToAccess(*native) : FileHandle();
+    if (!folder.isOpen())
+        return false;
+    const std::lock_guard lock(mutex_);
+    Access& access = accesses_[path];
+    access.folder = std::move(folder);
+    ++access.count;
+    return true;
+}
+
+void FolderBookmarksInode::stopAccessing(const QString& path) {
+    const std::lock_guard lock(mutex_);
+    const auto access = accesses_.find(path);
+    if (access != accesses_.end() && --access->second.count == 0)
+        accesses_.erase(access);
+}
+
+} // namespace vennic
