@@ -51,7 +51,7 @@ std::vector<BookmarkEntry> BookmarkPersistence::load() const {
         return {};
     std::vector<BookmarkEntry> entries;
     try {
-        for (const QJsonValue& value : document.array())
+        for (const auto& value : document.array())
             entries.push_back(entry(value.toObject()));
     } catch (const DecodingError&) {
         return {};

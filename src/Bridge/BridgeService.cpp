@@ -33,8 +33,8 @@ struct BridgeService::Turn {
     enum class End { task, nothing, cancelled, timedOut, failed };
 
     End end = End::nothing;
-    std::optional<BridgeTask> task; // with End::task
-    QString message;                // with End::failed
+    BridgeTask task; // with End::task
+    QString message; // with End::failed
 };
 
 /// Picks the handler of each case; a case without one doesn't compile.
@@ -83,9 +83,10 @@ void BridgeService::stop() {
 
 Task<> BridgeService::pollLoop(quint64 loop) {
     const std::stop_token stop = co_await StopToken{};
-    while (!stop.stop_requested() && token_ && !token_->isEmpty()) {
+    while (!stop.stop_requested() && hasToken()) {
         say(loop, Status::polling());
-        const APIService api(with_.http, with_.config, token_, co_await deviceHeaders());
+        APIService::BridgeHeaders headers = co_await deviceHeaders();
+        const APIService api(with_.http, with_.config, token_, std::move(headers));
         Turn turn = co_await poll(api);
         if (turn.end == Turn::End::cancelled)
             break;
@@ -100,7 +101,7 @@ Task<> BridgeService::pollLoop(quint64 loop) {
         if (turn.end == Turn::End::timedOut)
             say(loop, Status::idle());
         if (turn.end == Turn::End::task)
-            co_await serve(*std::move(turn.task), api, loop);
+            co_await serve(std::move(turn.task), api, loop);
     }
     if (loop != loop_)
         co_return;
@@ -108,10 +109,14 @@ Task<> BridgeService::pollLoop(quint64 loop) {
     setStatus(Status::off());
 }
 
+bool BridgeService::hasToken() const { return token_ && !token_->isEmpty(); }
+
 Task<BridgeService::Turn> BridgeService::poll(APIService api) {
     try {
         std::optional<BridgeTask> task = co_await api.pollBridgeTask(pollWait);
-        co_return Turn{task ? Turn::End::task : Turn::End::nothing, std::move(task), {}};
+        if (!task)
+            co_return Turn{Turn::End::nothing, {}, {}};
+        co_return Turn{Turn::End::task, *std::move(task), {}};
     } catch (const Cancelled&) {
         co_return Turn{Turn::End::cancelled, {}, {}};
     } catch (const std::exception& error) {
@@ -135,8 +140,7 @@ Task<> BridgeService::pause(std::chrono::nanoseconds duration) {
 Task<> BridgeService::serve(BridgeTask task, APIService api, quint64 loop) {
     const std::stop_token stop = co_await StopToken{};
     say(loop, Status::busy(task.kind));
-    lastTaskAt_ = with_.clock.now();
-    Q_EMIT lastTaskAtChanged();
+    noteTask();
     try {
         co_await handle(std::move(task), std::move(api));
     } catch (const Cancelled&) { // NOLINT(bugprone-empty-catch): the head of the loop finds it
@@ -218,6 +222,11 @@ void BridgeService::sayRecovered(quint64 loop) {
         return;
     consecutiveFailures_ = 0;
     setLastErrorMessage(std::nullopt);
+}
+
+void BridgeService::noteTask() {
+    lastTaskAt_ = with_.clock.now();
+    Q_EMIT lastTaskAtChanged();
 }
 
 void BridgeService::setStatus(const Status& status) {

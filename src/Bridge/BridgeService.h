@@ -85,6 +85,7 @@ private:
     struct Dispatch;
 
     Task<> pollLoop(quint64 loop);
+    bool hasToken() const;
     static Task<Turn> poll(APIService api);
     Task<> serve(BridgeTask task, APIService api, quint64 loop);
     Task<> handle(BridgeTask task, APIService api);
@@ -100,6 +101,7 @@ private:
     void sayFailure(quint64 loop, const QString& message);
     void sayRecovered(quint64 loop);
 
+    void noteTask();
     void setStatus(const Status& status);
     void setLastErrorMessage(const std::optional<QString>& message);
 

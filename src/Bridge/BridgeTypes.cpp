@@ -149,13 +149,13 @@ struct Reading {
     }
     void operator()(const char* key, QStringList& field) const {
         requiredArray(object, QLatin1String(key));
-        field = *optionalStrings(object, QLatin1String(key));
+        field = optionalStrings(object, QLatin1String(key)).value_or(QStringList());
     }
     template <class Record>
     void operator()(const char* key, std::vector<Record>& field) const {
         const QJsonArray array = requiredArray(object, QLatin1String(key));
         field.reserve(static_cast<std::size_t>(array.size()));
-        for (const QJsonValue& element : array) {
+        for (const auto& element : array) {
             // A one-field object lets an element that isn't an object fail in the usual words.
             const QJsonObject holder{{QLatin1String(key), element}};
             (*this)(key, holder, field.emplace_back());

@@ -10,8 +10,8 @@ namespace {
 
 constexpr qint64 usualMaxChars = 8000;
 
-ExtractedContent extractWithin(std::shared_ptr<FolderBookmarks> bookmarks, DocumentExtractor extractor,
-                               BookmarkEntry grant, FileURL url, qint64 maxChars) {
+ExtractedContent extractWithin(std::shared_ptr<FolderBookmarks> bookmarks, const DocumentExtractor& extractor,
+                               const BookmarkEntry& grant, const FileURL& url, qint64 maxChars) {
     const auto folder = BookmarkResolver(*bookmarks).resolve(grant);
     const ScopedAccess access(std::move(bookmarks), folder.url);
     return extractor.extract(url, maxChars);

@@ -53,7 +53,7 @@ SpotlightQueryRunner::SpotlightQueryRunner(FileIndex& index, std::shared_ptr<Fil
 void SpotlightQueryRunner::start() {
     selfRetain_ = shared_from_this();
     const std::weak_ptr<SpotlightQueryRunner> weak = selfRetain_;
-    timeoutTask_ = watchdog_->start(watch(weak, clock_, wholeSeconds(question_.timeout)));
+    timeoutTask_ = watchdog_->start(watch(weak, &clock_, wholeSeconds(question_.timeout)));
     const bool started = metaQuery_->start([weak] {
         if (const auto runner = weak.lock())
             runner->finish();
@@ -62,9 +62,9 @@ void SpotlightQueryRunner::start() {
         finish();
 }
 
-Task<> SpotlightQueryRunner::watch(std::weak_ptr<SpotlightQueryRunner> runner, Clock& clock,
+Task<> SpotlightQueryRunner::watch(std::weak_ptr<SpotlightQueryRunner> runner, Clock* clock,
                                    std::chrono::seconds timeout) {
-    co_await clock.sleep(timeout);
+    co_await clock->sleep(timeout);
     if (const auto alive = runner.lock())
         alive->finish();
 }

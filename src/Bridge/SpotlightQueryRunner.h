@@ -54,7 +54,7 @@ public:
 private:
     std::vector<SearchResult> collectResults();
     std::optional<SearchResult> result(const IndexItem& item, const QString& home);
-    static Task<> watch(std::weak_ptr<SpotlightQueryRunner> runner, Clock& clock, std::chrono::seconds timeout);
+    static Task<> watch(std::weak_ptr<SpotlightQueryRunner> runner, Clock* clock, std::chrono::seconds timeout);
 
     std::shared_ptr<FileSystem> files_;
     Clock& clock_;
@@ -64,7 +64,7 @@ private:
     Job timeoutTask_;
     std::shared_ptr<SpotlightQueryRunner> selfRetain_;
     bool finished_ = false;
-    std::optional<Scope> watchdog_{std::in_place};
+    std::unique_ptr<Scope> watchdog_ = std::make_unique<Scope>();
 };
 
 } // namespace vennic

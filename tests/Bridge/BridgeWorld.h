@@ -2,9 +2,9 @@
 #include "Bridge/BackendDouble.h"
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
+#include "Bridge/DocumentReaderScript.h"
 #include "Bridge/FileIndexScript.h"
 #include "backend/APIConfig.h"
-#include "fakes/DocumentReaderFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
@@ -42,7 +42,7 @@ struct BridgeWorld {
     std::shared_ptr<FolderBookmarksFake> bookmarks = std::make_shared<FolderBookmarksFake>();
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
-    std::shared_ptr<DocumentReaderFake> reader = std::make_shared<DocumentReaderFake>();
+    std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;

@@ -1,8 +1,8 @@
 #include "Bridge/DocumentExtractor.h"
 
+#include "Bridge/DocumentReaderScript.h"
 #include "Bridge/ExtractorError.h"
 #include "base/TextExtensions.h"
-#include "fakes/DocumentReaderFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 
@@ -14,12 +14,12 @@ using namespace vennic::test;
 namespace {
 
 struct DocumentExtractorTest : ::testing::Test {
-    std::shared_ptr<DocumentReaderFake> reader = std::make_shared<DocumentReaderFake>();
+    std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     DocumentExtractor extractor{reader, types, files};
 
-    void document(const QString& path, const DocumentReaderFake::Document& content, std::optional<qint64> size = 1) {
+    void document(const QString& path, const DocumentReaderScript::Document& content, std::optional<qint64> size = 1) {
         files->addFile(path, size);
         reader->documents[path] = content;
     }
@@ -36,7 +36,7 @@ struct DocumentExtractorTest : ::testing::Test {
     }
 };
 
-DocumentReaderFake::Failure fault(DocumentFault fault) { return {fault, QStringLiteral("raison")}; }
+DocumentReaderScript::Failure fault(DocumentFault fault) { return {fault, QStringLiteral("raison")}; }
 
 } // namespace
 

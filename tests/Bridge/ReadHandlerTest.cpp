@@ -18,7 +18,7 @@ struct ReadHandlerTest : ::testing::Test {
     ReadHandler handler{BookmarkPersistence(world.store), world.bookmarks,
                         DocumentExtractor(world.reader, world.types, world.files), cache, answer};
 
-    void document(const QString& path, const DocumentReaderFake::Document& content) {
+    void document(const QString& path, const DocumentReaderScript::Document& content) {
         world.files->addFile(path, 1);
         world.reader->documents[path] = content;
         cache.put(path, FileURL{path});
@@ -106,7 +106,7 @@ TEST_F(ReadHandlerTest, pathsAreComparedAsTheyStand) {
 TEST_F(ReadHandlerTest, theSharedFolderItselfBelongsToItsGrant) {
     world.share(QStringLiteral("/a/b.txt"));
     world.reader->documents[QStringLiteral("/a/b.txt")] =
-        DocumentReaderFake::Failure{DocumentFault::unreadable, QStringLiteral("C'est un dossier.")};
+        DocumentReaderScript::Failure{DocumentFault::unreadable, QStringLiteral("C'est un dossier.")};
     cache.put(QStringLiteral("D"), FileURL{QStringLiteral("/a/b.txt")});
     EXPECT_EQ(failure(QStringLiteral("D")), QStringLiteral("Lecture: C'est un dossier."));
 }
@@ -137,7 +137,7 @@ TEST_F(ReadHandlerTest, whatTheExtractorRefusesIsToldInItsWords) {
     document(QStringLiteral("/d/a.zip"), QStringLiteral("x"));
     document(QStringLiteral("/d/b.txt"), QStringLiteral("x"));
     world.files->addFile(QStringLiteral("/d/b.txt"), 10'485'761);
-    document(QStringLiteral("/d/c.pdf"), DocumentReaderFake::Failure{DocumentFault::unparsable, {}});
+    document(QStringLiteral("/d/c.pdf"), DocumentReaderScript::Failure{DocumentFault::unparsable, {}});
     cache.put(QStringLiteral("gone"), FileURL{QStringLiteral("/d/gone.txt")});
     EXPECT_EQ(failure(QStringLiteral("/d/a.zip")), QStringLiteral("Format non supporté (public.zip-archive)"));
     EXPECT_EQ(failure(QStringLiteral("/d/b.txt")), QStringLiteral("Fichier trop gros (10240 Ko)"));

@@ -10,7 +10,7 @@
 namespace vennic::test {
 
 /// Documents in memory. A path without one is unreadable. Texts are cut by code unit.
-class DocumentReaderFake final : public DocumentReader {
+class DocumentReaderScript final : public DocumentReader {
 public:
     struct Failure {
         DocumentFault fault;
