@@ -9,16 +9,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const auto host = QStringLiteral("api.localhost");
-
-Deployment deployment(const LoopbackServer& server) {
-    return {.backendUrl = QStringLiteral("https://%1:%2").arg(host).arg(server.port()),
-            .backendDomain = QStringLiteral("localhost"),
-            .apiHost = host,
-            .pairingPage = {},
-            .packageManagerSite = {}};
-}
-
 const char* name(TransportFault fault) {
     switch (fault) {
     case TransportFault::noNetwork:
@@ -48,19 +38,33 @@ const char* name(TransportFault fault) {
 } // namespace
 
 LoopbackOptions backendServer(Greeting greeting, const TestAuthority& authority) {
-    const TestAuthority::Wish wish{.names = {host, QStringLiteral("staging.localhost")}};
+    const TestAuthority::Wish wish{
+        .names = {QStringLiteral("127.0.0.1"), QStringLiteral("api.localhost"), QStringLiteral("staging.localhost")}};
     return {.greeting = greeting, .certificate = authority.issue(wish)};
 }
 
 FaultBackend::FaultBackend(const LoopbackServer& server, const QString& systemTrustFolder,
                            std::shared_ptr<const TrustAnchors> anchors)
-    : curl_(systemTrustFolder), http_(hurried_, host, std::move(anchors)), config_(store, deployment(server)) {
-    QObject::connect(&http_.authFailure(), &AuthFailureNotification::VennicHTTPAuthFailure,
+    : curl_(systemTrustFolder), anchors_(std::move(anchors)), port_(server.port()) {
+    reach(QStringLiteral("api.localhost"), QStringLiteral("localhost"));
+}
+
+void FaultBackend::useAddress() { reach(QStringLiteral("127.0.0.1"), QStringLiteral("127.0.0.1")); }
+
+void FaultBackend::reach(const QString& host, const QString& domain) {
+    http_ = std::make_unique<VennicHTTP>(hurried_, host, anchors_);
+    config_ = std::make_unique<APIConfig>(store,
+                                          Deployment{.backendUrl = QStringLiteral("https://%1:%2").arg(host).arg(port_),
+                                                     .backendDomain = domain,
+                                                     .apiHost = host,
+                                                     .pairingPage = {},
+                                                     .packageManagerSite = {}});
+    QObject::connect(&http_->authFailure(), &AuthFailureNotification::VennicHTTPAuthFailure,
                      [this] { ++announcements; });
 }
 
 std::string FaultBackend::made(Call call) {
-    const APIService api(http_, config_, token, headers);
+    const APIService api(*http_, *config_, token, headers);
     const auto limit = 60s;
     switch (call) {
     case Call::poll:
@@ -72,7 +76,7 @@ std::string FaultBackend::made(Call call) {
         await(api.revokeCurrentSession(), limit);
         return "done";
     case Call::claim:
-        await(APIService::claimPairing(http_, config_, QStringLiteral("ABCD2345")), limit);
+        await(APIService::claimPairing(*http_, *config_, QStringLiteral("ABCD2345")), limit);
         return "done";
     }
     Q_UNREACHABLE();
@@ -84,7 +88,7 @@ std::string FaultBackend::outcome(Call call) {
 
 std::string FaultBackend::update(const QString& id) {
     return outcomeOf([this, &id] {
-        const APIService api(http_, config_, token, headers);
+        const APIService api(*http_, *config_, token, headers);
         await(api.reportBridgeTaskError(id, QStringLiteral("non")));
         return std::string("done");
     });

@@ -22,15 +22,19 @@ private:
     HttpTransport& transport_;
 };
 
-/// A server at api.localhost and staging.localhost, with a certificate of `authority`.
+/// A server at 127.0.0.1, api.localhost and staging.localhost, with a certificate of `authority`.
 LoopbackOptions backendServer(Greeting greeting = Greeting::handshake,
                               const TestAuthority& authority = LoopbackServer::authority());
 
-/// The backend client over real TLS against a server on loopback, whose root is pinned.
+/// The backend client over real TLS against a server on loopback, whose root is pinned. Its API host is api.localhost
+/// below the domain localhost.
 class FaultBackend {
 public:
     explicit FaultBackend(const LoopbackServer& server, const QString& systemTrustFolder = {},
                           std::shared_ptr<const TrustAnchors> anchors = LoopbackServer::authority().anchors());
+
+    /// Reaches the server by its one address instead: a name has two, and the failure of the second covers the first's.
+    void useAddress();
 
     /// Makes the call and says how it ended: "done", "nothing" (a poll without a task), "http STATUS TEXT" ("-" for no
     /// text), "notHttp", "unreadable", or the name of the transport's fault.
@@ -46,13 +50,16 @@ public:
     void hurry(bool on) { hurried_.hurried = on; }
 
 private:
+    void reach(const QString& host, const QString& domain);
     std::string made(Call call);
     std::string outcomeOf(const std::function<std::string()>& make);
 
     HttpTransportCurl curl_;
     HurriedTransport hurried_{curl_};
-    VennicHTTP http_;
-    APIConfig config_;
+    std::shared_ptr<const TrustAnchors> anchors_;
+    quint16 port_;
+    std::unique_ptr<VennicHTTP> http_;
+    std::unique_ptr<APIConfig> config_;
 };
 
 } // namespace vennic::test

@@ -34,6 +34,7 @@ TEST_P(FaultMatrix, endsTheCallAsItShouldAndTheRequestArrivesOnce) {
     const auto& [call, fault, reused] = GetParam();
     LoopbackServer server(backendServer(fault.greeting));
     FaultBackend backend(server);
+    backend.useAddress();
     if (reused) {
         server.onRequest(answers::bytes("HTTP/1.1 204 None\r\n\r\n"));
         ASSERT_EQ(backend.outcome(call == Call::revoke ? Call::update : Call::revoke), "done");
