@@ -15,7 +15,7 @@ else()
   add_link_options(-Wl,-z,relro,-z,now)
 endif()
 if(VENNIC_FUZZERS)
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_compile_options(-fsanitize=fuzzer-no-link) # the libraries under test say which way they went
 endif()
 if(VENNIC_COVERAGE)
   add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
