@@ -9,6 +9,16 @@
 
 namespace vennic {
 
+namespace {
+
+index::IndexerSettings indexSettings(const Paths& paths) {
+    index::IndexerSettings settings;
+    settings.directory = QFile::encodeName(paths.cache + QStringLiteral("/index")).toStdString();
+    return settings;
+}
+
+} // namespace
+
 Client::Client(const Paths& paths, Deployment deployment)
     : preferences_(paths.data + QStringLiteral("/preferences.sqlite")),
       credentials_(makeCredentialStore(paths.data + QStringLiteral("/credentials.json"), presence_)),
@@ -20,7 +30,7 @@ Client::Client(const Paths& paths, Deployment deployment)
           DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
       texts_(indexReader_, *types_),
-      index_({.directory = QFile::encodeName(paths.cache + QStringLiteral("/index")).toStdString()}, texts_, *types_),
+      index_(indexSettings(paths), texts_, *types_),
       bookmarks_(preferences_, *folders_, *files_, clock_), spotlight_(index_, files_, types_, clock_),
       bridgeContext_(keychain_) {
     BookmarkStore::install(&bookmarks_);

@@ -32,7 +32,7 @@ struct Check {
 
 Finding deployment(const Paths& paths) {
     const Deployment found = Deployment::load(paths.resources + QStringLiteral("/deployment.json"));
-    return {.words = found.backendUrl};
+    return {Verdict::good, found.backendUrl, {}};
 }
 
 Finding pinnedRoots(const Paths& paths) {
@@ -41,7 +41,7 @@ Finding pinnedRoots(const Paths& paths) {
     if (count == 0)
         return {Verdict::bad, QStringLiteral("aucun certificat dans %1").arg(path),
                 QStringLiteral("Installe le fichier pinned-roots.pem de ce backend.")};
-    return {.words = QStringLiteral("%1 certificat(s)").arg(count)};
+    return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
 
 Finding worker(const Paths& paths) {
@@ -58,7 +58,7 @@ Finding worker(const Paths& paths) {
     reader.close();
     if (text != QStringLiteral("été"))
         return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
-    return {.words = QStringLiteral("enfermé, et lit")};
+    return {Verdict::good, QStringLiteral("enfermé, et lit"), {}};
 }
 
 Finding credentials(const Paths& paths) {
@@ -67,7 +67,7 @@ Finding credentials(const Paths& paths) {
     if (store->kind() == QLatin1String("file"))
         return {Verdict::limited, QStringLiteral("aucun trousseau de session ne répond : coffre dans un fichier 0600"),
                 QStringLiteral("Installe et ouvre un trousseau (gnome-keyring) pour que le jeton soit chiffré.")};
-    return {.words = QStringLiteral("trousseau de session")};
+    return {Verdict::good, QStringLiteral("trousseau de session"), {}};
 }
 
 Finding presence() {
@@ -75,7 +75,7 @@ Finding presence() {
     if (!presence.isAvailable())
         return {Verdict::limited, QStringLiteral("le système ne sait pas la demander"),
                 QStringLiteral("Pour le mode haute sécurité, installe polkit et la règle com.vennic.desktop.policy.")};
-    return {.words = QStringLiteral("polkit")};
+    return {Verdict::good, QStringLiteral("polkit"), {}};
 }
 
 Finding watches() {
@@ -88,20 +88,20 @@ Finding watches() {
     if (most < 65536)
         return {Verdict::limited, QStringLiteral("%1 dossiers surveillés au plus").arg(most),
                 QStringLiteral("Augmente fs.inotify.max_user_watches si tu partages de très grands dossiers.")};
-    return {.words = QStringLiteral("%1 dossiers surveillés au plus").arg(most)};
+    return {Verdict::good, QStringLiteral("%1 dossiers surveillés au plus").arg(most), {}};
 }
 
 Finding types() {
     if (!QFileInfo::exists(QStringLiteral("/usr/share/mime/globs2")))
         return {Verdict::limited, QStringLiteral("seule la table intégrée est connue"),
                 QStringLiteral("Installe shared-mime-info.")};
-    return {.words = QStringLiteral("shared-mime-info")};
+    return {Verdict::good, QStringLiteral("shared-mime-info"), {}};
 }
 
 Finding client(Instance& instance) {
     if (!instance.ask(encodeCommandRequest({QStringLiteral("status"), {}, {}}), std::chrono::seconds{5}))
         return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), QStringLiteral("Lance « vennic ».")};
-    return {.words = QStringLiteral("Vennic tourne")};
+    return {Verdict::good, QStringLiteral("Vennic tourne"), {}};
 }
 
 Finding lookAt(const Check& check) {
