@@ -10,11 +10,22 @@ namespace {
 
 constexpr qint64 usualMaxChars = 8000;
 
-ExtractedContent extractWithin(std::shared_ptr<FolderBookmarks> bookmarks, const DocumentExtractor& extractor,
-                               const BookmarkEntry& grant, const FileURL& url, qint64 maxChars) {
-    const auto folder = BookmarkResolver(*bookmarks).resolve(grant);
-    const ScopedAccess access(std::move(bookmarks), folder.url);
-    return extractor.extract(url, maxChars);
+/// The text, or the sentence that says why there is none.
+using Outcome = std::variant<ExtractedContent, QString>;
+
+/// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
+Outcome readShared(std::shared_ptr<FolderBookmarks> bookmarks, const DocumentExtractor& extractor,
+                   const std::vector<BookmarkEntry>& grants, const FileURL& url, qint64 maxChars) {
+    const BookmarkResolver resolver(*bookmarks);
+    try {
+        const auto grant = resolver.grantOf(url, grants);
+        if (!grant)
+            return QStringLiteral("Document hors des dossiers partagés.");
+        const ScopedAccess access(bookmarks, resolver.resolve(*grant).url);
+        return extractor.extract(url, maxChars);
+    } catch (const std::exception& error) {
+        return localizedDescription(error);
+    }
 }
 
 } // namespace
@@ -27,31 +38,16 @@ Task<> ReadHandler::handleRead(BridgeTask task, ReadArgs args, APIService api) {
             QStringLiteral("Document introuvable (la session a pu être nettoyée; relance la recherche)."));
         co_return;
     }
-    const auto grant = BookmarkResolver(*bookmarks_).grantOf(*url, grants_.load());
-    if (!grant) {
-        co_await TaskAnswer::error(std::move(api), task.id, QStringLiteral("Document hors des dossiers partagés."));
+    const qint64 maxChars = args.maxChars.value_or(usualMaxChars);
+    const Outcome outcome = co_await onPool(readShared, bookmarks_, extractor_, grants_.load(), *url, maxChars);
+    if (const auto* failure = std::get_if<QString>(&outcome)) {
+        co_await TaskAnswer::error(std::move(api), task.id, *failure);
         co_return;
     }
-    const Outcome outcome = co_await readWithin(*grant, *url, args.maxChars.value_or(usualMaxChars));
-    if (!outcome.content) {
-        co_await TaskAnswer::error(std::move(api), task.id, outcome.failure);
-        co_return;
-    }
-    const BridgeReadResult result{.content = outcome.content->text,
-                                  .truncated = outcome.content->truncated,
-                                  .bytes_read = outcome.content->bytesRead};
+    const auto& content = std::get<ExtractedContent>(outcome);
+    const BridgeReadResult result{
+        .content = content.text, .truncated = content.truncated, .bytes_read = content.bytesRead};
     co_await answer_.success(std::move(api), task.id, result);
-}
-
-Task<ReadHandler::Outcome> ReadHandler::readWithin(BookmarkEntry grant, FileURL url, qint64 maxChars) {
-    try {
-        ExtractedContent content = co_await onPool(extractWithin, bookmarks_, extractor_, grant, url, maxChars);
-        co_return Outcome{std::move(content), {}};
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const std::exception& error) {
-        co_return Outcome{std::nullopt, localizedDescription(error)};
-    }
 }
 
 } // namespace vennic

@@ -21,12 +21,6 @@ public:
     Task<> handleRead(BridgeTask task, ReadArgs args, APIService api);
 
 private:
-    struct Outcome {
-        std::optional<ExtractedContent> content;
-        QString failure; // meaningful without content
-    };
-    Task<Outcome> readWithin(BookmarkEntry grant, FileURL url, qint64 maxChars);
-
     BookmarkPersistence grants_;
     std::shared_ptr<FolderBookmarks> bookmarks_;
     DocumentExtractor extractor_;

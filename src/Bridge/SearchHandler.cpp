@@ -2,6 +2,7 @@
 
 #include "Bridge/BookmarkResolver.h"
 #include "base/Dates.h"
+#include "base/Pool.h"
 #include "base/TextFolding.h"
 
 #include <algorithm>
@@ -12,6 +13,25 @@ namespace {
 
 constexpr qint64 usualLimit = 10;
 constexpr double indexTimeout = 5.0; // seconds
+
+/// Where to search. A folder whose access didn't open is searched all the same.
+struct Scopes {
+    std::vector<FileURL> folders;
+    std::vector<ScopedAccess> opened; // closed when the answer has been sent or given up
+};
+
+/// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
+Scopes openScopes(std::shared_ptr<FolderBookmarks> bookmarks, const std::vector<BookmarkEntry>& grants) {
+    const BookmarkResolver resolver(*bookmarks);
+    Scopes scopes;
+    for (const BookmarkEntry& grant : grants) {
+        if (const auto folder = resolver.resolveIfPossible(grant)) {
+            scopes.folders.push_back(folder->url);
+            scopes.opened.emplace_back(bookmarks, folder->url);
+        }
+    }
+    return scopes;
+}
 
 } // namespace
 
@@ -28,18 +48,9 @@ Task<> SearchHandler::handleSearch(BridgeTask task, SearchArgs args, APIService 
                                    QStringLiteral("Aucun dossier partagé n'est configuré sur le Mac."));
         co_return;
     }
-    const BookmarkResolver resolver(*bookmarks_);
-    std::vector<FileURL> folders;
-    std::vector<ScopedAccess> opened; // closed when the answer has been sent or given up
-    for (const BookmarkEntry& grant : grants) {
-        if (const auto folder = resolver.resolveIfPossible(grant)) {
-            folders.push_back(folder->url);
-            opened.emplace_back(bookmarks_, folder->url);
-        }
-    }
-    const std::vector<SearchResult> results =
-        co_await search_.search(args.query, foldersByHints(std::move(folders), args.folderHints),
-                                args.limit.value_or(usualLimit), indexTimeout);
+    const Scopes scopes = co_await onPool(openScopes, bookmarks_, grants);
+    const std::vector<SearchResult> results = co_await search_.search(
+        args.query, foldersByHints(scopes.folders, args.folderHints), args.limit.value_or(usualLimit), indexTimeout);
     co_await answer_.success(std::move(api), task.id, handedOut(results));
 }
 
