@@ -1,5 +1,4 @@
 #include "backend/APIConfig.h"
-#include "fakes/KeyValueStoreFake.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -10,6 +9,18 @@ using namespace vennic;
 namespace {
 
 const auto domain = QStringLiteral("vennic.test");
+
+/// Preferences that hold the override and nothing else.
+class Override final : public KeyValueStore {
+public:
+    explicit Override(QString address) : address_(std::move(address)) {}
+    std::optional<StoredValue> value(const QString&) const override { return address_; }
+    void set(const QString&, StoredValue) override {}
+    void remove(const QString&) override {}
+
+private:
+    QString address_;
+};
 
 void expect(bool holds) {
     if (!holds)
@@ -47,8 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QString address = QString::fromUtf8(bytes.first(end));
     const QString id = QString::fromUtf8(bytes.sliced(std::min(end + 1, bytes.size())));
 
-    test::KeyValueStoreFake store;
-    store.set(QStringLiteral("apiBaseURL"), address);
+    const Override store(address);
     const APIConfig config(store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
                                              .backendDomain = domain,
                                              .apiHost = QStringLiteral("api.vennic.test"),
