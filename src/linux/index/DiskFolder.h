@@ -1,0 +1,47 @@
+#pragma once
+#include "linux/index/Catalogue.h"
+#include "linux/index/Descriptor.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vennic::index {
+
+/// Reading of the disk that follows no link: a folder that is swapped for a link while it is walked leads nowhere.
+/// Failures leave errno.
+
+/// Opens a folder from an absolute root path and the names below it.
+Descriptor openFolder(std::span<const std::string> components);
+/// Opens a folder in an open one.
+Descriptor openFolderAt(int folder, const std::string& name);
+/// Opens a regular file for reading; pipes and devices are never opened for good.
+Descriptor openFileAt(int folder, const std::string& name);
+
+/// What stands on disk under a name, without folder and identifier.
+std::optional<Entry> statAt(int folder, const std::string& name);
+/// The same of an open file.
+std::optional<Entry> statOf(int file);
+
+/// All entries of a folder that aren't hidden; nothing when it can't be read.
+std::optional<std::vector<Entry>> listFolder(int folder);
+
+inline bool isHidden(std::string_view name) { return name.empty() || name.front() == '.'; }
+
+enum class Volume {
+    ordinary,
+    remote, // others may change it without a word
+    none,   // no place for files: process and device tables
+};
+Volume volumeOf(int folder);
+
+/// The absolute path without links when it exists, else cleaned of "." and doubled slashes.
+std::string canonicalPath(const std::string& path);
+/// What follows `ancestor` in `path` without the slash; empty for the same folder, nothing when it isn't below.
+std::optional<std::string> pathBelow(const std::string& path, const std::string& ancestor);
+/// Whether a relative path has a hidden component.
+bool leadsThroughHidden(std::string_view relative);
+
+} // namespace vennic::index

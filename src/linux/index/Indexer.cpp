@@ -1,0 +1,287 @@
+#include "linux/index/Indexer.h"
+#include "linux/index/IdlePriority.h"
+#include "linux/index/IndexerWork.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace vennic::index {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds slice{20};          // the longest stretch of background work without a look around
+constexpr milliseconds longestBatch{3000}; // until background work becomes visible
+constexpr milliseconds retryDelay{5000};
+constexpr milliseconds publishInterval{250};
+
+} // namespace
+
+Indexer::Indexer(IndexerSettings settings, TextSource& texts)
+    : settings_(std::move(settings)), texts_(texts), wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    thread_ = std::thread([this] { run(); });
+}
+
+Indexer::~Indexer() {
+    {
+        const std::lock_guard lock(mutex_);
+        stop_ = true;
+    }
+    opened_.notify_all();
+    refreshed_.notify_all();
+    wake();
+    thread_.join();
+}
+
+void Indexer::wake() const { eventfd_write(wake_.get(), 1); }
+
+void Indexer::setFolders(std::vector<std::string> folders) {
+    {
+        const std::lock_guard lock(mutex_);
+        folders_ = std::move(folders);
+        foldersSet_ = true;
+        foldersKnown_ = true;
+        status_.ready = false;
+    }
+    wake();
+}
+
+std::vector<std::string> Indexer::folders() const {
+    const std::lock_guard lock(mutex_);
+    return folders_;
+}
+
+IndexerStatus Indexer::status() const {
+    const std::lock_guard lock(mutex_);
+    return status_;
+}
+
+bool Indexer::waitUntilOpen() {
+    std::unique_lock lock(mutex_);
+    opened_.wait(lock, [this] { return open_ || stop_ || status_.fault != 0 || status_.inUse; });
+    return open_ && !stop_;
+}
+
+void Indexer::refreshUnwatched(milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    if (!status_.watchLimited)
+        return;
+    refreshAsked_ = true;
+    wake();
+    refreshed_.wait_for(lock, limit, [this] { return !refreshAsked_ || stop_; });
+}
+
+void Indexer::reportDamage() {
+    damaged_ = true;
+    wake();
+}
+
+void Indexer::run() {
+    takeIdlePriority();
+    while (!stop_) {
+        try {
+            if (!work_)
+                open();
+            while (!stop_)
+                cycle();
+            commit();
+        } catch (const DamagedIndex&) {
+            damaged_ = true;
+        } catch (const DatabaseError& error) {
+            if (error.damaged())
+                damaged_ = true;
+            else
+                fail(EIO);
+        } catch (const std::system_error& error) {
+            fail(error.code().value() ? error.code().value() : EIO);
+        }
+        if (damaged_) {
+            damaged_ = false;
+            work_.reset();
+            IndexStore::erase(settings_.directory);
+            ++indexGeneration_;
+            ++folderGeneration_;
+        }
+    }
+    work_.reset();
+}
+
+void Indexer::fail(int fault) {
+    work_.reset();
+    {
+        const std::lock_guard lock(mutex_);
+        status_.fault = fault;
+        status_.ready = false;
+    }
+    opened_.notify_all();
+    pollfd waited{wake_.get(), POLLIN, 0};
+    const auto until = steady_clock::now() + retryDelay;
+    while (!stop_ && steady_clock::now() < until) {
+        eventfd_t ignored = 0;
+        eventfd_read(wake_.get(), &ignored);
+        poll(&waited, 1, static_cast<int>(retryDelay.count()));
+    }
+}
+
+void Indexer::open() {
+    std::filesystem::create_directories(std::filesystem::path(settings_.directory).parent_path());
+    if (mkdir(settings_.directory.c_str(), 0700) != 0 && errno != EEXIST)
+        throw std::system_error(errno, std::generic_category());
+    if (chmod(settings_.directory.c_str(), 0700) != 0)
+        throw std::system_error(errno, std::generic_category());
+    if (!lock_) {
+        Descriptor lock(::open((settings_.directory + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
+        const bool locked = lock && flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+        {
+            const std::lock_guard guard(mutex_);
+            status_.inUse = lock && !locked;
+        }
+        if (!locked)
+            throw std::system_error(errno, std::generic_category());
+        lock_ = std::move(lock);
+    }
+    work_ = std::make_unique<Work>(settings_, texts_);
+    ++folderGeneration_;
+    {
+        const std::lock_guard lock(mutex_);
+        open_ = true;
+        status_.fault = 0;
+        status_.inUse = false;
+        foldersSet_ = foldersKnown_; // what was granted holds for a new index too
+    }
+    opened_.notify_all();
+    publish(false);
+}
+
+void Indexer::cycle() {
+    if (damaged_)
+        throw DamagedIndex("reported by a reader");
+    takeCommands();
+    takeChanges();
+    settleDirty();
+    Work& work = *work_;
+    const auto now = steady_clock::now();
+    if (now >= work.nextRescan)
+        work.fullWalkDue = true;
+    if (work.fullWalkDue && !work.walk.active() && !work.roots.empty())
+        fullWalk();
+    const auto end = now + slice;
+    bool busy = true;
+    if (work.walk.active())
+        work.walk.step(end);
+    else if (!work.store.tend(end) && !readWaiting(end))
+        busy = work.walkedOnce && !work.store.changing() && work.store.verifyNext();
+    if (work.fullWalkRunning && !work.walk.active()) {
+        work.fullWalkRunning = false;
+        work.walkedOnce = true;
+        for (const auto& [path, root] : work.reconciler.adoptable) { // wasn't met where it was expected
+            work.urgent = true;
+            work.reconciler.forget(work.store.withdraw(root));
+        }
+        work.reconciler.adoptable.clear();
+        if (!work.reconciler.unwatched().empty())
+            work.nextRescan = now + settings_.rescanInterval;
+        busy = true;
+    }
+    const bool batchIsOld = steady_clock::now() - work.batchBegan > longestBatch;
+    if (work.store.changing() && (work.urgent || work.store.full() || batchIsOld || !busy)) {
+        commit();
+        busy = true;
+    }
+    if (!work.store.changing())
+        work.batchBegan = steady_clock::now();
+    const bool settled = !busy && work.walkedOnce && work.store.waiting() == 0 && work.dirty.empty();
+    if (!busy || now - work.lastPublished > publishInterval)
+        publish(settled);
+    sleep(busy);
+}
+
+void Indexer::commit() {
+    if (!work_)
+        return;
+    Work& work = *work_;
+    work.store.commit();
+    work.urgent = false;
+    if (work.folderChanges != work.store.catalogue().changesOfFolders()) {
+        work.folderChanges = work.store.catalogue().changesOfFolders();
+        ++folderGeneration_;
+    }
+    if (work.store.logLingers())
+        work.store.truncateLog();
+}
+
+void Indexer::publish(bool ready) {
+    Work& work = *work_;
+    work.lastPublished = steady_clock::now();
+    const std::int64_t bytes = work.store.bytesOnDisk();
+    const std::lock_guard lock(mutex_);
+    status_.files = work.store.files();
+    status_.waiting = work.store.waiting();
+    status_.bytes = bytes;
+    status_.watchLimited = work.reconciler.watchLimited();
+    status_.ready = ready && !foldersSet_;
+}
+
+void Indexer::sleep(bool busy) {
+    Work& work = *work_;
+    const auto now = steady_clock::now();
+    std::optional<Moment> due = work.dirty.nextDue();
+    const auto earlier = [&](Moment moment) { due = due ? std::min(*due, moment) : moment; };
+    if (work.nextRescan != Moment::max())
+        earlier(work.nextRescan);
+    if (work.store.waiting() > 0 && !work.reconciler.readerAnswers())
+        earlier(work.reconciler.pausedUntil());
+    if (work.store.logLingers())
+        earlier(now + milliseconds(100));
+    int timeout = -1;
+    if (busy)
+        timeout = 0;
+    else if (due)
+        timeout = static_cast<int>(
+            std::clamp<std::int64_t>(std::chrono::ceil<milliseconds>(*due - now).count(), 0, 24 * 3600 * 1000));
+    std::array<pollfd, 2> waited{{{wake_.get(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
+    // While changes settle more of them don't wake us: they are read together.
+    const bool gathering = !busy && !work.dirty.empty();
+    poll(waited.data(), gathering ? 1 : 2, timeout);
+    if (work.store.logLingers() && !work.store.changing())
+        work.store.truncateLog();
+}
+
+void Indexer::fullWalk() {
+    Work& work = *work_;
+    work.fullWalkDue = false;
+    work.fullWalkRunning = true;
+    work.reconciler.beginFullWalk();
+    work.nextRescan = Moment::max();
+    for (const std::uint32_t root : work.roots)
+        work.walk.push(root, FolderWalk::Depth::all);
+}
+
+bool Indexer::readWaiting(Moment end) {
+    Work& work = *work_;
+    if (work.store.waiting() == 0 || !work.reconciler.readerAnswers())
+        return false;
+    const auto waiting = work.store.catalogue().waiting(64);
+    if (waiting.empty())
+        return false;
+    for (const Entry& entry : waiting) {
+        if (stop_ || work.store.full() || steady_clock::now() >= end)
+            break;
+        if (!work.reconciler.readerAnswers())
+            break;
+        work.reconciler.readText(entry);
+    }
+    return true;
+}
+
+} // namespace vennic::index

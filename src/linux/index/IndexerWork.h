@@ -1,0 +1,30 @@
+#pragma once
+#include "linux/index/Indexer.h"
+
+namespace vennic::index {
+
+/// The open index of an indexer with everything that works on it.
+struct Indexer::Work {
+    Work(const IndexerSettings& settings, TextSource& texts)
+        : store(settings.directory), watches(settings.watchBudget), reconciler(store, watches, texts),
+          walk(store, reconciler) {}
+
+    IndexStore store;
+    Watches watches;
+    Reconciler reconciler;
+    FolderWalk walk;
+    DirtySet dirty;
+    std::vector<std::uint32_t> roots;  // that the user granted, as of the last command
+    std::unordered_map<std::uint32_t, DirtySet::Key> moves; // first halves of folder moves, by cookie
+    bool fullWalkDue = true;
+    bool fullWalkRunning = false;
+    bool walkedOnce = false;   // a full walk has ended
+    bool urgent = false;       // the batch holds changes that someone may be waiting for
+    std::int64_t folderChanges = 0; // as last told to readers
+    std::size_t unwatchedCursor = 0;
+    Moment batchBegan{};
+    Moment nextRescan = Moment::max();
+    Moment lastPublished{};
+};
+
+} // namespace vennic::index

@@ -1,0 +1,23 @@
+#include "linux_index/PlainTextSource.h"
+
+#include <unistd.h>
+
+namespace vennic::index::test {
+
+TextSource::Form PlainTextSource::formOf(std::string_view name) const {
+    return name.ends_with(".txt") ? Form::plain : name.ends_with(".rtf") ? Form::rich : Form::none;
+}
+
+TextSource::Result PlainTextSource::read(int file, std::string_view name) {
+    ++reads;
+    if (dead || name.find(deadly) != std::string_view::npos)
+        return {Outcome::failed, {}};
+    Result result{Outcome::text, {}};
+    char buffer[65536];
+    off_t at = 0;
+    for (ssize_t got = 0; (got = pread(file, buffer, sizeof buffer, at)) > 0; at += got)
+        result.text.append(buffer, static_cast<std::size_t>(got));
+    return result;
+}
+
+} // namespace vennic::index::test
