@@ -103,7 +103,6 @@ std::unique_ptr<IndexQuery> FileIndexSegments::query(const IndexPredicate& predi
     }
     request.groups = predicate.anyOf;
     request.scopes = bytesOf(scopes);
-    request.folders = indexer_->folders();
     request.limit = static_cast<std::size_t>(std::clamp<qint64>(limit, 0, mostResults));
     return std::make_unique<SegmentsQuery>(queries_, types_, std::move(request), possible);
 }

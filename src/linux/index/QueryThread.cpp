@@ -84,7 +84,9 @@ void QueryThread::answer(Gathering& gathering) {
             indexGeneration_ = indexer_.indexGeneration();
             searcher_.reopen();
         }
-        searcher_.run(gathering.request(), indexer_.folderGeneration(), gathering.stopFlag(),
+        SearchRequest request = gathering.request();
+        request.folders = indexer_.folders(); // as of now: what was withdrawn since it was asked isn't found
+        searcher_.run(request, indexer_.folderGeneration(), gathering.stopFlag(),
                       [&](SearchHit hit) { gathering.add(std::move(hit)); });
     } catch (const DamagedIndex&) {
         searcher_.reopen();
