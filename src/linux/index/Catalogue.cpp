@@ -21,8 +21,8 @@ CREATE INDEX file_waiting ON file(modified) WHERE state = 1;
 CREATE TABLE pend(id INTEGER PRIMARY KEY, words BLOB NOT NULL);
 CREATE TABLE xtext(id INTEGER PRIMARY KEY, text BLOB NOT NULL);
 CREATE TABLE seg(name BLOB PRIMARY KEY, bytes INTEGER NOT NULL, purge INTEGER NOT NULL) WITHOUT ROWID;
-CREATE TABLE next(file INTEGER NOT NULL, seg INTEGER NOT NULL);
-INSERT INTO next VALUES(1, 1);
+CREATE TABLE next(file INTEGER NOT NULL, seg INTEGER NOT NULL, scrub INTEGER NOT NULL);
+INSERT INTO next VALUES(1, 1, 0);
 )";
 
 } // namespace
@@ -30,7 +30,7 @@ INSERT INTO next VALUES(1, 1);
 Catalogue::Catalogue(const std::string& path) : database_(path, Database::Mode::write) {
     // secure_delete: what was deleted is overwritten, so a withdrawn folder leaves nothing behind.
     database_.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA secure_delete=ON;"
-                      "PRAGMA journal_size_limit=4194304; PRAGMA cache_size=-4096; PRAGMA temp_store=MEMORY;");
+                      "PRAGMA journal_size_limit=4194304; PRAGMA cache_size=-4096; PRAGMA temp_store=FILE;");
     const std::int64_t found = database_.integer("PRAGMA user_version");
     if (found == 0 && database_.integer("SELECT count(*) FROM sqlite_master") == 0)
         database_.execute("BEGIN;" + std::string(schema) + "PRAGMA user_version=" + std::to_string(version) + ";COMMIT;");
@@ -253,6 +253,15 @@ void Catalogue::removeSegment(const std::string& name) { database_.prepare("DELE
 
 void Catalogue::markForPurge(const std::string& name) {
     database_.prepare("UPDATE seg SET purge=1 WHERE name=?").with(name).run();
+}
+
+void Catalogue::askForScrub() { database_.execute("UPDATE next SET scrub=1"); }
+
+bool Catalogue::scrubDue() const { return database_.integer("SELECT scrub FROM next") != 0; }
+
+void Catalogue::scrub() {
+    // secure_delete leaves copies of cells that moved within and between pages; only a fresh file is free of them.
+    database_.execute("VACUUM; UPDATE next SET scrub=0");
 }
 
 bool Catalogue::truncateLog() { return database_.integer("PRAGMA wal_checkpoint(TRUNCATE)") == 0; }

@@ -100,6 +100,10 @@ public:
     /// A name that no segment in the catalogue ever had. Kept by the next commit.
     std::string newSegmentName() { return std::to_string(nextSegment_++) + ".seg"; }
 
+    /// Rewrites the catalogue so that no trace of deleted rows is left in it; asked for within a batch, done outside.
+    void askForScrub();
+    bool scrubDue() const;
+    void scrub();
     /// Empties the write-ahead log, so that nothing deleted lingers there; false when a reader prevents it.
     bool truncateLog();
     bool sound();

@@ -24,6 +24,7 @@ IndexStore::IndexStore(std::string directory)
             fs::remove(file.path()); // of a change that was never committed
     }
     count();
+    purging_ = scrubDue_ = catalogue_.scrubDue();
     logLingers_ = true; // the last run may have ended between deleting and truncating
 }
 
@@ -106,8 +107,9 @@ std::vector<std::uint32_t> IndexStore::withdraw(std::uint32_t folder) {
             }
         }
     }
+    catalogue_.askForScrub();
+    purging_ = scrubDue_ = true;
     segmentsChanged_ = true;
-    logLingers_ = true;
     return folders;
 }
 
@@ -175,6 +177,13 @@ bool IndexStore::tend(std::chrono::steady_clock::time_point end) {
         flushPending();
         return true;
     }
+    if (scrubDue_) {
+        scrubDue_ = false;
+        catalogue_.scrub();
+        logLingers_ = true;
+        truncateLog();
+        return true;
+    }
     if (segmentsChanged_) {
         segmentsChanged_ = false;
         chooseMerge();
@@ -189,8 +198,10 @@ bool IndexStore::tend(std::chrono::steady_clock::time_point end) {
 }
 
 void IndexStore::chooseMerge() {
+    purging_ = false; // unless one more is found below
     std::vector<std::vector<Catalogue::SegmentRow>> tiers;
     for (auto& row : catalogue_.segments()) {
+        purging_ = purging_ || row.purge;
         if (row.purge || std::ranges::find(worn_, row.name) != worn_.end()) {
             startMerge({row});
             return;

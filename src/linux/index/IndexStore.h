@@ -45,6 +45,8 @@ public:
 
     /// Merges and rewrites in the background, until `end`; false when there is nothing to do.
     bool tend(std::chrono::steady_clock::time_point end);
+    /// Words of a withdrawn folder are still on disk.
+    bool purging() const { return purging_; }
     /// Deleted words may linger in the write-ahead log until a reader has ended.
     bool logLingers() const { return logLingers_; }
     void truncateLog();
@@ -80,6 +82,8 @@ private:
     bool catalogueUnverified_ = true;
     bool segmentsChanged_ = true;
     bool logLingers_ = false;
+    bool scrubDue_ = false;
+    bool purging_ = false;
     std::string mergeName_;
     std::vector<std::string> mergeInputs_;
     std::unique_ptr<SegmentMerge> merge_;

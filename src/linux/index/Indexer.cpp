@@ -177,7 +177,9 @@ void Indexer::cycle() {
         fullWalk();
     const auto end = now + slice;
     bool busy = true;
-    if (work.walk.active())
+    if (work.store.purging() && !work.store.changing())
+        work.store.tend(end); // what was withdrawn goes first
+    else if (work.walk.active())
         work.walk.step(end);
     else if (!work.store.tend(end) && !readWaiting(end))
         busy = work.walkedOnce && !work.store.changing() && work.store.verifyNext();

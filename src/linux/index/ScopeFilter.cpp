@@ -37,6 +37,8 @@ ScopeFilter::ScopeFilter(const Database& database, const FolderTree& tree, const
     for (const std::string& folder : allowed)
         grants.push_back(canonicalPath(folder));
     for (const std::string& scope : scopes) {
+        if (!scope.starts_with('/'))
+            continue;
         const std::string canonical = canonicalPath(scope);
         const std::string spelled = withoutSlashes(scope);
         bool whole = false;
