@@ -16,7 +16,7 @@ public:
     using Moment = std::chrono::steady_clock::time_point;
     using Key = std::pair<std::uint32_t, std::string>; // folder, name
 
-    static constexpr std::chrono::milliseconds nameDelay{100};
+    static constexpr std::chrono::milliseconds nameDelay{40};
     static constexpr std::chrono::milliseconds quiet{300};
     static constexpr std::chrono::milliseconds longest{2000};
 
@@ -28,6 +28,7 @@ public:
     /// The entry has no text to wait for.
     void drop(const Key& key) { entries_.erase(key); }
     void clear() { entries_.clear(); }
+    bool contains(const Key& key) const { return entries_.contains(key); }
     bool empty() const { return entries_.empty(); }
     std::optional<Moment> nextDue() const;
 

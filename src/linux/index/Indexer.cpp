@@ -276,14 +276,16 @@ bool Indexer::readWaiting(Moment end) {
     const auto waiting = work.store.catalogue().waiting(64);
     if (waiting.empty())
         return false;
+    bool any = false;
     for (const Entry& entry : waiting) {
-        if (stop_ || work.store.full() || steady_clock::now() >= end)
+        if (stop_ || work.store.full() || steady_clock::now() >= end || !work.reconciler.readerAnswers())
             break;
-        if (!work.reconciler.readerAnswers())
-            break;
+        if (work.dirty.contains({entry.folder, entry.name}))
+            continue; // still being written
         work.reconciler.readText(entry);
+        any = true;
     }
-    return true;
+    return any;
 }
 
 } // namespace vennic::index
