@@ -21,6 +21,12 @@ IndexedFolder::IndexedFolder() {
     reopen();
 }
 
+IndexedFolder::~IndexedFolder() {
+    index_.reset();
+    std::error_code error;
+    fs::remove_all(base(), error); // names that are no text are beyond QTemporaryDir
+}
+
 void IndexedFolder::reopen() {
     index_.reset();
     index_ = std::make_unique<FileIndexSegments>(settings, texts, types);

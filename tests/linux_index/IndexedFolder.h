@@ -21,6 +21,7 @@ public:
 class IndexedFolder final : public vennic::test::FileIndexWorld {
 public:
     IndexedFolder();
+    ~IndexedFolder() override;
 
     FileIndex& index() override { return *index_; }
     QString folder() const override { return QString::fromStdString(path()); }

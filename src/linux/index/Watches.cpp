@@ -12,6 +12,8 @@ namespace {
 constexpr std::uint32_t interest = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE | IN_MODIFY |
                                    IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 
+constexpr int mostRounds = 8;
+
 std::size_t halfOfTheSystems() {
     std::size_t most = 8192;
     std::ifstream("/proc/sys/fs/inotify/max_user_watches") >> most;
@@ -56,10 +58,11 @@ void Watches::clear() {
 std::vector<Change> Watches::read() {
     std::vector<Change> changes;
     alignas(inotify_event) std::array<char, 65536> buffer;
-    for (;;) {
+    // Who writes without end must not keep us here.
+    for (int round = 0; round < mostRounds; ++round) {
         const ssize_t got = ::read(inotify_.get(), buffer.data(), buffer.size());
         if (got <= 0)
-            return changes;
+            break;
         for (ssize_t at = 0; at < got;) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
             at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
@@ -93,6 +96,7 @@ std::vector<Change> Watches::read() {
             changes.push_back(std::move(change));
         }
     }
+    return changes;
 }
 
 } // namespace vennic::index

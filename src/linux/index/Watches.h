@@ -29,7 +29,7 @@ public:
     bool add(std::uint32_t folder, int openFolder);
     void remove(std::uint32_t folder);
     bool has(std::uint32_t folder) const { return byFolder_.contains(folder); }
-    /// Everything that has happened since the last call; never waits.
+    /// What has happened since the last call, or the first part of it; never waits.
     std::vector<Change> read();
     void clear();
 
