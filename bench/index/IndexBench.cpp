@@ -166,7 +166,9 @@ int main(int count, char** arguments) {
     FileTexts texts;
     const auto start = Clock::now();
     const double cpuBefore = cpu();
-    Indexer indexer({store, 0}, texts);
+    IndexerSettings settings;
+    settings.directory = store;
+    Indexer indexer(settings, texts);
     indexer.setFolders({folder});
     if (!indexer.waitUntilOpen())
         return 1;

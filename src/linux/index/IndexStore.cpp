@@ -11,8 +11,8 @@ namespace vennic::index {
 
 namespace fs = std::filesystem;
 
-IndexStore::IndexStore(std::string directory)
-    : directory_(std::move(directory)), catalogue_(directory_ + "/catalog.db") {
+IndexStore::IndexStore(std::string directory, StoreLimits limits)
+    : directory_(std::move(directory)), limits_(limits), catalogue_(directory_ + "/catalog.db") {
     std::unordered_set<std::string> live;
     for (const auto& row : catalogue_.segments()) {
         const Segment check(pathOf(row.name)); // its header
@@ -116,7 +116,7 @@ std::vector<std::uint32_t> IndexStore::withdraw(std::uint32_t folder) {
 void IndexStore::commit() {
     if (!catalogue_.writing())
         return;
-    if (memory_.documents() > smallBatch || memory_.bytes() > static_cast<std::size_t>(mostPendingBytes) * 2) {
+    if (memory_.documents() > limits_.smallBatch || memory_.bytes() > static_cast<std::size_t>(limits_.mostPendingBytes) * 2) {
         const std::string name = catalogue_.newSegmentName();
         const std::uint64_t bytes = memory_.write(pathOf(name));
         catalogue_.addSegment(name, static_cast<std::int64_t>(bytes));
@@ -173,7 +173,7 @@ bool IndexStore::tend(std::chrono::steady_clock::time_point end) {
     }
     if (catalogue_.writing())
         return false; // a merge is chosen between batches only
-    if (pending_ >= mostPending || pendingBytes_ >= mostPendingBytes) {
+    if (pending_ >= limits_.mostPending || pendingBytes_ >= limits_.mostPendingBytes) {
         flushPending();
         return true;
     }
@@ -207,13 +207,13 @@ void IndexStore::chooseMerge() {
             return;
         }
         std::size_t tier = 0;
-        for (std::int64_t size = row.bytes; size > 64 * 1024; size /= static_cast<std::int64_t>(fan))
+        for (std::int64_t size = row.bytes; size > 64 * 1024; size /= static_cast<std::int64_t>(limits_.fan))
             ++tier;
         tiers.resize(std::max(tiers.size(), tier + 1));
         tiers[tier].push_back(std::move(row));
     }
     for (auto& tier : tiers) {
-        if (tier.size() >= fan) {
+        if (tier.size() >= limits_.fan) {
             startMerge(std::move(tier));
             return;
         }

@@ -12,13 +12,22 @@
 
 namespace vennic::index {
 
+/// When the index on disk changes its shape.
+struct StoreLimits {
+    std::size_t smallBatch = 256;       // documents; fewer go to the pending words
+    std::int64_t mostPending = 1000;    // documents, until the pending words become a segment
+    std::int64_t mostPendingBytes = 4 << 20;
+    std::size_t fan = 8;                // segments of like size that are merged into one
+    std::size_t largestBatch = 44 << 20; // bytes of memory
+};
+
 /// The index on disk as its one writer sees it: the catalogue and the segments. Changes gather in a batch that
 /// becomes visible and lasting with `commit`, whole or not at all. Raises DamagedIndex, DatabaseError and
 /// std::system_error; after any of them the batch is lost and `rollback` is due.
 class IndexStore {
 public:
     /// Opens or makes the index in a folder that exists. A settled index is opened without reading it.
-    explicit IndexStore(std::string directory);
+    explicit IndexStore(std::string directory, StoreLimits limits = {});
     /// Deletes every file of an index.
     static void erase(const std::string& directory);
 
@@ -40,7 +49,7 @@ public:
     void commit();
     void rollback();
     /// The batch is as large as memory allows.
-    bool full() const { return memory_.bytes() > largestBatch; }
+    bool full() const { return memory_.bytes() > limits_.largestBatch; }
     bool changing() const { return catalogue_.writing(); }
 
     /// Merges and rewrites in the background, until `end`; false when there is nothing to do.
@@ -58,12 +67,6 @@ public:
     std::int64_t bytesOnDisk() const;
 
 private:
-    static constexpr std::size_t largestBatch = 44u << 20;
-    static constexpr std::size_t smallBatch = 256; // documents; fewer go to the pending words
-    static constexpr std::int64_t mostPending = 1000;
-    static constexpr std::int64_t mostPendingBytes = 4 << 20;
-    static constexpr std::size_t fan = 8;
-
     std::string pathOf(const std::string& segment) const { return directory_ + '/' + segment; }
     void count();
     void flushPending();
@@ -73,6 +76,7 @@ private:
     void finishMerge();
 
     std::string directory_;
+    StoreLimits limits_;
     Catalogue catalogue_;
     MemorySegment memory_;
     std::int64_t files_ = 0, waiting_ = 0;

@@ -21,6 +21,7 @@ struct IndexerSettings {
     std::string directory;                            // of the index, made with mode 0700
     std::size_t watchBudget = 0;                      // 0: half of what the system allows
     std::chrono::milliseconds rescanInterval{20 * 60 * 1000}; // where changes aren't told
+    StoreLimits limits;
 };
 
 /// How far the indexer is.

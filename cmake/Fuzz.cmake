@@ -1,0 +1,18 @@
+# vennic_fuzz(name [LINKS target...]): fuzz/<name>.cpp as a libFuzzer program with VENNIC_FUZZERS; without, a program
+# that replays fuzz/corpus/<name>/* once, as a test.
+function(vennic_fuzz name)
+  cmake_parse_arguments(FUZZ "" "" "LINKS" ${ARGN})
+  if(NOT VENNIC_FUZZERS AND NOT VENNIC_TESTS)
+    return()
+  endif()
+  add_executable(fuzz_${name} ${CMAKE_SOURCE_DIR}/fuzz/${name}.cpp)
+  target_link_libraries(fuzz_${name} PRIVATE ${FUZZ_LINKS})
+  if(VENNIC_FUZZERS)
+    target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+  else()
+    target_sources(fuzz_${name} PRIVATE ${CMAKE_SOURCE_DIR}/fuzz/ReplayMain.cpp)
+    add_test(NAME fuzz/${name} COMMAND fuzz_${name} ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})
+    set_tests_properties(fuzz/${name} PROPERTIES TIMEOUT 60)
+  endif()
+endfunction()
