@@ -204,6 +204,7 @@ bool IndexStore::tidy() {
         return false;
     chooseMerge(2);
     untidy_ = merge_ != nullptr;
+    logLingers_ = logLingers_ || !untidy_; // a bulk leaves a long one
     return untidy_;
 }
 
