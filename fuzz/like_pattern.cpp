@@ -86,7 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::string> words;
     splitWords(text, [&](std::string_view word) { words.emplace_back(word); });
     const bool candidate = std::ranges::all_of(like.pieces(), [&](const std::string& piece) {
-        return std::ranges::any_of(words, [&](const std::string& word) { return word.find(piece) != std::string::npos; });
+        return std::ranges::any_of(words,
+                                   [&](const std::string& word) { return word.find(piece) != std::string::npos; });
     });
     require(!matches || candidate);
     require(!like.exact() || matches == candidate);

@@ -13,23 +13,21 @@ using namespace vennic::index;
 
 namespace {
 
-const std::string& folder() {
-    static const std::string path = [] {
+/// A folder of this process, gone with it.
+struct Folder {
+    Folder() {
         char name[] = "/tmp/fuzz_segment_XXXXXX";
         if (!mkdtemp(name))
             std::abort();
-        return std::string(name);
-    }();
-    return path;
-}
-
-struct Cleanup {
-    ~Cleanup() {
-        unlink((folder() + "/in").c_str());
-        unlink((folder() + "/out").c_str());
-        rmdir(folder().c_str());
+        path = name;
     }
-} const cleanup;
+    ~Folder() {
+        unlink((path + "/in").c_str());
+        unlink((path + "/out").c_str());
+        rmdir(path.c_str());
+    }
+    std::string path;
+};
 
 } // namespace
 
@@ -47,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         header.headerChecksum = checksum.value();
         std::memcpy(bytes.data(), &header, sizeof header);
     }
-    const std::string path = folder() + "/in";
+    static const Folder folder;
+    const std::string path = folder.path + "/in";
     const int file = open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600);
     if (file < 0 || write(file, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
         std::abort();
@@ -59,10 +58,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Bitmap found(segment->documents());
             segment->collect(piece, found);
         }
-        SegmentMerge merge({segment}, folder() + "/out", [](std::uint32_t id) { return id % 3 != 0; });
+        SegmentMerge merge({segment}, folder.path + "/out", [](std::uint32_t id) { return id % 3 != 0; });
         merge.step(std::chrono::steady_clock::time_point::max());
         merge.finish();
-        unlink((folder() + "/out").c_str());
+        unlink((folder.path + "/out").c_str());
     } catch (const DamagedIndex&) { // NOLINT(bugprone-empty-catch): the answer to most inputs
     }
     return 0;

@@ -58,7 +58,9 @@ double cpu() {
 
 double since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
-void print(const std::string& name, double value, const char* unit) { std::printf("%s\t%.4g\t%s\n", name.c_str(), value, unit); }
+void print(const std::string& name, double value, const char* unit) {
+    std::printf("%s\t%.4g\t%s\n", name.c_str(), value, unit);
+}
 
 long memory(const char* field) { // kB
     std::ifstream status("/proc/self/status");
@@ -128,7 +130,8 @@ void measureFreshness(Searcher& searcher, const Indexer& indexer, const std::str
                                           std::pair("fraicheur" + std::to_string(i) + "t", &texts)}) {
             bool found = false;
             while (!found && since(start) < 30) {
-                searcher.run(requestOf(word, folder, 1), indexer.folderGeneration(), stop, [&](SearchHit) { found = true; });
+                searcher.run(requestOf(word, folder, 1), indexer.folderGeneration(), stop,
+                             [&](SearchHit) { found = true; });
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
             }
             times->push_back(since(start) * 1e3);

@@ -1,4 +1,5 @@
 #include "contracts/FileIndexContract.h"
+
 #include "support/Await.h"
 
 namespace vennic::test {
@@ -42,7 +43,8 @@ TEST_P(FileIndexContract, findsByNameAndByTextWithoutRegardToCaseButToAccents) {
     world->write(s("autre.txt"), s("facturé"), 1000);
     world->index().setFolders({world->folder()});
     world->settle();
-    EXPECT_EQ(found(*world, allOf({s("facture")}), {world->folder()}), QStringList({s("Facture EDF.txt"), s("notes.txt")}));
+    EXPECT_EQ(found(*world, allOf({s("facture")}), {world->folder()}),
+              QStringList({s("Facture EDF.txt"), s("notes.txt")}));
     EXPECT_EQ(found(*world, allOf({s("FACTURÉ")}), {world->folder()}), QStringList({s("autre.txt")}));
     EXPECT_EQ(found(*world, allOf({s("d\\'élec")}), {world->folder()}), QStringList({s("notes.txt")}));
     EXPECT_EQ(found(*world, allOf({s("absent")}), {world->folder()}), QStringList());
@@ -58,7 +60,8 @@ TEST_P(FileIndexContract, takesEachWordFromNameOrTextAndForgivesOneWhenAsked) {
     EXPECT_EQ(found(*world, allOf({s("contrat"), s("location")}), {world->folder()}), QStringList({s("contrat.txt")}));
     IndexPredicate relaxed = allOf({s("contrat"), s("location"), s("garage")});
     relaxed.anyOf = {{0, 1}, {0, 2}, {1, 2}};
-    EXPECT_EQ(found(*world, relaxed, {world->folder()}), QStringList({s("contrat.txt"), s("bail.txt"), s("garage.txt")}));
+    EXPECT_EQ(found(*world, relaxed, {world->folder()}),
+              QStringList({s("contrat.txt"), s("bail.txt"), s("garage.txt")}));
     relaxed.anyOf = {};
     EXPECT_EQ(found(*world, relaxed, {world->folder()}), QStringList());
 }
@@ -69,7 +72,8 @@ TEST_P(FileIndexContract, keepsStarsAndQuestionMarksActiveAndTakesEscapedOnesLit
     world->write(s("al*ta.txt"), s("x"), 2000);
     world->index().setFolders({world->folder()});
     world->settle();
-    EXPECT_EQ(found(*world, allOf({s("al*ta")}), {world->folder()}), QStringList({s("alpha beta.txt"), s("al*ta.txt")}));
+    EXPECT_EQ(found(*world, allOf({s("al*ta")}), {world->folder()}),
+              QStringList({s("alpha beta.txt"), s("al*ta.txt")}));
     EXPECT_EQ(found(*world, allOf({s("al\\*ta")}), {world->folder()}), QStringList({s("al*ta.txt")}));
     EXPECT_EQ(found(*world, allOf({s("b?ta")}), {world->folder()}), QStringList({s("alpha beta.txt")}));
 }

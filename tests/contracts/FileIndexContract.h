@@ -1,9 +1,8 @@
 #pragma once
 #include "ports/FileIndex.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 
 namespace vennic::test {
@@ -29,7 +28,8 @@ struct FileIndexContractCase {
 class FileIndexContract : public ::testing::TestWithParam<FileIndexContractCase> {};
 
 /// One query to its end: the paths found, below `world.folder()`.
-QStringList found(FileIndexWorld& world, const IndexPredicate& predicate, const QStringList& scopes, qint64 limit = 100);
+QStringList found(FileIndexWorld& world, const IndexPredicate& predicate, const QStringList& scopes,
+                  qint64 limit = 100);
 /// Every word between stars, all of them needed.
 IndexPredicate allOf(const QStringList& words);
 

@@ -1,4 +1,5 @@
 #include "fakes/FileIndexFake.h"
+
 #include "base/MainQueue.h"
 #include "base/TextFolding.h"
 
@@ -76,7 +77,9 @@ std::unique_ptr<IndexQuery> FileIndexFake::query(const IndexPredicate& predicate
             const QRegularExpression expression = expressionOf(predicate.patterns[at]);
             return expression.match(caseFolded(name)).hasMatch() || expression.match(caseFolded(file.text)).hasMatch();
         };
-        const auto all = [&](const std::vector<int>& group) { return std::all_of(group.begin(), group.end(), matches); };
+        const auto all = [&](const std::vector<int>& group) {
+            return std::all_of(group.begin(), group.end(), matches);
+        };
         if (std::any_of(predicate.anyOf.begin(), predicate.anyOf.end(), all))
             newestFirst.emplace(-file.changedAt.toMSecsSinceEpoch(),
                                 IndexItem{file.path, name, file.contentType, file.size, file.changedAt});

@@ -27,7 +27,8 @@ protected:
     }
     void fill() {
         for (int i = 0; i < 60; ++i)
-            world.put("d" + std::to_string(i % 3) + "/f" + std::to_string(i) + ".txt", "kwartzite mot" + std::to_string(i));
+            world.put("d" + std::to_string(i % 3) + "/f" + std::to_string(i) + ".txt",
+                      "kwartzite mot" + std::to_string(i));
         world.reopen();
         world.share();
         world.settle();
@@ -97,8 +98,8 @@ TEST_F(CrashTest, killedAtAnyMomentItLosesNothingAndIsNotMadeAnew) {
             }
             std::set<std::string> found;
             const std::atomic<bool> stop = false;
-            searcher.run({{'*' + word + '*'}, {{0}}, {world.path()}, {world.path()}, 1000}, indexer.folderGeneration(), stop,
-                         [&](SearchHit hit) { found.insert(hit.path); });
+            searcher.run({{'*' + word + '*'}, {{0}}, {world.path()}, {world.path()}, 1000}, indexer.folderGeneration(),
+                         stop, [&](SearchHit hit) { found.insert(hit.path); });
             ASSERT_EQ(found, expected) << word << " in round " << round;
         }
     }
@@ -138,7 +139,8 @@ TEST_F(CrashTest, aDamagedOrMissingSegmentIsMadeAnew) {
     file.close();
     world.reopen(); // opens well: only the full reading in the background tells
     world.share();
-    EXPECT_TRUE(vennic::test::waitUntil([&] { return !fs::exists(segments.front()) || world.find(s("kwartzite")).size() == 60; }));
+    EXPECT_TRUE(vennic::test::waitUntil(
+        [&] { return !fs::exists(segments.front()) || world.find(s("kwartzite")).size() == 60; }));
     world.close();
     expectWhole("changed");
 }

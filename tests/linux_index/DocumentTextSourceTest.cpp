@@ -1,4 +1,5 @@
 #include "linux/index/DocumentTextSource.h"
+
 #include "base/TextExtensions.h"
 
 #include <QFile>
@@ -25,7 +26,8 @@ private:
             throw DocumentReadError(*fault, QStringLiteral("non"));
         asked = maxChars;
         QFile file(path);
-        return {QString::fromLatin1(form) + (file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString()),
+        return {QString::fromLatin1(form) +
+                    (file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString()),
                 false, 0};
     }
 };

@@ -1,4 +1,5 @@
 #include "contracts/FileIndexContract.h"
+
 #include "fakes/FileIndexFake.h"
 #include "linux_index/IndexedFolder.h"
 
@@ -21,11 +22,11 @@ private:
     FileIndexFake fake_;
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    FileIndex, FileIndexContract,
-    ::testing::Values(
-        FileIndexContractCase{"fake", [] { return std::make_unique<FakeWorld>(); }},
-        FileIndexContractCase{"segments", [] { return std::make_unique<vennic::index::test::IndexedFolder>(); }}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(FileIndex, FileIndexContract,
+                         ::testing::Values(FileIndexContractCase{"fake", [] { return std::make_unique<FakeWorld>(); }},
+                                           FileIndexContractCase{
+                                               "segments",
+                                               [] { return std::make_unique<vennic::index::test::IndexedFolder>(); }}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "linux/index/GroupRule.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <random>
 
 using namespace vennic::index;

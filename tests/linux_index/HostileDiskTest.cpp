@@ -61,7 +61,8 @@ TEST_F(HostileDiskTest, linksPipesAndSocketsAreNamesOnly) {
 }
 
 TEST_F(HostileDiskTest, hugeFilesAreFoundByNameOnly) {
-    for (const auto& [name, size] : {std::pair("juste.txt", off_t{10485760}), {"trop.txt", off_t{10485761}}, {"creux.txt", off_t{1} << 40}}) {
+    for (const auto& [name, size] :
+         {std::pair("juste.txt", off_t{10485760}), {"trop.txt", off_t{10485761}}, {"creux.txt", off_t{1} << 40}}) {
         const int file = open((world.path() + '/' + name).c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
         ASSERT_EQ(pwrite(file, "kwartzite", 9, 0), 9);
         ASSERT_EQ(ftruncate(file, size), 0);

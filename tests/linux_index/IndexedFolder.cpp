@@ -1,4 +1,5 @@
 #include "linux_index/IndexedFolder.h"
+
 #include "support/Await.h"
 
 #include <fcntl.h>

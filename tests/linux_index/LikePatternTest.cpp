@@ -1,11 +1,11 @@
 #include "linux/index/LikePattern.h"
+
 #include "linux/index/TextFold.h"
 #include "linux/index/WordSplit.h"
 #include "linux_index/NaiveGlob.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <random>
 
 namespace {
@@ -13,7 +13,9 @@ namespace {
 using namespace vennic::index;
 using vennic::index::test::naiveLike;
 
-bool like(const std::string& text, const std::string& pattern) { return LikePattern(pattern).matches(foldedText(text)); }
+bool like(const std::string& text, const std::string& pattern) {
+    return LikePattern(pattern).matches(foldedText(text));
+}
 
 std::string randomText(std::mt19937& random, const std::vector<std::string>& letters, unsigned longest) {
     std::string text;
@@ -23,7 +25,8 @@ std::string randomText(std::mt19937& random, const std::vector<std::string>& let
 }
 
 const std::vector<std::string> letters{"a", "b", "A", "é", "É", "e\u0301", "-", "'", "’", ".", " ", "€", "日", "\n"};
-const std::vector<std::string> patternLetters{"a", "b", "é", "E\u0301", "*", "*", "?", "\\*", "\\\\", "\\'", "-", ".", "’", "€", " "};
+const std::vector<std::string> patternLetters{"a",    "b",   "é", "E\u0301", "*", "*", "?", "\\*",
+                                              "\\\\", "\\'", "-", ".",       "’", "€", " "};
 
 TEST(LikePattern, followsItsGrammar) {
     EXPECT_TRUE(like("Facture", "facture"));
@@ -63,7 +66,8 @@ TEST(LikePattern, itsPiecesHoldForEveryMatchAndDecideWhenItSaysSo) {
         splitWords(folded, [&](std::string_view word) { words.emplace_back(word); });
         const LikePattern pattern('*' + randomText(random, patternLetters, 4) + '*');
         const bool candidate = std::ranges::all_of(pattern.pieces(), [&](const std::string& piece) {
-            return std::ranges::any_of(words, [&](const std::string& word) { return word.find(piece) != std::string::npos; });
+            return std::ranges::any_of(words,
+                                       [&](const std::string& word) { return word.find(piece) != std::string::npos; });
         });
         const bool matches = pattern.matches(folded);
         ASSERT_TRUE(!matches || candidate) << folded;
@@ -103,7 +107,8 @@ TEST(WordSplit, cutsLongRunsSoThatEverySurePieceLiesInOne) {
         });
         for (std::size_t at = 0; at + longestSurePiece <= run.size(); ++at) {
             const std::string piece = run.substr(at, longestSurePiece);
-            ASSERT_TRUE(std::ranges::any_of(words, [&](const auto& word) { return word.find(piece) != std::string::npos; }));
+            ASSERT_TRUE(
+                std::ranges::any_of(words, [&](const auto& word) { return word.find(piece) != std::string::npos; }));
         }
     }
 }
@@ -111,7 +116,8 @@ TEST(WordSplit, cutsLongRunsSoThatEverySurePieceLiesInOne) {
 TEST(WordSplit, keepsInnerConnectorsAndGivesSymbolsAlone) {
     std::vector<std::string> words;
     splitWords("l'eau, d’eau. (fa-12) a_b 10/05/20 - € 日本", [&](std::string_view word) { words.emplace_back(word); });
-    EXPECT_EQ(words, (std::vector<std::string>{"l'eau", ",", "d’eau", ".", "(", "fa-12", ")", "a_b", "10/05/20", "-", "€", "日本"}));
+    EXPECT_EQ(words, (std::vector<std::string>{"l'eau", ",", "d’eau", ".", "(", "fa-12", ")", "a_b", "10/05/20", "-",
+                                               "€", "日本"}));
 }
 
 } // namespace

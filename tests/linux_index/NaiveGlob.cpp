@@ -1,4 +1,5 @@
 #include "linux_index/NaiveGlob.h"
+
 #include "base/TextFolding.h"
 
 #include <QString>

@@ -18,10 +18,18 @@ struct Document {
 };
 
 /// Words with accents in both forms, apostrophes, punctuation, one letter, long runs.
-const std::vector<std::string> words{
-    "facture", "FACTURE", "Factures", "contrat", "élève", "e\u0301le\u0300ve", "ÉLÈVE", "Straße", "strasse", "l'eau",
-    "l’eau", "d'avril", "fa-12", "10/05/2019", "m.", "M. Martin", "c++", "a", "é", "x_y", "petit@lyon.example", "3,50 €",
-    "日本語", "ΔΙΑΦΟΡΑ", "😀", "...", "--", "(note)", "50%", "a*b", "a?b", "back\\slash", "naïve\tvoilà", "œuvre"};
+const std::vector<std::string> words{"facture",   "FACTURE",     "Factures",
+                                     "contrat",   "élève",       "e\u0301le\u0300ve",
+                                     "ÉLÈVE",     "Straße",      "strasse",
+                                     "l'eau",     "l’eau",       "d'avril",
+                                     "fa-12",     "10/05/2019",  "m.",
+                                     "M. Martin", "c++",         "a",
+                                     "é",         "x_y",         "petit@lyon.example",
+                                     "3,50 €",    "日本語",      "ΔΙΑΦΟΡΑ",
+                                     "😀",        "...",         "--",
+                                     "(note)",    "50%",         "a*b",
+                                     "a?b",       "back\\slash", "naïve\tvoilà",
+                                     "œuvre"};
 
 class OracleTest : public ::testing::Test {
 protected:
@@ -30,7 +38,9 @@ protected:
         for (int i = 0; i < documents; ++i) {
             Document document;
             document.name = "doc " + std::to_string(i) + " " + safe(words[random() % words.size()]) +
-                            (random() % 4 ? ".txt" : random() % 2 ? ".rtf" : ".bin");
+                            (random() % 4   ? ".txt"
+                             : random() % 2 ? ".rtf"
+                                            : ".bin");
             document.path = "d" + std::to_string(i % 5) + "/" + document.name;
             for (unsigned k = random() % 12; k > 0; --k)
                 document.text += words[random() % words.size()] + (random() % 3 ? " " : "\n");
@@ -40,7 +50,8 @@ protected:
             if (document.name.ends_with(".bin"))
                 world.write(QString::fromStdString(document.path), QStringLiteral("non lu"), document.changedAt);
             else
-                world.write(QString::fromStdString(document.path), QString::fromStdString(document.text), document.changedAt);
+                world.write(QString::fromStdString(document.path), QString::fromStdString(document.text),
+                            document.changedAt);
             if (document.name.ends_with(".bin"))
                 document.text.clear();
             documents_.push_back(std::move(document));
@@ -128,12 +139,12 @@ TEST_F(OracleTest, findsTheSameInPendingWordsInSegmentsAndAfterChanges) {
                 continue;
             document.text = words[random() % words.size()] + " version " + std::to_string(round * 100 + i);
             document.changedAt += 1'000'000 + round * 100'000 + i;
-            world.write(QString::fromStdString(document.path), QString::fromStdString(document.text), document.changedAt);
+            world.write(QString::fromStdString(document.path), QString::fromStdString(document.text),
+                        document.changedAt);
         }
         const IndexPredicate versions = test::allOf({QStringLiteral("version")});
-        const bool same = test::waitUntil([&] {
-            return files(test::found(world, versions, {world.folder()}, 1000)) == expected(versions);
-        });
+        const bool same = test::waitUntil(
+            [&] { return files(test::found(world, versions, {world.folder()}, 1000)) == expected(versions); });
         ASSERT_TRUE(same) << round;
         for (const char* token : {"facture", "é", "e", "m.", "l\\'eau", "a", "fa*12"}) {
             const IndexPredicate predicate = test::allOf({QString::fromUtf8(token)});

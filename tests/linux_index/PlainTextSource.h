@@ -14,7 +14,7 @@ public:
     Result read(int file, std::string_view name) override;
 
     std::atomic<int> reads = 0;
-    std::string deadly = "deadly"; // a file whose name holds this kills the reader
+    std::string deadly = "deadly";  // a file whose name holds this kills the reader
     std::atomic<bool> dead = false; // the reader can't be had at all
 };
 

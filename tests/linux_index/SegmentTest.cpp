@@ -3,9 +3,8 @@
 
 #include <QTemporaryDir>
 
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 #include <map>
 #include <random>
 #include <set>
@@ -111,7 +110,9 @@ TEST_F(SegmentTest, leavesNoFileWhenAMergeIsDropped) {
     MemorySegment memory;
     fill(memory, 0, 50);
     memory.write(path("in"));
-    { const SegmentMerge merge({std::make_shared<const Segment>(path("in"))}, path("out"), [](auto) { return true; }); }
+    {
+        const SegmentMerge merge({std::make_shared<const Segment>(path("in"))}, path("out"), [](auto) { return true; });
+    }
     EXPECT_FALSE(std::ifstream(path("out")).good());
 }
 
@@ -142,7 +143,8 @@ TEST_F(SegmentTest, noticesEveryChangedByteAndStaysWithinItsFileMeanwhile) {
             noticed = !segment.intact();
             for (const std::string& piece : pieces)
                 collect(segment, piece);
-            SegmentMerge merge({std::make_shared<const Segment>(path("changed"))}, path("out"), [](auto) { return true; });
+            SegmentMerge merge({std::make_shared<const Segment>(path("changed"))}, path("out"),
+                               [](auto) { return true; });
             merge.step(std::chrono::steady_clock::time_point::max());
         } catch (const DamagedIndex&) {
             noticed = true;

@@ -1,4 +1,5 @@
 #include "linux/index/TextFold.h"
+
 #include "base/TextFolding.h"
 
 #include <QString>
@@ -25,7 +26,8 @@ TEST(TextFold, givesWhatTheReferenceGivesForEveryCharacter) {
 
 TEST(TextFold, composesAccentsOnWhateverSideOfAChunkTheyStand) {
     for (int before = 0; before < 70; ++before) {
-        const QString text = QString(before, u'x') + QString::fromUtf8("E\u0301LE\u0300VE Ångström ẞ ﬁn \u212B \u1100\u1161");
+        const QString text =
+            QString(before, u'x') + QString::fromUtf8("E\u0301LE\u0300VE Ångström ẞ ﬁn \u212B \u1100\u1161");
         EXPECT_EQ(foldedText(text.toStdString()), reference(text));
     }
     EXPECT_EQ(foldedText("e\u0301"), "\u00e9");
@@ -44,7 +46,8 @@ TEST(TextFold, givesWhatTheReferenceGivesForRandomText) {
 }
 
 TEST(TextFold, makesValidTextOfAnyBytes) {
-    for (const std::string bytes : {"\xff", "a\xc3", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc0\xaf", "x\x80y", "\xf0\x82\x82\xac"}) {
+    for (const std::string bytes :
+         {"\xff", "a\xc3", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc0\xaf", "x\x80y", "\xf0\x82\x82\xac"}) {
         const QByteArray raw = QByteArray::fromStdString(bytes);
         const std::string folded = foldedText(bytes);
         EXPECT_EQ(folded, reference(QString::fromUtf8(raw)));

@@ -53,7 +53,8 @@ public:
             words_[i] |= other.words_[i];
         return *this;
     }
-    template <class F> void forEach(F&& function) const {
+    template <class F>
+    void forEach(F&& function) const {
         for (std::size_t i = 0; i < words_.size(); ++i) {
             for (std::uint64_t word = words_[i]; word; word &= word - 1)
                 function(i * 64 + static_cast<std::size_t>(std::countr_zero(word)));

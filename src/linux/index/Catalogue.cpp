@@ -1,4 +1,5 @@
 #include "linux/index/Catalogue.h"
+
 #include "linux/index/SegmentFormat.h"
 
 #include <algorithm>
@@ -33,7 +34,8 @@ Catalogue::Catalogue(const std::string& path) : database_(path, Database::Mode::
                       "PRAGMA journal_size_limit=4194304; PRAGMA cache_size=-4096; PRAGMA temp_store=FILE;");
     const std::int64_t found = database_.integer("PRAGMA user_version");
     if (found == 0 && database_.integer("SELECT count(*) FROM sqlite_master") == 0)
-        database_.execute("BEGIN;" + std::string(schema) + "PRAGMA user_version=" + std::to_string(version) + ";COMMIT;");
+        database_.execute("BEGIN;" + std::string(schema) + "PRAGMA user_version=" + std::to_string(version) +
+                          ";COMMIT;");
     else if (found != version)
         throw DamagedIndex("catalogue of another version");
     begin_ = database_.prepare("BEGIN IMMEDIATE");
@@ -205,7 +207,9 @@ void Catalogue::remove(std::uint32_t id) {
     removeOneText_.with(id).run();
 }
 
-void Catalogue::setText(std::uint32_t id, TextState state) { setText_.with(static_cast<std::int64_t>(state), id).run(); }
+void Catalogue::setText(std::uint32_t id, TextState state) {
+    setText_.with(static_cast<std::int64_t>(state), id).run();
+}
 
 std::vector<Entry> Catalogue::waiting(int limit) {
     std::vector<Entry> rows;
@@ -249,7 +253,9 @@ void Catalogue::addSegment(const std::string& name, std::int64_t bytes) {
     database_.prepare("INSERT INTO seg VALUES(?,?,0)").with(name, bytes).run();
 }
 
-void Catalogue::removeSegment(const std::string& name) { database_.prepare("DELETE FROM seg WHERE name=?").with(name).run(); }
+void Catalogue::removeSegment(const std::string& name) {
+    database_.prepare("DELETE FROM seg WHERE name=?").with(name).run();
+}
 
 void Catalogue::markForPurge(const std::string& name) {
     database_.prepare("UPDATE seg SET purge=1 WHERE name=?").with(name).run();

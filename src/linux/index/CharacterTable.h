@@ -15,9 +15,9 @@ enum class CharacterClass : std::uint8_t {
 /// One character in folded form.
 struct Character {
     CharacterClass kind = CharacterClass::symbol; // of the character itself
-    bool composes = false;   // may change under canonical composition together with its neighbours
-    std::uint8_t length = 0; // bytes of `folded`
-    char folded[9] = {};     // UTF-8 of its case folding
+    bool composes = false;                        // may change under canonical composition together with its neighbours
+    std::uint8_t length = 0;                      // bytes of `folded`
+    char folded[9] = {};                          // UTF-8 of its case folding
 };
 
 /// The class of any code point.

@@ -37,7 +37,8 @@ public:
     Statement& operator=(const Statement&) = delete;
 
     /// Binds the arguments in order: integers, and blobs given as string views.
-    template <class... A> Statement& with(const A&... arguments) {
+    template <class... A>
+    Statement& with(const A&... arguments) {
         reset();
         int at = 0;
         (bind(++at, arguments), ...);

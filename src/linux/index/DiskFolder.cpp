@@ -50,7 +50,7 @@ Entry fromStatx(const struct statx& status) {
 }
 
 std::optional<Entry> statusOf(int folder, const char* name, int flags) {
-    struct statx status {};
+    struct statx status{};
     if (statx(folder, name, flags | AT_STATX_DONT_SYNC, STATX_BASIC_STATS, &status) != 0)
         return std::nullopt;
     return fromStatx(status);
@@ -85,7 +85,7 @@ Descriptor openFolder(std::span<const std::string> components) {
 
 Descriptor openFileAt(int folder, const std::string& name) {
     Descriptor file(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat status {};
+    struct stat status{};
     if (file && (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))) {
         errno = EINVAL;
         return {};
@@ -128,7 +128,7 @@ std::optional<std::vector<Entry>> listFolder(int folder) {
 }
 
 Volume volumeOf(int folder) {
-    struct statfs status {};
+    struct statfs status{};
     if (fstatfs(folder, &status) != 0)
         return Volume::ordinary;
     switch (static_cast<unsigned long>(status.f_type)) {

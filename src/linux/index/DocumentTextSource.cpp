@@ -1,4 +1,5 @@
 #include "linux/index/DocumentTextSource.h"
+
 #include "base/TextExtensions.h"
 
 namespace vennic::index {

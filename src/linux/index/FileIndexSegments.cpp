@@ -1,4 +1,5 @@
 #include "linux/index/FileIndexSegments.h"
+
 #include "base/MainQueue.h"
 
 #include <QFile>
@@ -47,9 +48,7 @@ public:
     void stop() override { gathering_->stop(); }
     void disableUpdates() override { still_ = gathering_->all(); }
     void enableUpdates() override { still_.reset(); }
-    qint64 resultCount() const override {
-        return static_cast<qint64>(still_ ? still_->size() : gathering_->count());
-    }
+    qint64 resultCount() const override { return static_cast<qint64>(still_ ? still_->size() : gathering_->count()); }
     IndexItem resultAt(qint64 position) const override {
         const auto at = static_cast<std::size_t>(position);
         const index::SearchHit hit = still_ ? still_->at(at) : gathering_->at(at);

@@ -17,7 +17,7 @@ void FolderWalk::clear() {
 void FolderWalk::enter(std::uint32_t folder, Descriptor open, int error, std::uint64_t parentDevice, Depth depth) {
     if (!store_.catalogue().folder(folder))
         return; // forgotten meanwhile
-    struct stat status {};
+    struct stat status{};
     if (!open || fstat(open.get(), &status) != 0) {
         // Out of descriptors or memory says nothing about the folder.
         if (error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP)

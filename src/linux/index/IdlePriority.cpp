@@ -13,8 +13,8 @@ void takeIdlePriority() {
     setpriority(PRIO_PROCESS, thread, 19);
     const sched_param none{};
     sched_setscheduler(static_cast<pid_t>(thread), SCHED_IDLE, &none);
-    constexpr int process = 1;          // IOPRIO_WHO_PROCESS
-    constexpr int idleClass = 3 << 13;  // IOPRIO_CLASS_IDLE
+    constexpr int process = 1;         // IOPRIO_WHO_PROCESS
+    constexpr int idleClass = 3 << 13; // IOPRIO_CLASS_IDLE
     syscall(SYS_ioprio_set, process, thread, idleClass);
 }
 

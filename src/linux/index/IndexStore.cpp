@@ -1,4 +1,5 @@
 #include "linux/index/IndexStore.h"
+
 #include "linux/index/CompressedText.h"
 #include "linux/index/TextFold.h"
 
@@ -116,11 +117,12 @@ std::vector<std::uint32_t> IndexStore::withdraw(std::uint32_t folder) {
 void IndexStore::commit() {
     if (!catalogue_.writing())
         return;
-    if (memory_.documents() > limits_.smallBatch || memory_.bytes() > static_cast<std::size_t>(limits_.mostPendingBytes) * 2) {
+    if (memory_.documents() > limits_.smallBatch ||
+        memory_.bytes() > static_cast<std::size_t>(limits_.mostPendingBytes) * 2) {
         const std::string name = catalogue_.newSegmentName();
         const std::uint64_t bytes = memory_.write(pathOf(name));
         catalogue_.addSegment(name, static_cast<std::int64_t>(bytes));
-        segmentsChanged_ = true;
+        segmentsChanged_ = untidy_ = true;
     } else {
         for (std::size_t i = 0; i < memory_.documents(); ++i) {
             const std::uint32_t id = memory_.document(i).id;
@@ -186,7 +188,7 @@ bool IndexStore::tend(std::chrono::steady_clock::time_point end) {
     }
     if (segmentsChanged_) {
         segmentsChanged_ = false;
-        chooseMerge();
+        chooseMerge(limits_.fan);
         return true;
     }
     if (removed_ > std::max<std::int64_t>(2000, files_ / 4)) {
@@ -197,7 +199,16 @@ bool IndexStore::tend(std::chrono::steady_clock::time_point end) {
     return false;
 }
 
-void IndexStore::chooseMerge() {
+bool IndexStore::tidy() {
+    if (!untidy_ || merge_ || catalogue_.writing())
+        return false;
+    chooseMerge(2);
+    untidy_ = merge_ != nullptr;
+    logLingers_ = logLingers_ || !untidy_; // a bulk leaves a long one
+    return untidy_;
+}
+
+void IndexStore::chooseMerge(std::size_t fan) {
     purging_ = false; // unless one more is found below
     std::vector<std::vector<Catalogue::SegmentRow>> tiers;
     for (auto& row : catalogue_.segments()) {
@@ -213,7 +224,7 @@ void IndexStore::chooseMerge() {
         tiers[tier].push_back(std::move(row));
     }
     for (auto& tier : tiers) {
-        if (tier.size() >= limits_.fan) {
+        if (tier.size() >= fan) {
             startMerge(std::move(tier));
             return;
         }

@@ -14,10 +14,10 @@ namespace vennic::index {
 
 /// When the index on disk changes its shape.
 struct StoreLimits {
-    std::size_t smallBatch = 256;       // documents; fewer go to the pending words
-    std::int64_t mostPending = 1000;    // documents, until the pending words become a segment
+    std::size_t smallBatch = 256;    // documents; fewer go to the pending words
+    std::int64_t mostPending = 1000; // documents, until the pending words become a segment
     std::int64_t mostPendingBytes = 4 << 20;
-    std::size_t fan = 8;                // segments of like size that are merged into one
+    std::size_t fan = 8;                 // segments of like size that are merged into one
     std::size_t largestBatch = 44 << 20; // bytes of memory
 };
 
@@ -54,6 +54,8 @@ public:
 
     /// Merges and rewrites in the background, until `end`; false when there is nothing to do.
     bool tend(std::chrono::steady_clock::time_point end);
+    /// Once everything is in: leaves few large segments after a bulk of changes. False when there is nothing to do.
+    bool tidy();
     /// Words of a withdrawn folder are still on disk.
     bool purging() const { return purging_; }
     /// Deleted words may linger in the write-ahead log until a reader has ended.
@@ -70,7 +72,7 @@ private:
     std::string pathOf(const std::string& segment) const { return directory_ + '/' + segment; }
     void count();
     void flushPending();
-    void chooseMerge();
+    void chooseMerge(std::size_t fan);
     void findWorn();
     void startMerge(std::vector<Catalogue::SegmentRow> inputs);
     void finishMerge();
@@ -85,6 +87,7 @@ private:
     std::vector<std::string> worn_, unverified_;
     bool catalogueUnverified_ = true;
     bool segmentsChanged_ = true;
+    bool untidy_ = false; // a bulk has left segments behind
     bool logLingers_ = false;
     bool scrubDue_ = false;
     bool purging_ = false;

@@ -1,4 +1,5 @@
 #include "linux/index/Indexer.h"
+
 #include "linux/index/IdlePriority.h"
 #include "linux/index/IndexerWork.h"
 
@@ -20,10 +21,17 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds slice{20};          // the longest stretch of background work without a look around
-constexpr milliseconds longestBatch{3000}; // until background work becomes visible
+constexpr milliseconds slice{20};               // the longest stretch of background work without a look around
+constexpr std::chrono::seconds longestBatch{3}; // of this thread's work, until what it found in bulk becomes visible
 constexpr milliseconds retryDelay{5000};
 constexpr milliseconds publishInterval{250};
+
+/// How long this thread has run. On a busy machine an idle thread hardly does, and its batches stay as large.
+std::chrono::nanoseconds ownTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 } // namespace
 
@@ -140,7 +148,8 @@ void Indexer::open() {
     if (chmod(settings_.directory.c_str(), 0700) != 0)
         throw std::system_error(errno, std::generic_category());
     if (!lock_) {
-        Descriptor lock(::open((settings_.directory + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
+        Descriptor lock(
+            ::open((settings_.directory + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
         const bool locked = lock && flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
         {
             const std::lock_guard guard(mutex_);
@@ -182,7 +191,7 @@ void Indexer::cycle() {
     else if (work.walk.active())
         work.walk.step(end);
     else if (!work.store.tend(end) && !readWaiting(end))
-        busy = work.walkedOnce && !work.store.changing() && work.store.verifyNext();
+        busy = work.walkedOnce && !work.store.changing() && (work.store.tidy() || work.store.verifyNext());
     if (work.fullWalkRunning && !work.walk.active()) {
         work.fullWalkRunning = false;
         work.walkedOnce = true;
@@ -195,13 +204,13 @@ void Indexer::cycle() {
             work.nextRescan = now + settings_.rescanInterval;
         busy = true;
     }
-    const bool batchIsOld = steady_clock::now() - work.batchBegan > longestBatch;
+    const bool batchIsOld = ownTime() - work.batchBegan > longestBatch;
     if (work.store.changing() && (work.urgent || work.store.full() || batchIsOld || !busy)) {
         commit();
         busy = true;
     }
     if (!work.store.changing())
-        work.batchBegan = steady_clock::now();
+        work.batchBegan = ownTime();
     const bool settled = !busy && work.walkedOnce && work.store.waiting() == 0 && work.dirty.empty();
     if (!busy || now - work.lastPublished > publishInterval)
         publish(settled);

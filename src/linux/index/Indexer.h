@@ -18,8 +18,8 @@
 namespace vennic::index {
 
 struct IndexerSettings {
-    std::string directory;                            // of the index, made with mode 0700
-    std::size_t watchBudget = 0;                      // 0: half of what the system allows
+    std::string directory;                                    // of the index, made with mode 0700
+    std::size_t watchBudget = 0;                              // 0: half of what the system allows
     std::chrono::milliseconds rescanInterval{20 * 60 * 1000}; // where changes aren't told
     StoreLimits limits;
 };
@@ -28,7 +28,7 @@ struct IndexerSettings {
 struct IndexerStatus {
     std::int64_t files = 0, waiting = 0, bytes = 0;
     bool ready = false, watchLimited = false;
-    int fault = 0;    // errno of what keeps it from working, 0 when all is well
+    int fault = 0;      // errno of what keeps it from working, 0 when all is well
     bool inUse = false; // another process has the index
 };
 
@@ -90,7 +90,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable opened_, refreshed_;
     std::vector<std::string> folders_;
-    bool foldersSet_ = false;  // since the indexer last looked
+    bool foldersSet_ = false;   // since the indexer last looked
     bool foldersKnown_ = false; // set at least once: until then nothing is removed
     IndexerStatus status_;
     bool open_ = false;

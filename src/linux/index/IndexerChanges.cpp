@@ -148,8 +148,8 @@ void Indexer::takeChange(const Change& change) {
     } else if (change.isFolder && change.kind == Change::Kind::movedTo) {
         const auto from = work.moves.find(change.cookie);
         const bool known = from != work.moves.end();
-        const bool moved = known && work.reconciler.moveFolder(from->second.first, from->second.second, change.folder,
-                                                               change.name);
+        const bool moved =
+            known && work.reconciler.moveFolder(from->second.first, from->second.second, change.folder, change.name);
         if (known)
             work.moves.erase(from);
         if (!moved) { // from outside: what was known under this name is another folder

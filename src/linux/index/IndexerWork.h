@@ -14,15 +14,15 @@ struct Indexer::Work {
     Reconciler reconciler;
     FolderWalk walk;
     DirtySet dirty;
-    std::vector<std::uint32_t> roots;  // that the user granted, as of the last command
+    std::vector<std::uint32_t> roots;                       // that the user granted, as of the last command
     std::unordered_map<std::uint32_t, DirtySet::Key> moves; // first halves of folder moves, by cookie
     bool fullWalkDue = true;
     bool fullWalkRunning = false;
-    bool walkedOnce = false;   // a full walk has ended
-    bool urgent = false;       // the batch holds changes that someone may be waiting for
+    bool walkedOnce = false;        // a full walk has ended
+    bool urgent = false;            // the batch holds changes that someone may be waiting for
     std::int64_t folderChanges = 0; // as last told to readers
     std::size_t unwatchedCursor = 0;
-    Moment batchBegan{};
+    std::chrono::nanoseconds batchBegan{};
     Moment nextRescan = Moment::max();
     Moment lastPublished{};
 };

@@ -1,4 +1,5 @@
 #include "linux/index/LikePattern.h"
+
 #include "linux/index/TextFold.h"
 #include "linux/index/WordSplit.h"
 
@@ -115,8 +116,7 @@ bool LikePattern::matchesAt(Stretch stretch, std::string_view text, std::size_t&
     return true;
 }
 
-bool LikePattern::findStretch(Stretch stretch, std::string_view text, std::size_t& at,
-                              const std::atomic<bool>* stop) {
+bool LikePattern::findStretch(Stretch stretch, std::string_view text, std::size_t& at, const std::atomic<bool>* stop) {
     while (!stop || !*stop) {
         const Atom& first = stretch.front();
         std::size_t begin = at;
@@ -127,8 +127,8 @@ bool LikePattern::findStretch(Stretch stretch, std::string_view text, std::size_
         std::size_t earliest = at;
         if (!skipCharacters(text, earliest, first.skip))
             return false;
-        const void* found = memmem(text.data() + earliest, text.size() - earliest, first.literal.data(),
-                                   first.literal.size());
+        const void* found =
+            memmem(text.data() + earliest, text.size() - earliest, first.literal.data(), first.literal.size());
         if (!found)
             return false;
         std::size_t end = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());

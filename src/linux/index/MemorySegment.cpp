@@ -1,4 +1,5 @@
 #include "linux/index/MemorySegment.h"
+
 #include "linux/index/WordSplit.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 #include "linux/index/ScopeFilter.h"
+
 #include "linux/index/DiskFolder.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 #include "linux/index/SearchQuery.h"
+
 #include "linux/index/CompressedText.h"
 #include "linux/index/DiskFolder.h"
 #include "linux/index/TextFold.h"

@@ -19,9 +19,9 @@ public:
 private:
     /// A segment or the pending words with what they answer.
     struct Source {
-        const Segment* segment = nullptr;    // null: the pending documents
+        const Segment* segment = nullptr; // null: the pending documents
         std::vector<DocumentFacts> pending;
-        std::vector<Bitmap> patterns;        // documents by pattern, candidates where it isn't exact
+        std::vector<Bitmap> patterns; // documents by pattern, candidates where it isn't exact
         Bitmap found;
         DocumentFacts facts(std::size_t at) const { return segment ? segment->document(at) : pending[at]; }
     };

@@ -1,4 +1,5 @@
 #include "linux/index/Searcher.h"
+
 #include "linux/index/SearchQuery.h"
 
 namespace vennic::index {

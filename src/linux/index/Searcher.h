@@ -16,10 +16,10 @@
 namespace vennic::index {
 
 struct SearchRequest {
-    std::vector<std::string> patterns;     // UTF-8, see LikePattern
-    std::vector<std::vector<int>> groups;  // see GroupRule
-    std::vector<std::string> scopes;       // absolute paths
-    std::vector<std::string> folders;      // the folders that are indexed now
+    std::vector<std::string> patterns;    // UTF-8, see LikePattern
+    std::vector<std::vector<int>> groups; // see GroupRule
+    std::vector<std::string> scopes;      // absolute paths
+    std::vector<std::string> folders;     // the folders that are indexed now
     std::size_t limit = 0;
 };
 

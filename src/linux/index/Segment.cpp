@@ -1,4 +1,5 @@
 #include "linux/index/Segment.h"
+
 #include "linux/index/ByteScan.h"
 #include "linux/index/Varint.h"
 
@@ -36,7 +37,7 @@ Segment::Segment(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (file < 0)
         throw DamagedIndex("segment can't be opened");
-    struct stat status {};
+    struct stat status{};
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
         static_cast<std::uint64_t>(status.st_size) >= sizeof(SegmentHeader)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
@@ -135,7 +136,8 @@ void Segment::collect(std::string_view piece, Bitmap& found) const {
             lists = postings_ + start.postings;
         }
         for (;;) {
-            const auto* wordEnd = static_cast<const char*>(std::memchr(word, '\n', static_cast<std::size_t>(end - word)));
+            const auto* wordEnd =
+                static_cast<const char*>(std::memchr(word, '\n', static_cast<std::size_t>(end - word)));
             List list;
             if (!wordEnd || !readList(lists, list))
                 return;
@@ -157,7 +159,8 @@ bool Segment::Cursor::next() {
         return false;
     --left_;
     const char* const end = segment_.vocabulary_ + segment_.vocabularyBytes_;
-    const void* found = nextWord_ < end ? std::memchr(nextWord_, '\n', static_cast<std::size_t>(end - nextWord_)) : nullptr;
+    const void* found =
+        nextWord_ < end ? std::memchr(nextWord_, '\n', static_cast<std::size_t>(end - nextWord_)) : nullptr;
     list_ = nextList_;
     List list;
     if (!found || !segment_.readList(nextList_, list))

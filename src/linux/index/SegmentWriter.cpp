@@ -1,4 +1,5 @@
 #include "linux/index/SegmentWriter.h"
+
 #include "linux/index/ByteScan.h"
 #include "linux/index/Varint.h"
 

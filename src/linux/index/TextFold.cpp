@@ -1,4 +1,5 @@
 #include "linux/index/TextFold.h"
+
 #include "base/TextFolding.h"
 #include "linux/index/CharacterTable.h"
 

@@ -51,9 +51,7 @@ void Watches::remove(std::uint32_t folder) {
     byFolder_.erase(found);
 }
 
-void Watches::clear() {
-    *this = Watches(budget_);
-}
+void Watches::clear() { *this = Watches(budget_); }
 
 std::vector<Change> Watches::read() {
     std::vector<Change> changes;

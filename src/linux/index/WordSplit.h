@@ -28,7 +28,8 @@ inline CharacterClass classAt(const char*& at) {
 
 /// Gives each word of folded text (see CharacterClass) to `sink`, repetitions included. A run longer than
 /// `longestWord` comes in windows that overlap by more than `longestSurePiece`.
-template <class Sink> void splitWords(std::string_view text, Sink&& sink) {
+template <class Sink>
+void splitWords(std::string_view text, Sink&& sink) {
     std::array<bool, 128> seen{}; // punctuation repeats too often to be handed on each time
     const auto symbol = [&](const char* from, const char* to) {
         const auto first = static_cast<unsigned char>(*from);
