@@ -1,0 +1,48 @@
+#pragma once
+#include "ports/CredentialStore.h"
+#include "ports/UserPresence.h"
+
+#include <vector>
+
+namespace vennic {
+
+/// Secrets in one file that its owner alone may read (0600 in a folder of 0700), for machines without a Secret
+/// Service. Replaced as a whole and synced, so that a crash leaves the old or the new one. A file that is not a plain
+/// file, belongs to somebody else, lets group or others in, or is larger than 1 MiB is refused with ioFailed. One
+/// that can't be understood is set aside under a dated name before the next one is written.
+class CredentialStoreFile final : public CredentialStore {
+public:
+    /// `presence` outlives the store.
+    CredentialStoreFile(QString path, UserPresence& presence);
+
+    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override;
+    CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override;
+    CredentialStatus remove(const CredentialItem& item) override;
+    bool canRequireUserPresence() override { return presence_.isAvailable(); }
+    QString kind() const override { return QStringLiteral("file"); }
+
+    /// How an item is protected; none when the file doesn't have it or can't be read. Asks nobody.
+    std::optional<CredentialProtection> protectionOf(const CredentialItem& item) const;
+
+private:
+    struct Entry {
+        CredentialItem item;
+        SecretText data;
+        bool requiresUserPresence = false;
+    };
+    enum class Condition { sound, damaged, unreadable };
+    struct Content {
+        Condition condition = Condition::sound; // a missing file is sound and empty
+        std::vector<Entry> entries;
+    };
+
+    Content load() const;
+    static Content parse(const QByteArray& bytes);
+    bool store(const std::vector<Entry>& entries) const;
+    bool setAside() const;
+
+    QString path_;
+    UserPresence& presence_;
+};
+
+} // namespace vennic
