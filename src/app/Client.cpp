@@ -21,7 +21,7 @@ index::IndexerSettings indexSettings(const Paths& paths) {
 
 Client::Client(const Paths& paths, Deployment deployment)
     : preferences_(paths.data + QStringLiteral("/preferences.sqlite")),
-      credentials_(makeCredentialStore(paths.data + QStringLiteral("/credentials.json"), presence_)),
+      credentials_(makeCredentialStore(presence_, paths.data + QStringLiteral("/credentials.json"))),
       keychain_(*credentials_, preferences_),
       http_(transport_, deployment.apiHost, loadPinnedRoots(paths.resources + QStringLiteral("/pinned-roots.pem"))),
       config_(preferences_, std::move(deployment)), files_(std::make_shared<FileSystemPosix>()),

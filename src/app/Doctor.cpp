@@ -63,7 +63,7 @@ Finding worker(const Paths& paths) {
 
 Finding credentials(const Paths& paths) {
     UserPresencePolkit presence;
-    const auto store = makeCredentialStore(paths.data + QStringLiteral("/credentials.json"), presence);
+    const auto store = makeCredentialStore(presence, paths.data + QStringLiteral("/credentials.json"));
     if (store->kind() == QLatin1String("file"))
         return {Verdict::limited, QStringLiteral("aucun trousseau de session ne répond : coffre dans un fichier 0600"),
                 QStringLiteral("Installe et ouvre un trousseau (gnome-keyring) pour que le jeton soit chiffré.")};

@@ -6,8 +6,11 @@
 
 namespace vennic {
 
-/// The store of this machine: the Secret Service where one answers, else the file at `vaultPath`. Decided once, in
-/// two seconds at most. `presence` outlives the store.
-std::unique_ptr<CredentialStore> makeCredentialStore(const QString& vaultPath, UserPresence& presence);
+/// The desktop's Secret Service if one answers, else the file vault at `vaultPath`. `presence` outlives the store.
+///
+/// What a vault still holds when a Secret Service has appeared was written after it had last been seen, so it is the
+/// newer: the first read takes it over into the service and removes it from the vault. Until that succeeds the vault
+/// goes on being read.
+std::unique_ptr<CredentialStore> makeCredentialStore(UserPresence& presence, const QString& vaultPath);
 
 } // namespace vennic

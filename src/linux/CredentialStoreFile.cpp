@@ -1,123 +1,205 @@
 #include "linux/CredentialStoreFile.h"
 
+#include "linux/CredentialPresence.h"
+#include "linux/FileDescriptor.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace vennic {
 
 namespace {
 
-enum class Readability { readable, damaged, unusable };
+constexpr qsizetype maxFileBytes = 1024 * 1024;
+constexpr qsizetype maxSecretBytes = 512 * 1024;
 
-struct OpenedVault {
-    Readability readability = Readability::unusable;
-    std::vector<VaultItem> items;
-};
+const auto versionKey = QStringLiteral("version");
+const auto itemsKey = QStringLiteral("items");
+const auto serviceKey = QStringLiteral("service");
+const auto accountKey = QStringLiteral("account");
+const auto dataKey = QStringLiteral("data");
+const auto presenceKey = QStringLiteral("user-presence");
 
-OpenedVault opened(PrivateFile::Content content) {
-    switch (content.state) {
-    case PrivateFile::State::missing:
-        return {Readability::readable, {}};
-    case PrivateFile::State::tooLarge:
-        return {Readability::damaged, {}};
-    case PrivateFile::State::refused:
-        return {};
-    case PrivateFile::State::sound:
-        break;
+/// All bytes of a file; none when a read fails or there are more than `limit`.
+std::optional<QByteArray> readAll(int fd, qsizetype limit) {
+    QByteArray bytes;
+    bytes.reserve(limit + 1); // no growing, which would leave copies behind
+    while (bytes.size() <= limit) {
+        const qsizetype had = bytes.size();
+        bytes.resize(limit + 1);
+        const auto got = ::read(fd, bytes.data() + had, static_cast<std::size_t>(limit + 1 - had));
+        if (got < 0 && errno == EINTR) {
+            bytes.resize(had);
+            continue;
+        }
+        bytes.resize(had + std::max<ssize_t>(got, 0));
+        if (got < 0)
+            return std::nullopt;
+        if (got == 0)
+            return bytes;
     }
-    auto decoded = decodeVault(content.bytes);
-    wipe(content.bytes);
-    if (decoded.state == VaultState::newer)
-        return {};
-    return {decoded.state == VaultState::sound ? Readability::readable : Readability::damaged,
-            std::move(decoded.items)};
+    wipe(bytes);
+    return std::nullopt;
 }
 
-auto find(auto& items, const CredentialItem& name) {
-    return std::find_if(items.begin(), items.end(), [&](const VaultItem& item) { return item.name == name; });
+bool writeAll(int fd, QByteArrayView bytes) {
+    while (!bytes.isEmpty()) {
+        const auto put = ::write(fd, bytes.data(), static_cast<std::size_t>(bytes.size()));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
+            return false;
+        bytes = bytes.sliced(put);
+    }
+    return true;
 }
 
 } // namespace
 
-CredentialStatus credentialStatus(PresenceOutcome outcome) {
-    switch (outcome) {
-    case PresenceOutcome::confirmed:
-        return CredentialStatus::success;
-    case PresenceOutcome::refused:
-        return CredentialStatus::authFailed;
-    case PresenceOutcome::dismissed:
-        return CredentialStatus::userCancelled;
-    case PresenceOutcome::unavailable:
-        break;
-    }
-    return CredentialStatus::notAvailable;
-}
+CredentialStoreFile::CredentialStoreFile(QString path, UserPresence& presence)
+    : path_(std::move(path)), presence_(presence) {}
 
 CredentialReadResult CredentialStoreFile::read(const CredentialItem& item, const std::optional<QString>& prompt) {
-    const auto vault = opened(file_.read());
-    if (vault.readability == Readability::unusable)
+    const Content content = load();
+    if (content.condition != Condition::sound)
         return {CredentialStatus::ioFailed, std::nullopt};
-    const auto found = find(vault.items, item);
-    if (found == vault.items.end())
+    const auto found = std::find_if(content.entries.begin(), content.entries.end(),
+                                    [&](const Entry& entry) { return entry.item == item; });
+    if (found == content.entries.end())
         return {CredentialStatus::itemNotFound, std::nullopt};
     if (found->requiresUserPresence) {
-        const auto status =
-            prompt ? credentialStatus(presence_.confirm(*prompt)) : CredentialStatus::interactionNotAllowed;
-        if (status != CredentialStatus::success)
+        if (const auto status = confirmedBy(presence_, prompt); status != CredentialStatus::success)
             return {status, std::nullopt};
     }
-    return {CredentialStatus::success, found->secret};
+    return {CredentialStatus::success, found->data};
 }
 
 CredentialStatus CredentialStoreFile::add(const CredentialItem& item, const SecretText& data,
                                           CredentialProtection protection) {
     if (data.reveal().size() > maxSecretBytes)
         return CredentialStatus::dataTooLarge;
-    auto writer = file_.write();
-    if (!writer)
+    if (protection.requiresUserPresence && !canRequireUserPresence())
+        return CredentialStatus::authFailed;
+    Content content = load();
+    if (content.condition == Condition::unreadable || (content.condition == Condition::damaged && !setAside()))
         return CredentialStatus::ioFailed;
-    auto vault = opened(writer->read());
-    if (vault.readability == Readability::unusable)
-        return CredentialStatus::ioFailed;
-    if (find(vault.items, item) != vault.items.end())
+    if (std::any_of(content.entries.begin(), content.entries.end(),
+                    [&](const Entry& entry) { return entry.item == item; }))
         return CredentialStatus::duplicateItem;
-    vault.items.push_back({item, data, protection.requiresUserPresence});
-    QByteArray bytes = encodeVault(vault.items);
-    auto status = CredentialStatus::success;
-    if (bytes.size() > maxFileBytes)
-        status = CredentialStatus::dataTooLarge;
-    else if (vault.readability == Readability::damaged && !writer->setAside(QStringLiteral("corrupt")))
-        status = CredentialStatus::ioFailed;
-    else if (!writer->replace(bytes))
-        status = CredentialStatus::ioFailed;
-    wipe(bytes);
-    return status;
+    content.entries.push_back({item, data, protection.requiresUserPresence});
+    return store(content.entries) ? CredentialStatus::success : CredentialStatus::ioFailed;
 }
 
 CredentialStatus CredentialStoreFile::remove(const CredentialItem& item) {
-    if (file_.read().state == PrivateFile::State::missing)
-        return CredentialStatus::itemNotFound; // nothing to make a folder for
-    auto writer = file_.write();
-    if (!writer)
+    Content content = load();
+    if (content.condition != Condition::sound)
         return CredentialStatus::ioFailed;
-    auto vault = opened(writer->read());
-    if (vault.readability == Readability::unusable)
-        return CredentialStatus::ioFailed;
-    const auto found = find(vault.items, item);
-    if (found == vault.items.end())
+    if (std::erase_if(content.entries, [&](const Entry& entry) { return entry.item == item; }) == 0)
         return CredentialStatus::itemNotFound;
-    vault.items.erase(found);
-    QByteArray bytes = encodeVault(vault.items);
-    const bool written = writer->replace(bytes);
-    wipe(bytes);
-    return written ? CredentialStatus::success : CredentialStatus::ioFailed;
+    return store(content.entries) ? CredentialStatus::success : CredentialStatus::ioFailed;
 }
 
-std::optional<CredentialProtection> CredentialStoreFile::protection(const CredentialItem& item) const {
-    const auto vault = opened(file_.read());
-    const auto found = find(vault.items, item);
-    if (found == vault.items.end())
-        return std::nullopt;
-    return CredentialProtection{.requiresUserPresence = found->requiresUserPresence};
+std::optional<CredentialProtection> CredentialStoreFile::protectionOf(const CredentialItem& item) const {
+    for (const Entry& entry : load().entries) {
+        if (entry.item == item)
+            return CredentialProtection{entry.requiresUserPresence};
+    }
+    return std::nullopt;
+}
+
+CredentialStoreFile::Content CredentialStoreFile::load() const {
+    // O_NONBLOCK: a pipe in the file's place must not hold us.
+    const FileDescriptor file(
+        ::open(QFile::encodeName(path_).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file)
+        return {errno == ENOENT ? Condition::sound : Condition::unreadable, {}};
+    struct stat status{};
+    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid() ||
+        (status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        return {Condition::unreadable, {}};
+    auto bytes = readAll(file.get(), maxFileBytes);
+    if (!bytes)
+        return {Condition::unreadable, {}};
+    Content content = parse(*bytes);
+    wipe(*bytes);
+    return content;
+}
+
+CredentialStoreFile::Content CredentialStoreFile::parse(const QByteArray& bytes) {
+    const QJsonObject root = QJsonDocument::fromJson(bytes).object();
+    if (root.value(versionKey).toInteger() != 1 || !root.value(itemsKey).isArray())
+        return {Condition::damaged, {}};
+    Content content;
+    for (const QJsonValue& value : root.value(itemsKey).toArray()) {
+        const QJsonObject entry = value.toObject();
+        auto data = QByteArray::fromBase64Encoding(entry.value(dataKey).toString().toLatin1(),
+                                                   QByteArray::AbortOnBase64DecodingErrors);
+        if (!entry.value(serviceKey).isString() || !entry.value(accountKey).isString() ||
+            !entry.value(dataKey).isString() || !data || !entry.value(presenceKey).isBool())
+            return {Condition::damaged, {}};
+        content.entries.push_back({{entry.value(serviceKey).toString(), entry.value(accountKey).toString()},
+                                   SecretText(*data),
+                                   entry.value(presenceKey).toBool()});
+        wipe(*data);
+    }
+    return content;
+}
+
+bool CredentialStoreFile::store(const std::vector<Entry>& entries) const {
+    QJsonArray items;
+    for (const Entry& entry : entries) {
+        items.append(QJsonObject{
+            {serviceKey, entry.item.service},
+            {accountKey, entry.item.account},
+            {dataKey, QString::fromLatin1(
+                          QByteArray::fromRawData(entry.data.reveal().data(), entry.data.reveal().size()).toBase64())},
+            {presenceKey, entry.requiresUserPresence}});
+    }
+    QByteArray bytes = QJsonDocument(QJsonObject{{versionKey, 1}, {itemsKey, items}}).toJson(QJsonDocument::Compact);
+    if (bytes.size() > maxFileBytes)
+        return false;
+
+    const QByteArray folder = QFile::encodeName(QFileInfo(path_).absolutePath());
+    if (!QFileInfo::exists(QFile::decodeName(folder))) {
+        QDir().mkpath(QFile::decodeName(folder));
+        chmod(folder.constData(), 0700);
+    }
+    QByteArray temporary = QFile::encodeName(path_) + ".XXXXXX";
+    const FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC)); // made 0600
+    if (!file)
+        return false;
+    const bool written = writeAll(file.get(), bytes) && fsync(file.get()) == 0 &&
+                         rename(temporary.constData(), QFile::encodeName(path_).constData()) == 0;
+    wipe(bytes);
+    if (!written) {
+        unlink(temporary.constData());
+        return false;
+    }
+    // The new name lasts only when the folder is on the disk too.
+    const FileDescriptor parent(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return !parent || fsync(parent.get()) == 0;
+}
+
+bool CredentialStoreFile::setAside() const {
+    const QString base = QStringLiteral("%1.corrupt-%2")
+                             .arg(path_, QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
+    QString target = base;
+    for (int number = 2; QFileInfo::exists(target); ++number)
+        target = QStringLiteral("%1-%2").arg(base).arg(number);
+    return QFile::rename(path_, target);
 }
 
 } // namespace vennic

@@ -1,23 +1,19 @@
 #pragma once
-#include "linux/PrivateFile.h"
-#include "linux/VaultItems.h"
 #include "ports/CredentialStore.h"
 #include "ports/UserPresence.h"
 
+#include <vector>
+
 namespace vennic {
 
-/// Secrets in a file that nothing protects but its permissions: for machines without a Secret Service. The user's
-/// presence is asked for by this program, the file itself doesn't enforce it.
-///
-/// A damaged file counts as empty for reading and is set aside under a dated name by the next addition. A file that
-/// others may read, of another owner, of a newer version, a symbolic link or a folder gives ioFailed and is left alone.
+/// Secrets in one file that its owner alone may read (0600 in a folder of 0700), for machines without a Secret
+/// Service. Replaced as a whole and synced, so that a crash leaves the old or the new one. A file that is not a plain
+/// file, belongs to somebody else, lets group or others in, or is larger than 1 MiB is refused with ioFailed. One
+/// that can't be understood is set aside under a dated name before the next one is written.
 class CredentialStoreFile final : public CredentialStore {
 public:
-    static constexpr qsizetype maxFileBytes = 1024 * 1024;
-    static constexpr qsizetype maxSecretBytes = 64 * 1024;
-
-    /// `presence` outlives the store. The file and its folder (0700) are made by the first addition.
-    CredentialStoreFile(const QString& path, UserPresence& presence) : file_(path, maxFileBytes), presence_(presence) {}
+    /// `presence` outlives the store.
+    CredentialStoreFile(QString path, UserPresence& presence);
 
     CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override;
     CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override;
@@ -25,15 +21,28 @@ public:
     bool canRequireUserPresence() override { return presence_.isAvailable(); }
     QString kind() const override { return QStringLiteral("file"); }
 
-    /// How the item is protected; none when there is no such item.
-    std::optional<CredentialProtection> protection(const CredentialItem& item) const;
+    /// How an item is protected; none when the file doesn't have it or can't be read. Asks nobody.
+    std::optional<CredentialProtection> protectionOf(const CredentialItem& item) const;
 
 private:
-    PrivateFile file_;
+    struct Entry {
+        CredentialItem item;
+        SecretText data;
+        bool requiresUserPresence = false;
+    };
+    enum class Condition { sound, damaged, unreadable };
+    struct Content {
+        Condition condition = Condition::sound; // a missing file is sound and empty
+        std::vector<Entry> entries;
+    };
+
+    Content load() const;
+    static Content parse(const QByteArray& bytes);
+    bool store(const std::vector<Entry>& entries) const;
+    bool setAside() const;
+
+    QString path_;
     UserPresence& presence_;
 };
-
-/// The status of a read that the user's presence was asked for; success when it was confirmed.
-CredentialStatus credentialStatus(PresenceOutcome outcome);
 
 } // namespace vennic

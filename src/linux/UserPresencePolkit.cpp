@@ -1,115 +1,115 @@
 #include "linux/UserPresencePolkit.h"
 
-#include "linux/BusLink.h"
-
 #include <QDBusArgument>
+#include <QDBusError>
 #include <QDBusMetaType>
 #include <QMap>
-#include <QUuid>
+#include <QVariant>
 
 namespace vennic {
 
-// The types of org.freedesktop.PolicyKit1.Authority.CheckAuthorization.
+// The records of org.freedesktop.PolicyKit1.Authority.
 struct PolkitSubject {
     QString kind;
     QVariantMap details;
 };
-
-struct PolkitAnswer {
-    bool authorized = false;
-    bool challenge = false; // somebody would have to be asked
-    QMap<QString, QString> details;
+using PolkitDetails = QMap<QString, QString>;
+struct PolkitResult {
+    bool isAuthorized = false;
+    bool isChallenge = false;
+    PolkitDetails details;
 };
 
-static QDBusArgument& operator<<(QDBusArgument& argument, const PolkitSubject& subject) {
-    argument.beginStructure();
-    argument << subject.kind << subject.details;
-    argument.endStructure();
-    return argument;
+QDBusArgument& operator<<(QDBusArgument& to, const PolkitSubject& subject) {
+    to.beginStructure();
+    to << subject.kind << subject.details;
+    to.endStructure();
+    return to;
+}
+const QDBusArgument& operator>>(const QDBusArgument& from, PolkitSubject& subject) {
+    from.beginStructure();
+    from >> subject.kind >> subject.details;
+    from.endStructure();
+    return from;
+}
+QDBusArgument& operator<<(QDBusArgument& to, const PolkitResult& result) {
+    to.beginStructure();
+    to << result.isAuthorized << result.isChallenge << result.details;
+    to.endStructure();
+    return to;
+}
+const QDBusArgument& operator>>(const QDBusArgument& from, PolkitResult& result) {
+    from.beginStructure();
+    from >> result.isAuthorized >> result.isChallenge >> result.details;
+    from.endStructure();
+    return from;
 }
 
-static const QDBusArgument& operator>>(const QDBusArgument& argument, PolkitSubject& subject) {
-    argument.beginStructure();
-    argument >> subject.kind >> subject.details;
-    argument.endStructure();
-    return argument;
-}
+} // namespace vennic
 
-static const QDBusArgument& operator>>(const QDBusArgument& argument, PolkitAnswer& answer) {
-    argument.beginStructure();
-    argument >> answer.authorized >> answer.challenge >> answer.details;
-    argument.endStructure();
-    return argument;
-}
+Q_DECLARE_METATYPE(vennic::PolkitSubject)
+Q_DECLARE_METATYPE(vennic::PolkitResult)
+Q_DECLARE_METATYPE(vennic::PolkitDetails)
+
+namespace vennic {
 
 namespace {
 
-using namespace std::chrono_literals;
+constexpr auto quickly = std::chrono::seconds{5};
 
-constexpr auto quick = 1s;
-enum : quint32 { askNobody = 0, allowUserInteraction = 1 };
-
-QDBusMessage authorityCall(const QString& method) {
-    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
-                                          QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                          QStringLiteral("org.freedesktop.PolicyKit1.Authority"), method);
+const QString& service() {
+    static const QString name = QStringLiteral("org.freedesktop.PolicyKit1");
+    return name;
+}
+const QString& path() {
+    static const QString name = QStringLiteral("/org/freedesktop/PolicyKit1/Authority");
+    return name;
+}
+const QString& interface() {
+    static const QString name = QStringLiteral("org.freedesktop.PolicyKit1.Authority");
+    return name;
 }
 
-QDBusMessage check(const QString& caller, quint32 flags, const QString& cancellation) {
-    qDBusRegisterMetaType<QMap<QString, QString>>();
-    qDBusRegisterMetaType<PolkitSubject>();
-    const PolkitSubject subject{QStringLiteral("system-bus-name"), {{QStringLiteral("name"), caller}}};
-    auto message = authorityCall(QStringLiteral("CheckAuthorization"));
-    message.setArguments({QVariant::fromValue(subject), QStringLiteral("com.vennic.desktop.read-token"),
-                          QVariant::fromValue(QMap<QString, QString>()), flags, cancellation});
-    return message;
-}
-
-std::optional<PolkitAnswer> answerOf(const QDBusMessage& reply) {
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != QLatin1String("(bba{ss})"))
-        return std::nullopt;
-    PolkitAnswer answer;
-    reply.arguments().constFirst().value<QDBusArgument>() >> answer;
-    return answer;
+bool isResult(const QDBusMessage& reply) {
+    return reply.type() == QDBusMessage::ReplyMessage && reply.signature() == QLatin1String("(bba{ss})");
 }
 
 } // namespace
 
-UserPresencePolkit::UserPresencePolkit(std::chrono::milliseconds patience)
-    : patience_(patience), link_(std::make_unique<BusLink>(BusLink::Bus::system)) {}
-
-UserPresencePolkit::~UserPresencePolkit() = default;
-
-bool UserPresencePolkit::isAvailable() {
-    const auto bus = link_->connection();
-    // An action that nobody installed is answered by an error, whether or not somebody may be asked.
-    return bus && answerOf(link_->call(check(bus->baseService(), askNobody, QString()), quick));
+UserPresencePolkit::UserPresencePolkit(std::chrono::milliseconds patience) : patience_(patience) {
+    qDBusRegisterMetaType<PolkitSubject>();
+    qDBusRegisterMetaType<PolkitDetails>();
+    qDBusRegisterMetaType<PolkitResult>();
 }
 
-PresenceOutcome UserPresencePolkit::confirm(const QString& reason) {
-    Q_UNUSED(reason)
-    const auto bus = link_->connection();
-    if (!bus)
-        return PresenceOutcome::unavailable;
-    const QString cancellation = QUuid::createUuid().toString(QUuid::WithoutBraces);
-    const auto reply = link_->call(check(bus->baseService(), allowUserInteraction, cancellation), patience_);
-    const auto answer = answerOf(reply);
-    if (!answer) {
-        if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NoReply")) {
-            auto withdraw = authorityCall(QStringLiteral("CancelCheckAuthorization"));
-            withdraw.setArguments({cancellation});
-            link_->call(withdraw, quick);
-        }
-        return reply.errorName() == QLatin1String("org.freedesktop.PolicyKit1.Error.Cancelled")
-                   ? PresenceOutcome::dismissed
-                   : PresenceOutcome::unavailable;
+QDBusMessage UserPresencePolkit::check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout) {
+    const PolkitSubject self{QStringLiteral("system-bus-name"),
+                             {{QStringLiteral("name"), bus_.connection().baseService()}}};
+    return bus_.call(service(), path(), interface(), QStringLiteral("CheckAuthorization"),
+                     {QVariant::fromValue(self), QStringLiteral("com.vennic.desktop.read-token"),
+                      QVariant::fromValue(PolkitDetails()), asking == Asking::yes ? 1U : 0U, cancelId},
+                     timeout);
+}
+
+// Without interaction polkit answers at once, and an action that isn't registered gives an error.
+bool UserPresencePolkit::isAvailable() { return isResult(check(Asking::no, QString(), quickly)); }
+
+PresenceOutcome UserPresencePolkit::confirm(const QString&) {
+    const QString cancelId = QStringLiteral("vennic-%1").arg(++questions_);
+    const QDBusMessage reply = check(Asking::yes, cancelId, patience_);
+    if (isResult(reply)) {
+        const auto result = qdbus_cast<PolkitResult>(reply.arguments().at(0));
+        if (result.isAuthorized)
+            return PresenceOutcome::confirmed;
+        if (result.details.contains(QStringLiteral("polkit.dismissed")))
+            return PresenceOutcome::dismissed;
+        // A challenge that stays one: there is nobody to put the question to the user.
+        return result.isChallenge ? PresenceOutcome::unavailable : PresenceOutcome::refused;
     }
-    if (answer->authorized)
-        return PresenceOutcome::confirmed;
-    if (answer->details.contains(QStringLiteral("polkit.dismissed")))
-        return PresenceOutcome::dismissed;
-    // Still to be asked after asking was allowed: no agent shows questions in this session.
-    return answer->challenge ? PresenceOutcome::unavailable : PresenceOutcome::refused;
+    if (reply.errorName() != QDBusError::errorString(QDBusError::NoReply))
+        return PresenceOutcome::unavailable;
+    bus_.call(service(), path(), interface(), QStringLiteral("CancelCheckAuthorization"), {cancelId}, quickly);
+    return PresenceOutcome::dismissed;
 }
 
 } // namespace vennic

@@ -1,30 +1,27 @@
 #pragma once
+#include "linux/DBusLink.h"
 #include "ports/UserPresence.h"
-
-#include <chrono>
-#include <memory>
 
 namespace vennic {
 
-class BusLink;
-
-/// Asks polkit for the action com.vennic.desktop.read-token. What the user reads is the sentence of the action's
-/// installed file: polkit takes no text from a program that isn't root.
+/// Asks polkit whether the user is there, by the action com.vennic.desktop.read-token, which the installation
+/// registers. polkit lets only root choose the words, so the user reads the sentence of the registered action.
+/// Root is authorised without being asked.
 class UserPresencePolkit final : public UserPresence {
 public:
-    /// `patience` is how long the user has to answer.
-    explicit UserPresencePolkit(std::chrono::milliseconds patience = std::chrono::minutes(2));
-    ~UserPresencePolkit() override;
+    explicit UserPresencePolkit(std::chrono::milliseconds patience = std::chrono::minutes{2});
 
-    /// Whether polkit answers within a second and knows the action.
     bool isAvailable() override;
-    /// Unavailable: no bus, no polkit, an action that isn't installed, nobody to show the question, no answer in
-    /// time (the question is then withdrawn).
+    /// A question that nobody answers in time counts as dismissed.
     PresenceOutcome confirm(const QString& reason) override;
 
 private:
+    enum class Asking { no, yes };
+    QDBusMessage check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout);
+
     std::chrono::milliseconds patience_;
-    std::unique_ptr<BusLink> link_;
+    DBusLink bus_{DBusLink::Bus::system};
+    int questions_ = 0;
 };
 
 } // namespace vennic

@@ -28,9 +28,11 @@ enum class CredentialStatus : qint32 {
     internal = -67671, // the service failed with an error of its own
 };
 
-/// When a secret may be read, and whether the user must be present for it.
+/// How a secret is added: whether the user must be present to read it, and may be asked now.
 struct CredentialProtection {
     bool requiresUserPresence = false;
+    /// Adding may ask the user to unlock or to make the store; without it a locked store gives interactionNotAllowed.
+    bool mayAskUser = false;
     bool operator==(const CredentialProtection&) const = default;
 };
 
@@ -44,7 +46,7 @@ class CredentialStore {
 public:
     virtual ~CredentialStore() = default;
     /// Reads an item. `prompt` is the sentence shown if the item asks for the user's presence; without it such an
-    /// item gives interactionNotAllowed and nobody is asked.
+    /// item, and one in a locked store, gives interactionNotAllowed and nobody is asked.
     virtual CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) = 0;
     /// Adds an item that must not exist yet.
     virtual CredentialStatus add(const CredentialItem& item, const SecretText& data,

@@ -1,0 +1,62 @@
+#include "linux/SecretPrompt.h"
+
+#include <QDBusMessage>
+#include <QEventLoop>
+#include <QThread>
+#include <QTimer>
+
+#include <memory>
+
+namespace vennic {
+
+namespace {
+
+const QString& interface() {
+    static const QString name = QStringLiteral("org.freedesktop.Secret.Prompt");
+    return name;
+}
+
+SecretPromptOutcome runHere(QDBusConnection connection, const QString& service, const QString& path,
+                            std::chrono::milliseconds patience) {
+    SecretPromptReceiver receiver;
+    QEventLoop loop;
+    QObject::connect(&receiver, &SecretPromptReceiver::ended, &loop, &QEventLoop::quit);
+    if (!connection.connect(service, path, interface(), QStringLiteral("Completed"), &receiver,
+                            SLOT(completed(bool, QDBusVariant))))
+        return SecretPromptOutcome::failed;
+    auto show = QDBusMessage::createMethodCall(service, path, interface(), QStringLiteral("Prompt"));
+    show.setArguments({QString()}); // no window that it belongs to
+    if (connection.call(show, QDBus::Block, 5000).type() == QDBusMessage::ErrorMessage)
+        return SecretPromptOutcome::failed;
+    bool late = false;
+    QTimer::singleShot(patience, &loop, [&] {
+        late = true;
+        loop.quit();
+    });
+    loop.exec();
+    if (late) {
+        connection.call(QDBusMessage::createMethodCall(service, path, interface(), QStringLiteral("Dismiss")),
+                        QDBus::NoBlock);
+        return SecretPromptOutcome::dismissed;
+    }
+    return receiver.outcome;
+}
+
+} // namespace
+
+void SecretPromptReceiver::completed(bool dismissed, const QDBusVariant&) {
+    outcome = dismissed ? SecretPromptOutcome::dismissed : SecretPromptOutcome::completed;
+    Q_EMIT ended();
+}
+
+SecretPromptOutcome runSecretPrompt(QDBusConnection connection, const QString& service, const QString& path,
+                                    std::chrono::milliseconds patience) {
+    auto outcome = SecretPromptOutcome::failed;
+    const std::unique_ptr<QThread> thread(
+        QThread::create([&] { outcome = runHere(connection, service, path, patience); }));
+    thread->start();
+    thread->wait();
+    return outcome;
+}
+
+} // namespace vennic

@@ -1,0 +1,26 @@
+#include "linux/SecretServiceTypes.h"
+
+#include <QDBusMetaType>
+
+namespace vennic {
+
+QDBusArgument& operator<<(QDBusArgument& to, const WireSecret& secret) {
+    to.beginStructure();
+    to << secret.session << secret.parameters << secret.value << secret.contentType;
+    to.endStructure();
+    return to;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& from, WireSecret& secret) {
+    from.beginStructure();
+    from >> secret.session >> secret.parameters >> secret.value >> secret.contentType;
+    from.endStructure();
+    return from;
+}
+
+void registerSecretServiceTypes() {
+    qDBusRegisterMetaType<WireSecret>();
+    qDBusRegisterMetaType<SecretAttributes>();
+}
+
+} // namespace vennic
