@@ -180,9 +180,15 @@ private:
 
 } // namespace
 
-TEST(BridgeServiceRandom, tenThousandSequencesOfFaultsKeepOneLoopOrNone) {
-    for (unsigned seed = 0; seed < 10'000 && !HasFailure(); ++seed) {
+/// Eight parts of 1,250 sequences each.
+class BridgeServiceRandom : public ::testing::TestWithParam<unsigned> {};
+
+TEST_P(BridgeServiceRandom, tenThousandSequencesOfFaultsKeepOneLoopOrNone) {
+    constexpr unsigned sequences = 1250;
+    for (unsigned seed = GetParam() * sequences; seed < (GetParam() + 1) * sequences && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
         RandomRun(seed).run(24);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Parts, BridgeServiceRandom, ::testing::Range(0U, 8U));
