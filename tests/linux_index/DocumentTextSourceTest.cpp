@@ -12,24 +12,21 @@ namespace {
 using namespace vennic;
 using namespace vennic::index;
 
-class ReaderFake final : public DocumentReader {
+class ReaderFake final : public OpenDocumentReader {
 public:
-    DocumentText plainText(const QString& path, qint64 maxChars) override { return answer("plain", path, maxChars); }
-    DocumentText rtf(const QString& path, qint64 maxChars) override { return answer("rtf", path, maxChars); }
-    DocumentText pdf(const QString& path, qint64 maxChars) override { return answer("pdf", path, maxChars); }
-    std::optional<DocumentFault> fault;
-    qint64 asked = 0;
-
-private:
-    DocumentText answer(const char* form, const QString& path, qint64 maxChars) {
+    DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) override {
         if (fault)
             throw DocumentReadError(*fault, QStringLiteral("non"));
         asked = maxChars;
-        QFile file(path);
-        return {QString::fromLatin1(form) +
-                    (file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString()),
-                false, 0};
+        asForm = form;
+        QFile file;
+        if (!file.open(descriptor, QIODevice::ReadOnly))
+            return {};
+        return {name + QString::fromUtf8(file.readAll()), false, 0};
     }
+    std::optional<DocumentFault> fault;
+    std::optional<DocumentForm> asForm;
+    qint64 asked = 0;
 };
 
 class TypesFake final : public FileTypes {
@@ -60,14 +57,15 @@ TEST_F(DocumentTextSourceTest, choosesTheRoadByExtensionThenByType) {
     EXPECT_EQ(source.formOf("a."), Form::none);
 }
 
-TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAskForAllOfIt) {
+TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
     file.write("é");
-    file.flush();
+    file.seek(0);
     const TextSource::Result result = source.read(file.handle(), "x.rtf");
     EXPECT_EQ(result.outcome, TextSource::Outcome::text);
-    EXPECT_EQ(result.text, "rtfé");
+    EXPECT_EQ(result.text, "x.rtfé");
+    EXPECT_EQ(reader.asForm, DocumentForm::rtf);
     EXPECT_GE(reader.asked, 10485760);
 }
 

@@ -1,24 +1,26 @@
 #pragma once
 #include "linux/index/TextSource.h"
-#include "ports/DocumentReader.h"
+#include "linux/worker/OpenDocumentReader.h"
 #include "ports/FileTypes.h"
+
+#include <optional>
 
 namespace vennic::index {
 
 /// Text by way of the boxed reader. What counts as text is decided by extension and type, as when a file is read
-/// for the user. The two ports outlive it.
+/// for the user. Reader and types outlive it.
 class DocumentTextSource final : public TextSource {
 public:
-    DocumentTextSource(DocumentReader& reader, const FileTypes& types) : reader_(reader), types_(types) {}
+    DocumentTextSource(OpenDocumentReader& reader, const FileTypes& types) : reader_(reader), types_(types) {}
 
     Form formOf(std::string_view name) const override;
     Result read(int file, std::string_view name) override;
 
 private:
-    enum class Road { none, plain, rtf, pdf };
-    Road roadOf(std::string_view name) const;
+    /// The form that a file is read as; none for what has no text.
+    std::optional<DocumentForm> documentFormOf(std::string_view name) const;
 
-    DocumentReader& reader_;
+    OpenDocumentReader& reader_;
     const FileTypes& types_;
 };
 

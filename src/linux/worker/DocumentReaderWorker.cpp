@@ -7,10 +7,22 @@
 namespace vennic {
 namespace {
 
-DocumentText read(WorkerLane& lane, wire::Form form, const QString& path, qint64 maxChars) {
-    const OpenedDocument document(path);
+wire::Form wireForm(DocumentForm form) {
+    switch (form) {
+    case DocumentForm::plainText:
+        return wire::Form::plainText;
+    case DocumentForm::rtf:
+        return wire::Form::rtf;
+    case DocumentForm::pdf:
+        return wire::Form::pdf;
+    }
+    Q_UNREACHABLE();
+}
+
+DocumentText read(WorkerLane& lane, DocumentForm form, const OpenedDocument& document, qint64 maxChars) {
+    const QString& path = document.path();
     const auto most = static_cast<std::uint64_t>(std::max<qint64>(maxChars, 0));
-    const WorkerProcess::Reply reply = lane.ask(form, most, document);
+    const WorkerProcess::Reply reply = lane.ask(wireForm(form), most, document);
     switch (reply.answer.outcome) {
     case wire::Outcome::text:
         return {QString::fromUtf8(reply.text), reply.answer.truncated != 0, reply.answer.fileBytes};
@@ -32,15 +44,19 @@ DocumentReaderWorker::DocumentReaderWorker(DocumentWorkerOptions options)
 DocumentReaderWorker::~DocumentReaderWorker() = default;
 
 DocumentText DocumentReaderWorker::plainText(const QString& path, qint64 maxChars) {
-    return read(*lane_, wire::Form::plainText, path, maxChars);
+    return read(*lane_, DocumentForm::plainText, OpenedDocument(path), maxChars);
 }
 
 DocumentText DocumentReaderWorker::rtf(const QString& path, qint64 maxChars) {
-    return read(*lane_, wire::Form::rtf, path, maxChars);
+    return read(*lane_, DocumentForm::rtf, OpenedDocument(path), maxChars);
 }
 
 DocumentText DocumentReaderWorker::pdf(const QString& path, qint64 maxChars) {
-    return read(*lane_, wire::Form::pdf, path, maxChars);
+    return read(*lane_, DocumentForm::pdf, OpenedDocument(path), maxChars);
+}
+
+DocumentText DocumentReaderWorker::readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) {
+    return read(*lane_, form, OpenedDocument(descriptor, name), maxChars);
 }
 
 void DocumentReaderWorker::close() { lane_->close(); }

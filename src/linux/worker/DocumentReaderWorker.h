@@ -1,5 +1,6 @@
 #pragma once
 #include "linux/worker/DocumentWorkerOptions.h"
+#include "linux/worker/OpenDocumentReader.h"
 #include "ports/DocumentReader.h"
 
 #include <memory>
@@ -12,7 +13,7 @@ class WorkerLane;
 /// ended when idle. One instance has one process and reads one document at a time; foreground and index use two.
 ///
 /// The process gets open descriptors, never paths, and what it answers is checked as if an enemy had written it.
-class DocumentReaderWorker final : public DocumentReader {
+class DocumentReaderWorker final : public DocumentReader, public OpenDocumentReader {
 public:
     explicit DocumentReaderWorker(DocumentWorkerOptions options);
     ~DocumentReaderWorker() override; // nobody may be reading any more: close() first
@@ -21,6 +22,7 @@ public:
     DocumentText plainText(const QString& path, qint64 maxChars) override;
     DocumentText rtf(const QString& path, qint64 maxChars) override;
     DocumentText pdf(const QString& path, qint64 maxChars) override;
+    DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) override;
 
     /// Ends the process at once: whoever reads gets a failure now, and so does whoever asks later.
     void close();

@@ -36,16 +36,23 @@ OpenedDocument::OpenedDocument(const QString& path) : path_(path) {
     if (!path.startsWith(u'/') || path.contains(QChar::Null))
         refuse(path, ENOENT);
     file_ = FileDescriptor(openReadOnly(QFile::encodeName(path)));
-    if (!file_.isOpen())
-        refuse(path, errno);
+    check();
+}
+
+OpenedDocument::OpenedDocument(int descriptor, const QString& name)
+    : path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
+    check();
+}
+
+void OpenedDocument::check() const {
     struct stat status{};
-    if (fstat(file_.number(), &status) != 0)
-        refuse(path, errno);
+    if (!file_.isOpen() || fstat(file_.number(), &status) != 0)
+        refuse(path_, errno);
     if (!S_ISREG(status.st_mode))
         throw DocumentReadError(DocumentFault::unreadable,
-                                named(path) + QStringLiteral("n'est pas un fichier ordinaire."));
+                                named(path_) + QStringLiteral("n'est pas un fichier ordinaire."));
     if (status.st_size > wire::mostFileBytes)
-        throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
+        throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path_));
 }
 
 qint64 OpenedDocument::size() const {

@@ -10,12 +10,16 @@ namespace vennic {
 class OpenedDocument {
 public:
     explicit OpenedDocument(const QString& path);
+    /// The same of a file that somebody has opened already; `name` stands in sentences.
+    OpenedDocument(int descriptor, const QString& name);
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }
     /// The size now; it may change while the file is open.
     qint64 size() const;
 
 private:
+    void check() const;
+
     QString path_;
     FileDescriptor file_;
 };
