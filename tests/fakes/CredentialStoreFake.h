@@ -1,60 +1,71 @@
 #pragma once
 #include "ports/CredentialStore.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace vennic::test {
 
-/// Secrets in memory, with every refusal that a real store may give.
+/// Secrets in memory. Remembers what was done and fails as told.
 class CredentialStoreFake final : public CredentialStore {
 public:
-    struct Item {
-        CredentialItem name;
+    struct Entry {
+        CredentialItem item;
         SecretText data;
         CredentialProtection protection;
     };
+    std::vector<Entry> entries;
+    std::vector<std::optional<QString>> prompts; // of each read
+    std::vector<CredentialItem> removals;        // each that was asked for
+    bool presenceAvailable = true;
+    /// What reading a protected item with a prompt comes to.
+    CredentialStatus presenceStatus = CredentialStatus::success;
+    /// When set, the operation gives it and does nothing.
+    std::optional<CredentialStatus> readFailure;
+    std::optional<CredentialStatus> addFailure;
+    std::optional<CredentialStatus> removeFailure;
 
     CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override {
         prompts.push_back(prompt);
-        if (readStatus != CredentialStatus::success)
-            return {readStatus, std::nullopt};
-        for (const Item& stored : items) {
-            if (stored.name != item)
-                continue;
-            if (stored.protection.requiresUserPresence && !prompt)
-                return {CredentialStatus::interactionNotAllowed, std::nullopt};
-            return {CredentialStatus::success, stored.data};
+        if (readFailure)
+            return {*readFailure, std::nullopt};
+        const auto found = find(item);
+        if (found == entries.end())
+            return {CredentialStatus::itemNotFound, std::nullopt};
+        if (found->protection.requiresUserPresence) {
+            const auto status = prompt ? presenceStatus : CredentialStatus::interactionNotAllowed;
+            if (status != CredentialStatus::success)
+                return {status, std::nullopt};
         }
-        return {CredentialStatus::itemNotFound, std::nullopt};
+        return {CredentialStatus::success, found->data};
     }
     CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override {
-        if (addStatus != CredentialStatus::success)
-            return addStatus;
-        if (contains(item))
+        if (addFailure)
+            return *addFailure;
+        if (protection.requiresUserPresence && !presenceAvailable)
+            return CredentialStatus::authFailed;
+        if (find(item) != entries.end())
             return CredentialStatus::duplicateItem;
-        items.push_back({item, data, protection});
+        entries.push_back({item, data, protection});
         return CredentialStatus::success;
     }
     CredentialStatus remove(const CredentialItem& item) override {
-        if (removeStatus != CredentialStatus::success)
-            return removeStatus;
-        return std::erase_if(items, [&](const Item& stored) { return stored.name == item; }) > 0
-                   ? CredentialStatus::success
-                   : CredentialStatus::itemNotFound;
+        removals.push_back(item);
+        if (removeFailure)
+            return *removeFailure;
+        const auto found = find(item);
+        if (found == entries.end())
+            return CredentialStatus::itemNotFound;
+        entries.erase(found);
+        return CredentialStatus::success;
     }
-    bool canRequireUserPresence() override { return presencePossible; }
+    bool canRequireUserPresence() override { return presenceAvailable; }
     QString kind() const override { return QStringLiteral("file"); }
 
-    bool contains(const CredentialItem& item) const {
-        return std::any_of(items.begin(), items.end(), [&](const Item& stored) { return stored.name == item; });
+private:
+    std::vector<Entry>::iterator find(const CredentialItem& item) {
+        return std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.item == item; });
     }
-
-    std::vector<Item> items;
-    std::vector<std::optional<QString>> prompts; // of each read
-    CredentialStatus readStatus = CredentialStatus::success;
-    CredentialStatus addStatus = CredentialStatus::success;
-    CredentialStatus removeStatus = CredentialStatus::success;
-    bool presencePossible = true;
 };
 
 } // namespace vennic::test
