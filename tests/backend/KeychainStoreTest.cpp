@@ -34,7 +34,7 @@ struct Keychain : testing::Test {
 TEST_F(Keychain, readGivesTheSavedToken) {
     keychain.save(SecretText{"tok"});
     EXPECT_EQ(keychain.read(prompt), SecretText{"tok"});
-    EXPECT_EQ(credentials.items.at(0).name, tokenItem);
+    EXPECT_EQ(credentials.entries.at(0).item, tokenItem);
 }
 
 TEST_F(Keychain, anAbsentTokenAndARefusedReadLookTheSame) {
@@ -42,7 +42,7 @@ TEST_F(Keychain, anAbsentTokenAndARefusedReadLookTheSame) {
     store(tokenItem, "tok");
     for (const auto status : {CredentialStatus::userCancelled, CredentialStatus::authFailed,
                               CredentialStatus::notAvailable, CredentialStatus::interactionNotAllowed}) {
-        credentials.readStatus = status;
+        credentials.readFailure = status;
         EXPECT_EQ(keychain.read(prompt), std::nullopt);
     }
 }
@@ -66,39 +66,39 @@ TEST_F(Keychain, aTokenStoredBeforeTheSwitchIsReadWithAPromptThatNothingUses) {
     keychain.save(SecretText{"tok"});
     setHighSecurity(true);
     EXPECT_EQ(keychain.read(prompt), SecretText{"tok"});
-    EXPECT_FALSE(credentials.items.at(0).protection.requiresUserPresence);
+    EXPECT_FALSE(credentials.entries.at(0).protection.requiresUserPresence);
 }
 
 TEST_F(Keychain, saveReplacesTheItemAndItsProtection) {
     keychain.save(SecretText{"old"});
     setHighSecurity(true);
     keychain.save(SecretText{"new"});
-    ASSERT_EQ(credentials.items.size(), 1U);
-    EXPECT_EQ(credentials.items[0].data, SecretText{"new"});
-    EXPECT_TRUE(credentials.items[0].protection.requiresUserPresence);
+    ASSERT_EQ(credentials.entries.size(), 1U);
+    EXPECT_EQ(credentials.entries[0].data, SecretText{"new"});
+    EXPECT_TRUE(credentials.entries[0].protection.requiresUserPresence);
     setHighSecurity(false);
     keychain.save(SecretText{"newer"});
-    ASSERT_EQ(credentials.items.size(), 1U);
-    EXPECT_FALSE(credentials.items[0].protection.requiresUserPresence);
+    ASSERT_EQ(credentials.entries.size(), 1U);
+    EXPECT_FALSE(credentials.entries[0].protection.requiresUserPresence);
 }
 
 TEST_F(Keychain, aFailedSaveLeavesNoTokenBehind) {
     keychain.save(SecretText{"old"});
-    credentials.addStatus = CredentialStatus::ioFailed;
+    credentials.addFailure = CredentialStatus::ioFailed;
     EXPECT_EQ(saveError("new"), QStringLiteral("Erreur Trousseau -36"));
-    EXPECT_TRUE(credentials.items.empty());
+    EXPECT_TRUE(credentials.entries.empty());
 }
 
 TEST_F(Keychain, aSaveThatCannotBeProtectedLeavesNoTokenBehind) {
     keychain.save(SecretText{"old"});
     setHighSecurity(true);
-    credentials.presencePossible = false;
+    credentials.presenceAvailable = false;
     EXPECT_EQ(saveError("new"), QStringLiteral("Impossible de configurer le contrôle d'accès du Trousseau"));
-    EXPECT_TRUE(credentials.items.empty());
+    EXPECT_TRUE(credentials.entries.empty());
 }
 
 TEST_F(Keychain, aFailedRemovalBeforeASaveIsNotTheReasonThatIsTold) {
-    credentials.removeStatus = CredentialStatus::notAvailable;
+    credentials.removeFailure = CredentialStatus::notAvailable;
     keychain.save(SecretText{"tok"});
     EXPECT_EQ(saveError("again"), QStringLiteral("Erreur Trousseau -25299"));
 }
@@ -113,11 +113,11 @@ TEST_F(Keychain, removingAMissingTokenIsFine) {
     EXPECT_NO_THROW(keychain.remove());
     keychain.save(SecretText{"tok"});
     EXPECT_NO_THROW(keychain.remove());
-    EXPECT_TRUE(credentials.items.empty());
+    EXPECT_TRUE(credentials.entries.empty());
 }
 
 TEST_F(Keychain, anyOtherFailureOfARemovalIsTold) {
-    credentials.removeStatus = CredentialStatus::interactionNotAllowed;
+    credentials.removeFailure = CredentialStatus::interactionNotAllowed;
     try {
         keychain.remove();
         FAIL();
@@ -132,12 +132,12 @@ TEST_F(Keychain, theDeviceIdentifierIsMadeOnceAndKept) {
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
     EXPECT_EQ(made, 1);
-    EXPECT_TRUE(credentials.contains(deviceItem));
+    EXPECT_EQ(credentials.entries.at(0).item, deviceItem);
     EXPECT_TRUE(preferences.writes.empty());
 }
 
 TEST_F(Keychain, aReadOnlyStoreKeepsTheDeviceIdentifierInThePreferences) {
-    credentials.addStatus = CredentialStatus::ioFailed;
+    credentials.addFailure = CredentialStatus::ioFailed;
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
     EXPECT_EQ(storedAs<QString>(preferences, deviceKey), QStringLiteral("DEVICE-1"));
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
@@ -147,8 +147,8 @@ TEST_F(Keychain, aReadOnlyStoreKeepsTheDeviceIdentifierInThePreferences) {
 TEST_F(Keychain, anOldIdentifierOfThePreferencesMovesIntoTheStoreAndStays) {
     preferences.set(deviceKey, QStringLiteral("OLD"));
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("OLD"));
-    EXPECT_EQ(credentials.items.at(0).name, deviceItem);
-    EXPECT_EQ(credentials.items.at(0).data, SecretText{"OLD"});
+    EXPECT_EQ(credentials.entries.at(0).item, deviceItem);
+    EXPECT_EQ(credentials.entries.at(0).data, SecretText{"OLD"});
     EXPECT_EQ(storedAs<QString>(preferences, deviceKey), QStringLiteral("OLD"));
     EXPECT_EQ(made, 0);
 }
@@ -156,8 +156,8 @@ TEST_F(Keychain, anOldIdentifierOfThePreferencesMovesIntoTheStoreAndStays) {
 TEST_F(Keychain, anEmptyDeviceItemIsReplaced) {
     store(deviceItem, "");
     EXPECT_EQ(keychain.bridgeDeviceId(), QStringLiteral("DEVICE-1"));
-    ASSERT_EQ(credentials.items.size(), 1U);
-    EXPECT_EQ(credentials.items[0].data, SecretText{"DEVICE-1"});
+    ASSERT_EQ(credentials.entries.size(), 1U);
+    EXPECT_EQ(credentials.entries[0].data, SecretText{"DEVICE-1"});
 }
 
 TEST_F(Keychain, anEmptyIdentifierOfThePreferencesCountsAsAbsent) {
@@ -169,7 +169,7 @@ TEST_F(Keychain, theDeviceIdentifierNeverAsksTheUser) {
     setHighSecurity(true);
     keychain.bridgeDeviceId();
     EXPECT_EQ(credentials.prompts, std::vector<std::optional<QString>>{std::nullopt});
-    EXPECT_FALSE(credentials.items.at(0).protection.requiresUserPresence);
+    EXPECT_FALSE(credentials.entries.at(0).protection.requiresUserPresence);
 }
 
 } // namespace

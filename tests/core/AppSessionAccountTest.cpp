@@ -40,7 +40,7 @@ TEST_F(Account, aSuccessfulTokenDoesNotClearTheLastError) {
 
 TEST_F(Account, aTokenThatTheStoreRefusesChangesNothingButTheError) {
     signedIn();
-    credentials.addStatus = CredentialStatus::ioFailed;
+    credentials.addFailure = CredentialStatus::ioFailed;
     EXPECT_FALSE(session().setToken(SecretText{"new"}));
     EXPECT_EQ(session().lastError(), QStringLiteral("Erreur Trousseau -36"));
     EXPECT_EQ(session().userToken(), SecretText{"tok"});
@@ -53,7 +53,7 @@ TEST_F(Account, aTokenThatTheStoreRefusesChangesNothingButTheError) {
 TEST_F(Account, aTokenThatCannotBeProtectedIsRefusedWithItsWords) {
     session();
     put("highSecurityMode", true);
-    credentials.presencePossible = false;
+    credentials.presenceAvailable = false;
     EXPECT_FALSE(session().setToken(SecretText{"new"}));
     EXPECT_EQ(session().lastError(), QStringLiteral("Impossible de configurer le contrôle d'accès du Trousseau"));
 }
@@ -103,7 +103,7 @@ TEST_F(Account, aRevokeThatIsAnsweredWith401ShowsNothing) {
 
 TEST_F(Account, aFailedDeletionOfTheTokenIsIgnored) {
     signedIn();
-    credentials.removeStatus = CredentialStatus::notAvailable;
+    credentials.removeFailure = CredentialStatus::notAvailable;
     transport.answerWith(204);
     EXPECT_TRUE(session().setToken({}));
     EXPECT_EQ(session().userToken(), std::nullopt);
@@ -151,7 +151,7 @@ TEST_F(Account, aSecondRefusalAfterTheFirstDoesNothing) {
 
 TEST_F(Account, a401WithAStoreThatRefusesToDeleteStillSignsOut) {
     signedIn();
-    credentials.removeStatus = CredentialStatus::interactionNotAllowed;
+    credentials.removeFailure = CredentialStatus::interactionNotAllowed;
     http.authFailure().post();
     settle();
     EXPECT_EQ(session().userToken(), std::nullopt);

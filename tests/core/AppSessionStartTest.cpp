@@ -163,7 +163,7 @@ TEST_F(Start, theTokenIsReadOnceWithItsPrompt) {
 
 TEST_F(Start, aRefusedReadLooksSignedOut) {
     putToken("tok");
-    credentials.readStatus = CredentialStatus::userCancelled;
+    credentials.readFailure = CredentialStatus::userCancelled;
     EXPECT_FALSE(session().isAuthenticated());
     settle();
     EXPECT_EQ(bridge.calls, QStringList{QStringLiteral("stop")});
@@ -172,7 +172,7 @@ TEST_F(Start, aRefusedReadLooksSignedOut) {
 }
 
 TEST_F(Start, anEmptyStoredTokenIsNotAuthenticated) {
-    credentials.items.push_back({{QStringLiteral("com.vennic.mac.usertoken"), QStringLiteral("user_token")}, {}, {}});
+    credentials.entries.push_back({{QStringLiteral("com.vennic.mac.usertoken"), QStringLiteral("user_token")}, {}, {}});
     EXPECT_FALSE(session().isAuthenticated());
     EXPECT_EQ(bridge.calls, QStringList{QStringLiteral("stop")});
 }
