@@ -218,14 +218,14 @@ void IndexStore::chooseMerge(std::size_t fan) {
             return;
         }
         std::size_t tier = 0;
-        for (std::int64_t size = row.bytes; size > 64 * 1024; size /= static_cast<std::int64_t>(limits_.fan))
+        for (std::int64_t size = row.bytes; size > 64L * 1024; size /= static_cast<std::int64_t>(limits_.fan))
             ++tier;
         tiers.resize(std::max(tiers.size(), tier + 1));
         tiers[tier].push_back(std::move(row));
     }
     for (auto& tier : tiers) {
         if (tier.size() >= fan) {
-            startMerge(std::move(tier));
+            startMerge(tier);
             return;
         }
     }
@@ -252,7 +252,7 @@ void IndexStore::findWorn() {
     segmentsChanged_ = segmentsChanged_ || !worn_.empty();
 }
 
-void IndexStore::startMerge(std::vector<Catalogue::SegmentRow> inputs) {
+void IndexStore::startMerge(const std::vector<Catalogue::SegmentRow>& inputs) {
     SegmentMerge::Segments segments;
     std::size_t documents = 0;
     std::uint32_t first = ~std::uint32_t{0};

@@ -74,7 +74,7 @@ private:
     void flushPending();
     void chooseMerge(std::size_t fan);
     void findWorn();
-    void startMerge(std::vector<Catalogue::SegmentRow> inputs);
+    void startMerge(const std::vector<Catalogue::SegmentRow>& inputs);
     void finishMerge();
 
     std::string directory_;

@@ -259,7 +259,7 @@ void Indexer::sleep(bool busy) {
         timeout = 0;
     else if (due)
         timeout = static_cast<int>(
-            std::clamp<std::int64_t>(std::chrono::ceil<milliseconds>(*due - now).count(), 0, 24 * 3600 * 1000));
+            std::clamp<std::int64_t>(std::chrono::ceil<milliseconds>(*due - now).count(), 0, 24L * 3600 * 1000));
     std::array<pollfd, 2> waited{{{wake_.get(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
     // While changes settle more of them don't wake us: they are read together.
     const bool gathering = !busy && !work.dirty.empty();

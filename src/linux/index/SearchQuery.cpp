@@ -121,6 +121,7 @@ void SearchQuery::askPending() {
 
 void SearchQuery::conclude(Source source, std::size_t documents) {
     std::vector<const Bitmap*> bits;
+    bits.reserve(source.patterns.size());
     for (const Bitmap& each : source.patterns)
         bits.push_back(&each);
     source.found = rule_.combine(bits, documents);
