@@ -17,7 +17,7 @@ namespace vennic {
 namespace {
 
 constexpr qint64 version = 1;
-constexpr qsizetype mostBytes = 64 * 1024;
+constexpr qsizetype mostBytes = 65'536;
 constexpr auto versionKey = QLatin1String("version");
 constexpr auto pathKey = QLatin1String("path");
 constexpr auto fileSystemKey = QLatin1String("fileSystem");

@@ -77,7 +77,7 @@ std::optional<QString> FolderWalkPosix::next() {
             continue;
         }
         const char* const start = level.buffer.get() + level.at;
-        EntryHead head;
+        EntryHead head{};
         std::memcpy(&head, start, nameOffset);
         level.at += head.length;
         const Entry entry{start + nameOffset, head.type};
@@ -103,7 +103,7 @@ bool FolderWalkPosix::fill(Level& level) {
     level.at = 0;
     level.filled = got > 0 ? static_cast<std::size_t>(got) : 0;
     for (std::size_t at = 0; at < level.filled;) {
-        EntryHead head;
+        EntryHead head{};
         std::memcpy(&head, level.buffer.get() + at, nameOffset);
         level.position = head.position;
         at += head.length;

@@ -20,7 +20,7 @@ public:
     std::optional<QString> next() override;
 
 private:
-    static constexpr std::size_t bufferBytes = 32 * 1024;
+    static constexpr std::size_t bufferBytes = 32'768;
     struct Level {
         FileHandle folder; // closed while 64 deeper ones are open
         QString path;      // with a slash at its end
