@@ -65,7 +65,7 @@ std::unique_ptr<FolderWalk> FileSystemPosix::walk(const QString& root) { return 
 QString FileSystemPosix::homeDirectory() {
     if (const auto home = folderPath(std::getenv("HOME")))
         return *home;
-    std::array<char, 16 * 1024> buffer;
+    std::array<char, 16384> buffer{};
     passwd account{};
     passwd* found = nullptr;
     if (getpwuid_r(geteuid(), &account, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)

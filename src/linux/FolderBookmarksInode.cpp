@@ -82,7 +82,7 @@ ResolvedFolder FolderBookmarksInode::resolve(const QByteArray& bookmark) {
     const auto wanted = decodedFolderIdentity(bookmark);
     if (!wanted)
         throw LocalizedError(QStringLiteral("Le dossier partagé est illisible."));
-    const auto present = folderIdentity(-1, *nativePath(wanted->path), true);
+    const auto present = folderIdentity(-1, wanted->path.toUtf8(), true);
     if (present && present->isSameFolder(*wanted))
         return {wanted->path, false};
     if (const auto moved = searchFor(bookmark, *wanted))
@@ -99,7 +99,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
         known = searched_.value(bookmark);
     }
     if (!known.found.isEmpty()) {
-        const auto there = folderIdentity(-1, *nativePath(known.found), false);
+        const auto there = folderIdentity(-1, known.found.toUtf8(), false);
         if (there && there->isSameFolder(wanted))
             return known.found;
         known = {};

@@ -17,7 +17,7 @@ namespace vennic {
 namespace {
 
 constexpr qint64 version = 1;
-constexpr qsizetype mostBytes = 64 * 1024;
+constexpr qsizetype mostBytes = 65'536;
 constexpr auto versionKey = QLatin1String("version");
 constexpr auto pathKey = QLatin1String("path");
 constexpr auto fileSystemKey = QLatin1String("fileSystem");
@@ -27,7 +27,7 @@ constexpr auto birthSecondsKey = QLatin1String("birthSeconds");
 constexpr auto birthNanosecondsKey = QLatin1String("birthNanoseconds");
 
 // As text: JSON's numbers don't hold 64 bits everywhere.
-quint64 requiredUnsigned(const QJsonObject& object, QLatin1String key) {
+quint64 requiredHexadecimal(const QJsonObject& object, QLatin1String key) {
     bool read = false;
     const quint64 number = requiredString(object, key).toULongLong(&read, 16);
     if (!read)
@@ -99,9 +99,9 @@ std::optional<FolderIdentity> decodedFolderIdentity(const QByteArray& bytes) {
         const qint64 nanoseconds = requiredInteger(object, birthNanosecondsKey);
         FolderIdentity identity{
             .path = requiredString(object, pathKey),
-            .fileSystem = requiredUnsigned(object, fileSystemKey),
-            .device = requiredUnsigned(object, deviceKey),
-            .inode = requiredUnsigned(object, inodeKey),
+            .fileSystem = requiredHexadecimal(object, fileSystemKey),
+            .device = requiredHexadecimal(object, deviceKey),
+            .inode = requiredHexadecimal(object, inodeKey),
             .birthSeconds = requiredInteger(object, birthSecondsKey),
             .birthNanoseconds = static_cast<quint32>(nanoseconds),
         };

@@ -2,6 +2,7 @@
 
 #include "linux/NativePath.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -30,6 +31,18 @@ FileHandle openFolder(int parent, const char* name, int extraFlags) {
     return folder;
 }
 
+// Nearly all names are plain ASCII, which needs no second allocation. False when the name isn't text.
+bool append(QString& path, QByteArrayView name) {
+    if (std::ranges::all_of(name, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+        path += QLatin1String(name);
+        return true;
+    }
+    if (!QUtf8StringView(name).isValidUtf8())
+        return false;
+    path += QString::fromUtf8(name);
+    return true;
+}
+
 bool isFolderWithin(const FileHandle& folder, quint64 device, quint64 inode) {
     struct stat status{};
     return folder.isOpen() && fstat(folder.number(), &status) == 0 && status.st_dev == device && status.st_ino == inode;
@@ -52,7 +65,7 @@ std::unique_ptr<FolderWalk> FolderWalkPosix::open(const QString& root) {
     if (!path->endsWith('/'))
         path->append('/');
     std::unique_ptr<FolderWalkPosix> walk(new FolderWalkPosix);
-    walk->push(std::move(folder), *std::move(path));
+    walk->push(std::move(folder), QString::fromUtf8(*path), path->size());
     return walk;
 }
 
@@ -64,24 +77,23 @@ std::optional<QString> FolderWalkPosix::next() {
             continue;
         }
         const char* const start = level.buffer.get() + level.at;
-        EntryHead head;
+        EntryHead head{};
         std::memcpy(&head, start, nameOffset);
         level.at += head.length;
         const Entry entry{start + nameOffset, head.type};
         if (entry.name[0] == '.')
             continue; // hidden, and the two that every folder has
         const auto length = static_cast<qsizetype>(std::strlen(entry.name));
-        if (level.path.size() + length >= PATH_MAX || !QUtf8StringView(entry.name, length).isValidUtf8())
+        if (level.pathBytes + length >= PATH_MAX)
             continue;
-        QByteArray path;
+        QString path;
         path.reserve(level.path.size() + length + 1);
-        path.append(level.path).append(entry.name, length);
-        QString text = QString::fromUtf8(path);
-        if (levels_.size() < mostLevels && isFolder(level, entry)) {
-            path.append('/');
-            enter(entry.name, std::move(path));
-        }
-        return text;
+        path += level.path;
+        if (!append(path, {entry.name, length}))
+            continue;
+        if (levels_.size() < mostLevels && isFolder(level, entry))
+            enter(entry.name, path + u'/', level.pathBytes + length + 1);
+        return path;
     }
     return std::nullopt;
 }
@@ -91,7 +103,7 @@ bool FolderWalkPosix::fill(Level& level) {
     level.at = 0;
     level.filled = got > 0 ? static_cast<std::size_t>(got) : 0;
     for (std::size_t at = 0; at < level.filled;) {
-        EntryHead head;
+        EntryHead head{};
         std::memcpy(&head, level.buffer.get() + at, nameOffset);
         level.position = head.position;
         at += head.length;
@@ -99,31 +111,27 @@ bool FolderWalkPosix::fill(Level& level) {
     return level.filled > 0;
 }
 
-bool FolderWalkPosix::isFolder(const Level& level, const Entry& entry) const {
+bool FolderWalkPosix::isFolder(const Level& level, const Entry& entry) {
     if (entry.type != DT_UNKNOWN)
         return entry.type == DT_DIR;
     struct stat status{};
     return fstatat(level.folder.number(), entry.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
-void FolderWalkPosix::enter(const char* name, QByteArray path) {
+void FolderWalkPosix::enter(const char* name, QString path, qsizetype pathBytes) {
     FileHandle folder = openFolder(levels_.back().folder.number(), name, O_NOFOLLOW);
     if (!folder.isOpen())
         return;
-    push(std::move(folder), std::move(path));
+    push(std::move(folder), std::move(path), pathBytes);
     if (levels_.size() > mostOpenLevels)
-        levels_[levels_.size() - 1 - mostOpenLevels].folder.close();
+        suspend(levels_[levels_.size() - 1 - mostOpenLevels]);
 }
 
-void FolderWalkPosix::push(FileHandle folder, QByteArray path) {
+void FolderWalkPosix::push(FileHandle folder, QString path, qsizetype pathBytes) {
     Level level;
-    struct stat status{};
-    if (fstat(folder.number(), &status) != 0)
-        return;
     level.folder = std::move(folder);
     level.path = std::move(path);
-    level.device = status.st_dev;
-    level.inode = status.st_ino;
+    level.pathBytes = pathBytes;
     if (spareBuffers_.empty()) {
         level.buffer = std::make_unique_for_overwrite<char[]>(bufferBytes);
     } else {
@@ -131,6 +139,15 @@ void FolderWalkPosix::push(FileHandle folder, QByteArray path) {
         spareBuffers_.pop_back();
     }
     levels_.push_back(std::move(level));
+}
+
+void FolderWalkPosix::suspend(Level& level) {
+    struct stat status{};
+    if (level.folder.isOpen() && fstat(level.folder.number(), &status) == 0) {
+        level.device = status.st_dev;
+        level.inode = status.st_ino;
+    }
+    level.folder.close();
 }
 
 // The level is done. The one above may have to be opened again; when it isn't where it was, it is done too.
@@ -144,10 +161,10 @@ void FolderWalkPosix::leave() {
     }
 }
 
-bool FolderWalkPosix::reopen(Level& level, const FileHandle& child) const {
+bool FolderWalkPosix::reopen(Level& level, const FileHandle& child) {
     FileHandle folder = openFolder(child.number(), "..", 0);
     if (!isFolderWithin(folder, level.device, level.inode))
-        folder = openFolder(AT_FDCWD, level.path.constData(), O_NOFOLLOW);
+        folder = openFolder(AT_FDCWD, level.path.toUtf8().constData(), O_NOFOLLOW);
     if (!isFolderWithin(folder, level.device, level.inode) ||
         (level.position != 0 && lseek(folder.number(), level.position, SEEK_SET) < 0))
         return false;

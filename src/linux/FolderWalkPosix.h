@@ -20,11 +20,12 @@ public:
     std::optional<QString> next() override;
 
 private:
-    static constexpr std::size_t bufferBytes = 32 * 1024;
+    static constexpr std::size_t bufferBytes = 32'768;
     struct Level {
         FileHandle folder; // closed while 64 deeper ones are open
-        QByteArray path;   // with a slash at its end
-        quint64 device = 0;
+        QString path;      // with a slash at its end
+        qsizetype pathBytes = 0;
+        quint64 device = 0; // with the inode, once it was closed
         quint64 inode = 0;
         std::unique_ptr<char[]> buffer;
         std::size_t at = 0;     // in the buffer
@@ -34,12 +35,13 @@ private:
     struct Entry;
 
     FolderWalkPosix() = default;
-    bool fill(Level& level);
-    bool isFolder(const Level& level, const Entry& entry) const;
-    void enter(const char* name, QByteArray path);
-    void push(FileHandle folder, QByteArray path);
+    static bool fill(Level& level);
+    static bool isFolder(const Level& level, const Entry& entry);
+    void enter(const char* name, QString path, qsizetype pathBytes);
+    void push(FileHandle folder, QString path, qsizetype pathBytes);
+    static void suspend(Level& level);
     void leave();
-    bool reopen(Level& level, const FileHandle& child) const;
+    static bool reopen(Level& level, const FileHandle& child);
 
     std::vector<Level> levels_;
     std::vector<std::unique_ptr<char[]>> spareBuffers_;

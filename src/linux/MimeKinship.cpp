@@ -28,7 +28,7 @@ bool isArchive(const QMimeType& mime) {
 
 struct Kind {
     QLatin1String type;
-    bool (*holds)(const QMimeType&);
+    bool (*holds)(const QMimeType&) = nullptr;
 };
 
 template <const char* Prefix>

@@ -32,7 +32,7 @@ QByteArray parentOf(const QByteArray& path) { return path.left(std::max<qsizetyp
 
 struct MovedFolderSearch::Progress {
     const FolderIdentity& wanted;
-    int entriesLeft;
+    int entriesLeft = 0;
     std::chrono::steady_clock::time_point end;
     std::optional<FolderIdentity> walked; // its folder was gone through already
 
@@ -73,7 +73,8 @@ std::optional<QByteArray> MovedFolderSearch::findBelow(const QByteArray& top, co
         while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
             if (entry->d_name[0] == '.')
                 continue;
-            if (--progress.entriesLeft <= 0 || (progress.entriesLeft % 256 == 0 && progress.isOver()))
+            --progress.entriesLeft;
+            if (progress.entriesLeft <= 0 || (progress.entriesLeft % 256 == 0 && progress.isOver()))
                 return std::nullopt;
             if (entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN)
                 continue;

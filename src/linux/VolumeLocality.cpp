@@ -16,7 +16,7 @@ namespace {
 
 constexpr auto rememberFor = 30s;
 constexpr qsizetype mostDevices = 256;
-constexpr qint64 mostMountInfoBytes = 4 * 1024 * 1024;
+constexpr qint64 mostMountInfoBytes = 4'194'304;
 
 // What linux/magic.h lacks.
 constexpr quint64 lustreMagic = 0x0bd00bd0;

@@ -25,7 +25,7 @@ public:
 
 private:
     struct Known {
-        bool local;
+        bool local = true;
         std::chrono::steady_clock::time_point until;
     };
     std::mutex mutex_;
