@@ -1,0 +1,77 @@
+#include "linux/worker/OpenedDocument.h"
+
+#include "base/DocumentWire.h"
+#include "ports/DocumentReader.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+namespace vennic {
+namespace {
+
+QString named(const QString& path) { return QStringLiteral("Le fichier « %1 » ").arg(QFileInfo(path).fileName()); }
+
+int openReadOnly(const QByteArray& path) {
+    open_how how{};
+    // O_NONBLOCK: opening a FIFO must not wait for its writer.
+    how.flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    how.resolve = RESOLVE_NO_MAGICLINKS;
+    return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how));
+}
+
+[[noreturn]] void refuse(const QString& path, int number) {
+    throw DocumentReadError(DocumentFault::unreadable, unreadableSentence(path, number));
+}
+
+} // namespace
+
+OpenedDocument::OpenedDocument(const QString& path) : path_(path) {
+    if (!path.startsWith(u'/') || path.contains(QChar::Null))
+        refuse(path, ENOENT);
+    file_ = FileDescriptor(openReadOnly(QFile::encodeName(path)));
+    if (!file_.isOpen())
+        refuse(path, errno);
+    struct stat status{};
+    if (fstat(file_.number(), &status) != 0)
+        refuse(path, errno);
+    if (!S_ISREG(status.st_mode))
+        throw DocumentReadError(DocumentFault::unreadable,
+                                named(path) + QStringLiteral("n'est pas un fichier ordinaire."));
+    if (status.st_size > wire::mostFileBytes)
+        throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
+}
+
+qint64 OpenedDocument::size() const {
+    struct stat status{};
+    return fstat(file_.number(), &status) == 0 ? status.st_size : 0;
+}
+
+QString unreadableSentence(const QString& path, int number) {
+    switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+        return named(path) + QStringLiteral("n'a pas pu être ouvert car il n'existe pas.");
+    case EACCES:
+    case EPERM:
+        return named(path) +
+               QStringLiteral("n'a pas pu être ouvert car vous n'avez pas l'autorisation de le consulter.");
+    case ELOOP:
+        return named(path) + QStringLiteral("n'a pas pu être ouvert car ses liens ne mènent à aucun fichier.");
+    case EIO:
+        return named(path) + QStringLiteral("n'a pas pu être lu car le disque a signalé une erreur.");
+    default:
+        return named(path) +
+               QStringLiteral("n'a pas pu être ouvert (%1).").arg(QString::fromLocal8Bit(strerror(number)));
+    }
+}
+
+QString tooLargeSentence(const QString& path) { return named(path) + QStringLiteral("est trop gros pour être lu."); }
+
+} // namespace vennic

@@ -1,0 +1,27 @@
+#pragma once
+#include "linux/worker/FileDescriptor.h"
+
+#include <QString>
+
+namespace vennic {
+
+/// A regular file that was opened for reading without waiting for anybody: a FIFO, a device, a folder or a link of
+/// /proc is refused. Raises DocumentReadError (unreadable) with the system's own words.
+class OpenedDocument {
+public:
+    explicit OpenedDocument(const QString& path);
+    int descriptor() const { return file_.number(); }
+    const QString& path() const { return path_; }
+    /// The size now; it may change while the file is open.
+    qint64 size() const;
+
+private:
+    QString path_;
+    FileDescriptor file_;
+};
+
+/// The sentence for a file that gave the system error `number`.
+QString unreadableSentence(const QString& path, int number);
+QString tooLargeSentence(const QString& path);
+
+} // namespace vennic

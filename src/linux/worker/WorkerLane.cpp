@@ -1,0 +1,99 @@
+#include "linux/worker/WorkerLane.h"
+
+#include "ports/DocumentReader.h"
+
+#include <sys/eventfd.h>
+
+namespace vennic {
+namespace {
+
+DocumentReadError abandoned() {
+    return {DocumentFault::worker, QStringLiteral("La lecture du document a été abandonnée.")};
+}
+
+} // namespace
+
+WorkerLane::WorkerLane(DocumentWorkerOptions options)
+    : options_(std::move(options)), abandon_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+WorkerLane::~WorkerLane() {
+    close();
+    if (thread_.joinable())
+        thread_.join();
+}
+
+WorkerProcess::Reply WorkerLane::ask(wire::Form form, std::uint64_t mostCharacters, const OpenedDocument& document) {
+    std::future<WorkerProcess::Reply> reply;
+    {
+        const std::lock_guard lock(guard_);
+        if (closed_)
+            throw abandoned();
+        if (!thread_.joinable())
+            thread_ = std::thread([this] { run(); });
+        jobs_.push_back({form, mostCharacters, &document, {}});
+        reply = jobs_.back().reply.get_future();
+    }
+    changed_.notify_one();
+    return reply.get();
+}
+
+void WorkerLane::close() {
+    {
+        const std::lock_guard lock(guard_);
+        closed_ = true;
+    }
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(abandon_.number(), &one, sizeof one);
+    changed_.notify_one();
+}
+
+void WorkerLane::run() {
+    std::unique_lock lock(guard_);
+    while (!closed_) {
+        const auto isDue = [this] { return closed_ || !jobs_.empty(); };
+        if (process_ == nullptr)
+            changed_.wait(lock, isDue);
+        else if (!changed_.wait_for(lock, options_.idleEnd, isDue))
+            process_.reset();
+        while (!closed_ && !jobs_.empty()) {
+            Job job = std::move(jobs_.front());
+            jobs_.pop_front();
+            lock.unlock();
+            answer(job);
+            lock.lock();
+        }
+    }
+    process_.reset();
+    for (Job& job : jobs_)
+        job.reply.set_exception(std::make_exception_ptr(abandoned()));
+    jobs_.clear();
+}
+
+void WorkerLane::answer(Job& job) {
+    try {
+        job.reply.set_value(exchange(job));
+    } catch (...) {
+        process_.reset();
+        job.reply.set_exception(std::current_exception());
+    }
+}
+
+WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
+    const wire::Request request{.form = job.form, .number = ++lastNumber_, .mostCharacters = job.mostCharacters};
+    if (process_ != nullptr && !process_->isFit())
+        process_.reset();
+    while (true) {
+        const bool isFresh = process_ == nullptr;
+        if (isFresh)
+            process_ = std::make_unique<WorkerProcess>(options_, abandon_.number());
+        const qint64 sizeBefore = job.document->size();
+        if (process_->send(request, *job.document))
+            return process_->receive(request, *job.document, sizeBefore);
+        // A process that waited may die before the request reaches it, which is nobody's fault.
+        process_.reset();
+        if (isFresh)
+            throw DocumentReadError(DocumentFault::worker, QStringLiteral("La lecture du document s'est interrompue."));
+    }
+}
+
+} // namespace vennic

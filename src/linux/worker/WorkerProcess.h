@@ -1,0 +1,49 @@
+#pragma once
+#include "base/DocumentWire.h"
+#include "linux/worker/DocumentWorkerOptions.h"
+#include "linux/worker/FileDescriptor.h"
+#include "linux/worker/OpenedDocument.h"
+
+#include <QByteArray>
+
+#include <sys/types.h>
+
+namespace vennic {
+
+/// One running document process and the socket to it. It dies with this object, and with the thread that made it.
+/// Failures raise DocumentReadError (worker); after one the process is good for nothing and is to be dropped.
+class WorkerProcess {
+public:
+    struct Reply {
+        wire::Answer answer;
+        QByteArray text;
+    };
+
+    /// Starts the process and waits until it says that it is boxed. `abandon` is a descriptor whose becoming readable
+    /// ends every wait.
+    WorkerProcess(const DocumentWorkerOptions& options, int abandon);
+    ~WorkerProcess();
+    Q_DISABLE_COPY_MOVE(WorkerProcess)
+
+    /// Whether another request can be sent: alive, silent, and not near the processor time at which the system ends it.
+    bool isFit() const;
+    /// False when the process was gone before it could get the request.
+    [[nodiscard]] bool send(const wire::Request& request, const OpenedDocument& document);
+    Reply receive(const wire::Request& request, const OpenedDocument& document, qint64 sizeBefore);
+
+private:
+    class Patience;
+
+    void start();
+    void awaitHello();
+    void end();
+    void readExactly(void* data, std::size_t size, const Patience& patience);
+    std::chrono::nanoseconds cpuTime() const;
+
+    const DocumentWorkerOptions& options_;
+    int abandon_;
+    FileDescriptor socket_;
+    pid_t process_ = -1;
+};
+
+} // namespace vennic

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace vennic::worker {
+
+/// Allows the system calls that reading a document needs and ends the process on any other (seccomp). False when the
+/// filter can't be had. Needs no_new_privs.
+[[nodiscard]] bool filterCalls();
+
+} // namespace vennic::worker
