@@ -53,7 +53,7 @@ bool filterCalls() {
           SCMP_SYS(rt_sigaction),  SCMP_SYS(getpid),     SCMP_SYS(gettid)})
         filter.allow(call);
     // Reading is all that a file may be opened for; which ones, the file rules say.
-    filter.allowMasked(SCMP_SYS(openat), 2, O_ACCMODE | O_CREAT | O_TRUNC | O_TMPFILE, O_RDONLY);
+    filter.allowMasked(SCMP_SYS(openat), 2, O_ACCMODE | O_CREAT | O_TRUNC | (O_TMPFILE & ~O_DIRECTORY), O_RDONLY);
     // No memory that can be executed: nothing is loaded any more.
     filter.allowMasked(SCMP_SYS(mmap), 2, PROT_EXEC, 0);
     filter.allowMasked(SCMP_SYS(mprotect), 2, PROT_EXEC, 0);
