@@ -17,6 +17,15 @@ std::string_view withoutEnd(std::string_view text) {
     return last == std::string_view::npos ? std::string_view() : text.substr(0, last + 1);
 }
 
+/// Poppler reads its tables whenever the first of the open documents is opened. One that stays open keeps them.
+void keepTables() {
+    static constexpr std::string_view smallest = "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                                                 "2 0 obj<</Type/Pages/Kids[]/Count 0>>endobj\n"
+                                                 "trailer<</Root 1 0 R>>\n%%EOF";
+    static const std::unique_ptr<poppler::document> kept(
+        poppler::document::load_from_raw_data(smallest.data(), static_cast<int>(smallest.size())));
+}
+
 std::string pageText(const poppler::document& document, int index) {
     const std::unique_ptr<poppler::page> page(document.create_page(index));
     if (!page)
@@ -38,6 +47,7 @@ void warmUpPdf() {
 }
 
 std::optional<PdfText> pdfText(std::string_view bytes, std::size_t most, std::size_t mostBytes) {
+    keepTables();
     const std::unique_ptr<poppler::document> document(
         poppler::document::load_from_raw_data(bytes.data(), static_cast<int>(bytes.size())));
     if (!document || document->is_locked())
