@@ -243,6 +243,10 @@ void RtfReader::act(const RtfMeaning& meaning, bool hasNumber, int number) {
             text_.pop_back();
         emit('\n');
         break;
+    case RtfWord::shapeText:
+        if (!text_.empty() && !text_.ends_with('\n'))
+            emit('\n');
+        break;
     case RtfWord::fontTable:
         group.destination = Destination::fontTable;
         break;

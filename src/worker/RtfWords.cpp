@@ -73,7 +73,7 @@ constexpr auto words = sorted(std::to_array<Entry>({
     {"deleted", deleted},
     // Groups that hold body text though a reader may skip them
     {"shpinst", kept},
-    {"shptxt", kept},
+    {"shptxt", shapeText},
     {"shp", kept},
     {"fldrslt", kept},
     {"field", kept},

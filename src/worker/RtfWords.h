@@ -11,6 +11,7 @@ enum class RtfWord {
     rowEnd,
     skipped, // the group it opens isn't body text
     kept,    // body text even where `\*` lets a reader skip the group
+    shapeText, // body text of a drawn frame
     fontTable,
     unicodePair,
     unicodeHalf,

@@ -1,0 +1,56 @@
+#pragma once
+#include <QByteArray>
+#include <QList>
+
+namespace vennic::test {
+
+/// Numbers the objects from 1, the first being the catalogue, and adds table and trailer.
+inline QByteArray assemblePdf(const QList<QByteArray>& objects) {
+    QByteArray out = "%PDF-1.4\n";
+    QList<qsizetype> offsets;
+    for (qsizetype i = 0; i < objects.size(); ++i) {
+        offsets.append(out.size());
+        out += QByteArray::number(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    const qsizetype table = out.size();
+    const QByteArray count = QByteArray::number(objects.size() + 1);
+    out += "xref\n0 " + count + "\n0000000000 65535 f \n";
+    for (const qsizetype offset : offsets)
+        out += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
+    return out + "trailer\n<< /Size " + count + " /Root 1 0 R >>\nstartxref\n" + QByteArray::number(table) +
+           "\n%%EOF\n";
+}
+
+inline QByteArray pdfStream(const QByteArray& data, const QByteArray& extra = {}) {
+    return "<< /Length " + QByteArray::number(data.size()) + " " + extra + ">>\nstream\n" + data + "\nendstream";
+}
+
+/// One page with the given reference or references as its contents; `more` are the objects from 5 on.
+inline QByteArray onePagePdf(const QByteArray& contents, const QList<QByteArray>& more) {
+    return assemblePdf(QList<QByteArray>{
+                           "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [4 0 R] /Count 1 >>",
+                           "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
+                           "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] "
+                           "/Resources << /Font << /F1 3 0 R >> >> /Contents " +
+                               contents + " >>"} +
+                       more);
+}
+
+inline QByteArray pdfSaying(const QByteArray& asciiLine) {
+    return onePagePdf("5 0 R", {pdfStream("BT /F1 12 Tf 72 700 Td (" + asciiLine + ") Tj ET")});
+}
+
+/// A page whose contents unfold to `megabytes` of operators, and take a fraction of it on disk.
+inline QByteArray flateBomb(int megabytes) {
+    constexpr int atOnce = 16;
+    QByteArray operators;
+    while (operators.size() < (atOnce << 20))
+        operators += "q Q ";
+    const QByteArray packed = qCompress(operators, 9).mid(4); // without Qt's length
+    QByteArray contents = "[";
+    for (int unfolded = 0; unfolded < megabytes; unfolded += atOnce)
+        contents += "5 0 R ";
+    return onePagePdf(contents + "]", {pdfStream(packed, "/Filter /FlateDecode ")});
+}
+
+} // namespace vennic::test
