@@ -1,12 +1,10 @@
 #include "base/Characters.h"
 #include "base/Utf8.h"
 
-#include <unicode/brkiter.h>
-
-#include <gtest/gtest.h>
-
 #include <array>
+#include <gtest/gtest.h>
 #include <random>
+#include <unicode/brkiter.h>
 
 using namespace vennic;
 
@@ -28,21 +26,32 @@ std::vector<std::size_t> icuEnds(icu::BreakIterator& characters, const std::u16s
 
 std::u16string randomText(std::mt19937& random, int most) {
     static constexpr auto pool = std::to_array<char32_t>(
-        {'a',    'b',    '\r',   '\n',   '\t',    0xA9,    0xAD,    0xE9,    0x301,   0x308,   0x200D,  0x1F468, 0x1F469,
-         0x1F466, 0x1F3FD, 0x2764, 0xFE0F, 0x1F1EB, 0x1F1F7, 0x1100,  0x1161,  0x11A8,  0xAC00,  0xAC01,  0x600,   0x903,
-         0x93F,  0x915,  0x937,  0x94D,  0x93C,   0xE33,   0x200B,  0x110BD, 0x2019,  0x20AC,  0xE0061, 0xE007F, 0x1F3F4,
-         0x2FF,  0x300,  0x7F,   0,      0x200C,  0x9CD,   0x995,   0xB15,   0xB4D});
-    const auto ranged = [&](char32_t from, char32_t to) { return std::uniform_int_distribution<char32_t>(from, to)(random); };
+        {'a',     'b',     '\r',    '\n',   '\t',   0xA9,    0xAD,    0xE9,   0x301,  0x308,   0x200D, 0x1F468,
+         0x1F469, 0x1F466, 0x1F3FD, 0x2764, 0xFE0F, 0x1F1EB, 0x1F1F7, 0x1100, 0x1161, 0x11A8,  0xAC00, 0xAC01,
+         0x600,   0x903,   0x93F,   0x915,  0x937,  0x94D,   0x93C,   0xE33,  0x200B, 0x110BD, 0x2019, 0x20AC,
+         0xE0061, 0xE007F, 0x1F3F4, 0x2FF,  0x300,  0x7F,    0,       0x200C, 0x9CD,  0x995,   0xB15,  0xB4D});
+    const auto ranged = [&](char32_t from, char32_t to) {
+        return std::uniform_int_distribution<char32_t>(from, to)(random);
+    };
     QString text;
     const int length = std::uniform_int_distribution<int>(0, most)(random);
     for (int i = 0; i < length; ++i) {
         char32_t c = 0;
         switch (ranged(0, 5)) {
-        case 0: c = ranged(0x20, 0x7E); break;
-        case 1: c = ranged(0xA0, 0x2FF); break;
-        case 2: c = ranged(0x300, 0xD7FF); break;
-        case 3: c = ranged(0x1F000, 0x1FAFF); break;
-        default: c = pool[ranged(0, pool.size() - 1)];
+        case 0:
+            c = ranged(0x20, 0x7E);
+            break;
+        case 1:
+            c = ranged(0xA0, 0x2FF);
+            break;
+        case 2:
+            c = ranged(0x300, 0xD7FF);
+            break;
+        case 3:
+            c = ranged(0x1F000, 0x1FAFF);
+            break;
+        default:
+            c = pool[ranged(0, pool.size() - 1)];
         }
         text += QString::fromUcs4(&c, 1);
         // Runs make the blocks of the quick path.
@@ -118,9 +127,8 @@ TEST(Characters, cutsAString) {
 }
 
 TEST(Utf8, refusesOverlongFormsSurrogatesAndNumbersTooHigh) {
-    for (const std::string_view bad :
-         {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",
-          "\x80", "\xE2\x82", "a\xFF", "\xC3"})
+    for (const std::string_view bad : {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
+                                       "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\x80", "\xE2\x82", "a\xFF", "\xC3"})
         EXPECT_FALSE(isUtf8(bad));
     for (const std::string_view good : {"", "é", "€", "😀", "\xEF\xBF\xBD", "\xF4\x8F\xBF\xBF", "\xED\x9F\xBF"})
         EXPECT_TRUE(isUtf8(good)) << good;

@@ -25,10 +25,10 @@ std::string sample(const QString& name) {
     return test::fileBytes(test::dataFolder() + QStringLiteral("/rtf/") + name).toStdString();
 }
 
-const QStringList samples{QStringLiteral("word"),     QStringLiteral("textedit"), QStringLiteral("wordpad"),
+const QStringList samples{QStringLiteral("word"),        QStringLiteral("textedit"), QStringLiteral("wordpad"),
                           QStringLiteral("libreoffice"), QStringLiteral("japanese"), QStringLiteral("asia"),
-                          QStringLiteral("europe"),   QStringLiteral("mac"),      QStringLiteral("picture"),
-                          QStringLiteral("symbols"),  QStringLiteral("cut-short")};
+                          QStringLiteral("europe"),      QStringLiteral("mac"),      QStringLiteral("picture"),
+                          QStringLiteral("symbols"),     QStringLiteral("cut-short")};
 
 } // namespace
 
@@ -97,9 +97,7 @@ TEST(RtfReader, joinsHalvesAndReplacesWhatStandsAlone) {
     EXPECT_EQ(plain("{\\rtf1\\uc0\\u99999999\\u-99999999\\u0 a}"), "\uFFFDa");
 }
 
-TEST(RtfReader, aBackslashBeforeALineEndIsAParagraph) {
-    EXPECT_EQ(plain("{\\rtf1 a\\\nb\\\r\nc\r\nd}"), "a\nb\ncd");
-}
+TEST(RtfReader, aBackslashBeforeALineEndIsAParagraph) { EXPECT_EQ(plain("{\\rtf1 a\\\nb\\\r\nc\r\nd}"), "a\nb\ncd"); }
 
 TEST(RtfReader, partsCellsByTabsAndEndsRows) {
     EXPECT_EQ(plain("{\\rtf1\\trowd a\\cell b\\cell\\row c\\cell\\row d}"), "a\tb\nc\nd");
@@ -112,8 +110,9 @@ TEST(RtfReader, brokenHexadecimalIsReadAsText) {
 }
 
 TEST(RtfReader, hostileNumbersAndWordsAreHarmless) {
-    EXPECT_EQ(plain("{\\rtf1\\f99999999999\\uc-5\\ansicpg-3\\cpg7 a" + std::string("\\") + std::string(100000, 'w') + " b}"),
-              "ab");
+    EXPECT_EQ(
+        plain("{\\rtf1\\f99999999999\\uc-5\\ansicpg-3\\cpg7 a" + std::string("\\") + std::string(100000, 'w') + " b}"),
+        "ab");
 }
 
 TEST(RtfReader, givesAtMostThreeBytesForEachByte) {

@@ -1,0 +1,65 @@
+#include "worker/WorkerFolder.h"
+
+#include <gtest/gtest.h>
+
+using namespace vennic;
+using namespace vennic::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A reader whose process tells one lie, named by `lie`.
+class Liar {
+public:
+    explicit Liar(const QString& lie) : reader_(options(folder_.path(lie))) {
+        EXPECT_TRUE(QFile::link(QStringLiteral(VENNIC_LYING_WORKER), folder_.path(lie)));
+    }
+    DocumentReaderWorker& reader() { return reader_; }
+    QString document() { return folder_.add(QStringLiteral("document"), "abcd"); }
+
+private:
+    static DocumentWorkerOptions options(const QString& program) {
+        return {.executable = program, .mostCpu = 200ms, .mostWall = 3s};
+    }
+
+    WorkerFolder folder_;
+    DocumentReaderWorker reader_;
+};
+
+class LyingWorker : public ::testing::TestWithParam<const char*> {};
+
+} // namespace
+
+TEST_P(LyingWorker, isNotBelieved) {
+    Liar liar(QString::fromLatin1(GetParam()));
+    const QString document = liar.document();
+    EXPECT_EQ(faultOf([&] { liar.reader().plainText(document, 2); }), DocumentFault::worker);
+    EXPECT_TRUE(childProcesses().isEmpty());
+    EXPECT_EQ(faultOf([&] { liar.reader().plainText(document, 2); }), DocumentFault::worker);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingWorker,
+                         ::testing::Values("strange-hello", "hello-of-tomorrow", "unboxed", "ends-at-once",
+                                           "strange-answer", "answer-of-tomorrow", "answer-to-another",
+                                           "unknown-outcome", "half-truncated", "longer-file", "negative-file",
+                                           "not-utf8", "surrogate", "more-than-asked", "cut-too-early",
+                                           "error-with-text", "endless-text", "more-text-than-possible",
+                                           "unparsable-text-file", "too-large-a-file", "strange-error",
+                                           "half-an-answer", "half-a-text", "busy-for-ever", "never-answers",
+                                           "silent-from-the-start"),
+                         [](const auto& info) {
+                             QString name = QString::fromLatin1(info.param);
+                             return name.remove(u'-').toStdString();
+                         });
+
+TEST(LyingWorkerOnce, anHonestAnswerIsTaken) {
+    Liar liar(QStringLiteral("honest"));
+    EXPECT_EQ(liar.reader().plainText(liar.document(), 2), (DocumentText{QStringLiteral("ab"), true, 4}));
+}
+
+TEST(LyingWorkerOnce, whatItSaysUnaskedIsNoAnswerToTheNextRequest) {
+    Liar liar(QStringLiteral("talks-on"));
+    const QString document = liar.document();
+    EXPECT_EQ(liar.reader().plainText(document, 2).text, QStringLiteral("ab"));
+    EXPECT_EQ(liar.reader().plainText(document, 2).text, QStringLiteral("ab"));
+}
