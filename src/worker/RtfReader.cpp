@@ -341,6 +341,7 @@ void RtfReader::takeSymbol(unsigned char byte) {
 }
 
 void RtfReader::takeBytes(std::string_view bytes) {
+    groups_.back().starred = false;
     const auto skipped =
         static_cast<std::size_t>(std::min<std::uint64_t>(static_cast<std::uint64_t>(toSkip_), bytes.size()));
     toSkip_ -= static_cast<std::int64_t>(skipped);

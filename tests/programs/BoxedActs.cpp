@@ -23,7 +23,8 @@
 namespace {
 
 // Straight to the kernel: a library in between might refuse by itself.
-template <class... Arguments> bool works(long number, Arguments... arguments) {
+template <class... Arguments>
+bool works(long number, Arguments... arguments) {
     return syscall(number, arguments...) >= 0;
 }
 
@@ -63,11 +64,13 @@ const std::map<std::string, bool (*)()> acts{
     {"create", [] { return works(SYS_openat, AT_FDCWD, "made", O_RDONLY | O_CREAT, 0600); }},
     {"unnamed-file", [] { return works(SYS_openat, AT_FDCWD, "/tmp", O_TMPFILE | O_RDWR, 0600); }},
     {"socket", [] { return works(SYS_socket, AF_INET, SOCK_STREAM, 0); }},
-    {"socket-pair", [] {
+    {"socket-pair",
+     [] {
          int ends[2];
          return works(SYS_socketpair, AF_UNIX, SOCK_STREAM, 0, ends);
      }},
-    {"execute", [] {
+    {"execute",
+     [] {
          const char* const arguments[] = {"/bin/true", nullptr};
          return works(SYS_execve, "/bin/true", arguments, nullptr);
      }},
@@ -84,7 +87,8 @@ const std::map<std::string, bool (*)()> acts{
     {"change-mode", [] { return works(SYS_chmod, secret, 0777); }},
     {"own-signals", [] { return works(SYS_fcntl, 0, F_SETOWN, parent); }},
     {"memory-file", [] { return works(SYS_memfd_create, "m", 0); }},
-    {"ring", [] {
+    {"ring",
+     [] {
          io_uring_params parameters{};
          return works(SYS_io_uring_setup, 4, &parameters);
      }},

@@ -13,12 +13,13 @@ namespace {
 
 constexpr int clientSocket = 3;
 
-template <class Record> void say(const Record& record) {
+template <class Record>
+void say(const Record& record) {
     if (write(clientSocket, &record, sizeof record) < 0)
         _exit(1);
 }
 
-void say(std::string_view text) {
+void sayText(std::string_view text) {
     if (write(clientSocket, text.data(), text.size()) < 0)
         _exit(1);
 }
@@ -103,18 +104,18 @@ void answer(std::string_view lie, const wire::Request& request) {
         text.clear();
     }
     if (lie == "half-an-answer") {
-        say(std::string_view(reinterpret_cast<const char*>(&answer), sizeof answer / 2));
+        sayText(std::string_view(reinterpret_cast<const char*>(&answer), sizeof answer / 2));
         _exit(0);
     }
     if (lie == "half-a-text") {
         say(answer);
-        say("a");
+        sayText("a");
         _exit(0);
     }
     say(answer);
-    say(text);
+    sayText(text);
     if (lie == "talks-on")
-        say(text);
+        sayText(text);
 }
 
 } // namespace

@@ -1,0 +1,17 @@
+# vennic_fuzz(name LINKS target...): fuzz/<name>.cpp with the seeds of fuzz/corpus/<name>. With VENNIC_FUZZERS it is a
+# libFuzzer program; otherwise, with the tests, a ctest case that replays the seeds.
+function(vennic_fuzz name)
+  cmake_parse_arguments(FUZZ "" "" "LINKS" ${ARGN})
+  if(VENNIC_FUZZERS)
+    add_executable(fuzz_${name} ${CMAKE_SOURCE_DIR}/fuzz/${name}.cpp)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+  elseif(VENNIC_TESTS)
+    add_executable(fuzz_${name} ${CMAKE_SOURCE_DIR}/fuzz/${name}.cpp ${CMAKE_SOURCE_DIR}/fuzz/ReplayMain.cpp)
+    add_test(NAME fuzz/${name} COMMAND fuzz_${name} ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})
+    set_tests_properties(fuzz/${name} PROPERTIES TIMEOUT 120)
+  else()
+    return()
+  endif()
+  target_include_directories(fuzz_${name} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src)
+  target_link_libraries(fuzz_${name} PRIVATE ${FUZZ_LINKS})
+endfunction()
