@@ -35,11 +35,12 @@ private:
 class DocumentReader {
 public:
     virtual ~DocumentReader() = default;
-    /// UTF-8, else UTF-16, else ISO Latin 1; an empty text when none decodes.
+    /// UTF-8, else UTF-16, else ISO Latin 1, without a byte order mark; an empty text when none decodes.
     virtual DocumentText plainText(const QString& path, qint64 maxChars) = 0;
     /// The plain string of an RTF document.
     virtual DocumentText rtf(const QString& path, qint64 maxChars) = 0;
-    /// The pages' texts from the first on, each but the last followed by a newline, until `maxChars` is reached.
+    /// The texts of the pages that have one, from the first on, each followed by a newline unless it reaches
+    /// `maxChars`, which ends the reading.
     virtual DocumentText pdf(const QString& path, qint64 maxChars) = 0;
 };
 
