@@ -348,7 +348,7 @@ void RtfReader::takeBytes(std::string_view bytes) {
     bytes.remove_prefix(skipped);
     if (bytes.empty() || !shows())
         return;
-    if (bytes_.empty() && isAscii(bytes)) {
+    if (bytes_.empty() && isAscii(bytes) && !joinsLetters(codePage())) {
         flushHalf();
         text_.append(bytes);
     } else {

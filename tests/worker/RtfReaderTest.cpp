@@ -121,6 +121,12 @@ TEST(RtfReader, givesAtMostThreeBytesForEachByte) {
     EXPECT_EQ(plain(rtf)->size(), 30000U);
 }
 
+TEST(RtfReader, joinsAMarkToItsLetterHoweverTheBytesCome) {
+    const std::string rtf = "{\\rtf1\\ansicpg1258 a\xCC\\par a\\'cc}";
+    EXPECT_EQ(plain(rtf), "à\nà");
+    EXPECT_EQ(plain(rtf, 1), plain(rtf));
+}
+
 TEST(RtfReader, ignoresWhatFollowsTheDocument) { EXPECT_EQ(plain("{\\rtf1 a}b{c}"), "a"); }
 
 #if defined(VENNIC_UNRTF)
