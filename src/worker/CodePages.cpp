@@ -132,8 +132,6 @@ void CodePages::append(std::string& utf8, int codePage, std::string_view bytes) 
     }
 }
 
-bool joinsLetters(int codePage) { return codePage == 1255 || codePage == 1258; }
-
 int codePageOfCharset(int charset) {
     switch (charset) {
     case 1:

@@ -23,9 +23,6 @@ private:
     std::map<std::string_view, std::unique_ptr<UConverter, Closer>> open_; // by ICU's name
 };
 
-/// Whether a letter of this code page may become another by the byte that follows it: a mark written after its base.
-bool joinsLetters(int codePage);
-
 /// The code page of a font by its \fcharset; 0 when that says "the document's own".
 int codePageOfCharset(int charset);
 

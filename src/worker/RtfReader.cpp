@@ -20,8 +20,9 @@ bool isDigit(unsigned char byte) { return byte >= '0' && byte <= '9'; }
 bool isSpecial(char byte) {
     return byte == '{' || byte == '}' || byte == '\\' || byte == '\r' || byte == '\n' || byte == '\0';
 }
-bool isAscii(std::string_view bytes) {
-    return std::ranges::all_of(bytes, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+/// Bytes that mean the same in every code page; some give the control characters other places.
+bool isPlainAscii(std::string_view bytes) {
+    return std::ranges::all_of(bytes, [](char byte) { return (byte >= ' ' && byte <= '~') || byte == '\t'; });
 }
 
 std::optional<unsigned char> hexDigit(unsigned char byte) {
@@ -348,7 +349,7 @@ void RtfReader::takeBytes(std::string_view bytes) {
     bytes.remove_prefix(skipped);
     if (bytes.empty() || !shows())
         return;
-    if (bytes_.empty() && isAscii(bytes) && !joinsLetters(codePage())) {
+    if (bytes_.empty() && isPlainAscii(bytes)) {
         flushHalf();
         text_.append(bytes);
     } else {
