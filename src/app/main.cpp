@@ -29,8 +29,10 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance) {
         return decoded->status;
     }
     Client client(paths, Deployment::load(paths.resources + QStringLiteral("/deployment.json")));
-    commands.emplace(client, [] { QCoreApplication::quit(); });
-    const SignalWatch signals_([] { QCoreApplication::quit(); });
+    // From the event loop, so that who asked for the end is answered first.
+    const auto quit = [] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); };
+    commands.emplace(client, quit);
+    const SignalWatch endings(quit);
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 

@@ -1,5 +1,6 @@
 #include "linux/InstanceConnection.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -51,19 +52,19 @@ Task<> InstanceConnection::answer(QByteArray request) {
     pending_.replace('\n', ' ');
     pending_.append('\n');
     patience_.start(patience);
-    writable_.setEnabled(true);
+    // At once, so that a request that ends the program still gets its answer.
+    write();
 }
 
 void InstanceConnection::write() {
     const ssize_t count =
         ::send(descriptor_, pending_.constData(), static_cast<std::size_t>(pending_.size()), MSG_NOSIGNAL);
-    if (count < 0 && (errno == EAGAIN || errno == EINTR))
-        return;
-    if (count <= 0)
+    if (count <= 0 && errno != EAGAIN && errno != EINTR)
         return end();
-    pending_.remove(0, count);
+    pending_.remove(0, std::max<ssize_t>(count, 0));
     if (pending_.isEmpty())
-        end();
+        return end();
+    writable_.setEnabled(true);
 }
 
 void InstanceConnection::end() {
