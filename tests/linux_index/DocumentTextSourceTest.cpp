@@ -19,9 +19,12 @@ public:
     DocumentText pdf(const QString& path, qint64 maxChars) override { return answer("pdf", path, maxChars); }
     std::optional<DocumentFault> fault;
     qint64 asked = 0;
+    std::function<void()> beforeReading;
 
 private:
     DocumentText answer(const char* form, const QString& path, qint64 maxChars) {
+        if (beforeReading)
+            beforeReading();
         if (fault)
             throw DocumentReadError(*fault, QStringLiteral("non"));
         asked = maxChars;
@@ -60,7 +63,7 @@ TEST_F(DocumentTextSourceTest, choosesTheRoadByExtensionThenByType) {
     EXPECT_EQ(source.formOf("a."), Form::none);
 }
 
-TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAskForAllOfIt) {
+TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
     file.write("é");
@@ -71,12 +74,27 @@ TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAskForAllOfIt) {
     EXPECT_GE(reader.asked, 10485760);
 }
 
+TEST_F(DocumentTextSourceTest, doesNotReadWhatHasTakenTheFilesPlace) {
+    QTemporaryFile file;
+    QTemporaryFile other;
+    ASSERT_TRUE(file.open() && other.open());
+    ASSERT_TRUE(QFile::remove(file.fileName()));
+    EXPECT_EQ(source.read(file.handle(), "x.txt").outcome, TextSource::Outcome::refused);
+    reader.beforeReading = [&] {
+        QFile::remove(other.fileName());
+        QFile::link(QStringLiteral("/etc/passwd"), other.fileName());
+    };
+    EXPECT_EQ(source.read(other.handle(), "x.txt").outcome, TextSource::Outcome::refused);
+}
+
 TEST_F(DocumentTextSourceTest, tellsADeadReaderFromAnUnreadableDocument) {
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
     reader.fault = DocumentFault::worker;
-    EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::failed);
+    EXPECT_EQ(source.read(file.handle(), "x.txt").outcome, TextSource::Outcome::failed);
     reader.fault = DocumentFault::unparsable;
-    EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::refused);
-    EXPECT_EQ(source.read(0, "x.bin").outcome, TextSource::Outcome::refused);
+    EXPECT_EQ(source.read(file.handle(), "x.txt").outcome, TextSource::Outcome::refused);
+    EXPECT_EQ(source.read(file.handle(), "x.bin").outcome, TextSource::Outcome::refused);
 }
 
 TEST(TextExtensions, areTakenInAnyCase) {

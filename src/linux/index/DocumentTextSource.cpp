@@ -2,7 +2,33 @@
 
 #include "base/TextExtensions.h"
 
+#include <QFile>
+
+#include <array>
+#include <climits>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace vennic::index {
+
+namespace {
+
+std::string pathOf(int file) {
+    std::array<char, PATH_MAX> path;
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    const ssize_t length = readlink(link.c_str(), path.data(), path.size());
+    return length > 0 ? std::string(path.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+/// Whether the path names the open file itself, not a link to it.
+bool leadsTo(const std::string& path, int file) {
+    struct stat named{};
+    struct stat open{};
+    return lstat(path.c_str(), &named) == 0 && fstat(file, &open) == 0 && named.st_dev == open.st_dev &&
+           named.st_ino == open.st_ino;
+}
+
+} // namespace
 
 DocumentTextSource::Road DocumentTextSource::roadOf(std::string_view name) const {
     const auto dot = name.rfind('.');
@@ -31,8 +57,12 @@ TextSource::Form DocumentTextSource::formOf(std::string_view name) const {
 }
 
 TextSource::Result DocumentTextSource::read(int file, std::string_view name) {
-    // The reader gets the file that was opened without following links, not a name that may lead elsewhere by now.
-    const QString path = QStringLiteral("/proc/self/fd/%1").arg(file);
+    // The reader opens by path. The path is the kernel's own for the open file, and must lead to that file before and
+    // after, or what was read may be another one's.
+    const std::string real = pathOf(file);
+    if (!leadsTo(real, file))
+        return {Outcome::refused, {}};
+    const QString path = QFile::decodeName(QByteArray::fromStdString(real));
     constexpr qint64 allCharacters = 4 * largestTextFile; // a PDF may hold more text than bytes
     try {
         DocumentText text;
@@ -49,6 +79,8 @@ TextSource::Result DocumentTextSource::read(int file, std::string_view name) {
             text = reader_.pdf(path, allCharacters);
             break;
         }
+        if (!leadsTo(real, file))
+            return {Outcome::refused, {}};
         return {Outcome::text, text.text.toStdString()};
     } catch (const DocumentReadError& error) {
         return {error.fault() == DocumentFault::worker ? Outcome::failed : Outcome::refused, {}};
