@@ -3,7 +3,7 @@
 #include "base/TextExtensions.h"
 
 #include <QFile>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -46,6 +46,7 @@ public:
 
 class DocumentTextSourceTest : public ::testing::Test {
 protected:
+    QTemporaryDir folder;
     ReaderFake reader;
     TypesFake types;
     DocumentTextSource source{reader, types};
@@ -64,8 +65,8 @@ TEST_F(DocumentTextSourceTest, choosesTheRoadByExtensionThenByType) {
 }
 
 TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
-    QTemporaryFile file;
-    ASSERT_TRUE(file.open() && !file.fileName().isEmpty()); // the name makes it a named file
+    QFile file(folder.filePath(QStringLiteral("file")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     file.write("é");
     file.flush();
     const TextSource::Result result = source.read(file.handle(), "x.rtf");
@@ -75,9 +76,9 @@ TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
 }
 
 TEST_F(DocumentTextSourceTest, doesNotReadWhatHasTakenTheFilesPlace) {
-    QTemporaryFile file;
-    QTemporaryFile other;
-    ASSERT_TRUE(file.open() && other.open());
+    QFile file(folder.filePath(QStringLiteral("file")));
+    QFile other(folder.filePath(QStringLiteral("other")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite) && other.open(QIODevice::ReadWrite));
     ASSERT_TRUE(QFile::remove(file.fileName()));
     EXPECT_EQ(source.read(file.handle(), "x.txt").outcome, TextSource::Outcome::refused);
     reader.beforeReading = [&] {
@@ -88,8 +89,8 @@ TEST_F(DocumentTextSourceTest, doesNotReadWhatHasTakenTheFilesPlace) {
 }
 
 TEST_F(DocumentTextSourceTest, tellsADeadReaderFromAnUnreadableDocument) {
-    QTemporaryFile file;
-    ASSERT_TRUE(file.open() && !file.fileName().isEmpty()); // the name makes it a named file
+    QFile file(folder.filePath(QStringLiteral("file")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     reader.fault = DocumentFault::worker;
     EXPECT_EQ(source.read(file.handle(), "x.txt").outcome, TextSource::Outcome::failed);
     reader.fault = DocumentFault::unparsable;
