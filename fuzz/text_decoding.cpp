@@ -1,6 +1,6 @@
 #include "base/Graphemes.h"
 #include "base/Utf8.h"
-#include "worker/TextDecoding.h"
+#include "worker/DecodedText.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -29,8 +29,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       reader_(std::make_shared<DocumentReaderWorker>(
           DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
-      texts_(indexReader_, *types_),
-      index_(indexSettings(paths), texts_, *types_),
+      texts_(indexReader_, *types_), index_(indexSettings(paths), texts_, *types_),
       bookmarks_(preferences_, *folders_, *files_, clock_), spotlight_(index_, files_, types_, clock_),
       bridgeContext_(keychain_) {
     BookmarkStore::install(&bookmarks_);

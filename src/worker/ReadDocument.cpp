@@ -1,9 +1,9 @@
 #include "worker/ReadDocument.h"
 
 #include "base/Graphemes.h"
+#include "worker/DecodedText.h"
 #include "worker/PdfReader.h"
 #include "worker/RtfReader.h"
-#include "worker/TextDecoding.h"
 
 #include <algorithm>
 #include <limits>

@@ -9,8 +9,8 @@ enum class RtfWord {
     character, // stands for the code point in `value`
     cellEnd,
     rowEnd,
-    skipped, // the group it opens isn't body text
-    kept,    // body text even where `\*` lets a reader skip the group
+    skipped,   // the group it opens isn't body text
+    kept,      // body text even where `\*` lets a reader skip the group
     shapeText, // body text of a drawn frame
     fontTable,
     unicodePair,

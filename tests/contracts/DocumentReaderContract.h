@@ -2,7 +2,6 @@
 #include "ports/DocumentReader.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace vennic::test {
@@ -20,11 +19,13 @@ public:
 };
 
 /// What every DocumentReader promises. `World` is a DocumentReaderWorld that can be made without arguments.
-template <class World> class DocumentReaderContract : public ::testing::Test {
+template <class World>
+class DocumentReaderContract : public ::testing::Test {
 protected:
     World world_;
 
-    template <class Read> static std::optional<DocumentFault> faultOf(Read read) {
+    template <class Read>
+    static std::optional<DocumentFault> faultOf(Read read) {
         try {
             read();
         } catch (const DocumentReadError& error) {
@@ -108,7 +109,7 @@ TYPED_TEST_P(DocumentReaderContract, severalThreadsMayReadAtOnce) {
 REGISTER_TYPED_TEST_SUITE_P(DocumentReaderContract, givesTheWholeTextWhenItIsShortEnough,
                             aTextOfExactlyTheAskedLengthIsNotTruncated, cutsBetweenUserPerceivedCharacters,
                             noCharactersGiveAnEmptyTruncatedText, anEmptyFileIsAnEmptyTextThatIsNotTruncated,
-                            readsAndCutsRtf, readsAndCutsPdf, aMissingFileIsUnreadable,
-                            whatIsNotOfTheFormIsUnparsable, severalThreadsMayReadAtOnce);
+                            readsAndCutsRtf, readsAndCutsPdf, aMissingFileIsUnreadable, whatIsNotOfTheFormIsUnparsable,
+                            severalThreadsMayReadAtOnce);
 
 } // namespace vennic::test

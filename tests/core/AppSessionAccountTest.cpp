@@ -1,5 +1,5 @@
-#include "SessionFixture.h"
 #include "backend/APIService.h"
+#include "core/SessionFixture.h"
 
 namespace vennic {
 namespace {

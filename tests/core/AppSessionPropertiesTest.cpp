@@ -1,4 +1,4 @@
-#include "SessionFixture.h"
+#include "core/SessionFixture.h"
 
 #include <QMetaMethod>
 #include <QMetaProperty>

@@ -1,4 +1,4 @@
-#include "SessionFixture.h"
+#include "core/SessionFixture.h"
 
 namespace vennic {
 namespace {

@@ -57,7 +57,8 @@ private:
         if (found->fault)
             throw *found->fault;
         if (form != found->form && form != Form::plainText)
-            throw DocumentReadError(DocumentFault::unparsable, QStringLiteral("Le document n'a pas la forme attendue."));
+            throw DocumentReadError(DocumentFault::unparsable,
+                                    QStringLiteral("Le document n'a pas la forme attendue."));
         const QString text = firstCharacters(found->text, maxChars);
         return {text, text.size() < found->text.size(), found->fileBytes};
     }

@@ -1,4 +1,4 @@
-#include "contracts/FileIndexContract.h"
+#include "linux_index/FileIndexContract.h"
 
 #include "fakes/FileIndexFake.h"
 #include "linux_index/IndexedFolder.h"

@@ -1,6 +1,6 @@
 #pragma once
-#include "contracts/FileIndexContract.h"
 #include "linux/index/FileIndexSegments.h"
+#include "linux_index/FileIndexContract.h"
 #include "linux_index/PlainTextSource.h"
 
 #include <QTemporaryDir>

@@ -27,12 +27,12 @@ inline QByteArray pdfStream(const QByteArray& data, const QByteArray& extra = {}
 
 /// One page with the given reference or references as its contents; `more` are the objects from 5 on.
 inline QByteArray onePagePdf(const QByteArray& contents, const QList<QByteArray>& more) {
-    return assemblePdf(QList<QByteArray>{
-                           "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [4 0 R] /Count 1 >>",
-                           "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
-                           "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] "
-                           "/Resources << /Font << /F1 3 0 R >> >> /Contents " +
-                               contents + " >>"} +
+    return assemblePdf(QList<QByteArray>{"<< /Type /Catalog /Pages 2 0 R >>",
+                                         "<< /Type /Pages /Kids [4 0 R] /Count 1 >>",
+                                         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
+                                         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] "
+                                         "/Resources << /Font << /F1 3 0 R >> >> /Contents " +
+                                             contents + " >>"} +
                        more);
 }
 

@@ -5,9 +5,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace vennic::test {
@@ -60,7 +59,8 @@ inline QList<pid_t> childProcesses() {
     return children;
 }
 
-template <class Read> std::optional<DocumentFault> faultOf(Read read) {
+template <class Read>
+std::optional<DocumentFault> faultOf(Read read) {
     try {
         read();
     } catch (const DocumentReadError& error) {

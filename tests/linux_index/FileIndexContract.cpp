@@ -1,4 +1,4 @@
-#include "contracts/FileIndexContract.h"
+#include "linux_index/FileIndexContract.h"
 
 #include "support/Await.h"
 

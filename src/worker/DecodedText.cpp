@@ -1,4 +1,4 @@
-#include "worker/TextDecoding.h"
+#include "worker/DecodedText.h"
 
 #include "base/Utf8.h"
 

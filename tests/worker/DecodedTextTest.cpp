@@ -1,4 +1,4 @@
-#include "worker/TextDecoding.h"
+#include "worker/DecodedText.h"
 
 #include "worker/WorkerFolder.h"
 
@@ -24,51 +24,51 @@ const std::string latin = "Été à Noël : un élève naïf au café.\nDeuxièm
 
 } // namespace
 
-TEST(TextDecoding, readsUtf8AsItStands) { EXPECT_EQ(decodedFile("utf8.txt"), french); }
+TEST(DecodedText, readsUtf8AsItStands) { EXPECT_EQ(decodedFile("utf8.txt"), french); }
 
-TEST(TextDecoding, leavesOutAByteOrderMark) {
+TEST(DecodedText, leavesOutAByteOrderMark) {
     EXPECT_EQ(decodedFile("utf8-mark.txt"), french);
     EXPECT_EQ(decoded("\xEF\xBB\xBF"), "");
 }
 
-TEST(TextDecoding, readsUtf16InTheOrderOfItsMark) {
+TEST(DecodedText, readsUtf16InTheOrderOfItsMark) {
     EXPECT_EQ(decodedFile("utf16le-mark.txt"), french + "😀");
     EXPECT_EQ(decodedFile("utf16be-mark.txt"), french + "😀");
 }
 
-TEST(TextDecoding, readsUtf16WithoutMarkWhenItsZerosShowTheOrder) {
+TEST(DecodedText, readsUtf16WithoutMarkWhenItsZerosShowTheOrder) {
     EXPECT_EQ(decodedFile("utf16le.txt"), latin);
     EXPECT_EQ(decodedFile("utf16be.txt"), latin);
     EXPECT_EQ(decodedFile("utf16le-ascii.txt"), "plain words only\r\n");
 }
 
-TEST(TextDecoding, readsLatin1OfAnyLengthThroughTheThirdDecoder) {
+TEST(DecodedText, readsLatin1OfAnyLengthThroughTheThirdDecoder) {
     EXPECT_EQ(decodedFile("latin1-odd.txt"), latin.substr(0, decodedFile("latin1-odd.txt").size()));
     EXPECT_EQ(decodedFile("latin1-even.txt"), latin.substr(0, decodedFile("latin1-even.txt").size()));
     EXPECT_EQ(decoded("\xE9t\xE9!"), "été!");
 }
 
-TEST(TextDecoding, everyByteIsALatin1Character) {
+TEST(DecodedText, everyByteIsALatin1Character) {
     EXPECT_EQ(decoded("\x80\xFF"), "\u0080ÿ");
     const std::string all = decodedFile("bytes.txt");
     EXPECT_EQ(all.size(), 128U + 2 * 128U);
 }
 
-TEST(TextDecoding, markedUtf16ThatIsMalformedIsLatin1) {
+TEST(DecodedText, markedUtf16ThatIsMalformedIsLatin1) {
     EXPECT_EQ(decoded("\xFF\xFE"
                       "a"),
               "ÿþa");
     EXPECT_EQ(decoded(std::string_view("\xFE\xFF\xD8\x00\x00\x61", 6)), std::string("þÿØ\0\0a", 9));
 }
 
-TEST(TextDecoding, aFewZerosDoNotMakeUtf16) {
+TEST(DecodedText, aFewZerosDoNotMakeUtf16) {
     EXPECT_EQ(decodedFile("zeros.txt"), std::string("un\0deux\0trois", 13));
     EXPECT_EQ(decoded(std::string_view("a\0", 2)), std::string("a\0", 2));
 }
 
-TEST(TextDecoding, anEmptyFileIsAnEmptyText) { EXPECT_EQ(decodedFile("empty.txt"), ""); }
+TEST(DecodedText, anEmptyFileIsAnEmptyText) { EXPECT_EQ(decodedFile("empty.txt"), ""); }
 
-TEST(TextDecoding, decodesOneLatin1CharacterMoreThanIsOfInterest) {
+TEST(DecodedText, decodesOneLatin1CharacterMoreThanIsOfInterest) {
     const std::string bytes = "\xE9" + std::string(1000, '\r');
     EXPECT_GT(decoded(bytes, 3).size(), 4U);
     EXPECT_LT(decoded(bytes, 3).size(), 20U);
