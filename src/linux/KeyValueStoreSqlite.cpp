@@ -77,12 +77,12 @@ void KeyValueStoreSqlite::change(const QString& key) {
 
 bool KeyValueStoreSqlite::flush() {
     std::unique_lock lock(mutex_);
-    hurry_ = true;
-    wake_.notify_all();
     // A commit that is under way may have begun before the last change: its end isn't ours yet.
     const quint64 enough = attempts_ + (busy_ ? 2 : 1);
+    // As many attempts and no more: on a failing disk the next ones wait their time again.
+    hurryUntil_ = std::max(hurryUntil_, enough);
+    wake_.notify_all();
     settled_.wait(lock, [&] { return (dirty_.isEmpty() && !busy_) || attempts_ >= enough; });
-    hurry_ = false;
     return dirty_.isEmpty() && !busy_;
 }
 
@@ -95,8 +95,8 @@ void KeyValueStoreSqlite::run() {
     std::unique_lock lock(mutex_);
     while (true) {
         wake_.wait(lock, [this] { return ending_ || !dirty_.isEmpty(); });
-        if (!dirty_.isEmpty() && !ending_ && !hurry_)
-            wake_.wait_until(lock, restUntil_, [this] { return ending_ || hurry_; });
+        if (!dirty_.isEmpty() && !ending_ && !hurried())
+            wake_.wait_until(lock, restUntil_, [this] { return ending_ || hurried(); });
         const bool last = ending_; // read before the commit: what changes during it needs one more
         if (!dirty_.isEmpty())
             commitDirty(lock);

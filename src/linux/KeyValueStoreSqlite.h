@@ -39,6 +39,7 @@ private:
     void commitDirty(std::unique_lock<std::mutex>& lock);
     PreferencesFile::Changes takeDirty();
     void startOver();
+    bool hurried() const { return attempts_ < hurryUntil_; }
 
     PreferencesFile file_; // the thread's, once it runs
     mutable std::mutex mutex_;
@@ -52,8 +53,8 @@ private:
     std::chrono::milliseconds retryAfter_{0};
     std::chrono::steady_clock::time_point restUntil_;
     bool tooLarge_ = false;
-    bool hurry_ = false; // somebody waits: no rest
-    bool busy_ = false;  // a commit is under way
+    quint64 hurryUntil_ = 0; // attempts up to this one have somebody waiting: no rest
+    bool busy_ = false;      // a commit is under way
     bool ending_ = false;
     std::thread writer_; // started by the first change
 };

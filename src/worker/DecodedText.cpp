@@ -90,18 +90,17 @@ std::string latin1Text(std::string_view bytes, std::size_t most) {
 } // namespace
 
 DecodedText::DecodedText(std::string_view bytes, std::size_t most) {
-    // Bytes with a UTF-16 mark are never UTF-8; those that show UTF-16 by their zeros may be, as text nobody can read.
+    if (isUtf8(bytes)) {
+        constexpr std::string_view mark = "\xEF\xBB\xBF";
+        borrowed_ = bytes.starts_with(mark) ? bytes.substr(mark.size()) : bytes;
+        return;
+    }
     const std::optional<ByteOrder> marked = markedOrder(bytes);
     if (const auto order = marked ? marked : shownOrder(bytes)) {
         if (auto text = utf16Text(bytes.substr(marked ? 2 : 0), *order)) {
             owned_ = std::move(*text);
             return;
         }
-    }
-    if (isUtf8(bytes)) {
-        constexpr std::string_view mark = "\xEF\xBB\xBF";
-        borrowed_ = bytes.starts_with(mark) ? bytes.substr(mark.size()) : bytes;
-        return;
     }
     owned_ = latin1Text(bytes, most);
 }

@@ -39,7 +39,10 @@ TEST(DecodedText, readsUtf16InTheOrderOfItsMark) {
 TEST(DecodedText, readsUtf16WithoutMarkWhenItsZerosShowTheOrder) {
     EXPECT_EQ(decodedFile("utf16le.txt"), latin);
     EXPECT_EQ(decodedFile("utf16be.txt"), latin);
-    EXPECT_EQ(decodedFile("utf16le-ascii.txt"), "plain words only\r\n");
+}
+
+TEST(DecodedText, whatIsWellFormedUtf8IsReadAsUtf8WhateverItsZerosShow) {
+    EXPECT_EQ(decoded(std::string_view("a\0b\0c\0d\0", 8)), std::string("a\0b\0c\0d\0", 8));
 }
 
 TEST(DecodedText, readsLatin1OfAnyLengthThroughTheThirdDecoder) {
