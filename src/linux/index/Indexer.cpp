@@ -287,7 +287,9 @@ bool Indexer::readWaiting(Moment end) {
         return false;
     bool any = false;
     for (const Entry& entry : waiting) {
-        if (stop_ || work.store.full() || steady_clock::now() >= end || !work.reconciler.readerAnswers())
+        // At least one, however late it is: with nothing done here this thread would sleep on what waits.
+        const bool late = any && steady_clock::now() >= end;
+        if (stop_ || work.store.full() || late || !work.reconciler.readerAnswers())
             break;
         if (work.dirty.contains({entry.folder, entry.name}))
             continue; // still being written
