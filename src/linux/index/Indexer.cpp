@@ -114,11 +114,15 @@ void Indexer::run() {
             fail(error.code().value() ? error.code().value() : EIO);
         }
         if (damaged_) {
-            damaged_ = false;
+            {
+                const std::lock_guard lock(mutex_);
+                open_ = false; // nobody reads a catalogue that is only half made
+            }
             work_.reset();
             IndexStore::erase(settings_.directory);
             ++indexGeneration_;
             ++folderGeneration_;
+            damaged_ = false; // what readers reported meanwhile is gone with it
         }
     }
     work_.reset();
