@@ -62,8 +62,6 @@ QString indexSentence(const QJsonObject& index) {
         sentence += QStringLiteral(", %1 encore à lire").arg(french.toString(pending));
     else if (!index[QLatin1String("ready")].toBool())
         sentence += QStringLiteral(", en cours de lecture");
-    if (index[QLatin1String("watch_limited")].toBool())
-        sentence += QStringLiteral(" ; limite de surveillance du système atteinte, relectures périodiques");
     if (const QString problem = index[QLatin1String("problem")].toString(); !problem.isEmpty())
         sentence += QStringLiteral(" ; ") + problem;
     return sentence;

@@ -76,6 +76,28 @@ TEST_F(WithdrawTest, theWordsGoEvenIfTheProgramEndsInBetween) {
     EXPECT_EQ(find("kwartzite", {sub("public")}), QStringList({s("public/g.txt")}));
 }
 
+TEST_F(WithdrawTest, wordsOfASubfolderThatWasDeletedBeforeGoToo) {
+    // Two levels down, so that no entry of the shared folder itself stands in the segment with the words.
+    fs::create_directories(world.path() + "/secret/ancien/profond");
+    world.put("public/g.txt", "kwartzite");
+    world.index().setFolders({sub("secret"), sub("public")});
+    world.settle();
+    world.close();
+    for (int i = 0; i < 400; ++i)
+        world.put("secret/ancien/profond/f" + std::to_string(i) + ".txt", "xylokarte" + std::to_string(i));
+    world.reopen();
+    world.index().setFolders({sub("secret"), sub("public")});
+    world.settle();
+    ASSERT_FALSE(find("xylokarte7", {sub("secret")}).isEmpty());
+    fs::remove_all(world.path() + "/secret/ancien");
+    ASSERT_TRUE(test::waitUntil([&] { return find("xylokarte7", {sub("secret")}).isEmpty(); }));
+    ASSERT_FALSE(holding(world.store(), "xylokarte").empty());
+
+    world.index().setFolders({sub("public")});
+    EXPECT_TRUE(test::waitUntil([&] { return holding(world.store(), "xylokarte").empty(); }));
+    EXPECT_EQ(find("kwartzite", {sub("public")}), QStringList({s("public/g.txt")}));
+}
+
 TEST_F(WithdrawTest, allFoldersWithdrawnLeaveAnEmptyIndexThatIsReady) {
     world.put("a.txt", "kwartzite");
     world.share();

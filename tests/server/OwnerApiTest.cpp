@@ -21,7 +21,8 @@ TEST_F(OwnerApiTest, everyCallWantsTheOwner) {
     for (const auto& [method, target] :
          {std::pair("POST", "/owner/pairings"), std::pair("GET", "/owner/machines"), std::pair("POST", "/owner/tasks"),
           std::pair("GET", "/owner/tasks"), std::pair("GET", "/owner/tasks/x"),
-          std::pair("GET", "/owner/tasks/x/events"), std::pair("DELETE", "/owner/machines/x")}) {
+          std::pair("GET", "/owner/tasks/x/events"), std::pair("DELETE", "/owner/machines/x"),
+          std::pair("GET", "/owner/pairings/ABCDEFGH"), std::pair("DELETE", "/console/session")}) {
         EXPECT_EQ(server.connect().request(method, target).status, 401) << target;
         EXPECT_EQ(server.connect().request(method, target, clientFields(token)).status, 401) << target;
     }

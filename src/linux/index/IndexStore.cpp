@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <unistd.h>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace vennic::index {
@@ -98,11 +99,18 @@ std::vector<std::uint32_t> IndexStore::withdraw(std::uint32_t folder) {
     merge_.reset();
     begin();
     std::vector<std::uint32_t> folders = removeTree(folder);
-    const std::unordered_set<std::uint32_t> gone(folders.begin(), folders.end());
+    // Folders that were deleted on disk before count as well: they may have stood in the withdrawn one.
+    std::unordered_map<std::uint32_t, bool> known;
+    const auto isGone = [&](std::uint32_t id) {
+        const auto [at, fresh] = known.try_emplace(id, false);
+        if (fresh)
+            at->second = catalogue_.folder(id).has_value();
+        return !at->second;
+    };
     for (const auto& row : catalogue_.segments()) {
         const Segment segment(pathOf(row.name));
         for (std::size_t i = 0; i < segment.documents(); ++i) {
-            if (gone.contains(segment.document(i).folder)) {
+            if (isGone(segment.document(i).folder)) {
                 catalogue_.markForPurge(row.name);
                 break;
             }

@@ -114,11 +114,15 @@ void Indexer::run() {
             fail(error.code().value() ? error.code().value() : EIO);
         }
         if (damaged_) {
-            damaged_ = false;
+            {
+                const std::lock_guard lock(mutex_);
+                open_ = false; // nobody reads a catalogue that is only half made
+            }
             work_.reset();
             IndexStore::erase(settings_.directory);
             ++indexGeneration_;
             ++folderGeneration_;
+            damaged_ = false; // what readers reported meanwhile is gone with it
         }
     }
     work_.reset();
@@ -287,7 +291,9 @@ bool Indexer::readWaiting(Moment end) {
         return false;
     bool any = false;
     for (const Entry& entry : waiting) {
-        if (stop_ || work.store.full() || steady_clock::now() >= end || !work.reconciler.readerAnswers())
+        // At least one, however late it is: with nothing done here this thread would sleep on what waits.
+        const bool late = any && steady_clock::now() >= end;
+        if (stop_ || work.store.full() || late || !work.reconciler.readerAnswers())
             break;
         if (work.dirty.contains({entry.folder, entry.name}))
             continue; // still being written

@@ -193,11 +193,13 @@ void Indexer::settleDirty() {
     }
     refreshFolderEntries(touched);
     const auto end = now + longestSettling;
-    while (work.reconciler.readerAnswers() && steady_clock::now() < end && !work.store.full()) {
+    while (steady_clock::now() < end && !work.store.full()) {
         const auto key = work.dirty.takeText(now);
         if (!key)
             break;
-        work.reconciler.readText(key->first, key->second);
+        // While the reader pauses the text stays waiting in the catalogue; here it would keep this thread awake.
+        if (work.reconciler.readerAnswers())
+            work.reconciler.readText(key->first, key->second);
     }
     work.urgent = work.urgent || work.store.changing();
 }

@@ -90,7 +90,8 @@ void QueryThread::answer(Gathering& gathering) {
                       [&](SearchHit hit) { gathering.add(std::move(hit)); });
     } catch (const DamagedIndex&) {
         searcher_.reopen();
-        indexer_.reportDamage();
+        if (indexGeneration_ == indexer_.indexGeneration()) // else it has been made anew already
+            indexer_.reportDamage();
     } catch (const DatabaseError& error) {
         searcher_.reopen();
         if (error.damaged() && indexGeneration_ == indexer_.indexGeneration())
