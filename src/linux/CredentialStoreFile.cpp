@@ -23,8 +23,8 @@ namespace vennic {
 
 namespace {
 
-constexpr qsizetype maxFileBytes = 1024 * 1024;
-constexpr qsizetype maxSecretBytes = 512 * 1024;
+constexpr qsizetype maxFileBytes = 1024LL * 1024;
+constexpr qsizetype maxSecretBytes = 512LL * 1024;
 
 const auto versionKey = QStringLiteral("version");
 const auto itemsKey = QStringLiteral("items");
@@ -143,7 +143,7 @@ CredentialStoreFile::Content CredentialStoreFile::parse(const QByteArray& bytes)
     if (root.value(versionKey).toInteger() != 1 || !root.value(itemsKey).isArray())
         return {Condition::damaged, {}};
     Content content;
-    for (const QJsonValue& value : root.value(itemsKey).toArray()) {
+    for (const auto& value : root.value(itemsKey).toArray()) {
         const QJsonObject entry = value.toObject();
         auto data = QByteArray::fromBase64Encoding(entry.value(dataKey).toString().toLatin1(),
                                                    QByteArray::AbortOnBase64DecodingErrors);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr auto quickly = std::chrono::seconds{5};
 constexpr auto asLongAsAPersonTakes = std::chrono::minutes{2};
-constexpr qsizetype maxSecretBytes = 1024 * 1024;
+constexpr qsizetype maxSecretBytes = 1024LL * 1024;
 
 const QString service = QStringLiteral("org.freedesktop.secrets");
 const QString root = QStringLiteral("/org/freedesktop/secrets");

@@ -9,8 +9,8 @@ namespace vennic {
 
 namespace {
 
-constexpr qint64 maxHeaderBytes = 256 * 1024;
-constexpr qsizetype firstBodyReserve = 1024 * 1024;
+constexpr qint64 maxHeaderBytes = 256LL * 1024;
+constexpr qsizetype firstBodyReserve = 1024LL * 1024;
 constexpr int totalDeadlineFactor = 4;
 
 // RFC 9110, 5.6.2: what a method and a field name are made of.

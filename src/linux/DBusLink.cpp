@@ -11,10 +11,10 @@ namespace {
 // The addresses that the D-Bus specification gives, read anew each time: libdbus reads its environment only once.
 QString addressOf(DBusLink::Bus bus) {
     if (bus == DBusLink::Bus::system) {
-        const QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
+        QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
         return address.isEmpty() ? QStringLiteral("unix:path=/var/run/dbus/system_bus_socket") : address;
     }
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (!address.isEmpty())
         return address;
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");

@@ -33,7 +33,7 @@ QByteArray pemText(const TrustAnchors& anchors) {
 
 } // namespace
 
-HttpTransportCurl::HttpTransportCurl(QString systemTrustFolder)
+HttpTransportCurl::HttpTransportCurl(const QString& systemTrustFolder)
     : systemTrustFolder_(QFile::encodeName(systemTrustFolder)), loop_(std::make_shared<CurlLoop>()) {}
 
 HttpTransportCurl::~HttpTransportCurl() = default;

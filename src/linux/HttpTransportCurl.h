@@ -15,7 +15,7 @@ class CurlLoop;
 class HttpTransportCurl final : public HttpTransport {
 public:
     /// `systemTrustFolder` holds the certificates of the system's trust store under their hashed names.
-    explicit HttpTransportCurl(QString systemTrustFolder = QStringLiteral("/etc/ssl/certs"));
+    explicit HttpTransportCurl(const QString& systemTrustFolder = QStringLiteral("/etc/ssl/certs"));
     HttpTransportCurl(const HttpTransportCurl&) = delete;
     HttpTransportCurl& operator=(const HttpTransportCurl&) = delete;
     ~HttpTransportCurl() override;

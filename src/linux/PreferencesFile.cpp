@@ -70,9 +70,9 @@ struct Binder {
 
 } // namespace
 
-void PreferencesFile::open() {
+SqliteConnection& PreferencesFile::open() {
     if (connection_)
-        return;
+        return *connection_;
     const QString folder = QFileInfo(path_).absolutePath();
     if (!QFileInfo::exists(folder)) {
         QDir().mkpath(folder);
@@ -105,15 +105,14 @@ void PreferencesFile::open() {
                             "; PRAGMA user_version=" + QByteArray::number(schemaVersion) + "; COMMIT")
                                .constData());
     }
-    connection_.emplace(std::move(connection));
+    return connection_.emplace(std::move(connection));
 }
 
 PreferencesFile::Values PreferencesFile::load() {
     Values values;
     try {
         try {
-            open();
-            readAll(values);
+            readAll(open(), values);
         } catch (const ForeignFile& foreign) {
             setAside(foreign.reason);
             open();
@@ -134,8 +133,8 @@ PreferencesFile::Values PreferencesFile::load() {
     return values;
 }
 
-void PreferencesFile::readAll(Values& values) {
-    SqliteStatement rows(*connection_, "SELECT key, kind, value FROM preferences");
+void PreferencesFile::readAll(SqliteConnection& connection, Values& values) {
+    SqliteStatement rows(connection, "SELECT key, kind, value FROM preferences");
     bool sound = true;
     while (rows.step()) {
         const auto value = readValue(rows);
@@ -143,7 +142,7 @@ void PreferencesFile::readAll(Values& values) {
             values.insert(QString::fromUtf8(rows.bytes(0)), *value);
         sound = sound && value;
     }
-    SqliteStatement check(*connection_, "PRAGMA quick_check(1)");
+    SqliteStatement check(connection, "PRAGMA quick_check(1)");
     if (!sound || !check.step() || check.bytes(0) != "ok")
         throw SqliteError(SQLITE_CORRUPT, "the file's content is damaged");
 }
@@ -152,10 +151,10 @@ void PreferencesFile::commit(const Changes& changes) {
     if (changes.empty())
         return;
     try {
-        open();
-        connection_->execute("BEGIN IMMEDIATE");
-        SqliteStatement put(*connection_, "INSERT OR REPLACE INTO preferences(key, kind, value) VALUES(?1, ?2, ?3)");
-        SqliteStatement drop(*connection_, "DELETE FROM preferences WHERE key = ?1");
+        SqliteConnection& connection = open();
+        connection.execute("BEGIN IMMEDIATE");
+        SqliteStatement put(connection, "INSERT OR REPLACE INTO preferences(key, kind, value) VALUES(?1, ?2, ?3)");
+        SqliteStatement drop(connection, "DELETE FROM preferences WHERE key = ?1");
         for (const auto& [key, value] : changes) {
             const QByteArray name = key.toUtf8();
             auto& statement = value ? put : drop;
@@ -167,7 +166,7 @@ void PreferencesFile::commit(const Changes& changes) {
             statement.step();
             statement.reset();
         }
-        connection_->execute("COMMIT");
+        connection.execute("COMMIT");
     } catch (const ForeignFile&) {
         close();
         throw SqliteError(SQLITE_NOTADB, "another file has taken the place");

@@ -17,7 +17,7 @@ public:
     using Changes = std::vector<std::pair<QString, std::optional<StoredValue>>>;
 
     /// A value larger than this is not stored.
-    static constexpr qsizetype maxValueBytes = 64 * 1024 * 1024;
+    static constexpr qsizetype maxValueBytes = 64LL * 1024 * 1024;
 
     explicit PreferencesFile(QString path) : path_(std::move(path)) {}
 
@@ -32,8 +32,8 @@ public:
     const QString& asideName() const { return asideName_; }
 
 private:
-    void open();
-    void readAll(Values& values);
+    SqliteConnection& open();
+    static void readAll(SqliteConnection& connection, Values& values);
     void close() { connection_.reset(); }
 
     QString path_;

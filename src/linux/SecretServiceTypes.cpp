@@ -15,7 +15,7 @@ const QDBusArgument& operator>>(const QDBusArgument& from, WireSecret& secret) {
     from.beginStructure();
     from >> secret.session >> secret.parameters >> secret.value >> secret.contentType;
     from.endStructure();
-    return from;
+    return from; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus's form
 }
 
 void registerSecretServiceTypes() {

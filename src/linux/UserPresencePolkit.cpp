@@ -30,7 +30,7 @@ const QDBusArgument& operator>>(const QDBusArgument& from, PolkitSubject& subjec
     from.beginStructure();
     from >> subject.kind >> subject.details;
     from.endStructure();
-    return from;
+    return from; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus's form
 }
 QDBusArgument& operator<<(QDBusArgument& to, const PolkitResult& result) {
     to.beginStructure();
@@ -42,7 +42,7 @@ const QDBusArgument& operator>>(const QDBusArgument& from, PolkitResult& result)
     from.beginStructure();
     from >> result.isAuthorized >> result.isChallenge >> result.details;
     from.endStructure();
-    return from;
+    return from; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus's form
 }
 
 } // namespace vennic

@@ -40,7 +40,7 @@ struct HttpRequest {
     std::chrono::milliseconds timeout = std::chrono::seconds{60};
     /// With anchors only they count; without, the system's trust store does. TLS 1.2 or higher either way.
     std::shared_ptr<const TrustAnchors> anchors{};
-    qint64 maxAnswerBytes = 16 * 1024 * 1024;
+    qint64 maxAnswerBytes = 16LL * 1024 * 1024;
 };
 
 struct HttpResponse {

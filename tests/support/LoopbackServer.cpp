@@ -194,7 +194,7 @@ public:
         // Aborts the connection now, where SO_LINGER would wait for the last holder of the descriptor.
         sockaddr nowhere{};
         nowhere.sa_family = AF_UNSPEC;
-        ::connect(fd_, &nowhere, sizeof nowhere);
+        (void)::connect(fd_, &nowhere, sizeof nowhere);
     }
     void hold() override {
         pollfd watched{fd_, POLLRDHUP, 0};
@@ -242,12 +242,12 @@ private:
     }
 
     void readHello() const {
-        std::array<char, 4096> bytes;
+        std::array<char, 4096> bytes{};
         (void)!::recv(fd_, bytes.data(), bytes.size(), 0);
     }
 
     bool readMore() {
-        std::array<char, 16384> bytes;
+        std::array<char, 16384> bytes{};
         const auto got = ssl_ ? SSL_read(ssl_, bytes.data(), static_cast<int>(bytes.size()))
                               : static_cast<int>(::recv(fd_, bytes.data(), bytes.size(), 0));
         if (got <= 0) {
