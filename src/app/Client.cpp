@@ -2,6 +2,7 @@
 
 #include "Bridge/BookmarkResolver.h"
 #include "backend/PinnedRoots.h"
+#include "base/Pool.h"
 #include "linux/CredentialStoreChoice.h"
 
 #include <QFile>
@@ -17,6 +18,17 @@ index::IndexerSettings indexSettings(const Paths& paths) {
     return settings;
 }
 
+/// A folder that has moved is looked for on the disk, which may take seconds.
+QStringList resolvedPaths(std::shared_ptr<FolderBookmarks> folders, std::vector<BookmarkEntry> grants) {
+    QStringList paths;
+    const BookmarkResolver resolver(*folders);
+    for (const BookmarkEntry& grant : grants) {
+        if (const auto resolved = resolver.resolveIfPossible(grant))
+            paths.append(resolved->url.path);
+    }
+    return paths;
+}
+
 } // namespace
 
 Client::Client(const Paths& paths, Deployment deployment)
@@ -30,8 +42,8 @@ Client::Client(const Paths& paths, Deployment deployment)
           DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
       texts_(indexReader_, *types_), index_(indexSettings(paths), texts_, *types_),
-      bookmarks_(preferences_, *folders_, *files_, clock_), spotlight_(index_, files_, types_, clock_),
-      bridgeContext_(keychain_) {
+      granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
+      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -40,7 +52,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .context = bridgeContext_,
         .heartbeat = nullptr,
         .store = preferences_,
-        .index = index_,
+        .index = granted_,
         .bookmarks = folders_,
         .files = files_,
         .types = types_,
@@ -73,13 +85,10 @@ Client::~Client() {
 }
 
 void Client::indexSharedFolders() {
-    QStringList paths;
-    const BookmarkResolver resolver(*folders_);
-    for (const BookmarkEntry& entry : bookmarks_.entries()) {
-        if (const auto resolved = resolver.resolveIfPossible(entry))
-            paths.append(resolved->url.path);
-    }
-    index_.setFolders(paths);
+    following_.cancel();
+    following_ = jobs_.start(followGrants());
 }
+
+Task<> Client::followGrants() { granted_.setFolders(co_await onPool(resolvedPaths, folders_, bookmarks_.entries())); }
 
 } // namespace vennic

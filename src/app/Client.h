@@ -2,6 +2,7 @@
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
 #include "Bridge/SpotlightSearch.h"
+#include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/Deployment.h"
@@ -34,7 +35,7 @@ public:
     BookmarkStore& bookmarks() { return bookmarks_; }
     FolderBookmarks& folders() { return *folders_; }
     const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
-    FileIndex& index() { return index_; }
+    FileIndex& index() { return granted_; }
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
@@ -44,7 +45,9 @@ public:
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
 
 private:
+    /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
+    Task<> followGrants();
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
@@ -61,6 +64,7 @@ private:
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
     index::DocumentTextSource texts_;
     FileIndexSegments index_;
+    GrantedFileIndex granted_;
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
     SessionBridgeContext bridgeContext_;
@@ -69,6 +73,8 @@ private:
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
+    Job following_;
+    Scope jobs_;
 };
 
 } // namespace vennic

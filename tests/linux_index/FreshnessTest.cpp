@@ -150,10 +150,13 @@ TEST_F(FreshnessTest, aDeletedIndexFolderWhileClosedIsMadeAgain) {
 }
 
 TEST_F(FreshnessTest, theRootItselfMayGoAndComeBack) {
+    world.settings.lostRootInterval = std::chrono::milliseconds(20);
+    world.reopen();
+    world.share();
+    world.settle();
     fs::rename(world.path(), world.base() + "/ailleurs");
     EXPECT_TRUE(world.finds(s("premier"), {}));
     fs::rename(world.base() + "/ailleurs", world.path());
-    world.share();
     EXPECT_TRUE(world.finds(s("premier"), {s("a/un.txt")}));
 }
 

@@ -86,6 +86,24 @@ class Road(Scene):
         (self.shared / "b" / "second.txt").unlink()
         wait_for(lambda: self.search("pivoine") == [], "the file is forgotten")
 
+    def test_a_shared_folder_that_is_renamed_while_the_client_runs_is_followed(self):
+        self.write("x.txt", "clématite")
+        self.start_all()
+        self.find("clématite", "x.txt")
+        self.shared.rename(self.folder / "papiers")
+        wait_for(lambda: [i["parent"].endswith("/papiers") for i in self.search("clématite")] == [True],
+                 "the folder's new place")
+
+    def test_a_shared_folder_that_goes_and_comes_back_is_indexed_again(self):
+        self.write("x.txt", "anémone")
+        self.start_all()
+        self.find("anémone", "x.txt")
+        away = self.shared.with_name(".ailleurs")
+        self.shared.rename(away)
+        wait_for(lambda: self.search("anémone") == [], "the folder has gone")
+        away.rename(self.shared)
+        self.find("anémone", "x.txt")
+
     def test_a_renamed_shared_folder_is_found_again_after_a_restart(self):
         self.write("x.txt", "glycine")
         self.start_all()

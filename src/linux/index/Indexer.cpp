@@ -188,6 +188,8 @@ void Indexer::cycle() {
         work.fullWalkDue = true;
     if (work.fullWalkDue && !work.walk.active() && !work.roots.empty())
         fullWalk();
+    if (now >= work.lostRootsDue)
+        lookForLostRoots();
     const auto end = now + slice;
     bool busy = true;
     if (work.store.purging() && !work.store.changing())
@@ -215,6 +217,9 @@ void Indexer::cycle() {
     }
     if (!work.store.changing())
         work.batchBegan = ownTime();
+    // A root that has gone (an unmounted disk) has nobody above it that tells when it is back.
+    if (!busy && work.lostRootsDue == Moment::max() && !lostRoots().empty())
+        work.lostRootsDue = now + settings_.lostRootInterval;
     const bool settled = !busy && work.walkedOnce && work.store.waiting() == 0 && work.dirty.empty();
     if (!busy || now - work.lastPublished > publishInterval)
         publish(settled);
@@ -252,8 +257,10 @@ void Indexer::sleep(bool busy) {
     const auto now = steady_clock::now();
     std::optional<Moment> due = work.dirty.nextDue();
     const auto earlier = [&](Moment moment) { due = due ? std::min(*due, moment) : moment; };
-    if (work.nextRescan != Moment::max())
-        earlier(work.nextRescan);
+    for (const Moment moment : {work.nextRescan, work.lostRootsDue}) {
+        if (moment != Moment::max())
+            earlier(moment);
+    }
     if (work.store.waiting() > 0 && !work.reconciler.readerAnswers())
         earlier(work.reconciler.pausedUntil());
     if (work.store.logLingers())
@@ -280,6 +287,20 @@ void Indexer::fullWalk() {
     work.nextRescan = Moment::max();
     for (const std::uint32_t root : work.roots)
         work.walk.push(root, FolderWalk::Depth::all);
+}
+
+std::vector<std::uint32_t> Indexer::lostRoots() const {
+    std::vector<std::uint32_t> lost;
+    std::ranges::copy_if(work_->roots, std::back_inserter(lost), [this](std::uint32_t root) {
+        return !work_->watches.has(root) && !work_->reconciler.unwatched().contains(root);
+    });
+    return lost;
+}
+
+void Indexer::lookForLostRoots() {
+    work_->lostRootsDue = Moment::max();
+    for (const std::uint32_t root : lostRoots())
+        work_->walk.push(root, FolderWalk::Depth::all);
 }
 
 bool Indexer::readWaiting(Moment end) {

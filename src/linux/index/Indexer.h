@@ -21,6 +21,7 @@ struct IndexerSettings {
     std::string directory;                                    // of the index, made with mode 0700
     std::size_t watchBudget = 0;                              // 0: half of what the system allows
     std::chrono::milliseconds rescanInterval{20 * 60 * 1000}; // where changes aren't told
+    std::chrono::milliseconds lostRootInterval{10 * 1000};    // between looks for a folder that isn't there
     StoreLimits limits;
 };
 
@@ -70,6 +71,9 @@ private:
     void takeChange(const Change& change);
     void settleDirty();
     void refreshFolderEntries(const std::vector<std::uint32_t>& folders);
+    /// The granted folders that are not there.
+    std::vector<std::uint32_t> lostRoots() const;
+    void lookForLostRoots();
     bool readWaiting(Moment end);
     void lookAtUnwatched(Moment end);
     void fullWalk();

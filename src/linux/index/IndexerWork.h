@@ -24,6 +24,7 @@ struct Indexer::Work {
     std::size_t unwatchedCursor = 0;
     std::chrono::nanoseconds batchBegan{};
     Moment nextRescan = Moment::max();
+    Moment lostRootsDue = Moment::max(); // when roots that are not there are looked for again
     Moment lastPublished{};
 };
 
