@@ -13,6 +13,7 @@ namespace vennic {
 namespace {
 
 constexpr auto patience = std::chrono::seconds{90}; // the pairing call may take 80
+constexpr qsizetype maxRequestBytes = 64 * 1024;    // what the client reads of a request
 
 CommandRequest requestOf(const CommandLine& line) {
     CommandRequest request{*line.verb, line.arguments, {}};
@@ -44,7 +45,12 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
     try {
         if (*line.verb == QLatin1String("doctor"))
             return print(examine(paths, instance), line.json);
-        const auto answer = instance.ask(encodeCommandRequest(requestOf(line)), patience);
+        const QByteArray request = encodeCommandRequest(requestOf(line));
+        if (request.size() > maxRequestBytes) {
+            writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
+            return ExitStatus::usage;
+        }
+        const auto answer = instance.ask(request, patience);
         if (!answer) {
             writeError(QStringLiteral("Vennic ne tourne pas. Lance « vennic » d'abord.\n"));
             return ExitStatus::noClient;

@@ -54,10 +54,12 @@ Finding worker(const Paths& paths) {
         return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
     file.close();
     DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")));
-    const QString text = reader.plainText(path, 100).text;
-    reader.close();
-    if (text != QStringLiteral("été"))
-        return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
+    try {
+        if (reader.plainText(path, 100).text != QStringLiteral("été"))
+            return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
+    } catch (const LocalizedError& error) {
+        return {Verdict::bad, error.errorDescription(), remedy};
+    }
     return {Verdict::good, QStringLiteral("enfermé, et lit"), {}};
 }
 

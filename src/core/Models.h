@@ -112,7 +112,7 @@ inline constexpr std::array allCases<ChatMessage::Role> = {ChatMessage::Role::us
 QLatin1String rawValue(ChatMessage::Role role);
 
 /// The stored form, an object with "id" (upper-case UUID), "role", "content" and "createdAt" (seconds since
-/// 2001-01-01T00:00:00Z), in that order. None when the text isn't valid Unicode or the time isn't valid.
+/// 2001-01-01T00:00:00Z), in that order. None when the time isn't valid.
 std::optional<QByteArray> encodeChatMessage(const ChatMessage& message);
 /// The message of a stored form; all four keys are required. Raises DecodingError.
 ChatMessage decodeChatMessage(const QJsonObject& object);

@@ -1,5 +1,7 @@
 #include "linux/InstanceConnection.h"
 
+#include "base/SecretText.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <sys/socket.h>
@@ -44,7 +46,9 @@ void InstanceConnection::read() {
         return;
     patience_.stop();
     readable_.setEnabled(false);
-    scope_.start(answer(received_.left(newline)));
+    QByteArray request = received_.left(newline);
+    wipe(received_); // it may hold a token
+    scope_.start(answer(std::move(request)));
 }
 
 Task<> InstanceConnection::answer(QByteArray request) {

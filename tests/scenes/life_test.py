@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import signal
+import subprocess
 import unittest
 import urllib.error
 
@@ -160,6 +161,49 @@ class Life(Scene):
         aside = [path for path in store.parent.iterdir() if path.name.startswith("preferences.sqlite.")
                  and b"not a database" in path.read_bytes()]
         self.assertEqual(len(aside), 1)
+
+    def test_the_command_line_searches_as_the_backend_does_and_lists_the_shares(self):
+        self.write("bail.txt", "orchidée")
+        self.start_all()
+        self.find("orchidée", "bail.txt")
+        answer = self.client.verb("search", "--json", "orchidée")
+        self.assertEqual(answer.returncode, 0, answer.stderr)
+        items = json.loads(answer.stdout)["items"]
+        self.assertEqual([item["name"] for item in items], ["bail.txt"])
+        self.assertEqual(items[0]["link"], "vennic://local_file/open/" + items[0]["id"])
+        self.assertEqual(self.read(items[0]["id"])["result"]["content"], "orchidée")
+        self.assertEqual(self.client.verb("search", "introuvable").stdout, "Rien trouvé.\n")
+        shares = json.loads(self.client.verb("shares", "--json").stdout)["shares"]
+        self.assertEqual([(share["path"], share["found"]) for share in shares], [(str(self.shared), True)])
+
+    def test_the_name_of_a_file_cannot_command_the_terminal(self):
+        name = "azur\x1b[31m\x9b.txt"
+        self.write(name, "x")
+        self.start_all()
+        self.find("azur", name)
+        ours, theirs = os.openpty()
+        self.addCleanup(os.close, ours)
+        asked = subprocess.run([self.client.program, "search", "azur"], env=self.client.environment, stdout=theirs,
+                               timeout=100, check=False)
+        os.close(theirs)
+        shown = os.read(ours, 65536).decode()
+        self.assertEqual(asked.returncode, 0)
+        self.assertIn("azur\ufffd[31m\ufffd.txt", shown)
+        self.assertNotIn("\x1b", shown)
+
+    def test_an_address_that_leads_to_no_document_is_refused(self):
+        self.start_all()
+        for address, words in (("https://example.test/", "Cette adresse n'est pas celle d'un document : "
+                                                         "https://example.test/\n"),
+                               ("vennic://local_file/open/00000000-0000-4000-8000-000000000000",
+                                "Document introuvable ; relance la recherche.\n")):
+            answer = self.client.verb("open", address)
+            self.assertEqual((answer.returncode, answer.stderr), (1, words))
+
+    def test_a_command_line_too_long_for_the_client_is_refused_in_its_words(self):
+        self.start_all()
+        answer = self.client.verb("search", "é" * 40_000)
+        self.assertEqual((answer.returncode, answer.stderr), (2, "La ligne de commande est trop longue.\n"))
 
     def test_doctor_finds_this_installation_sound(self):
         self.start_all()
