@@ -53,9 +53,11 @@ class Bench:
     def say(self, text):
         print(f"# {text}", flush=True)
 
-    def line(self, figure, size, value, unit, budget=None, peer=None, theirs=None, wanted=None, higher=False):
+    def line(self, figure, size, value, unit, budget=None, peer=None, theirs=None, wanted=None, most=None,
+             higher=False):
         """Prints a figure. `budget` is the most that it may be (the least, if `higher` is better); `wanted` the least
-        number of times by which it should be better than the peer's figure `theirs`, in the same unit."""
+        number of times by which it should be better than the peer's figure `theirs`, in the same unit; `most` the
+        greatest part of the peer's figure that it may be."""
         short = False
         cells = [f"{figure:<34}", f"{size:>9}", f"{shown(value):>9} {unit:<8}"]
         if budget is None:
@@ -67,12 +69,16 @@ class Bench:
             self.missing.append(peer)
             cells.append(f"{peer} missing")
         elif peer:
-            ratio = (value / theirs if higher else theirs / value) if value and theirs else float("nan")
+            better = (value / theirs if higher else theirs / value) if value and theirs else float("nan")
+            ratio = better if most is None else 1 / better
             cells.append(f"{peer:<12} {shown(theirs):>9} {shown(ratio) + ' ×':>9}")
             if wanted is not None:
                 short = short or not ratio >= wanted
                 cells.append(f"≥ {shown(wanted)} ×")
-        if short:
+            if most is not None:
+                short = short or not ratio <= most
+                cells.append(f"≤ {shown(most)} ×")
+        if short and not self.quick:  # a hundredth is too small to judge by
             cells.append("SHORT")
         print("  ".join(cells).rstrip(), flush=True)
         if isinstance(size, int) and (figure, size) not in [f[:2] for f in self.figures]:

@@ -14,8 +14,8 @@ DOCUMENTS = 50_000
 
 
 def run(bench):
-    for variable, program in (("VENNIC", "vennic"), ("VENNIC_WORKER", "vennic-worker"), ("VENNIC_SERVER", "vennic-server")):
-        os.environ[variable] = bench.program("bin", program)
+    os.environ.update(VENNIC=bench.program("bin", "vennic"), VENNIC_WORKER=bench.program("bin", "vennic-worker"),
+                      VENNIC_SERVER=bench.program("server", "vennic-server"))
     sizes = [FEW] if bench.quick else [FEW, *bench.counts(DOCUMENTS)]
     for count in sizes:
         system = Soak()

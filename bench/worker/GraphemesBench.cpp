@@ -1,11 +1,12 @@
 // Counts user-perceived characters, by us and by ICU's break iterator. Each figure is one line: name, value, unit.
 //
-//   graphemes_bench MEGABYTES
+//   graphemes_bench FILE
 #include "base/Graphemes.h"
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <unicode/brkiter.h>
@@ -35,10 +36,14 @@ std::size_t countByIcu(const std::string& text) {
     return U_FAILURE(status) ? 0 : characters;
 }
 
-bool measure(const char* name, const char* piece, std::size_t bytes) {
+std::string repeated(const char* piece, std::size_t bytes) {
     std::string text;
     while (text.size() < bytes)
         text += piece;
+    return text;
+}
+
+bool measure(const char* name, const std::string& text) {
     std::size_t ours = 0;
     std::size_t theirs = 0;
     const double oursTook = secondsOf([&] { return vennic::graphemeCount(text); }, ours);
@@ -55,14 +60,19 @@ bool measure(const char* name, const char* piece, std::size_t bytes) {
 } // namespace
 
 int main(int count, char** arguments) {
-    const std::size_t bytes = (count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 20) * 1000000;
-    bool equal =
-        measure("french", "À l’été, l'élève Œdipe paiera 12,50 € de électricité à Besançon : c'est réglé.\n", bytes);
-    equal = measure("ascii", "The quick brown fox jumps over the lazy dog; 1234 times, as ever.\n", bytes) && equal;
-    equal = measure("mixed",
-                    "E\xCC\x81te\xCC\x81 \xF0\x9F\x87\xAB\xF0\x9F\x87\xB7 \xED\x95\x9C\xEA\xB5\xAD "
-                    "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB fin\r\n",
-                    bytes) &&
+    std::ifstream file(count > 1 ? arguments[1] : "");
+    const std::string documents{std::istreambuf_iterator<char>(file), {}};
+    if (documents.empty()) {
+        std::fprintf(stderr, "usage: graphemes_bench FILE\n");
+        return 2;
+    }
+    bool equal = measure("documents", documents);
+    equal =
+        measure("ascii", repeated("The quick brown fox jumps over the lazy dog; 1234 times.\n", documents.size())) &&
+        equal;
+    equal = measure("mixed", repeated("E\xCC\x81te\xCC\x81 \xF0\x9F\x87\xAB\xF0\x9F\x87\xB7 \xED\x95\x9C\xEA\xB5\xAD "
+                                      "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB fin\r\n",
+                                      documents.size())) &&
             equal;
     return equal ? 0 : 1;
 }
