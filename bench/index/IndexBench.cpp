@@ -19,6 +19,7 @@
 #include <sstream>
 #include <sys/resource.h>
 #include <thread>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -55,6 +56,12 @@ double cpu() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double threadCpu() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 double since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
@@ -113,13 +120,18 @@ void measureWords(const std::vector<std::string>& words, Searcher& searcher, con
         if (paths && hits == 0)
             *paths << word << "\t\n";
         std::vector<double> times;
+        std::vector<double> processor;
         for (int i = 0; i < rounds; ++i) {
             const auto start = Clock::now();
+            const double before = threadCpu();
             searcher.run(requestOf(word, folder, 10), indexer.folderGeneration(), stop, [](SearchHit) {});
+            processor.push_back((threadCpu() - before) * 1e3);
             times.push_back(since(start) * 1e3);
         }
         std::ranges::sort(times);
+        std::ranges::sort(processor);
         print("search." + word, times[times.size() / 2], "ms");
+        print("cpu." + word, processor[processor.size() / 2], "ms");
         print("hits." + word, static_cast<double>(hits), "files");
     }
 }

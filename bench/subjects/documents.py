@@ -4,7 +4,7 @@ import os
 import subprocess
 import unicodedata
 
-from measure import bytes_below, command_ms, cpu_seconds, lines_of, present
+from measure import bytes_below, command_ms, cpu_seconds, lines_of, present, warm
 
 FULL = 50_000
 ABSENT = "zzqxwvkj"
@@ -23,6 +23,7 @@ def measure(bench, count):
     words = planted + [ABSENT, COMMON] + PARTS
     scratch = bench.scratch("documents")
     hits = scratch / "hits"
+    warm(folder, contents=True)
     ours = lines_of([bench.program("bench", "index", "index_bench"), str(folder), str(scratch / "index"), "--hits",
                      str(hits), *words])
     recoll = Recoll(folder, bench.scratch("recoll")) if count <= bench.recoll_documents else None
@@ -43,6 +44,8 @@ def measure(bench, count):
         bench.line(name, count, value, "ms", budget, "ripgrep",
                    command_ms(["rg", "-il", "-uu", "-F", "--", word, str(folder)], 3),
                    300 if count == FULL and word not in PARTS else None)
+        if word in PARTS:
+            bench.line(name + ", CPU", count, ours["cpu." + word], "ms")
         if recoll and word not in PARTS:
             bench.line(name, count, value, "ms", budget, "recollq", recoll.search_ms(word), 50 if common else 6)
         if present("rg"):

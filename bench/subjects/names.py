@@ -2,7 +2,7 @@
 import subprocess
 import unicodedata
 
-from measure import command_ms, cpu_seconds, lines_of, present
+from measure import command_ms, cpu_seconds, lines_of, present, warm
 
 FULL = 1_000_000
 COMMON = ["facture", "relevé bancaire 2019", "réunion"]
@@ -20,6 +20,7 @@ def measure(bench, count):
     scratch = bench.scratch("names")
     database = scratch / "plocate.db"
     hits = scratch / "hits"
+    warm(folder, contents=False)
     ours = lines_of([bench.program("bench", "index", "index_bench"), str(folder), str(scratch / "index"), "--hits",
                      str(hits), *RARE, *COMMON, *PARTS])
     theirs = None
