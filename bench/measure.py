@@ -94,8 +94,9 @@ class Bench:
             print("\ngrowth                                      from           to")
         for name, rows in pairs.items():
             (small, low, unit), (big, high, _) = rows[0], rows[-1]
-            factor = f"{shown(high / low)} × for {shown(big / small)} ×" if low else "from nothing"
-            print(f"{name:<34}  {shown(low):>9}    {shown(high):>9} {unit:<8}  {factor}")
+            if low:
+                factor = f"{shown(high / low)} × for {shown(big / small)} ×"
+                print(f"{name:<34}  {shown(low):>9}    {shown(high):>9} {unit:<8}  {factor}")
 
 
 def shown(number):
