@@ -90,8 +90,9 @@ void measure(std::size_t messages) {
             array.append(QJsonObject{{QStringLiteral("content"), message.content}});
         QJsonDocument(array).toJson(QJsonDocument::Compact);
     });
-    std::printf("conversation of %.2f MB: delta %.3f ms median, %.3f ms p95; whole by Qt %.1f ms; ratio %.0f\n",
-                static_cast<double>(bytes) / 1e6, delta.median, delta.high, whole.median, whole.median / delta.median);
+    std::printf("%zu.bytes\t%lld\tbytes\n", messages, static_cast<long long>(bytes));
+    std::printf("%zu.delta.median\t%.4f\tms\n%zu.delta.p95\t%.4f\tms\n", messages, delta.median, messages, delta.high);
+    std::printf("%zu.whole.median\t%.4f\tms\n", messages, whole.median);
 }
 
 } // namespace

@@ -1,9 +1,10 @@
 // Builds an index of a folder and measures it. Each figure is one line: name, value, unit.
 //
-//   index_bench FOLDER STORE [--rounds N] [--idle SECONDS] WORD…
+//   index_bench FOLDER STORE [--rounds N] [--idle SECONDS] [--hits FILE] WORD…
 //
 // A WORD argument may hold several words ("contrat kwartzite"): all are needed. STORE is made anew, or reused when it
-// holds a settled index (then "open" tells how long it took to answer).
+// holds a settled index (then "open" tells how long it took to answer). FILE gets a line for each hit: the argument, a
+// tab, the path; and one without a path for an argument that has none.
 #include "base/TextExtensions.h"
 #include "linux/index/Indexer.h"
 #include "linux/index/Searcher.h"
@@ -18,6 +19,7 @@
 #include <sstream>
 #include <sys/resource.h>
 #include <thread>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -54,6 +56,12 @@ double cpu() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double threadCpu() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 double since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
@@ -100,19 +108,30 @@ SearchRequest requestOf(const std::string& words, const std::string& folder, std
 }
 
 void measureWords(const std::vector<std::string>& words, Searcher& searcher, const Indexer& indexer,
-                  const std::string& folder, int rounds) {
+                  const std::string& folder, int rounds, std::ostream* paths) {
     const std::atomic<bool> stop = false;
     for (const std::string& word : words) {
         std::size_t hits = 0;
-        searcher.run(requestOf(word, folder, 10'000'000), indexer.folderGeneration(), stop, [&](SearchHit) { ++hits; });
+        searcher.run(requestOf(word, folder, 10'000'000), indexer.folderGeneration(), stop, [&](const SearchHit& hit) {
+            ++hits;
+            if (paths)
+                *paths << word << '\t' << hit.path << '\n';
+        });
+        if (paths && hits == 0)
+            *paths << word << "\t\n";
         std::vector<double> times;
+        std::vector<double> processor;
         for (int i = 0; i < rounds; ++i) {
             const auto start = Clock::now();
+            const double before = threadCpu();
             searcher.run(requestOf(word, folder, 10), indexer.folderGeneration(), stop, [](SearchHit) {});
+            processor.push_back((threadCpu() - before) * 1e3);
             times.push_back(since(start) * 1e3);
         }
         std::ranges::sort(times);
+        std::ranges::sort(processor);
         print("search." + word, times[times.size() / 2], "ms");
+        print("cpu." + word, processor[processor.size() / 2], "ms");
         print("hits." + word, static_cast<double>(hits), "files");
     }
 }
@@ -150,19 +169,22 @@ void measureFreshness(Searcher& searcher, const Indexer& indexer, const std::str
 
 int main(int count, char** arguments) {
     if (count < 3) {
-        std::fprintf(stderr, "usage: index_bench FOLDER STORE [--rounds N] [--idle SECONDS] WORD…\n");
+        std::fprintf(stderr, "usage: index_bench FOLDER STORE [--rounds N] [--idle SECONDS] [--hits FILE] WORD…\n");
         return 2;
     }
     const std::string folder = fs::canonical(arguments[1]).string();
     const std::string store = fs::absolute(arguments[2]).string();
     int rounds = 15;
     int idle = 0;
+    std::ofstream hits;
     std::vector<std::string> words;
     for (int i = 3; i < count; ++i) {
         if (std::string(arguments[i]) == "--rounds" && i + 1 < count)
             rounds = std::atoi(arguments[++i]);
         else if (std::string(arguments[i]) == "--idle" && i + 1 < count)
             idle = std::atoi(arguments[++i]);
+        else if (std::string(arguments[i]) == "--hits" && i + 1 < count)
+            hits.open(arguments[++i]);
         else
             words.emplace_back(arguments[i]);
     }
@@ -191,7 +213,7 @@ int main(int count, char** arguments) {
     }
     print("memory.peak", static_cast<double>(memory("VmHWM")) / 1024, "MiB");
     print("memory.anonymous", static_cast<double>(memory("RssAnon")) / 1024, "MiB");
-    measureWords(words, searcher, indexer, folder, rounds);
+    measureWords(words, searcher, indexer, folder, rounds, hits.is_open() ? &hits : nullptr);
     measureFreshness(searcher, indexer, folder, std::min(rounds, 10));
     if (idle > 0) {
         std::this_thread::sleep_for(std::chrono::seconds(3)); // what the last removal set off
