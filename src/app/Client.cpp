@@ -43,7 +43,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
       texts_(indexReader_, *types_), index_(indexSettings(paths), texts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
-      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_) {
+      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,

@@ -9,7 +9,8 @@ namespace vennic {
 /// Tells the bridge what it asks of the session, which is made after the bridge.
 class SessionBridgeContext final : public BridgeContext {
 public:
-    explicit SessionBridgeContext(KeychainStore& keychain) : keychain_(keychain) {}
+    SessionBridgeContext(KeychainStore& keychain, const KeyValueStore& preferences)
+        : keychain_(keychain), preferences_(preferences) {}
     void follow(AppSession* session) { session_ = session; }
 
     bool bridgeEnabled() const override { return session_ && session_->bridgeEnabled(); }
@@ -17,14 +18,19 @@ public:
         return session_ ? session_->localLLMDeviceNickname() : QString();
     }
     QString bridgeDeviceId() override {
-        // The credential store is asked once: on a desktop each read is a call over D-Bus.
-        if (deviceId_.isEmpty())
-            deviceId_ = keychain_.bridgeDeviceId();
-        return deviceId_;
+        if (!deviceId_.isEmpty())
+            return deviceId_;
+        QString id = keychain_.bridgeDeviceId();
+        // One that the credential store keeps is asked for once: on a desktop each read is a call over D-Bus. The
+        // stand-in for a store that is locked holds until the store opens.
+        if (!preferences_.value(PreferenceKey::bridgeDeviceId))
+            deviceId_ = id;
+        return id;
     }
 
 private:
     KeychainStore& keychain_;
+    const KeyValueStore& preferences_;
     QPointer<AppSession> session_;
     QString deviceId_;
 };

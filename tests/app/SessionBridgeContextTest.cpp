@@ -1,0 +1,41 @@
+#include "app/SessionBridgeContext.h"
+
+#include "fakes/CredentialStoreFake.h"
+#include "fakes/KeyValueStoreFake.h"
+
+#include <gtest/gtest.h>
+
+using namespace vennic;
+
+TEST(SessionBridgeContext, withoutASessionTheBridgeIsOff) {
+    test::CredentialStoreFake credentials;
+    test::KeyValueStoreFake preferences;
+    KeychainStore keychain(credentials, preferences);
+    const SessionBridgeContext context(keychain, preferences);
+    EXPECT_FALSE(context.bridgeEnabled());
+    EXPECT_EQ(context.localLLMDeviceNickname(), QString());
+}
+
+TEST(SessionBridgeContext, anIdentifierThatTheStoreKeepsIsTheSameEachTime) {
+    test::CredentialStoreFake credentials;
+    test::KeyValueStoreFake preferences;
+    KeychainStore keychain(credentials, preferences);
+    SessionBridgeContext context(keychain, preferences);
+    const QString id = context.bridgeDeviceId();
+    EXPECT_FALSE(id.isEmpty());
+    EXPECT_EQ(context.bridgeDeviceId(), id);
+    EXPECT_EQ(keychain.bridgeDeviceId(), id);
+}
+
+TEST(SessionBridgeContext, aStandInHoldsOnlyUntilTheStoreGivesTheRealOne) {
+    test::CredentialStoreFake credentials;
+    test::KeyValueStoreFake preferences;
+    preferences.values.insert(PreferenceKey::bridgeDeviceId, QStringLiteral("STAND-IN"));
+    KeychainStore keychain(credentials, preferences);
+    SessionBridgeContext context(keychain, preferences);
+    EXPECT_EQ(context.bridgeDeviceId(), QStringLiteral("STAND-IN"));
+    const CredentialItem item{QStringLiteral("com.vennic.mac.bridge-device-id"), QStringLiteral("bridge_device_id")};
+    credentials.remove(item);
+    ASSERT_EQ(credentials.add(item, SecretText("REAL"), {}), CredentialStatus::success);
+    EXPECT_EQ(context.bridgeDeviceId(), QStringLiteral("REAL"));
+}
