@@ -49,7 +49,7 @@ def written(pid):
 def kills(soak, seconds, seed):
     chance = random.Random(seed)
     soak.start_all("--task-timeout", "20")
-    files, tasks, counts = {}, [], {"client": 0, "worker": 0, "backend": 0}
+    files, ends, counts = {}, [], {"client": 0, "worker": 0, "backend": 0}
     device, shares = soak.device, soak.client.status()["shares"]
     end = time.monotonic() + seconds
     number = 0
@@ -63,6 +63,7 @@ def kills(soak, seconds, seed):
                 gone = chance.choice(sorted(files))
                 (soak.shared / gone).unlink()
                 del files[gone]
+        tasks = []
         for _ in range(chance.randrange(1, 4)):
             tasks.append(soak.backend.send(device, "search", {"query": chance.choice(sorted(files.values()) or ["x"])}))
         time.sleep(chance.random() * 0.5)  # the random moment
@@ -79,8 +80,9 @@ def kills(soak, seconds, seed):
         else:
             for worker in soak.client.workers():
                 os.kill(worker, signal.SIGKILL)
+        # Within the round: the backend's history is bounded.
+        ends += [soak.backend.finished(task)["state"] for task in tasks]
     soak.await_polling()
-    ends = [soak.backend.finished(task)["state"] for task in tasks]
     status = soak.client.status()
     faults = []
     if status["device_id"] != device or status["shares"] != shares or not status["authenticated"]:
@@ -97,7 +99,7 @@ def kills(soak, seconds, seed):
     present = {path.name for path in soak.shared.iterdir()}
     if present != set(files):
         faults.append("files differ from what was written")
-    print(f"seconds {seconds}, kills {counts}, files {len(files)}, tasks {len(tasks)}, faults {len(faults)}")
+    print(f"seconds {seconds}, kills {counts}, files {len(files)}, tasks {len(ends)}, faults {len(faults)}")
     for fault in faults[:20]:
         print("  " + fault)
     return 1 if faults else 0
