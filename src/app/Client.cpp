@@ -41,7 +41,8 @@ Client::Client(const Paths& paths, Deployment deployment)
       reader_(std::make_shared<DocumentReaderWorker>(
           DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
-      texts_(indexReader_, *types_), index_(indexSettings(paths), texts_, *types_),
+      indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
+      index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
       spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
     BookmarkStore::install(&bookmarks_);

@@ -62,7 +62,8 @@ private:
     std::shared_ptr<FolderBookmarks> folders_;
     std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
-    index::DocumentTextSource texts_;
+    index::DocumentTextSource indexTexts_;
+    index::DocumentTextSource queryTexts_;
     FileIndexSegments index_;
     GrantedFileIndex granted_;
     BookmarkStore bookmarks_;

@@ -10,8 +10,10 @@ namespace vennic {
 /// threads unharmed, it then stays without more results.
 class FileIndexSegments final : public FileIndex {
 public:
-    /// `texts` and `types` outlive it.
-    FileIndexSegments(index::IndexerSettings settings, index::TextSource& texts, const FileTypes& types);
+    /// `texts` is read for the index, `queryTexts` for a query that somebody waits for, so that it never stands behind
+    /// the index's own reading; they may be one. All outlive it.
+    FileIndexSegments(index::IndexerSettings settings, index::TextSource& texts, index::TextSource& queryTexts,
+                      const FileTypes& types);
 
     void setFolders(const QStringList& folders) override;
     std::unique_ptr<IndexQuery> query(const IndexPredicate& predicate, const QStringList& scopes,
