@@ -124,7 +124,7 @@ void measureWords(const std::vector<std::string>& words, Searcher& searcher, con
         for (int i = 0; i < rounds; ++i) {
             const auto start = Clock::now();
             const double before = threadCpu();
-            searcher.run(requestOf(word, folder, 10), indexer.folderGeneration(), stop, [](SearchHit) {});
+            searcher.run(requestOf(word, folder, 10), indexer.folderGeneration(), stop, [](const SearchHit&) {});
             processor.push_back((threadCpu() - before) * 1e3);
             times.push_back(since(start) * 1e3);
         }
@@ -141,8 +141,7 @@ void measureFreshness(Searcher& searcher, const Indexer& indexer, const std::str
     std::vector<double> names;
     std::vector<double> texts;
     for (int i = 0; i < rounds; ++i) {
-        const std::string name = "fraicheur" + std::to_string(i) + "n.txt";
-        const std::string path = folder + '/' + name;
+        const std::string path = (fs::path(folder) / ("fraicheur" + std::to_string(i) + "n.txt")).string();
         const auto start = Clock::now();
         std::ofstream(path) << "fraicheur" << i << "t\n";
         for (const auto& [word, times] : {std::pair("fraicheur" + std::to_string(i) + "n", &names),
@@ -150,7 +149,7 @@ void measureFreshness(Searcher& searcher, const Indexer& indexer, const std::str
             bool found = false;
             while (!found && since(start) < 30) {
                 searcher.run(requestOf(word, folder, 1), indexer.folderGeneration(), stop,
-                             [&](SearchHit) { found = true; });
+                             [&](const SearchHit&) { found = true; });
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
             }
             times->push_back(since(start) * 1e3);
@@ -199,7 +198,7 @@ int main(int count, char** arguments) {
         return 1;
     Searcher searcher(store, texts);
     const std::atomic<bool> stop = false;
-    searcher.run(requestOf("premiere", folder, 1), indexer.folderGeneration(), stop, [](SearchHit) {});
+    searcher.run(requestOf("premiere", folder, 1), indexer.folderGeneration(), stop, [](const SearchHit&) {});
     print("open", since(start) * 1e3, "ms");
     while (!indexer.status().ready)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
