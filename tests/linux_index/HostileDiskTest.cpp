@@ -139,11 +139,11 @@ TEST_F(HostileDiskTest, aReaderThatCanNeverBeHadLeavesTheDocumentsWaiting) {
     for (int i = 0; i < 30; ++i)
         world.put("f" + std::to_string(i) + ".txt", "kwartzite");
     world.share();
-    EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 8; }));
+    EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 16; }));
     EXPECT_TRUE(test::waitUntil([&] { return world.index().status().pending == 30; }));
     EXPECT_EQ(world.find(s("f2")).size(), 11); // by name meanwhile
     EXPECT_FALSE(world.index().status().ready);
-    EXPECT_EQ(world.texts.reads, 8);
+    EXPECT_EQ(world.texts.reads, 16); // eight documents, two tries each
     world.texts.dead = false;
     world.reopen();
     world.share();
@@ -166,6 +166,15 @@ TEST_F(HostileDiskTest, unreadableFoldersAndFilesAreFoundByName) {
         EXPECT_EQ(world.find(s("xylokarte")), QStringList());
     }
     fs::permissions(world.path() + "/clos", fs::perms::owner_all);
+}
+
+TEST_F(HostileDiskTest, aReaderThatIsEndedFromOutsideCostsNoDocumentItsText) {
+    world.share();
+    world.settle();
+    world.texts.killed = 1;
+    world.put("innocent.txt", "pervenche");
+    EXPECT_TRUE(world.finds(s("pervenche"), {s("innocent.txt")}));
+    EXPECT_EQ(world.texts.killed, 0);
 }
 
 TEST_F(HostileDiskTest, queriesBeyondTheLimitsAreRefusedOrCut) {

@@ -189,9 +189,12 @@ void Reconciler::readText(const Entry& known) {
     found->text = TextState::refused;
     TextSource::Result result;
     const TextState expected = expectedText(*found);
-    if (file && expected == TextState::waiting)
+    if (file && expected == TextState::waiting) {
         result = texts_.read(file.get(), known.name);
-    else if (expected == TextState::none)
+        // The reader may have been ended by somebody else: a document is to blame when it happens twice.
+        if (result.outcome == TextSource::Outcome::failed)
+            result = texts_.read(file.get(), known.name);
+    } else if (expected == TextState::none)
         found->text = TextState::none;
     const bool read = result.outcome == TextSource::Outcome::text;
     if (read)
