@@ -24,6 +24,8 @@ public:
             return {};
         return {name + QString::fromUtf8(file.readAll()), false, 0};
     }
+    bool isEnding() const override { return ending; }
+    bool ending = false;
     std::optional<DocumentFault> fault;
     std::optional<DocumentForm> asForm;
     qint64 asked = 0;
@@ -67,6 +69,12 @@ TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
     EXPECT_EQ(result.text, "x.rtfé");
     EXPECT_EQ(reader.asForm, DocumentForm::rtf);
     EXPECT_GE(reader.asked, 10485760);
+}
+
+TEST_F(DocumentTextSourceTest, aReaderThatIsEndingSaysNothingOfTheDocument) {
+    reader.fault = DocumentFault::worker;
+    reader.ending = true;
+    EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::ended);
 }
 
 TEST_F(DocumentTextSourceTest, tellsADeadReaderFromAnUnreadableDocument) {

@@ -177,6 +177,18 @@ TEST_F(HostileDiskTest, aReaderThatIsEndedFromOutsideCostsNoDocumentItsText) {
     EXPECT_EQ(world.texts.killed, 0);
 }
 
+TEST_F(HostileDiskTest, whatIsReadWhenTheProgramEndsIsReadAtTheNextStart) {
+    world.texts.ended = true;
+    world.put("entame.txt", "capucine");
+    world.share();
+    EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 1; }));
+    world.close();
+    world.texts.ended = false;
+    world.reopen();
+    world.share();
+    EXPECT_TRUE(world.finds(s("capucine"), {s("entame.txt")}));
+}
+
 TEST_F(HostileDiskTest, queriesBeyondTheLimitsAreRefusedOrCut) {
     world.put("a.txt", "kwartzite");
     world.share();

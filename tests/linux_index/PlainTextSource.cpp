@@ -10,6 +10,8 @@ TextSource::Form PlainTextSource::formOf(std::string_view name) const {
 
 TextSource::Result PlainTextSource::read(int file, std::string_view name) {
     ++reads;
+    if (ended)
+        return {Outcome::ended, {}};
     if (killed > 0 && killed-- > 0)
         return {Outcome::failed, {}};
     if (dead || name.find(deadly) != std::string_view::npos)

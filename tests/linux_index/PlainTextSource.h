@@ -14,9 +14,10 @@ public:
     Result read(int file, std::string_view name) override;
 
     std::atomic<int> reads = 0;
-    std::string deadly = "deadly";  // a file whose name holds this kills the reader
-    std::atomic<bool> dead = false; // the reader can't be had at all
-    std::atomic<int> killed = 0;    // so many times more it is ended from outside while it reads
+    std::string deadly = "deadly";   // a file whose name holds this kills the reader
+    std::atomic<bool> dead = false;  // the reader can't be had at all
+    std::atomic<bool> ended = false; // the reader ends with the program
+    std::atomic<int> killed = 0;     // so many times more it is ended from outside while it reads
 };
 
 } // namespace vennic::index::test

@@ -35,6 +35,8 @@ TextSource::Result DocumentTextSource::read(int file, std::string_view name) {
         const QString shown = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
         return {Outcome::text, reader_.readOpen(*form, file, shown, allCharacters).text.toStdString()};
     } catch (const DocumentReadError& error) {
+        if (reader_.isEnding())
+            return {Outcome::ended, {}};
         return {error.fault() == DocumentFault::worker ? Outcome::failed : Outcome::refused, {}};
     }
 }

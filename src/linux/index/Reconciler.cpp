@@ -194,8 +194,13 @@ void Reconciler::readText(const Entry& known) {
         // The reader may have been ended by somebody else: a document is to blame when it happens twice.
         if (result.outcome == TextSource::Outcome::failed)
             result = texts_.read(file.get(), known.name);
-    } else if (expected == TextState::none)
+    } else if (expected == TextState::none) {
         found->text = TextState::none;
+    }
+    if (result.outcome == TextSource::Outcome::ended) { // it stays waiting for the next start
+        pausedUntil_ = std::chrono::steady_clock::now() + readerPause;
+        return;
+    }
     const bool read = result.outcome == TextSource::Outcome::text;
     if (read)
         found->text = TextState::indexed;

@@ -20,6 +20,7 @@ public:
         text,
         refused, // there is none to be had until the file changes
         failed,  // the reader died or couldn't be started
+        ended,   // the reader has been ended with the program: nothing is said of the document
     };
     struct Result {
         Outcome outcome = Outcome::refused;

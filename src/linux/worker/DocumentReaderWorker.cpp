@@ -59,6 +59,9 @@ DocumentText DocumentReaderWorker::readOpen(DocumentForm form, int descriptor, c
     return read(*lane_, form, OpenedDocument(descriptor, name), maxChars);
 }
 
-void DocumentReaderWorker::close() { lane_->close(); }
+void DocumentReaderWorker::close() {
+    ending_ = true; // before a read fails of it
+    lane_->close();
+}
 
 } // namespace vennic

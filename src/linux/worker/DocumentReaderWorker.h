@@ -3,6 +3,7 @@
 #include "linux/worker/OpenDocumentReader.h"
 #include "ports/DocumentReader.h"
 
+#include <atomic>
 #include <memory>
 
 namespace vennic {
@@ -24,11 +25,14 @@ public:
     DocumentText pdf(const QString& path, qint64 maxChars) override;
     DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) override;
 
+    bool isEnding() const override { return ending_; }
+
     /// Ends the process at once: whoever reads gets a failure now, and so does whoever asks later.
     void close();
 
 private:
     std::unique_ptr<WorkerLane> lane_;
+    std::atomic<bool> ending_ = false;
 };
 
 } // namespace vennic

@@ -12,6 +12,8 @@ public:
     /// As DocumentReader reads a path; `descriptor` stays the caller's, `name` stands in sentences. Blocks. Raises
     /// DocumentReadError.
     virtual DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) = 0;
+    /// Whether the reader has been told to end: what fails from then on says nothing of the document.
+    virtual bool isEnding() const = 0;
 };
 
 } // namespace vennic
