@@ -19,7 +19,7 @@ index::IndexerSettings indexSettings(const Paths& paths) {
 }
 
 /// A folder that has moved is looked for on the disk, which may take seconds.
-QStringList resolvedPaths(std::shared_ptr<FolderBookmarks> folders, std::vector<BookmarkEntry> grants) {
+QStringList resolvedPaths(const std::shared_ptr<FolderBookmarks>& folders, const std::vector<BookmarkEntry>& grants) {
     QStringList paths;
     const BookmarkResolver resolver(*folders);
     for (const BookmarkEntry& grant : grants) {

@@ -143,7 +143,7 @@ CommandAnswer ClientCommands::share(const QStringList& paths) {
 CommandAnswer ClientCommands::shares() {
     const QJsonArray shares = sharesData(client_);
     QString text;
-    for (const QJsonValue& share : shares) {
+    for (const auto& share : shares) {
         const QString path = share[QLatin1String("path")].toString();
         text +=
             QStringLiteral("%1  %2\n")

@@ -12,8 +12,8 @@ namespace vennic {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds{90}; // the pairing call may take 80
-constexpr qsizetype maxRequestBytes = 64 * 1024;    // what the client reads of a request
+constexpr auto patience = std::chrono::seconds{90};         // the pairing call may take 80
+constexpr qsizetype maxRequestBytes = qsizetype{64} * 1024; // what the client reads of a request
 
 CommandRequest requestOf(const CommandLine& line) {
     CommandRequest request{*line.verb, line.arguments, {}};

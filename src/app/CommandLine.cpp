@@ -10,7 +10,7 @@ namespace {
 
 constexpr qsizetype many = std::numeric_limits<qsizetype>::max();
 constexpr qsizetype maxArguments = 4096;
-constexpr qsizetype maxCharacters = 64 * 1024;
+constexpr qsizetype maxCharacters = qsizetype{64} * 1024;
 
 constexpr std::array verbTable{
     Verb{QLatin1String("status"), QLatin1String(""), 0, 0, true, u"dit où en sont le compte, le pont et l'index", u""},

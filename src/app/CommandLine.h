@@ -14,11 +14,11 @@ enum class ExitStatus { done = 0, failed = 1, usage = 2, noClient = 3 };
 struct Verb {
     QLatin1String name;
     QLatin1String arguments; // as shown in the usage line
-    qsizetype least;         // number of arguments
-    qsizetype most;
-    bool printsData;     // takes --json
-    QStringView summary; // one French line
-    QStringView details; // French, may be empty
+    qsizetype least = 0;     // number of arguments
+    qsizetype most = 0;
+    bool printsData = false; // takes --json
+    QStringView summary;     // one French line
+    QStringView details;     // French, may be empty
 };
 
 /// All verbs, in the order of the help.
