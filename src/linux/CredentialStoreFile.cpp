@@ -124,13 +124,13 @@ CredentialStoreFile::Content CredentialStoreFile::load() const {
     // O_NONBLOCK: a pipe in the file's place must not hold us.
     const FileDescriptor file(
         ::open(QFile::encodeName(path_).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!file)
+    if (!file.isOpen())
         return {errno == ENOENT ? Condition::sound : Condition::unreadable, {}};
     struct stat status{};
-    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid() ||
+    if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid() ||
         (status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
         return {Condition::unreadable, {}};
-    auto bytes = readAll(file.get(), maxFileBytes);
+    auto bytes = readAll(file.number(), maxFileBytes);
     if (!bytes)
         return {Condition::unreadable, {}};
     Content content = parse(*bytes);
@@ -179,9 +179,9 @@ bool CredentialStoreFile::store(const std::vector<Entry>& entries) const {
     }
     QByteArray temporary = QFile::encodeName(path_) + ".XXXXXX";
     const FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC)); // made 0600
-    if (!file)
+    if (!file.isOpen())
         return false;
-    const bool written = writeAll(file.get(), bytes) && fsync(file.get()) == 0 &&
+    const bool written = writeAll(file.number(), bytes) && fsync(file.number()) == 0 &&
                          rename(temporary.constData(), QFile::encodeName(path_).constData()) == 0;
     wipe(bytes);
     if (!written) {
@@ -190,7 +190,7 @@ bool CredentialStoreFile::store(const std::vector<Entry>& entries) const {
     }
     // The new name lasts only when the folder is on the disk too.
     const FileDescriptor parent(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return !parent || fsync(parent.get()) == 0;
+    return !parent.isOpen() || fsync(parent.number()) == 0;
 }
 
 bool CredentialStoreFile::setAside() const {

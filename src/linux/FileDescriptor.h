@@ -8,7 +8,7 @@ namespace vennic {
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    explicit FileDescriptor(int fd) : fd_(fd) {}
+    explicit FileDescriptor(int fd) noexcept : fd_(fd) {}
     FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
         std::swap(fd_, other.fd_);
@@ -20,8 +20,8 @@ public:
         if (fd_ >= 0)
             ::close(fd_);
     }
-    explicit operator bool() const noexcept { return fd_ >= 0; }
-    int get() const noexcept { return fd_; }
+    bool isOpen() const noexcept { return fd_ >= 0; }
+    int number() const noexcept { return fd_; }
 
 private:
     int fd_ = -1;

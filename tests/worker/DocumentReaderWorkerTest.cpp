@@ -1,6 +1,6 @@
 #include "linux/worker/DocumentReaderWorker.h"
 
-#include "linux/worker/FileDescriptor.h"
+#include "linux/FileDescriptor.h"
 #include "support/Await.h"
 #include "worker/PdfMaker.h"
 #include "worker/ReadDocument.h"

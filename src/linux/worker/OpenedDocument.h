@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/worker/FileDescriptor.h"
+#include "linux/FileDescriptor.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #pragma once
 #include "base/DocumentWire.h"
+#include "linux/FileDescriptor.h"
 #include "linux/worker/DocumentWorkerOptions.h"
-#include "linux/worker/FileDescriptor.h"
 #include "linux/worker/OpenedDocument.h"
 
 #include <QByteArray>
