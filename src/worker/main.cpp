@@ -1,5 +1,5 @@
+#include "base/IdlePriority.h"
 #include "worker/Box.h"
-#include "worker/IdlePriority.h"
 #include "worker/ReadDocument.h"
 #include "worker/Serve.h"
 
@@ -24,7 +24,7 @@ int main(int count, char** arguments) {
     }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (count > 1 && std::string_view(arguments[1]) == "--background")
-        vennic::worker::takeIdlePriority();
+        vennic::takeIdlePriority();
     vennic::worker::warmUpReaders();
     const auto box = vennic::worker::lockDown({});
     if (!vennic::worker::sendHello(socketNumber, box) || box != vennic::wire::BoxState::boxed)
