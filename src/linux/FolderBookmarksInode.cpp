@@ -47,11 +47,11 @@ QString reason(int error) {
     throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(reason(error)));
 }
 
-FileHandle openToAccess(const QByteArray& path) {
+FileDescriptor openToAccess(const QByteArray& path) {
     open_how how{};
     how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
     how.resolve = RESOLVE_NO_MAGICLINKS;
-    return FileHandle(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
+    return FileDescriptor(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
 }
 
 } // namespace
@@ -119,7 +119,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
 
 bool FolderBookmarksInode::startAccessing(const QString& path) {
     const auto native = nativePath(path);
-    FileHandle folder = native ? openToAccess(*native) : FileHandle();
+    FileDescriptor folder = native ? openToAccess(*native) : FileDescriptor();
     if (!folder.isOpen())
         return false;
     const std::lock_guard lock(mutex_);

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/FileHandle.h"
+#include "linux/FileDescriptor.h"
 #include "linux/FolderIdentity.h"
 #include "ports/FolderBookmarks.h"
 
@@ -38,7 +38,7 @@ private:
         std::chrono::seconds pause{0};
     };
     struct Access {
-        FileHandle folder;
+        FileDescriptor folder;
         int count = 0;
     };
     std::optional<QString> searchFor(const QByteArray& bookmark, const FolderIdentity& wanted);

@@ -1,6 +1,6 @@
 #include "linux/MovedFolderSearch.h"
 
-#include "linux/FileHandle.h"
+#include "linux/FileDescriptor.h"
 #include "linux/NativePath.h"
 
 #include <cerrno>
