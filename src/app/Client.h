@@ -4,6 +4,7 @@
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
+#include "app/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/Deployment.h"
 #include "core/AppSession.h"
@@ -18,6 +19,8 @@
 #include "linux/index/FileIndexSegments.h"
 #include "linux/worker/DocumentReaderWorker.h"
 
+#include <functional>
+
 namespace vennic {
 
 /// All that the running client is made of, built in the order of its members and torn down in the other.
@@ -30,10 +33,15 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client();
 
+    /// Calls `quit` once the backend knows of a sign-out, or has had three seconds to hear of it; at once when there is
+    /// none, and when asked a second time.
+    void end(const std::function<void()>& quit);
+
     AppSession& session() { return *session_; }
     BridgeService& bridge() { return *bridge_; }
     BookmarkStore& bookmarks() { return bookmarks_; }
-    FolderBookmarks& folders() { return *folders_; }
+    /// The grants, and where their folders are now.
+    Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
     const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
     SpotlightSearch& spotlight() { return spotlight_; }
@@ -74,6 +82,7 @@ private:
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
+    bool ending_ = false;
     Job following_;
     Scope jobs_;
 };

@@ -21,8 +21,9 @@ private:
     Task<CommandAnswer> search(QString words);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
-    CommandAnswer shares();
-    CommandAnswer unshare(const QStringList& names);
+    Task<CommandAnswer> shares();
+    Task<CommandAnswer> unshare(QStringList names);
+    Task<CommandAnswer> status();
     CommandAnswer bridge(bool on);
     CommandAnswer open(const QString& address);
 
