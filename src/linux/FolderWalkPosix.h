@@ -23,7 +23,7 @@ private:
     static constexpr std::size_t bufferBytes = 32'768;
     struct Level {
         FileDescriptor folder; // closed while 64 deeper ones are open
-        QString path;      // with a slash at its end
+        QString path;          // with a slash at its end
         qsizetype pathBytes = 0;
         quint64 device = 0; // with the inode, once it was closed
         quint64 inode = 0;
