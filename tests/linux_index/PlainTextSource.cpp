@@ -12,10 +12,16 @@ TextSource::Result PlainTextSource::read(int file, std::string_view name) {
     ++reads;
     if (ended)
         return {Outcome::ended, {}};
+    if (dead)
+        return {Outcome::unavailable, {}};
     if (killed > 0 && killed-- > 0)
-        return {Outcome::failed, {}};
-    if (dead || name.find(deadly) != std::string_view::npos)
-        return {Outcome::failed, {}};
+        return {Outcome::interrupted, {}};
+    if (name.find(deadly) != std::string_view::npos)
+        return {Outcome::crashed, {}};
+    if (during)
+        during(name);
+    if (halves > 0 && halves-- > 0)
+        return {Outcome::refused, {}};
     Result result{Outcome::text, {}};
     char buffer[65536];
     off_t at = 0;

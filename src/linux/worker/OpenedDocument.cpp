@@ -1,7 +1,7 @@
 #include "linux/worker/OpenedDocument.h"
 
 #include "base/DocumentWire.h"
-#include "ports/DocumentReader.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -41,6 +41,8 @@ OpenedDocument::OpenedDocument(const QString& path) : path_(path) {
 
 OpenedDocument::OpenedDocument(int descriptor, const QString& name)
     : path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
+    if (!file_.isOpen() && errno != EBADF) // none is left
+        throw WorkerFailure(WorkerFailure::Cause::unavailable, unreadableSentence(path_, errno));
     check();
 }
 

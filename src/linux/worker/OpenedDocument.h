@@ -10,7 +10,8 @@ namespace vennic {
 class OpenedDocument {
 public:
     explicit OpenedDocument(const QString& path);
-    /// The same of a file that somebody has opened already; `name` stands in sentences.
+    /// The same of a file that somebody has opened already; `name` stands in sentences. Raises WorkerFailure
+    /// (unavailable) when there are no descriptors left.
     OpenedDocument(int descriptor, const QString& name);
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }

@@ -1,14 +1,14 @@
 #include "linux/worker/WorkerLane.h"
 
-#include "ports/DocumentReader.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <sys/eventfd.h>
 
 namespace vennic {
 namespace {
 
-DocumentReadError abandoned() {
-    return {DocumentFault::worker, QStringLiteral("La lecture du document a été abandonnée.")};
+WorkerFailure abandoned() {
+    return {WorkerFailure::Cause::unavailable, QStringLiteral("La lecture du document a été abandonnée.")};
 }
 
 } // namespace
@@ -92,7 +92,8 @@ WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
         // A process that waited may die before the request reaches it, which is nobody's fault.
         process_.reset();
         if (isFresh)
-            throw DocumentReadError(DocumentFault::worker, QStringLiteral("La lecture du document s'est interrompue."));
+            throw WorkerFailure(WorkerFailure::Cause::unavailable,
+                                QStringLiteral("La lecture du document s'est interrompue."));
     }
 }
 

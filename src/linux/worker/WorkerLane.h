@@ -19,7 +19,7 @@ public:
     ~WorkerLane();
     Q_DISABLE_COPY_MOVE(WorkerLane)
 
-    /// Blocks until the answer is there. Raises DocumentReadError (worker). From any thread.
+    /// Blocks until the answer is there. Raises WorkerFailure. From any thread.
     WorkerProcess::Reply ask(wire::Form form, std::uint64_t mostCharacters, const OpenedDocument& document);
     /// Ends the process and fails every request, those to come too. From any thread.
     void close();
