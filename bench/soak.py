@@ -3,6 +3,8 @@
 
   kills SECONDS   kills client, worker and backend at random moments while tasks, files and grants come and go;
                   then compares everything with what must be there
+  readers SECONDS  the same for the document processes alone, which are killed as soon as they are there while documents
+                  come; an optional last number is the seed of both
   idle SECONDS    lets the client poll, and prints its memory, wake-ups and disk writes over time
 """
 import contextlib
@@ -163,6 +165,34 @@ def kills(soak, seconds, seed):
     return 1 if faults else 0
 
 
+def readers(soak, seconds, seed):
+    chance = random.Random(seed)
+    soak.start_all()
+    files, killed, number = {}, 0, 0
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        for _ in range(5):
+            number += 1
+            name, word = f"fiche-{number}.txt", f"mot{number}x"
+            soak.write(name, f"fiche {number} {word}\n")
+            files[name] = word
+        pause = time.monotonic() + 1
+        while time.monotonic() < pause:
+            for worker in soak.client.workers():
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(worker, signal.SIGKILL)
+                    killed += 1
+            time.sleep(chance.random() * 0.02)
+    begun = time.monotonic()
+    wait_for(lambda: soak.client.status()["index"]["ready"], "the index is settled", 600)
+    print(f"settled after {time.monotonic() - begun:.1f} s")
+    lost = missing(soak, files)
+    print(f"seconds {seconds}, readers killed {killed}, files {len(files)}, texts lost {len(lost)}")
+    for fault in lost[:20]:
+        print("  " + fault)
+    return 1 if lost else 0
+
+
 def idle(soak, seconds):
     for number in range(50):
         soak.write(f"fiche-{number}.txt", f"fiche {number}\n")
@@ -181,7 +211,7 @@ def idle(soak, seconds):
 
 
 def main():
-    if len(sys.argv) not in (3, 4) or sys.argv[1] not in ("kills", "idle"):
+    if len(sys.argv) not in (3, 4) or sys.argv[1] not in ("kills", "readers", "idle"):
         sys.exit(__doc__)
     soak = Soak()
     soak.setUp()
@@ -191,7 +221,7 @@ def main():
         if sys.argv[1] == "idle":
             return idle(soak, seconds)
         print(f"seed {seed}")
-        return kills(soak, seconds, seed)
+        return (readers if sys.argv[1] == "readers" else kills)(soak, seconds, seed)
     finally:
         soak.doCleanups()
 
