@@ -1,5 +1,5 @@
 #pragma once
-#include "ports/DocumentReader.h"
+#include "ports/DocumentReadError.h"
 
 namespace vennic {
 
