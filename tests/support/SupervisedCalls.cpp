@@ -24,7 +24,7 @@ namespace vennic::test {
 
 namespace {
 
-constexpr std::array supervised{SYS_write,     SYS_pwrite64, SYS_writev, SYS_fsync,   SYS_fdatasync,
+constexpr std::array supervised{SYS_write,     SYS_pwrite64,  SYS_writev, SYS_fsync,   SYS_fdatasync,
                                 SYS_ftruncate, SYS_fallocate, SYS_unlink, SYS_unlinkat};
 
 /// Gives the descriptor by which this thread's calls, and those of the threads that it starts, are judged.
@@ -40,8 +40,7 @@ int install() {
     const sock_fprog program{static_cast<unsigned short>(at), filter.data()};
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return -1;
-    return static_cast<int>(
-        syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
+    return static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
 }
 
 FileCall::Kind kindOf(long number) {

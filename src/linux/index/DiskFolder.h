@@ -30,7 +30,7 @@ std::optional<Entry> statOf(int file);
 bool tellsOfAbsence(int error);
 
 struct Listing {
-    std::vector<Entry> entries; // that aren't hidden
+    std::vector<Entry> entries;      // that aren't hidden
     std::vector<std::string> unseen; // names of entries that couldn't be looked at, for reasons that aren't theirs
 };
 /// All of a folder; nothing when it can't be read.

@@ -33,8 +33,8 @@ struct IndexerStatus {
     std::int64_t files = 0, waiting = 0, bytes = 0;
     bool ready = false, watchLimited = false;
     bool remote = false; // some folders lie where changes aren't told
-    int fault = 0;      // errno of what keeps it from working, 0 when all is well
-    bool inUse = false; // another process has the index
+    int fault = 0;       // errno of what keeps it from working, 0 when all is well
+    bool inUse = false;  // another process has the index
 };
 
 /// Keeps the index in line with the disk on one idle-priority thread, which sleeps until something happens. Its

@@ -6,7 +6,8 @@ namespace vennic::index {
 /// The open index of an indexer with everything that works on it.
 struct Indexer::Work {
     Work(const IndexerSettings& settings, TextSource& texts)
-        : store(settings.directory, settings.limits), watches(settings.watchBudget), reconciler(store, watches, texts, settings.reconciler), walk(store, reconciler) {}
+        : store(settings.directory, settings.limits), watches(settings.watchBudget),
+          reconciler(store, watches, texts, settings.reconciler), walk(store, reconciler) {}
 
     IndexStore store;
     Watches watches;

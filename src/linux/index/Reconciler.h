@@ -18,8 +18,8 @@ struct ReconcilerSettings {
     /// Until a document is read again that was read in vain, and until a reader that couldn't be had is asked again.
     /// Each further wait is four times as long.
     std::chrono::milliseconds firstRetry{1000};
-    /// In how much time a file may change twice without a change of its times. A text read so soon after a change is read
-    /// again at the next look.
+    /// In how much time a file may change twice without a change of its times. A text read so soon after a change is
+    /// read again at the next look.
     std::chrono::milliseconds tick{50};
     std::chrono::milliseconds coarseTick{2100}; // where only whole seconds are kept
     std::function<Volume(int folder)> volumeOf = index::volumeOf;

@@ -26,7 +26,8 @@ public:
     explicit Watches(std::size_t budget);
 
     int descriptor() const { return inotify_.get(); }
-    /// Watches an open folder, in place of what had its identifier before. False when the budget or the system's limit is reached.
+    /// Watches an open folder, in place of what had its identifier before. False when the budget or the system's limit
+    /// is reached.
     bool add(std::uint32_t folder, int openFolder);
     void remove(std::uint32_t folder);
     bool has(std::uint32_t folder) const { return byFolder_.contains(folder); }

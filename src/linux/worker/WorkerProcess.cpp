@@ -114,7 +114,8 @@ public:
         while (true) {
             // Processor time can't pass faster than the clock, so nothing can be over before this.
             const std::chrono::nanoseconds cpuLeft = cpuEnd_ - process_.cpuTime();
-            const std::chrono::nanoseconds left = std::min<std::chrono::nanoseconds>(cpuLeft, wallEnd_ - Monotonic::now());
+            const std::chrono::nanoseconds left =
+                std::min<std::chrono::nanoseconds>(cpuLeft, wallEnd_ - Monotonic::now());
             if (left <= 0ns)
                 failSlow(cpuLeft <= 0ns ? Cause::document : Cause::interrupted);
             std::array<pollfd, 2> waited{{{process_.socket_.number(), POLLIN, 0}, {process_.abandon_, POLLIN, 0}}};
