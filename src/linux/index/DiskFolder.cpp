@@ -109,7 +109,7 @@ bool tellsOfAbsence(int error) {
 
 std::optional<Listing> listFolder(int folder) {
     Listing listing;
-    alignas(8) std::array<char, 32768> buffer;
+    alignas(8) std::array<char, 32768> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): the kernel fills it
     if (lseek(folder, 0, SEEK_SET) < 0)
         return std::nullopt;
     for (;;) {

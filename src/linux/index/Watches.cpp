@@ -58,6 +58,7 @@ void Watches::clear() { *this = Watches(budget_); }
 
 std::vector<Change> Watches::read() {
     std::vector<Change> changes;
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the kernel fills it
     alignas(inotify_event) std::array<char, 65536> buffer;
     // Who writes without end must not keep us here.
     for (int round = 0; round < mostRounds; ++round) {
