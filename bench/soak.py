@@ -25,12 +25,12 @@ class Soak(Scene):
         pass
 
 
-def proportional_memory(pid):
-    """PSS in kB: the process's own pages and its share of the common ones."""
-    for line in pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
-        if line.startswith("Pss:"):
-            return int(line.split()[1])
-    raise RuntimeError("no Pss line")
+def memory(pid):
+    """PSS in kB, the process's own pages and its share of the common ones; and its own written pages alone, which other
+    programs with the same libraries don't change by coming and going."""
+    lines = pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()
+    kilobytes = {line.split()[0]: int(line.split()[1]) for line in lines[1:]}
+    return kilobytes["Pss:"], kilobytes["Private_Dirty:"]
 
 
 def wake_ups(pid):
@@ -107,6 +107,16 @@ def missing(soak, files):
     return faults
 
 
+def end_workers(soak):
+    """Kills the document processes of the client, and gives how many there were."""
+    killed = 0
+    for worker in soak.client.workers():
+        with contextlib.suppress(ProcessLookupError):  # it may end by itself meanwhile
+            os.kill(worker, signal.SIGKILL)
+            killed += 1
+    return killed
+
+
 def kills(soak, seconds, seed):
     chance = random.Random(seed)
     soak.start_all("--task-timeout", "20")
@@ -139,8 +149,7 @@ def kills(soak, seconds, seed):
             time.sleep(chance.random() * 0.2)
             soak.backend.start("--task-timeout", "20")
         else:
-            for worker in soak.client.workers():
-                os.kill(worker, signal.SIGKILL)
+            end_workers(soak)
         # Within the round: the backend's history is bounded.
         ends += [soak.backend.finished(task)["state"] for task in tasks]
     soak.await_polling()
@@ -178,10 +187,7 @@ def readers(soak, seconds, seed):
             files[name] = word
         pause = time.monotonic() + 1
         while time.monotonic() < pause:
-            for worker in soak.client.workers():
-                with contextlib.suppress(ProcessLookupError):
-                    os.kill(worker, signal.SIGKILL)
-                    killed += 1
+            killed += end_workers(soak)
             time.sleep(chance.random() * 0.02)
     begun = time.monotonic()
     wait_for(lambda: soak.client.status()["index"]["ready"], "the index is settled", 600)
@@ -200,13 +206,16 @@ def idle(soak, seconds):
     wait_for(lambda: soak.client.status()["index"]["ready"], "the index is settled")
     pid = soak.client.process.pid
     time.sleep(5)  # what follows a start has settled
-    first, waked, wrote, begun = proportional_memory(pid), wake_ups(pid), written(pid), time.monotonic()
-    print(f"{'s':>5} {'PSS kB':>8} {'wake-ups/s':>11} {'written B':>10}")
+    first, waked, wrote, begun = memory(pid), wake_ups(pid), written(pid), time.monotonic()
+    print(f"{'s':>5} {'PSS kB':>8} {'own kB':>8} {'wake-ups/s':>11} {'written B':>10}")
     while (passed := time.monotonic() - begun) < seconds:
         time.sleep(min(30, seconds - passed + 0.1))
         passed = time.monotonic() - begun
-        print(f"{passed:5.0f} {proportional_memory(pid):8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}")
-    print(f"growth {proportional_memory(pid) - first} kB in {seconds} s; polls and status calls only")
+        shared, own = memory(pid)
+        print(f"{passed:5.0f} {shared:8} {own:8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}", flush=True)
+    last = memory(pid)
+    print(f"growth {last[0] - first[0]} kB of PSS, {last[1] - first[1]} kB of its own written pages in {seconds} s; "
+          "polls only")
     return 0
 
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <future>
@@ -59,11 +60,15 @@ FileCall::Kind kindOf(long number) {
 }
 
 /// The threads share one memory, so that the names that calls are given can be read as they stand.
+std::string textAt(std::uint64_t address) {
+    return reinterpret_cast<const char*>(address); // NOLINT(performance-no-int-to-ptr): the kernel gives numbers
+}
+
 std::string pathOf(const seccomp_data& call) {
     if (call.nr == SYS_unlink)
-        return reinterpret_cast<const char*>(call.args[0]);
+        return textAt(call.args[0]);
     if (call.nr == SYS_unlinkat)
-        return reinterpret_cast<const char*>(call.args[1]);
+        return textAt(call.args[1]);
     std::array<char, PATH_MAX> path{};
     const std::string link = "/proc/self/fd/" + std::to_string(static_cast<int>(call.args[0]));
     const ssize_t size = readlink(link.c_str(), path.data(), path.size());

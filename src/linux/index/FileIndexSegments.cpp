@@ -89,7 +89,7 @@ QString problemOf(const index::IndexerStatus& status) {
 
 } // namespace
 
-FileIndexSegments::FileIndexSegments(index::IndexerSettings settings, index::TextSource& texts,
+FileIndexSegments::FileIndexSegments(const index::IndexerSettings& settings, index::TextSource& texts,
                                      index::TextSource& queryTexts, const FileTypes& types)
     : types_(types), indexer_(std::make_unique<index::Indexer>(settings, texts)),
       queries_(std::make_shared<index::QueryThread>(settings.directory, *indexer_, queryTexts)) {}
