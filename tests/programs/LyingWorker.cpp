@@ -1,6 +1,7 @@
 // Answers as a document process that somebody took over might. Which lie it tells is in the name it is started by.
 #include "base/DocumentWire.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -60,6 +61,8 @@ void answer(std::string_view lie, const wire::Request& request) {
     answer.fileBytes = 4;
     std::string text = "ab";
     answer.truncated = 1;
+    if (lie == "crashes")
+        abort();
     if (lie == "never-answers")
         pause();
     if (lie == "busy-for-ever")

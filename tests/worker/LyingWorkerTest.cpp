@@ -45,12 +45,30 @@ INSTANTIATE_TEST_SUITE_P(Lies, LyingWorker,
                                            "not-utf8", "surrogate", "more-than-asked", "cut-too-early",
                                            "error-with-text", "endless-text", "more-text-than-possible",
                                            "unparsable-text-file", "too-large-a-file", "strange-error",
-                                           "half-an-answer", "half-a-text", "busy-for-ever", "never-answers",
+                                           "half-an-answer", "half-a-text", "crashes", "busy-for-ever", "never-answers",
                                            "silent-from-the-start"),
                          [](const auto& info) {
                              QString name = QString::fromLatin1(info.param);
                              return name.remove(u'-').toStdString();
                          });
+
+TEST(LyingWorkerOnce, whatFailedSaysWhetherTheDocumentMayBeToBlame) {
+    using Cause = WorkerFailure::Cause;
+    for (const auto& [lie, cause] : {std::pair{"strange-hello", Cause::unavailable},
+                                     {"hello-of-tomorrow", Cause::unavailable},
+                                     {"unboxed", Cause::unavailable},
+                                     {"ends-at-once", Cause::unavailable},
+                                     {"crashes", Cause::document},
+                                     {"half-an-answer", Cause::document},
+                                     {"strange-answer", Cause::document},
+                                     {"not-utf8", Cause::document},
+                                     {"busy-for-ever", Cause::document},
+                                     {"never-answers", Cause::interrupted}}) {
+        Liar liar(QString::fromLatin1(lie));
+        const QString document = liar.document();
+        EXPECT_EQ(causeOf([&] { liar.reader().plainText(document, 2); }), cause) << lie;
+    }
+}
 
 TEST(LyingWorkerOnce, anHonestAnswerIsTaken) {
     Liar liar(QStringLiteral("honest"));

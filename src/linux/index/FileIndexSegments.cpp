@@ -80,6 +80,9 @@ QString problemOf(const index::IndexerStatus& status) {
     if (status.watchLimited)
         return QStringLiteral("Le système ne permet pas de surveiller tous les dossiers : les changements y sont "
                               "trouvés plus tard.");
+    if (status.remote)
+        return QStringLiteral("Des dossiers partagés se trouvent sur un volume distant : les changements y sont "
+                              "trouvés plus tard.");
     return {};
 }
 

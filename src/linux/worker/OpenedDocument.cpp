@@ -1,6 +1,6 @@
 #include "linux/worker/OpenedDocument.h"
 
-#include "ports/DocumentReadError.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -40,6 +40,8 @@ OpenedDocument::OpenedDocument(const QString& path, qint64 mostBytes) : path_(pa
 
 OpenedDocument::OpenedDocument(int descriptor, const QString& name, qint64 mostBytes)
     : path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
+    if (!file_.isOpen() && errno != EBADF) // none is left
+        throw WorkerFailure(WorkerFailure::Cause::unavailable, unreadableSentence(path_, errno));
     check(mostBytes);
 }
 

@@ -11,7 +11,8 @@ namespace vennic {
 class OpenedDocument {
 public:
     OpenedDocument(const QString& path, qint64 mostBytes);
-    /// The same of a file that somebody has opened already; `name` stands in sentences.
+    /// The same of a file that somebody has opened already; `name` stands in sentences. Raises WorkerFailure
+    /// (unavailable) when there are no descriptors left.
     OpenedDocument(int descriptor, const QString& name, qint64 mostBytes);
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }

@@ -1,14 +1,14 @@
 #include "linux/worker/WorkerLane.h"
 
-#include "ports/DocumentReadError.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <sys/eventfd.h>
 
 namespace vennic {
 namespace {
 
-DocumentReadError abandoned() {
-    return {DocumentFault::worker, QStringLiteral("La lecture du document a été abandonnée.")};
+WorkerFailure abandoned() {
+    return {WorkerFailure::Cause::unavailable, QStringLiteral("La lecture du document a été abandonnée.")};
 }
 
 void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
@@ -20,8 +20,8 @@ void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
     case wire::Outcome::tooLarge:
         throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
     case wire::Outcome::beyondBox:
-        throw DocumentReadError(DocumentFault::worker,
-                                QStringLiteral("La lecture du document demande trop de mémoire."));
+        throw WorkerFailure(WorkerFailure::Cause::document,
+                            QStringLiteral("La lecture du document demande trop de mémoire."));
     case wire::Outcome::unparsable:
         break;
     }
@@ -112,7 +112,8 @@ WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
         // A process that waited may die before the request reaches it, which is nobody's fault.
         process_.reset();
         if (isFresh)
-            throw DocumentReadError(DocumentFault::worker, QStringLiteral("La lecture du document s'est interrompue."));
+            throw WorkerFailure(WorkerFailure::Cause::unavailable,
+                                QStringLiteral("La lecture du document s'est interrompue."));
     }
 }
 
