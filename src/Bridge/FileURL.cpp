@@ -33,6 +33,10 @@ FileURL FileURL::deletingLastPathComponent() const {
     return FileURL{slash <= 0 ? QStringLiteral("/") : trimmed.first(slash).toString()};
 }
 
+FileURL FileURL::appendingPathComponent(const QString& component) const {
+    return FileURL{path.endsWith(u'/') ? path + component : path + u'/' + component};
+}
+
 FileURL FileURL::standardized() const {
     QStringList kept;
     for (const QStringView piece : QStringView(path).split(u'/', Qt::SkipEmptyParts)) {
@@ -44,6 +48,10 @@ FileURL FileURL::standardized() const {
             kept.removeLast();
     }
     return FileURL{u'/' + kept.join(u'/')};
+}
+
+bool FileURL::isOrLiesUnder(const FileURL& folder) const {
+    return path == folder.path || path.startsWith(folder.path + u'/');
 }
 
 QString displayPath(const QString& path, const QString& homeDirectory) {
