@@ -22,6 +22,8 @@ public:
         if (number_ >= 0)
             ::close(std::exchange(number_, -1));
     }
+    /// Gives the descriptor away.
+    [[nodiscard]] int release() noexcept { return std::exchange(number_, -1); }
     int number() const noexcept { return number_; }
     bool isOpen() const noexcept { return number_ >= 0; }
 
