@@ -1,8 +1,6 @@
 #pragma once
 #include "Bridge/FileURL.h"
 
-#include <QStringList>
-
 #include <optional>
 
 namespace vennic {
@@ -11,17 +9,17 @@ namespace vennic {
 class SubPath {
 public:
     /// None for a text that begins with a slash and for one with ".." among its pieces. Empty pieces are dropped.
-    static std::optional<SubPath> parse(const QString& text);
+    static std::optional<SubPath> parse(QStringView text);
 
     /// The pieces with a slash between them; empty for the shared folder itself.
-    QString normalized() const { return pieces_.join(u'/'); }
+    const QString& normalized() const { return normalized_; }
     /// The folder that it leads to; none when it lies neither at `root` nor under it once both are standardised.
     /// Symbolic links are not followed.
     std::optional<FileURL> below(const FileURL& root) const;
 
 private:
-    explicit SubPath(QStringList pieces) : pieces_(std::move(pieces)) {}
-    QStringList pieces_;
+    explicit SubPath(QString normalized) : normalized_(std::move(normalized)) {}
+    QString normalized_;
 };
 
 } // namespace vennic
