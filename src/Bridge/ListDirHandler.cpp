@@ -40,11 +40,6 @@ struct Outcome {
     std::optional<ScopedAccess> access;    // closed when the answer has been sent or given up
 };
 
-struct KeyedEntry {
-    NameCollation::Key key;
-    FolderEntry entry;
-};
-
 /// Makes one listing; lives on the pool, where a folder on a slow disk holds up nothing else.
 class Lister {
 public:
@@ -80,7 +75,7 @@ private:
             BridgeListDirResult result;
             result.folder_id = order_.args.folderId;
             result.sub_path = subPath.normalized();
-            result.items = items(sorted(entriesOf(*folder)), result.sub_path);
+            result.items = items(sortedEntries(*folder), result.sub_path);
             Listing listing;
             listing.handles = handles(result.items, *folder);
             listing.body = encodeBridgeSuccessBody(std::move(result));
@@ -90,31 +85,36 @@ private:
         }
     }
 
-    std::vector<KeyedEntry> entriesOf(const FileURL& folder) const {
+    std::vector<FolderEntry> sortedEntries(const FileURL& folder) const {
+        struct Keyed {
+            NameCollation::Key key;
+            FolderEntry entry;
+        };
         const NameCollation collation;
         const auto listing = order_.files->list(folder.path);
-        std::vector<KeyedEntry> entries;
+        std::vector<Keyed> keyed;
         while (auto entry = listing->next()) {
             if (order_.stop.stop_requested())
                 break;
             auto key = collation.key(entry->name);
-            entries.push_back({std::move(key), *std::move(entry)});
+            keyed.push_back({std::move(key), *std::move(entry)});
         }
+        keyed = stablySorted(std::move(keyed), [](const Keyed& a, const Keyed& b) { return a.key < b.key; });
+        std::vector<FolderEntry> entries;
+        entries.reserve(keyed.size());
+        for (Keyed& each : keyed)
+            entries.push_back(std::move(each.entry));
         return entries;
     }
 
-    static std::vector<KeyedEntry> sorted(std::vector<KeyedEntry> entries) {
-        return stablySorted(std::move(entries), [](const KeyedEntry& a, const KeyedEntry& b) { return a.key < b.key; });
-    }
-
-    std::vector<BridgeListDirResult::Item> items(std::vector<KeyedEntry> entries, const QString& subPath) {
+    std::vector<BridgeListDirResult::Item> items(std::vector<FolderEntry> entries, const QString& subPath) {
         std::vector<BridgeListDirResult::Item> items;
         items.reserve(entries.size());
         const QString prefix = subPath.isEmpty() ? QString() : subPath + u'/';
-        for (KeyedEntry& each : entries) {
+        for (FolderEntry& entry : entries) {
             if (order_.stop.stop_requested())
                 break;
-            items.push_back(item(std::move(each.entry), prefix));
+            items.push_back(item(std::move(entry), prefix));
         }
         return items;
     }

@@ -4,6 +4,7 @@
 #include "backend/PinnedRoots.h"
 #include "base/Pool.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/SpareMemory.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -60,6 +61,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .reader = reader_,
     });
     BridgeService::install(bridge_.get());
+    returnMemoryAfterTasks();
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
         .keychain = keychain_,
@@ -84,6 +86,17 @@ Client::~Client() {
     AppSession::install(nullptr);
     BridgeService::install(nullptr);
     BookmarkStore::install(nullptr);
+}
+
+void Client::returnMemoryAfterTasks() {
+    using namespace std::chrono_literals;
+    afterTasks_.setSingleShot(true);
+    afterTasks_.setInterval(1s);
+    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, [this] {
+        if (!afterTasks_.isActive())
+            afterTasks_.start();
+    });
+    QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
 }
 
 void Client::indexSharedFolders() {

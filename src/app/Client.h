@@ -19,6 +19,8 @@
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
 
+#include <QTimer>
+
 namespace vennic {
 
 /// All that the running client is made of, built in the order of its members and torn down in the other.
@@ -49,6 +51,8 @@ private:
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();
+    /// A machine that listed a huge folder is soon as small as before.
+    void returnMemoryAfterTasks();
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
@@ -72,6 +76,7 @@ private:
     SpotlightSearch spotlight_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
+    QTimer afterTasks_;
     NoPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;
