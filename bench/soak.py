@@ -5,6 +5,7 @@
                   then compares everything with what must be there
   idle SECONDS    lets the client poll, and prints its memory, wake-ups and disk writes over time
 """
+import contextlib
 import os
 import pathlib
 import random
@@ -19,6 +20,17 @@ from scene import Scene, wait_for  # noqa: E402
 class Soak(Scene):
     def runTest(self):
         pass
+
+
+@contextlib.contextmanager
+def whole_system():
+    """Backend and client, not yet started, of the programs that the environment names."""
+    system = Soak()
+    system.setUp()
+    try:
+        yield system
+    finally:
+        system.doCleanups()
 
 
 def proportional_memory(pid):

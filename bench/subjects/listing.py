@@ -5,7 +5,7 @@ import time
 import urllib.request
 
 from measure import command_ms, median, warm
-from soak import Soak, proportional_memory, wait_for
+from soak import proportional_memory, wait_for, whole_system
 
 FULL = 100_000
 BUDGET = 1500  # ms, for FULL
@@ -14,12 +14,8 @@ BUDGET = 1500  # ms, for FULL
 def run(bench):
     bench.name_programs()
     for count in bench.counts(FULL):
-        system = Soak()
-        system.setUp()
-        try:
+        with whole_system() as system:
             measure(bench, system, count)
-        finally:
-            system.doCleanups()
 
 
 def measure(bench, system, count):
