@@ -33,6 +33,17 @@ def memory(pid):
     return kilobytes["Pss:"], kilobytes["Private_Dirty:"]
 
 
+@contextlib.contextmanager
+def whole_system():
+    """Backend and client, not yet started, of the programs that the environment names."""
+    system = Soak()
+    system.setUp()
+    try:
+        yield system
+    finally:
+        system.doCleanups()
+
+
 def wake_ups(pid):
     """Voluntary context switches of all threads so far."""
     total = 0

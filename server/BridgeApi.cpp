@@ -13,7 +13,6 @@
 namespace vennic::server {
 
 namespace {
-constexpr std::size_t answerBody = std::size_t{16} * 1024 * 1024;
 constexpr qsizetype longestDeviceId = 200;
 constexpr qsizetype longestNickname = 200;
 constexpr qsizetype longestHeartbeat = 32'768;
@@ -93,7 +92,7 @@ void updateTask(TaskDesk& tasks, const Call& call) {
 void addBridgeRoutes(Router& router, Machines& machines, TaskDesk& tasks, const TimeKeeper& time) {
     router.add("GET", "/api/v1/bridge/tasks/next", Access::Client, 0,
                [&machines, &tasks, &time](const Call& call) { nextTask(machines, tasks, time, call); });
-    router.add("PATCH", "/api/v1/bridge/tasks/*", Access::Client, answerBody,
+    router.add("PATCH", "/api/v1/bridge/tasks/*", Access::Client, longestAnswer,
                [&tasks](const Call& call) { updateTask(tasks, call); });
 }
 

@@ -7,23 +7,18 @@ import subprocess
 import time
 
 from measure import median
-from soak import Soak, proportional_memory, wake_ups, written
+from soak import proportional_memory, wake_ups, whole_system, written
 
 FEW = 50
 DOCUMENTS = 50_000
 
 
 def run(bench):
-    os.environ.update(VENNIC=bench.program("bin", "vennic"), VENNIC_WORKER=bench.program("bin", "vennic-worker"),
-                      VENNIC_SERVER=bench.program("server", "vennic-server"))
+    bench.name_programs()
     sizes = [FEW] if bench.quick else [FEW, *bench.counts(DOCUMENTS)]
     for count in sizes:
-        system = Soak()
-        system.setUp()
-        try:
+        with whole_system() as system:
             measure(bench, system, count)
-        finally:
-            system.doCleanups()
 
 
 def measure(bench, system, count):

@@ -2,6 +2,8 @@
 #include "Bridge/BridgeContext.h"
 #include "Bridge/BridgeIDCache.h"
 #include "Bridge/HeartbeatSource.h"
+#include "Bridge/ListDirHandler.h"
+#include "Bridge/ListFoldersHandler.h"
 #include "Bridge/ReadHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
@@ -116,6 +118,8 @@ private:
     TaskAnswer answer_;
     SearchHandler search_;
     ReadHandler read_;
+    ListFoldersHandler listFolders_;
+    ListDirHandler listDir_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

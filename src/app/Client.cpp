@@ -2,6 +2,7 @@
 
 #include "backend/PinnedRoots.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/SpareMemory.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -50,6 +51,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .reader = reader_,
     });
     BridgeService::install(bridge_.get());
+    returnMemoryAfterTasks();
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
         .keychain = keychain_,
@@ -86,6 +88,17 @@ void Client::end(const std::function<void()>& quit) {
     };
     QObject::connect(session_.get(), &AppSession::tokenRevoked, session_.get(), quitWhenTold);
     QTimer::singleShot(farewell, session_.get(), quit);
+}
+
+void Client::returnMemoryAfterTasks() {
+    using namespace std::chrono_literals;
+    afterTasks_.setSingleShot(true);
+    afterTasks_.setInterval(1s);
+    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, [this] {
+        if (!afterTasks_.isActive())
+            afterTasks_.start();
+    });
+    QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
 }
 
 void Client::indexSharedFolders() {

@@ -20,6 +20,8 @@
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
 
+#include <QTimer>
+
 #include <functional>
 
 namespace vennic {
@@ -57,6 +59,8 @@ private:
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();
+    /// A machine that listed a huge folder is soon as small as before.
+    void returnMemoryAfterTasks();
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
@@ -80,6 +84,7 @@ private:
     SpotlightSearch spotlight_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
+    QTimer afterTasks_;
     NoPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;

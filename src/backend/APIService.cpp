@@ -104,7 +104,11 @@ Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
 }
 
 Task<> APIService::reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const {
-    return sendBridgeTaskUpdate(id, encodeBridgeSuccessBody(result));
+    return reportBridgeTaskSuccess(id, encodeBridgeSuccessBody(result));
+}
+
+Task<> APIService::reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const {
+    return sendBridgeTaskUpdate(id, std::move(encodedBody));
 }
 
 Task<> APIService::reportBridgeTaskError(const QString& id, const QString& message) const {

@@ -40,6 +40,8 @@ public:
     Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
     /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
     Task<> reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const;
+    /// The same with what `encodeBridgeSuccessBody` gave: a large result is encoded where it is made.
+    Task<> reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const;
     /// PATCH /bridge/tasks/ID with the "error" envelope.
     Task<> reportBridgeTaskError(const QString& id, const QString& message) const;
     /// PATCH /bridge/tasks/ID with the "streaming" envelope around a piece of output.

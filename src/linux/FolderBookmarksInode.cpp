@@ -2,14 +2,13 @@
 
 #include "base/LocalizedError.h"
 #include "linux/FileSystemPosix.h"
+#include "linux/FolderFault.h"
 #include "linux/MovedFolderSearch.h"
 #include "linux/NativePath.h"
+#include "linux/OpenedPath.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <linux/openat2.h>
-#include <sys/syscall.h>
 
 namespace vennic {
 
@@ -21,37 +20,8 @@ constexpr auto firstPause = 30s;
 constexpr auto longestPause = 600s;
 constexpr qsizetype mostRemembered = 256;
 
-QString reason(int error) {
-    switch (error) {
-    case ENOENT:
-        return QStringLiteral("ce dossier n'existe pas");
-    case ENOTDIR:
-        return QStringLiteral("ce n'est pas un dossier");
-    case EACCES:
-    case EPERM:
-        return QStringLiteral("vous n'avez pas l'autorisation d'y accéder");
-    case ELOOP:
-        return QStringLiteral("ses liens symboliques ne mènent nulle part");
-    case ENAMETOOLONG:
-        return QStringLiteral("son chemin est trop long");
-    case EIO:
-        return QStringLiteral("le disque a signalé une erreur");
-    case EINVAL:
-        return QStringLiteral("son chemin n'est pas valable");
-    default:
-        return QString::fromLocal8Bit(strerror(error));
-    }
-}
-
 [[noreturn]] void refuse(int error) {
-    throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(reason(error)));
-}
-
-FileDescriptor openToAccess(const QByteArray& path) {
-    open_how how{};
-    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_MAGICLINKS;
-    return FileDescriptor(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
+    throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(folderFault(error)));
 }
 
 } // namespace
@@ -119,7 +89,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
 
 bool FolderBookmarksInode::startAccessing(const QString& path) {
     const auto native = nativePath(path);
-    FileDescriptor folder = native ? openToAccess(*native) : FileDescriptor();
+    FileDescriptor folder = native ? openedPath(*native, O_PATH | O_DIRECTORY) : FileDescriptor();
     if (!folder.isOpen())
         return false;
     const std::lock_guard lock(mutex_);

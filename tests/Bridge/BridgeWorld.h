@@ -54,7 +54,7 @@ struct BridgeWorld {
                                        .packageManagerSite = {}}};
     VennicHTTP http{backend, QStringLiteral("vennic.example"), nullptr};
     BookmarkStore grants{store, *bookmarks, *files, clock};
-    std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(BridgeService::Surroundings{
+    BridgeService::Surroundings surroundings{
         .http = http,
         .config = config,
         .clock = clock,
@@ -66,7 +66,8 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
-    });
+    };
+    std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 
     BookmarkEntry share(const QString& path) {
         files->addFolder(path);

@@ -41,6 +41,7 @@ public:
         return extension == QStringLiteral("tex") ? QStringLiteral("public.text") : QStringLiteral("dyn.x");
     }
     bool conforms(const QString& type, const QString& ancestor) const override { return type == ancestor; }
+    std::optional<QString> mimeTypeForExtension(const QString&) const override { return std::nullopt; }
     QString typeForFile(const QString&, bool) const override { return {}; }
 };
 

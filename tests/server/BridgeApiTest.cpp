@@ -1,3 +1,5 @@
+#include "server/BridgeApi.h"
+
 #include "server/RunningServer.h"
 
 #include <QJsonArray>
@@ -141,6 +143,21 @@ TEST_F(BridgeApiTest, wantsATokenAndADevice) {
     EXPECT_EQ(server.connect().request("GET", nextTask + "1", clientFields(token, QByteArray(201, 'x'))).status, 400);
     EXPECT_EQ(server.connect().request("PATCH", "/api/v1/bridge/tasks/x", clientFields("wrong", "A"), "{}").status,
               401);
+}
+
+TEST_F(BridgeApiTest, theListingOfAHugeFolderIsTakenAndMoreThanTheLongestAnswerIsNot) {
+    TlsPeer peer = polling("A");
+    const QByteArray id = server.submit("A", "list_dir");
+    peer.read();
+    const QByteArray name(20'000'000, 'n');
+    EXPECT_EQ(patch(id, R"({"status":"done","result":{"items":[{"name":")" + name + R"("}]}})").status, 204);
+    EXPECT_EQ(
+        server.task(id)[QLatin1String("result")][QLatin1String("items")][0][QLatin1String("name")].toString().size(),
+        name.size());
+    TlsPeer other = server.connect();
+    other.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: a\r\n" + clientFields(token, "A") +
+               "Content-Length: " + QByteArray::number(longestAnswer + 1) + "\r\n\r\n");
+    EXPECT_EQ(other.read().status, 413);
 }
 
 TEST_F(BridgeApiTest, keepsWhatThePollSaysOfItsMachine) {
