@@ -22,8 +22,8 @@ std::chrono::nanoseconds backOff(qint64 n) {
 /// The kinds that nothing here can do yet.
 template <class Args>
 concept NotYetAvailable =
-    std::same_as<Args, ListFoldersArgs> || std::same_as<Args, ListDirArgs> || std::same_as<Args, PhotosRecentArgs> ||
-    std::same_as<Args, PhotosByDateArgs> || std::same_as<Args, AppOpenArgs> || std::same_as<Args, ShortcutRunArgs> ||
+    std::same_as<Args, ListFoldersArgs> || std::same_as<Args, ListDirArgs> || std::same_as<Args, AppOpenArgs> ||
+    std::same_as<Args, ShortcutRunArgs> ||
     std::same_as<Args, ShortcutListArgs> || std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> ||
     std::same_as<Args, ThumbnailArgs> || std::same_as<Args, LLMInferArgs>;
 
@@ -45,6 +45,8 @@ struct BridgeService::Dispatch {
 
     Task<> operator()(const SearchArgs& args) const { return service.search_.handleSearch(task, args, api); }
     Task<> operator()(const ReadArgs& args) const { return service.read_.handleRead(task, args, api); }
+    Task<> operator()(const PhotosRecentArgs& args) const { return service.photos_.handleRecent(task, args, api); }
+    Task<> operator()(const PhotosByDateArgs& args) const { return service.photos_.handleByDate(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -57,7 +59,8 @@ BridgeService::BridgeService(Surroundings surroundings)
       search_(BookmarkPersistence(with_.store), with_.bookmarks,
               SpotlightSearch(with_.index, with_.files, with_.types, with_.clock), idCache_, answer_),
       read_(BookmarkPersistence(with_.store), with_.bookmarks,
-            DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_) {}
+            DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
+      photos_(with_.photos, with_.clock) {}
 
 void BridgeService::start(SecretText token) {
     if (token.isEmpty())

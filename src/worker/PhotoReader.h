@@ -1,0 +1,15 @@
+#pragma once
+#include "base/PhotoFacts.h"
+
+#include <string_view>
+
+namespace vennic::worker {
+
+/// Loads what the reader would otherwise load from disk in the middle of its first photo.
+void warmUpPhotos();
+
+/// What a picture's bytes say of it, EXIF (CIPA DC-008) included. A picture whose EXIF is missing, unreadable or
+/// without sense is a picture without a date or a place.
+PhotoFacts photoFacts(std::string_view bytes);
+
+} // namespace vennic::worker
