@@ -24,7 +24,9 @@ private:
     CommandAnswer shares();
     CommandAnswer unshare(const QStringList& names);
     CommandAnswer bridge(bool on);
-    CommandAnswer open(const QString& address);
+    Task<CommandAnswer> open(QString address);
+    Task<CommandAnswer> openPhoto(QString percentEncodedIdentifier);
+    CommandAnswer photos(const QString& word);
 
     Client& client_;
     std::function<void()> quit_;

@@ -203,6 +203,9 @@ void warmUpPhotos() {
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
     Exiv2::enableBMFF(true);
     Exiv2::XmpParser::initialize();
+    // The first message looks for translations, by way of the program's own path.
+    (void)Exiv2::Error(Exiv2::kerErrorMessage, "").what();
+    heif_context_free(heif_context_alloc()); // looks for its plug-ins
 }
 
 PhotoFacts photoFacts(std::string_view bytes) {
@@ -221,6 +224,10 @@ PhotoFacts photoFacts(std::string_view bytes) {
         facts.format = format;
     }
     return facts;
+}
+
+ReadResult readPhotoFacts(const Document& document, const wire::Parameters&) {
+    return ReadResult::record(photoFacts(document.bytes()));
 }
 
 } // namespace vennic::worker

@@ -108,9 +108,11 @@ bool bmpIsWhole(const ByteReader& file) {
     return rows <= file.size() / row && file.has(pixels, row * rows);
 }
 
-// ISO/IEC 14496-12: boxes of length and type. Whatever is cut off is cut off the last one.
-bool boxesAreWhole(const ByteReader& file, std::string_view needed) {
-    bool found = false;
+// ISO/IEC 14496-12: boxes of length and type. What is cut off is cut off the last one, or it is the whole last one: what
+// is told of the picture, or its data.
+bool boxesAreWhole(const ByteReader& file, std::string_view told) {
+    bool isTold = false;
+    bool hasData = false;
     std::size_t at = 0;
     while (file.has(at, 8)) {
         std::uint64_t length = file.big32(at);
@@ -122,10 +124,12 @@ bool boxesAreWhole(const ByteReader& file, std::string_view needed) {
             length = file.size() - at;
         if (length < 8 || length > file.size() - at)
             return false;
-        found = found || file.text(at + 4, 4) == needed;
+        const std::string_view type = file.text(at + 4, 4);
+        isTold = isTold || type == told;
+        hasData = hasData || type == "mdat";
         at += static_cast<std::size_t>(length);
     }
-    return found && at == file.size();
+    return isTold && hasData && at == file.size();
 }
 
 /// By the major brand of the first box, which speaks for the file.
@@ -145,8 +149,8 @@ PictureFormat formatOfBrand(std::string_view brand) {
 
 PictureFormat boxedFormat(const ByteReader& file) {
     const PictureFormat format = formatOfBrand(file.text(8, 4));
-    const std::string_view needed = format == PictureFormat::raw ? "moov" : "meta";
-    return boxesAreWhole(file, needed) ? format : PictureFormat::none;
+    const std::string_view told = format == PictureFormat::raw ? "moov" : "meta";
+    return boxesAreWhole(file, told) ? format : PictureFormat::none;
 }
 
 PictureFormat when(bool isWhole, PictureFormat format) { return isWhole ? format : PictureFormat::none; }

@@ -54,9 +54,8 @@ void prepare(const index::Database& database) {
     database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA secure_delete=ON; "
                      "PRAGMA journal_size_limit=4194304; PRAGMA cache_size=-512");
     if (isEmpty)
-        database.execute("BEGIN IMMEDIATE; " + std::string(schema) +
-                         "; PRAGMA application_id=" + std::to_string(application) +
-                         "; PRAGMA user_version=" + std::to_string(version) + "; COMMIT");
+        database.execute("BEGIN IMMEDIATE; " + std::string(schema) + "; PRAGMA application_id=" +
+                         std::to_string(application) + "; PRAGMA user_version=" + std::to_string(version) + "; COMMIT");
     else if (database.text("PRAGMA quick_check(1)") != "ok")
         throw index::DatabaseError(SQLITE_CORRUPT, "the catalogue's content is damaged");
 }
@@ -116,7 +115,7 @@ void PhotoCatalogue::commit() {
     changing_ = false;
 }
 
-void PhotoCatalogue::truncateLog() { database_.execute("PRAGMA wal_checkpoint(TRUNCATE)"); }
+bool PhotoCatalogue::truncateLog() { return database_.integer("PRAGMA wal_checkpoint(TRUNCATE)") == 0; }
 
 std::vector<PhotoCatalogue::FolderRow> PhotoCatalogue::children(std::uint32_t parent) {
     std::vector<FolderRow> rows;

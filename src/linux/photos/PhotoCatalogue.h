@@ -47,8 +47,8 @@ public:
 
     void begin();
     void commit();
-    /// Empties the write-ahead log, so that nothing that was erased lingers there.
-    void truncateLog();
+    /// Empties the write-ahead log, so that nothing that was erased lingers there; false when a reader prevents it.
+    bool truncateLog();
 
     /// Folders; those with parent 0 are roots, named by their absolute path.
     std::vector<FolderRow> children(std::uint32_t parent);

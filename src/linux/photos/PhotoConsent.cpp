@@ -11,9 +11,10 @@ const QString key = QStringLiteral("photoLibraryAccess");
 DialogQuestion question() {
     return {
         .title = localized("« Vennic » souhaite accéder à tes photos."),
-        .informativeText = localized("Ton serveur pourra demander le nom, la date, le type et le lieu des photos de ton "
-                                     "dossier Images. Les photos elles-mêmes restent sur ce Mac.\n\nTu pourras changer "
-                                     "d'avis par la commande « vennic photos »."),
+        .informativeText =
+            localized("Ton serveur pourra demander le nom, la date, le type et le lieu des photos de ton "
+                      "dossier Images. Les photos elles-mêmes restent sur ce Mac.\n\nTu pourras changer "
+                      "d'avis par la commande « vennic photos »."),
         .accept = localized("Autoriser"),
         .refuse = localized("Ne pas autoriser"),
     };

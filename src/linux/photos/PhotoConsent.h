@@ -24,8 +24,8 @@ public:
     PhotoAuthorization status() const;
     /// Whether the user can be asked here.
     bool canAsk() const { return dialogs_.hasScreen(); }
-    /// Asks if nothing is decided yet, and waits. Several requests share one dialog; it goes when nobody waits any more,
-    /// and when something is decided elsewhere.
+    /// Asks if nothing is decided yet, and waits. Several requests share one dialog; it goes when nobody waits any
+    /// more, and when something is decided elsewhere.
     Task<PhotoAuthorization> request();
     void decide(bool allowed);
 

@@ -22,7 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds slice{20};       // the longest stretch of work without a look around
+constexpr milliseconds slice{20};         // the longest stretch of work without a look around
 constexpr milliseconds longestBatch{500}; // until what was found becomes visible
 constexpr std::chrono::minutes readerPause{5};
 
@@ -38,7 +38,7 @@ struct PhotoKeeper::Work {
     PhotoSync sync;
     index::DirtySet dirty; // folders in which something has happened
     std::uint32_t root = 0;
-    std::string folder; // of the root; empty: none
+    std::string folder;   // of the root; empty: none
     bool hurried = false; // somebody waits: nothing settles by itself
     Moment batchBegan{};
     Moment pausedUntil{}; // the reader's pause
@@ -152,6 +152,8 @@ void PhotoKeeper::setCatalogueAside() {
 
 /// Waits until somebody asks again: what keeps the disk from being written may have gone by then.
 void PhotoKeeper::fail(const std::string& why) {
+    eventfd_t ignored = 0;
+    eventfd_read(wake_.get(), &ignored); // who asks after this isn't answered by it
     {
         const std::lock_guard lock(mutex_);
         status_.fault = why;
@@ -160,8 +162,6 @@ void PhotoKeeper::fail(const std::string& why) {
     }
     caughtUp_.notify_all();
     pollfd waited{wake_.get(), POLLIN, 0};
-    eventfd_t ignored = 0;
-    eventfd_read(wake_.get(), &ignored);
     if (!stop_)
         poll(&waited, 1, -1);
 }
@@ -170,13 +170,7 @@ void PhotoKeeper::open() {
     const std::filesystem::path folder = std::filesystem::path(settings_.catalogue).parent_path();
     if (std::filesystem::create_directories(folder))
         chmod(folder.c_str(), 0700);
-    const auto facts = [this](int file) {
-        {
-            const std::lock_guard lock(mutex_);
-            ++status_.reads;
-        }
-        return reader_.read(file);
-    };
+    const auto facts = [this](int file) { return reader_.read(file); };
     zone_ = settings_.zone();
     work_ = std::make_unique<Work>(settings_, types_, facts, [this](const PhotoFacts& each) { return takenOf(each); });
     {
@@ -250,9 +244,14 @@ void PhotoKeeper::takeOrders() {
 void PhotoKeeper::erase() {
     Work& work = *work_;
     work.sync.clear();
+    if (work.catalogue.children(0).empty())
+        return; // it has been done
     work.catalogue.departAll(nanosecondsNow());
     work.catalogue.commit();
-    work.catalogue.truncateLog();
+    // Somebody may just be reading.
+    constexpr int mostTries = 50;
+    for (int i = 0; i < mostTries && !work.catalogue.truncateLog(); ++i)
+        std::this_thread::sleep_for(milliseconds(20));
 }
 
 void PhotoKeeper::applyFolder(const std::string& folder) {
@@ -310,7 +309,8 @@ bool PhotoKeeper::readWaiting() {
         const auto outcome = work.sync.readNewest(nanosecondsNow());
         if (!outcome)
             return false;
-        const bool fails = *outcome == PhotoFactsReader::Outcome::failed || *outcome == PhotoFactsReader::Outcome::ended;
+        const bool fails =
+            *outcome == PhotoFactsReader::Outcome::failed || *outcome == PhotoFactsReader::Outcome::ended;
         {
             const std::lock_guard lock(mutex_);
             status_.readerFails = fails;

@@ -18,7 +18,7 @@
 namespace vennic::photos {
 
 struct KeeperSettings {
-    std::string catalogue; // the database's path; its folder is made with mode 0700
+    std::string catalogue;               // the database's path; its folder is made with mode 0700
     std::function<std::string()> folder; // of the photos: absolute, without links; empty: there is none. May block
     std::size_t watchBudget = 0;         // 0: half of what the system allows
     std::function<QTimeZone()> zone = [] { return QTimeZone::systemTimeZone(); };
@@ -34,14 +34,13 @@ struct KeeperStatus {
     bool missing = false;     // the folder isn't there
     bool watchLimited = false;
     bool readerFails = false;
-    std::string setAside;  // name that a damaged catalogue was given
-    std::string fault;     // what keeps the catalogue from being written, in the system's words
-    std::int64_t reads = 0; // files whose content was looked at since the start
+    std::string setAside; // name that a damaged catalogue was given
+    std::string fault;    // what keeps the catalogue from being written, in the system's words
 };
 
 /// Keeps the catalogue of one folder's photos in line with the disk on an idle-priority thread, which sleeps until
-/// something happens. Nothing is looked at before it is told to follow the folder. Its operations may be called from any
-/// thread.
+/// something happens. Nothing is looked at before it is told to follow the folder. Its operations may be called from
+/// any thread.
 class PhotoKeeper {
 public:
     /// Reader and types outlive it.
@@ -54,8 +53,8 @@ public:
     void follow();
     /// Ends the following and erases all but the identifiers.
     void forget();
-    /// Waits until what has happened on disk before this call is in the catalogue, at most that long. False when nothing
-    /// is followed, or the folder isn't there.
+    /// Waits until what has happened on disk before this call is in the catalogue, at most that long. False when
+    /// nothing is followed, or the folder isn't there.
     bool catchUp(std::chrono::milliseconds limit);
     /// Ends the thread; whoever waits goes on.
     void close();

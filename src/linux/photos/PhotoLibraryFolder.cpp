@@ -91,16 +91,16 @@ PhotoLibraryFolder::PhotoLibraryFolder(PhotoConsent& consent, photos::KeeperSett
                                        photos::PhotoFactsReader& reader, const FileTypes& types)
     : consent_(consent), types_(types), keeper_(std::move(settings), reader, types) {
     connect(&consent_, &PhotoConsent::statusChanged, this, &PhotoLibraryFolder::obeyConsent);
-    if (consent_.status() == PhotoAuthorization::authorized)
-        keeper_.follow();
+    obeyConsent();
 }
 
 PhotoLibraryFolder::~PhotoLibraryFolder() = default;
 
 void PhotoLibraryFolder::obeyConsent() {
-    if (consent_.status() == PhotoAuthorization::authorized)
+    const PhotoAuthorization status = consent_.status();
+    if (status == PhotoAuthorization::authorized)
         keeper_.follow();
-    else
+    else if (status == PhotoAuthorization::denied)
         keeper_.forget();
 }
 
@@ -112,7 +112,8 @@ std::vector<PhotoAsset> PhotoLibraryFolder::fetchImages(qint64 limit, std::optio
         taken = {created->from.toMSecsSinceEpoch(), created->until.toMSecsSinceEpoch()};
     std::vector<PhotoAsset> assets;
     try {
-        for (const photos::KnownPhoto& photo : photos::newestPhotos(keeper_.catalogue(), std::max<qint64>(limit, 0), taken))
+        for (const photos::KnownPhoto& photo :
+             photos::newestPhotos(keeper_.catalogue(), std::max<qint64>(limit, 0), taken))
             assets.push_back(assetOf(photo, types_));
     } catch (const index::DatabaseError&) { // NOLINT(bugprone-empty-catch): the status tells; the library is empty
     }

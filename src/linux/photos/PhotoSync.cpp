@@ -148,7 +148,8 @@ void PhotoSync::leaveTree(std::uint32_t folder) {
 void PhotoSync::settle(std::int64_t now) {
     std::vector<Place> arrivals;
     arrivals.swap(arrivals_);
-    // Every file that is known goes first, so that its place is free for another one.
+    // First the files that are where they were, then those that have moved, so that no place is taken for free.
+    std::erase_if(arrivals, [this](const Place& place) { return stays(place); });
     std::erase_if(arrivals, [this](const Place& place) { return recognise(place); });
     for (const Place& place : arrivals)
         receive(place, now);
@@ -166,7 +167,19 @@ void PhotoSync::settle(std::int64_t now) {
     open_ = {};
 }
 
-/// Finds the photo that a file was so far, under whatever name. False when there is none.
+/// Whether the photo of this place is still its file, perhaps written to, or there is no file any more.
+bool PhotoSync::stays(const Place& place) {
+    const auto disk = onDisk(place);
+    if (!disk)
+        return true;
+    auto known = catalogue_.photoAt(place.folder, place.name);
+    if (!known || !known->disk.isSameFile(*disk))
+        return false;
+    move(*std::move(known), place, *disk);
+    return true;
+}
+
+/// Finds the photo that a file was so far, under another name. False when there is none.
 bool PhotoSync::recognise(const Place& place) {
     const auto disk = onDisk(place);
     if (!disk)
@@ -174,12 +187,10 @@ bool PhotoSync::recognise(const Place& place) {
     for (PhotoRow& row : catalogue_.photosOf(disk->identity)) {
         if (!row.disk.isSameFile(*disk))
             continue;
-        const bool isHere = row.folder == place.folder && row.name == place.name;
         // A second name of a file that still has its first one is a photo of its own.
-        if (!isHere && !missing_.contains(row.id) && stillStands(row))
+        if (stillStands(row))
             continue;
-        if (!isHere)
-            makeRoom(place);
+        makeRoom(place);
         move(std::move(row), place, *disk);
         return true;
     }
@@ -224,8 +235,8 @@ bool PhotoSync::isEdit(const PhotoRow& known, const FileOnDisk& disk, PhotoFacts
     if (known.state != PhotoState::photo)
         return true; // nothing is known of it that could differ
     const OpenFolder& folder = opened(known.folder);
-    const index::Descriptor file = folder.descriptor ? index::openFileAt(folder.descriptor.get(), known.name)
-                                                     : index::Descriptor();
+    const index::Descriptor file =
+        folder.descriptor ? index::openFileAt(folder.descriptor.get(), known.name) : index::Descriptor();
     if (!file || disk.size == 0)
         return true;
     read = facts_(file.get());
@@ -266,8 +277,7 @@ void PhotoSync::arrive(const Place& place, const FileOnDisk& disk, const PhotoFa
 void PhotoSync::keepFacts(std::int64_t id, const PhotoFactsReader::Result& read) {
     if (read.outcome == PhotoFactsReader::Outcome::read)
         suspects_.clear();
-    const bool isPhoto =
-        read.outcome == PhotoFactsReader::Outcome::read && read.facts.format != PictureFormat::none;
+    const bool isPhoto = read.outcome == PhotoFactsReader::Outcome::read && read.facts.format != PictureFormat::none;
     const PhotoFacts facts = isPhoto ? read.facts : PhotoFacts{};
     catalogue_.setFacts(id, isPhoto ? PhotoState::photo : PhotoState::refused, facts, taken_(facts));
 }

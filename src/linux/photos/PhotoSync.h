@@ -67,6 +67,7 @@ private:
     void leaveTree(std::uint32_t folder);
 
     void settle(std::int64_t now);
+    bool stays(const Place& place);
     bool recognise(const Place& place);
     void makeRoom(const Place& place);
     void receive(const Place& place, std::int64_t now);
@@ -90,7 +91,7 @@ private:
     std::unordered_set<std::int64_t> missing_; // photos that aren't where they were
     std::unordered_set<std::uint32_t> goneFolders_;
     std::unordered_set<std::uint32_t> unwatched_;
-    OpenFolder open_;                   // the last one that was needed
+    OpenFolder open_;                    // the last one that was needed
     std::vector<std::int64_t> suspects_; // photos in a row that the reader failed on
     std::uint32_t lostRoot_ = 0;
     bool watchLimited_ = false;
