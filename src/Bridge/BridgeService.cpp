@@ -22,9 +22,9 @@ std::chrono::nanoseconds backOff(qint64 n) {
 /// The kinds that nothing here can do yet.
 template <class Args>
 concept NotYetAvailable =
-    std::same_as<Args, PhotosRecentArgs> || std::same_as<Args, PhotosByDateArgs> || std::same_as<Args, AppOpenArgs> ||
-    std::same_as<Args, ShortcutRunArgs> || std::same_as<Args, ShortcutListArgs> || std::same_as<Args, OcrImageArgs> ||
-    std::same_as<Args, OpenDocumentArgs> || std::same_as<Args, ThumbnailArgs> || std::same_as<Args, LLMInferArgs>;
+    std::same_as<Args, AppOpenArgs> || std::same_as<Args, ShortcutRunArgs> || std::same_as<Args, ShortcutListArgs> ||
+    std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> || std::same_as<Args, ThumbnailArgs> ||
+    std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -46,6 +46,8 @@ struct BridgeService::Dispatch {
     Task<> operator()(const ReadArgs& args) const { return service.read_.handleRead(task, args, api); }
     Task<> operator()(const ListFoldersArgs&) const { return service.listFolders_.handleListFolders(task, api); }
     Task<> operator()(const ListDirArgs& args) const { return service.listDir_.handleListDir(task, args, api); }
+    Task<> operator()(const PhotosRecentArgs& args) const { return service.photos_.handleRecent(task, args, api); }
+    Task<> operator()(const PhotosByDateArgs& args) const { return service.photos_.handleByDate(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -60,7 +62,8 @@ BridgeService::BridgeService(Surroundings surroundings)
       read_(BookmarkPersistence(with_.store), with_.bookmarks,
             DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
       listFolders_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, answer_),
-      listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_) {}
+      listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_),
+      photos_(with_.photos, with_.clock) {}
 
 void BridgeService::start(SecretText token) {
     if (token.isEmpty())

@@ -4,6 +4,7 @@
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/ListDirHandler.h"
 #include "Bridge/ListFoldersHandler.h"
+#include "Bridge/PhotosBridgeHandler.h"
 #include "Bridge/ReadHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
@@ -54,6 +55,7 @@ public:
         std::shared_ptr<FileSystem> files;
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
+        std::shared_ptr<PhotoLibrary> photos;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -120,6 +122,7 @@ private:
     ReadHandler read_;
     ListFoldersHandler listFolders_;
     ListDirHandler listDir_;
+    PhotosBridgeHandler photos_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -3,6 +3,7 @@
 #include "backend/PinnedRoots.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/SpareMemory.h"
+#include "linux/photos/PicturesFolder.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -17,6 +18,13 @@ constexpr auto farewell = std::chrono::seconds{3};
 index::IndexerSettings indexSettings(const Paths& paths) {
     index::IndexerSettings settings;
     settings.directory = QFile::encodeName(paths.cache + QStringLiteral("/index")).toStdString();
+    return settings;
+}
+
+photos::KeeperSettings photoSettings(const Paths& paths) {
+    photos::KeeperSettings settings;
+    settings.catalogue = QFile::encodeName(paths.data + QStringLiteral("/photos.sqlite")).toStdString();
+    settings.folder = [] { return QFile::encodeName(photos::picturesFolder()).toStdString(); };
     return settings;
 }
 
@@ -35,7 +43,10 @@ Client::Client(const Paths& paths, Deployment deployment)
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
-      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
+      spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
+      photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
+      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
+      bridgeContext_(keychain_, preferences_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -49,6 +60,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .files = files_,
         .types = types_,
         .reader = reader_,
+        .photos = photos_,
     });
     BridgeService::install(bridge_.get());
     returnMemoryAfterTasks();
@@ -73,6 +85,8 @@ Client::~Client() {
     reader_->close();
     pictures_->close();
     indexReader_.close();
+    photoReader_.close();
+    photos_->close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);
     BookmarkStore::install(nullptr);
@@ -99,6 +113,10 @@ void Client::returnMemoryAfterTasks() {
             afterTasks_.start();
     });
     QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
+}
+
+void Client::warn(const QString& title, const QString& informativeText) {
+    jobs_.start(dialogs_.warn(title, informativeText));
 }
 
 void Client::indexSharedFolders() {

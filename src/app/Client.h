@@ -15,8 +15,11 @@
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
+#include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
+#include "linux/photos/PhotoFactsWorker.h"
+#include "linux/photos/PhotoLibraryFolder.h"
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
 
@@ -51,9 +54,16 @@ public:
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     Workspace& workspace() { return workspace_; }
+    ModalDialogs& dialogs() { return dialogs_; }
+    PhotoConsent& photoConsent() { return photoConsent_; }
+    PhotoLibraryFolder& photos() { return *photos_; }
+    const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
+
+    /// Shows a warning; nothing waits for its end.
+    void warn(const QString& title, const QString& informativeText);
 
 private:
     /// Has the index follow the grants, wherever their folders are now.
@@ -82,6 +92,10 @@ private:
     GrantedFileIndex granted_;
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
+    ModalDialogsProgram dialogs_;
+    PhotoConsent photoConsent_;
+    photos::PhotoFactsWorker photoReader_;
+    std::shared_ptr<PhotoLibraryFolder> photos_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;

@@ -1,6 +1,8 @@
 #include "app/ClientCommands.h"
 
+#include "Bridge/PhotoOpener.h"
 #include "Bridge/ScopedAccess.h"
+#include "app/PhotosReport.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
 #include "base/Dates.h"
@@ -16,6 +18,7 @@ namespace {
 constexpr qint64 searchLimit = 20;
 constexpr double searchTimeout = 5.0;
 const QLatin1String documentLink("vennic://local_file/open/");
+const QLatin1String photoLink("vennic://local_photo/view/");
 
 CommandAnswer done(const QString& text = {}, const QJsonObject& data = {}) { return {ExitStatus::done, text, data}; }
 
@@ -55,6 +58,25 @@ QString hitText(const SearchResult& hit, const QString& id) {
         text += QStringLiteral(", %1").arg(french.toString(hit.modifiedAt->toLocalTime(), QLocale::ShortFormat));
     return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
 }
+
+/// Keeps what a warning says for who typed the command, and shows it to who clicked on a link.
+class WarningCopy final : public ModalDialogs {
+public:
+    explicit WarningCopy(Client& client) : client_(client) {}
+    bool hasScreen() const override { return client_.dialogs().hasScreen(); }
+    Task<DialogAnswer> ask(DialogQuestion question) override { return client_.dialogs().ask(std::move(question)); }
+    Task<> warn(QString title, QString informativeText) override {
+        text_ = informativeText;
+        if (hasScreen())
+            client_.warn(title, informativeText);
+        co_return;
+    }
+    const QString& text() const { return text_; }
+
+private:
+    Client& client_;
+    QString text_;
+};
 
 } // namespace
 
@@ -104,7 +126,9 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     if (verb == QLatin1String("search"))
         co_return co_await search(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("open"))
-        co_return open(first);
+        co_return co_await open(first);
+    if (verb == QLatin1String("photos"))
+        co_return photos(first);
     if (verb == QLatin1String("quit")) {
         quit_();
         co_return done();
@@ -226,14 +250,31 @@ Task<CommandAnswer> ClientCommands::search(QString words) {
     co_return done(text, {{QStringLiteral("items"), items}});
 }
 
-CommandAnswer ClientCommands::open(const QString& address) {
+Task<CommandAnswer> ClientCommands::open(QString address) {
+    if (address.startsWith(photoLink))
+        co_return co_await openPhoto(address.mid(photoLink.size()));
     if (!address.startsWith(documentLink))
-        return failed(QStringLiteral("Cette adresse n'est pas celle d'un document : %1").arg(address));
+        co_return failed(
+            QStringLiteral("Cette adresse n'est ni celle d'un document ni celle d'une photo : %1").arg(address));
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
-        return failed(QStringLiteral("Document introuvable ; relance la recherche."));
+        co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
     client_.workspace().open(url->path);
-    return done();
+    co_return done();
+}
+
+Task<CommandAnswer> ClientCommands::openPhoto(QString percentEncodedIdentifier) {
+    WarningCopy warnings(client_);
+    const PhotoOpener opener(client_.sharedPhotos(), client_.workspace(), warnings);
+    co_await opener.open(std::move(percentEncodedIdentifier));
+    co_return warnings.text().isEmpty() ? done() : failed(warnings.text());
+}
+
+CommandAnswer ClientCommands::photos(const QString& word) {
+    if (word != QLatin1String("status"))
+        client_.photoConsent().decide(word == QLatin1String("allow"));
+    const QJsonObject data = photosData(client_);
+    return done(photosText(data), data);
 }
 
 } // namespace vennic

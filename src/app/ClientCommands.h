@@ -25,7 +25,9 @@ private:
     Task<CommandAnswer> unshare(QStringList names);
     Task<CommandAnswer> status();
     CommandAnswer bridge(bool on);
-    CommandAnswer open(const QString& address);
+    Task<CommandAnswer> open(QString address);
+    Task<CommandAnswer> openPhoto(QString percentEncodedIdentifier);
+    CommandAnswer photos(const QString& word);
 
     Client& client_;
     std::function<void()> quit_;

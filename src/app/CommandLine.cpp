@@ -29,12 +29,19 @@ constexpr std::array verbTable{
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
          u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
-         u"ouvre un document trouvé, par son adresse vennic://local_file/open/...",
-         u"Les adresses sont celles que donne « vennic search » ; elles valent jusqu'à la fin de Vennic."},
+         u"ouvre un document trouvé ou une photo, par son adresse vennic://...",
+         u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "
+         u"fin de Vennic. Celles des photos, vennic://local_photo/view/..., restent valables."},
+    Verb{QLatin1String("photos"), QLatin1String("allow|deny|status"), 1, 1, true,
+         u"autorise ou refuse l'accès du backend aux photos, ou dit où il en est",
+         u"Le backend peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
+         u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
 };
+
+const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QStringLiteral("status")};
 
 const Verb* find(const QString& name) {
     const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
@@ -67,6 +74,8 @@ std::optional<QString> check(const CommandLine& line) {
     if (verb.name == QLatin1String("bridge") && line.arguments[0] != QLatin1String("on") &&
         line.arguments[0] != QLatin1String("off"))
         return QStringLiteral("« %1 » n'est ni « on » ni « off ».").arg(line.arguments[0]);
+    if (verb.name == QLatin1String("photos") && !photoWords.contains(line.arguments[0]))
+        return QStringLiteral("« %1 » n'est ni « allow », ni « deny », ni « status ».").arg(line.arguments[0]);
     return std::nullopt;
 }
 
@@ -129,7 +138,8 @@ QString helpText(const std::optional<QString>& name) {
             QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
         text += QStringLiteral("  %1 %2\n").arg(left, -18).arg(verb.summary);
     }
-    text += QStringLiteral("\nOptions :\n  --json             données en JSON (status, shares, search, doctor)\n"
+    text += QStringLiteral("\nOptions :\n  --json             données en JSON (status, shares, search, photos,\n       "
+                           "              doctor)\n"
                            "  --                 ce qui suit n'est plus une option, même avec un tiret\n"
                            "  --help             cette aide, ou celle d'une commande\n"
                            "  --version          version de Vennic\n\n"

@@ -1,5 +1,6 @@
 #include "app/Doctor.h"
 
+#include "app/PhotosReport.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
 #include "linux/CredentialStoreChoice.h"
@@ -100,6 +101,33 @@ Finding types() {
     return {Verdict::good, QStringLiteral("shared-mime-info"), {}};
 }
 
+/// What the running client says; without one nobody knows what the user has decided.
+Finding photoAccess(Instance& instance) {
+    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("photos"), {QStringLiteral("status")}, {}}),
+                                     std::chrono::seconds{5});
+    const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
+    if (!decoded)
+        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
+    const QJsonObject& data = decoded->data;
+    const bool isAllowed = data[QLatin1String("access")] == QLatin1String("allowed");
+    Finding finding{isAllowed ? Verdict::good : Verdict::limited, photosAccessSentence(data), {}};
+    const bool isUndecided = data[QLatin1String("access")] == QLatin1String("undetermined");
+    if (isUndecided)
+        finding.remedy = QStringLiteral("« vennic photos allow » l'autorise, « vennic photos deny » le refuse.");
+    if (!isAllowed)
+        return finding;
+    const bool isRead = data[QLatin1String("ready")].toBool();
+    if (isRead && data[QLatin1String("folder")].toString().isEmpty())
+        return {Verdict::limited, QStringLiteral("autorisé, mais ce Mac n'a pas de dossier d'images"),
+                QStringLiteral("Choisis-en un : « xdg-user-dirs-update --set PICTURES CHEMIN ».")};
+    if (data[QLatin1String("missing")].toBool())
+        return {Verdict::limited, QStringLiteral("autorisé, mais le dossier d'images n'existe pas"),
+                QStringLiteral("Crée %1.").arg(data[QLatin1String("folder")].toString())};
+    if (const QString problem = data[QLatin1String("problem")].toString(); !problem.isEmpty())
+        return {Verdict::limited, problem, {}};
+    return finding;
+}
+
 Finding client(Instance& instance) {
     if (!instance.ask(encodeCommandRequest({QStringLiteral("status"), {}, {}}), std::chrono::seconds{5}))
         return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), QStringLiteral("Lance « vennic ».")};
@@ -143,6 +171,7 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
         {QStringLiteral("Présence de l'utilisateur"), presence},
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
+        {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };
     CommandAnswer answer;

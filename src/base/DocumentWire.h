@@ -1,4 +1,6 @@
 #pragma once
+#include "base/PhotoFacts.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -21,6 +23,7 @@ enum class Form : std::uint16_t {
     pdf = 3,         // mostCharacters -> UTF-8
     pdfPages = 4,    // -> PageCount; unparsable where the document has no page
     pdfPageText = 5, // page -> UTF-8, the page's text layer
+    photoFacts = 10, // -> PhotoFacts; what is no picture says so there
 };
 
 /// A form reads those that it takes; the others are 0.
@@ -104,6 +107,8 @@ constexpr Ceilings ceilingsOf(Form form) {
         return {mostMappedBytes, sizeof(PageCount), 0, 10};
     case Form::pdfPageText:
         return {mostMappedBytes, mostPdfTextBytes, 0, 10};
+    case Form::photoFacts:
+        return {mostMappedBytes, sizeof(PhotoFacts), 0, 10};
     }
     return {};
 }

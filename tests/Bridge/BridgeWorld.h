@@ -9,6 +9,7 @@
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "fakes/PhotoLibraryFake.h"
 #include "support/TestClock.h"
 
 namespace vennic::test {
@@ -43,6 +44,7 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
+    std::shared_ptr<PhotoLibraryFake> photos = std::make_shared<PhotoLibraryFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -66,6 +68,7 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
+        .photos = photos,
     };
     std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 

@@ -1,0 +1,102 @@
+#include "linux/photos/PhotoFactsWorker.h"
+
+#include "linux/FileDescriptor.h"
+#include "support/PictureMaker.h"
+#include "worker/PhotoReader.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+using namespace vennic;
+using namespace vennic::photos;
+using namespace vennic::test;
+
+namespace {
+
+using Outcome = PhotoFactsReader::Outcome;
+
+class PhotoFactsWorkerTest : public ::testing::Test {
+protected:
+    PhotoFactsReader::Result read(const QByteArray& bytes) {
+        QFile file(folder_.filePath(QStringLiteral("photo")));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        file.close();
+        const FileDescriptor open(::open(file.fileName().toUtf8().constData(), O_RDONLY | O_CLOEXEC));
+        return worker_.read(open.number());
+    }
+    static QByteArray data(const char* name) {
+        QFile file(QStringLiteral(VENNIC_TEST_DATA "/photos/") + QLatin1String(name));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+    /// The process that reads: this one's only child.
+    static pid_t process() {
+        QFile children(QStringLiteral("/proc/%1/task/%1/children").arg(getpid()));
+        for (const QString& task :
+             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile file(QStringLiteral("/proc/self/task/%1/children").arg(task));
+            if (file.open(QIODevice::ReadOnly)) {
+                if (const QByteArray number = file.readAll().trimmed(); !number.isEmpty())
+                    return number.toInt();
+            }
+        }
+        return -1;
+    }
+
+    QTemporaryDir folder_;
+    PhotoFactsWorker worker_{QStringLiteral(VENNIC_PICTURE_WORKER_PROGRAM)};
+};
+
+} // namespace
+
+TEST_F(PhotoFactsWorkerTest, theBoxChangesNoAnswer) {
+    worker::warmUpPhotos();
+    const ExifMaker exif = ExifMaker().takenAt("2024:07:14 12:30:45", "+02:00", "678").at(48, 2);
+    ExifMaker lying = exif;
+    lying.photo[0].count = 0xffffffff;
+    for (const QByteArray& bytes :
+         {jpegWith(exif.block()), jpegWith(), jpegWith("nonsense"), jpegWith(lying.block()), pngWith(exif.block()),
+          webpWith(exif.block()), tiffWith(exif), gifPicture(), bmpPicture(), data("dated.heic"), data("dated.avif"),
+          data("dated.heic").chopped(1), QByteArray("bonjour"), QByteArray()}) {
+        const auto boxed = read(bytes);
+        EXPECT_EQ(boxed.outcome, Outcome::read);
+        EXPECT_EQ(boxed.facts, worker::photoFacts({bytes.constData(), static_cast<std::size_t>(bytes.size())}))
+            << bytes.left(8).toHex().toStdString();
+    }
+}
+
+TEST_F(PhotoFactsWorkerTest, aDeadProcessIsReplaced) {
+    EXPECT_EQ(read(jpegWith()).outcome, Outcome::read);
+    const pid_t first = process();
+    ASSERT_GT(first, 0);
+    kill(first, SIGKILL);
+    // Whether it is found dead before or after it gets the next file, the one after that is read.
+    read(jpegWith());
+    EXPECT_EQ(read(jpegTaken("2024:07:14 12:30:45")).facts.dated, 1);
+    EXPECT_NE(process(), first);
+}
+
+TEST_F(PhotoFactsWorkerTest, aProgramThatIsNotThereFails) {
+    PhotoFactsWorker absent(QStringLiteral("/nulle/part"));
+    QFile file(folder_.filePath(QStringLiteral("photo")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    EXPECT_EQ(absent.read(file.handle()).outcome, Outcome::failed);
+}
+
+TEST_F(PhotoFactsWorkerTest, afterItsEndNothingIsSaidOfAFile) {
+    EXPECT_EQ(read(jpegWith()).outcome, Outcome::read);
+    worker_.close();
+    EXPECT_EQ(read(jpegWith()).outcome, Outcome::ended);
+}
+
+TEST_F(PhotoFactsWorkerTest, whatIsNoRegularFileIsRefused) {
+    const FileDescriptor folder(::open(folder_.path().toUtf8().constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    EXPECT_EQ(worker_.read(folder.number()).outcome, Outcome::refused);
+}
