@@ -4,6 +4,7 @@
 namespace vennic {
 
 class CurlLoop;
+struct CurlTrust;
 
 /// libcurl in Qt's event loop, HTTP/1.1 over kept-alive connections.
 ///
@@ -21,8 +22,10 @@ public:
     ~HttpTransportCurl() override;
 
     Task<HttpResponse> send(HttpRequest request) override;
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override;
 
 private:
+    CurlTrust trustOf(const HttpRequest& request);
     QByteArray pemOf(const std::shared_ptr<const TrustAnchors>& anchors);
 
     QByteArray systemTrustFolder_;

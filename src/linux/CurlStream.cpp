@@ -1,0 +1,67 @@
+#include "linux/CurlStream.h"
+
+#include <utility>
+
+namespace vennic {
+
+namespace {
+
+constexpr qsizetype mostWaitingBytes = 256LL * 1024;
+
+} // namespace
+
+std::optional<int> CurlStream::status() const { return lastStatus() == 0 ? std::nullopt : std::optional(lastStatus()); }
+
+Task<> CurlStream::untilHead() {
+    if (!begun_) {
+        news_.emplace();
+        co_await *news_;
+    }
+    if (fault_)
+        throw TransportError(*fault_);
+}
+
+Task<std::optional<QByteArray>> CurlStream::next() {
+    if (waiting_.isEmpty() && !ended_) {
+        news_.emplace();
+        co_await *news_;
+    }
+    if (!waiting_.isEmpty()) {
+        QByteArray bytes = std::exchange(waiting_, {});
+        if (std::exchange(paused_, false))
+            goOn();
+        co_return bytes;
+    }
+    if (fault_)
+        throw TransportError(*fault_);
+    co_return std::nullopt;
+}
+
+std::size_t CurlStream::takeBody(QByteArrayView bytes) {
+    if (received_ + bytes.size() > maxAnswerBytes())
+        return overflow();
+    if (waiting_.size() >= mostWaitingBytes) {
+        paused_ = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    received_ += bytes.size();
+    waiting_.append(bytes.data(), bytes.size());
+    wake();
+    return static_cast<std::size_t>(bytes.size());
+}
+
+void CurlStream::headEnded() { wake(); }
+
+void CurlStream::completed(std::optional<TransportFault> fault) {
+    ended_ = true;
+    fault_ = fault;
+    wake();
+}
+
+void CurlStream::wake() {
+    begun_ = true;
+    if (news_)
+        news_->set();
+}
+
+} // namespace vennic
