@@ -44,7 +44,8 @@ Client::Client(const Paths& paths, Deployment deployment)
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
-      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
+      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_),
+      preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -72,6 +73,13 @@ Client::Client(const Paths& paths, Deployment deployment)
     });
     AppSession::install(session_.get());
     bridgeContext_.follow(session_.get());
+    chat_ = std::make_unique<ChatView>(ChatView::Surroundings{
+        .session = *session_,
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+        .local = localChat_,
+    });
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
 }

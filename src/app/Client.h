@@ -5,8 +5,10 @@
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
 #include "app/SessionBridgeContext.h"
+#include "backend/ChatView.h"
 #include "backend/Deployment.h"
 #include "core/AppSession.h"
+#include "core/ServerPreferenceSync.h"
 #include "linux/FileSystemPosix.h"
 #include "linux/FileTypesShared.h"
 #include "linux/FolderBookmarksInode.h"
@@ -40,6 +42,7 @@ public:
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     Workspace& workspace() { return workspace_; }
+    ChatView& chat() { return *chat_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
@@ -70,10 +73,12 @@ private:
     SpotlightSearch spotlight_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
-    NoPreferenceSync preferenceSync_;
+    ServerPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
+    NoDirectLocalChat localChat_;
+    std::unique_ptr<ChatView> chat_;
     Job following_;
     Scope jobs_;
 };

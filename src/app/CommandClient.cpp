@@ -13,6 +13,7 @@ namespace vennic {
 namespace {
 
 constexpr auto patience = std::chrono::seconds{90};         // the pairing call may take 80
+constexpr auto askPatience = std::chrono::seconds{970};     // an answer may stream for 960
 constexpr qsizetype maxRequestBytes = qsizetype{64} * 1024; // what the client reads of a request
 
 CommandRequest requestOf(const CommandLine& line) {
@@ -50,7 +51,7 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
             return ExitStatus::usage;
         }
-        const auto answer = instance.ask(request, patience);
+        const auto answer = instance.ask(request, *line.verb == QLatin1String("ask") ? askPatience : patience);
         if (!answer) {
             writeError(QStringLiteral("Vennic ne tourne pas. Lance « vennic » d'abord.\n"));
             return ExitStatus::noClient;
