@@ -13,11 +13,12 @@ constexpr qsizetype mostWaitingBytes = 256LL * 1024;
 std::optional<int> CurlStream::status() const { return lastStatus() == 0 ? std::nullopt : std::optional(lastStatus()); }
 
 Task<> CurlStream::untilHead() {
-    if (!begun_) {
+    if (!begun_ && !ended_) {
         news_.emplace();
         co_await *news_;
     }
-    if (fault_)
+    // A failure behind the header is told by `next`, after what came before it.
+    if (fault_ && !begun_)
         throw TransportError(*fault_);
 }
 
@@ -46,11 +47,15 @@ std::size_t CurlStream::takeBody(QByteArrayView bytes) {
     }
     received_ += bytes.size();
     waiting_.append(bytes.data(), bytes.size());
+    begun_ = true;
     wake();
     return static_cast<std::size_t>(bytes.size());
 }
 
-void CurlStream::headEnded() { wake(); }
+void CurlStream::headEnded() {
+    begun_ = true;
+    wake();
+}
 
 void CurlStream::completed(std::optional<TransportFault> fault) {
     ended_ = true;
@@ -59,7 +64,6 @@ void CurlStream::completed(std::optional<TransportFault> fault) {
 }
 
 void CurlStream::wake() {
-    begun_ = true;
     if (news_)
         news_->set();
 }

@@ -21,7 +21,7 @@ private:
     void completed(std::optional<TransportFault> fault) override;
     void wake();
 
-    bool begun_ = false;
+    bool begun_ = false; // the header is there, or what isn't HTTP has begun
     bool ended_ = false;
     bool paused_ = false;
     std::optional<TransportFault> fault_;
