@@ -156,6 +156,9 @@ TaskRecord TaskDesk::deliveredTask(const DeviceKey& key, const QString& id) {
 
 void TaskDesk::streamed(const DeviceKey& key, const QString& id, const QString& delta) {
     TaskRecord task = deliveredTask(key, id);
+    // What came before this piece was forgotten with the delivery, and nobody would wait for the rest.
+    if (task.state == TaskState::Queued)
+        throw HttpError(409, QStringLiteral("Cette tâche attend d'être remise à nouveau."));
     if (task.streamBytes + delta.toUtf8().size() > longestStream || task.streamCount >= mostDeltas)
         throw HttpError(413, QStringLiteral("Cette tâche a déjà envoyé trop de texte."));
     task.state = TaskState::Streaming;

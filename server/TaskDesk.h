@@ -35,7 +35,7 @@ public:
     bool isPolling(const DeviceKey& key) const { return polls_.contains(key); }
 
     /// The machine's words on its task. Raise HttpError: 403 another machine's, 404 unknown, 409 finished or never
-    /// delivered, 413 (streamed only) more than a stream may hold.
+    /// delivered; streamed only: 409 back in the queue, 413 more than a stream may hold.
     void streamed(const DeviceKey& key, const QString& id, const QString& delta);
     void succeeded(const DeviceKey& key, const QString& id, const QByteArray& result, std::chrono::nanoseconds arrived);
     void failed(const DeviceKey& key, const QString& id, const QString& message, std::chrono::nanoseconds arrived);

@@ -10,7 +10,7 @@ namespace vennic::server {
 namespace {
 struct Kind {
     QLatin1String name;
-    bool repeatable;
+    bool repeatable = false;
 };
 constexpr std::array kinds{
     Kind{QLatin1String("search"), true},         Kind{QLatin1String("read"), true},

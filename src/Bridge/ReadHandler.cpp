@@ -14,7 +14,7 @@ constexpr qint64 usualMaxChars = 8000;
 using Outcome = std::variant<ExtractedContent, QString>;
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-Outcome readShared(std::shared_ptr<FolderBookmarks> bookmarks, const DocumentExtractor& extractor,
+Outcome readShared(const std::shared_ptr<FolderBookmarks>& bookmarks, const DocumentExtractor& extractor,
                    const std::vector<BookmarkEntry>& grants, const FileURL& url, qint64 maxChars) {
     const BookmarkResolver resolver(*bookmarks);
     try {

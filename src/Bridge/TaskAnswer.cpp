@@ -6,7 +6,7 @@ namespace vennic {
 
 Task<> TaskAnswer::success(APIService api, QString id, BridgeResult result) const {
     try {
-        co_await api.reportBridgeTaskSuccess(std::move(id), std::move(result));
+        co_await api.reportBridgeTaskSuccess(id, result);
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& failure) {
@@ -16,7 +16,7 @@ Task<> TaskAnswer::success(APIService api, QString id, BridgeResult result) cons
 
 Task<> TaskAnswer::error(APIService api, QString id, QString message) {
     try {
-        co_await api.reportBridgeTaskError(std::move(id), std::move(message));
+        co_await api.reportBridgeTaskError(id, message);
     } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): nobody is left to tell
     }
 }

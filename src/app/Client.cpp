@@ -1,32 +1,22 @@
 #include "app/Client.h"
 
-#include "Bridge/BookmarkResolver.h"
 #include "backend/PinnedRoots.h"
-#include "base/Pool.h"
 #include "linux/CredentialStoreChoice.h"
 
 #include <QFile>
 #include <QSysInfo>
+#include <QTimer>
 
 namespace vennic {
 
 namespace {
 
+constexpr auto farewell = std::chrono::seconds{3};
+
 index::IndexerSettings indexSettings(const Paths& paths) {
     index::IndexerSettings settings;
     settings.directory = QFile::encodeName(paths.cache + QStringLiteral("/index")).toStdString();
     return settings;
-}
-
-/// A folder that has moved is looked for on the disk, which may take seconds.
-QStringList resolvedPaths(const std::shared_ptr<FolderBookmarks>& folders, const std::vector<BookmarkEntry>& grants) {
-    QStringList paths;
-    const BookmarkResolver resolver(*folders);
-    for (const BookmarkEntry& grant : grants) {
-        if (const auto resolved = resolver.resolveIfPossible(grant))
-            paths.append(resolved->url.path);
-    }
-    return paths;
 }
 
 } // namespace
@@ -94,11 +84,30 @@ Client::~Client() {
     BookmarkStore::install(nullptr);
 }
 
+void Client::end(const std::function<void()>& quit) {
+    if (ending_ || !session_->isRevoking())
+        return quit();
+    ending_ = true;
+    const auto quitWhenTold = [this, quit] {
+        if (!session_->isRevoking())
+            quit();
+    };
+    QObject::connect(session_.get(), &AppSession::tokenRevoked, session_.get(), quitWhenTold);
+    QTimer::singleShot(farewell, session_.get(), quit);
+}
+
 void Client::indexSharedFolders() {
     following_.cancel();
     following_ = jobs_.start(followGrants());
 }
 
-Task<> Client::followGrants() { granted_.setFolders(co_await onPool(resolvedPaths, folders_, bookmarks_.entries())); }
+Task<> Client::followGrants() {
+    QStringList paths;
+    for (const ResolvedShare& share : co_await shares()) {
+        if (share.folder)
+            paths.append(share.folder->path);
+    }
+    granted_.setFolders(paths);
+}
 
 } // namespace vennic

@@ -4,6 +4,7 @@
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
+#include "app/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
 #include "backend/Deployment.h"
@@ -21,6 +22,8 @@
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
 
+#include <functional>
+
 namespace vennic {
 
 /// All that the running client is made of, built in the order of its members and torn down in the other.
@@ -33,10 +36,15 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client();
 
+    /// Calls `quit` once the backend knows of a sign-out, or has had three seconds to hear of it; at once when there is
+    /// none, and when asked a second time.
+    void end(const std::function<void()>& quit);
+
     AppSession& session() { return *session_; }
     BridgeService& bridge() { return *bridge_; }
     BookmarkStore& bookmarks() { return bookmarks_; }
-    FolderBookmarks& folders() { return *folders_; }
+    /// The grants, and where their folders are now.
+    Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
     const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
     SpotlightSearch& spotlight() { return spotlight_; }
@@ -81,6 +89,7 @@ private:
     std::unique_ptr<AppSession> session_;
     NoDirectLocalChat localChat_;
     std::unique_ptr<ChatView> chat_;
+    bool ending_ = false;
     Job following_;
     Scope jobs_;
 };

@@ -1,6 +1,5 @@
 #include "app/ClientCommands.h"
 
-#include "Bridge/BookmarkResolver.h"
 #include "Bridge/ScopedAccess.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
@@ -20,7 +19,22 @@ const QLatin1String documentLink("vennic://local_file/open/");
 
 CommandAnswer done(const QString& text = {}, const QJsonObject& data = {}) { return {ExitStatus::done, text, data}; }
 
-CommandAnswer failed(const QString& reason) { return {ExitStatus::failed, reason, {}}; }
+CommandAnswer failed(const QString& reason) { return {ExitStatus::failed, {}, {}, reason}; }
+
+/// The outcome of doing the same with each of several arguments: what was done stays done and is told, and so is what
+/// wasn't.
+class Outcomes {
+public:
+    void done(const QString& line) { done_.append(line); }
+    void failed(const QString& reason) { failed_.append(reason); }
+    CommandAnswer answer() const {
+        return {failed_.isEmpty() ? ExitStatus::done : ExitStatus::failed, done_.join(u'\n'), {}, failed_.join(u'\n')};
+    }
+
+private:
+    QStringList done_;
+    QStringList failed_;
+};
 
 QJsonObject hitData(const SearchResult& hit, const QString& id) {
     QJsonObject data{{QStringLiteral("id"), id},
@@ -69,10 +83,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     const QString first = arguments.value(0);
     if (verb == QLatin1String("activate"))
         co_return done(QStringLiteral("Vennic tourne déjà."));
-    if (verb == QLatin1String("status")) {
-        const QJsonObject status = statusData(client_);
-        co_return done(statusText(status), status);
-    }
+    if (verb == QLatin1String("status"))
+        co_return co_await status();
     if (verb == QLatin1String("pair"))
         co_return co_await pair(first);
     if (verb == QLatin1String("token"))
@@ -84,9 +96,9 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     if (verb == QLatin1String("share"))
         co_return share(arguments);
     if (verb == QLatin1String("shares"))
-        co_return shares();
+        co_return co_await shares();
     if (verb == QLatin1String("unshare"))
-        co_return unshare(arguments);
+        co_return co_await unshare(arguments);
     if (verb == QLatin1String("bridge"))
         co_return bridge(first == QLatin1String("on"));
     if (verb == QLatin1String("search"))
@@ -100,6 +112,12 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
         co_return done();
     }
     co_return failed(QStringLiteral("Commande inconnue : %1").arg(verb));
+}
+
+Task<CommandAnswer> ClientCommands::status() {
+    const auto shares = co_await client_.shares();
+    const QJsonObject data = statusData(client_, shares);
+    co_return done(statusText(data), data);
 }
 
 Task<CommandAnswer> ClientCommands::pair(QString code) {
@@ -131,52 +149,52 @@ CommandAnswer ClientCommands::token(const QString& secret) {
 }
 
 CommandAnswer ClientCommands::share(const QStringList& paths) {
-    QString text;
+    Outcomes outcomes;
     for (const QString& path : paths) {
-        if (!QDir::isAbsolutePath(path))
-            return failed(QStringLiteral("Le chemin %1 n'est pas absolu.").arg(path));
-        const BookmarkEntry entry = client_.bookmarks().add(FileURL{path});
-        text += QStringLiteral("%1 est partagé (%2).\n").arg(path, entry.id.toString(QUuid::WithoutBraces).toUpper());
-    }
-    text.chop(1);
-    return done(text);
-}
-
-CommandAnswer ClientCommands::shares() {
-    const QJsonArray shares = sharesData(client_);
-    QString text;
-    for (const auto& share : shares) {
-        const QString path = share[QLatin1String("path")].toString();
-        text +=
-            QStringLiteral("%1  %2\n")
-                .arg(share[QLatin1String("id")].toString(),
-                     path.isEmpty() ? QStringLiteral("%1 (introuvable)").arg(share[QLatin1String("name")].toString())
-                                    : path);
-    }
-    text.chop(1);
-    if (shares.isEmpty())
-        text = QStringLiteral("Aucun dossier partagé.");
-    return done(text, {{QStringLiteral("shares"), shares}});
-}
-
-CommandAnswer ClientCommands::unshare(const QStringList& names) {
-    QString text;
-    for (const QString& name : names) {
-        std::vector<QUuid> ids;
-        const BookmarkResolver resolver(client_.folders());
-        for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
-            const auto resolved = resolver.resolveIfPossible(entry);
-            if (entry.id == QUuid::fromString(name) || (resolved && resolved->url.path == QDir::cleanPath(name)))
-                ids.push_back(entry.id);
+        try {
+            if (!QDir::isAbsolutePath(path))
+                throw LocalizedError(QStringLiteral("Le chemin n'est pas absolu."));
+            const BookmarkEntry entry = client_.bookmarks().add(FileURL{path});
+            outcomes.done(QStringLiteral("%1 est partagé (%2).").arg(path, uuidString(entry.id)));
+        } catch (const LocalizedError& error) {
+            outcomes.failed(QStringLiteral("%1 : %2").arg(path, error.errorDescription()));
         }
-        if (ids.empty())
-            return failed(QStringLiteral("Aucun dossier partagé ne répond à %1.").arg(name));
-        for (const QUuid& id : ids)
-            client_.bookmarks().remove(id);
-        text += QStringLiteral("%1 n'est plus partagé.\n").arg(name);
     }
-    text.chop(1);
-    return done(text);
+    return outcomes.answer();
+}
+
+Task<CommandAnswer> ClientCommands::shares() {
+    const auto shares = co_await client_.shares();
+    QStringList lines;
+    for (const ResolvedShare& share : shares) {
+        const QString place =
+            share.folder ? share.folder->path : QStringLiteral("%1 (introuvable)").arg(share.grant.displayName);
+        lines.append(QStringLiteral("%1  %2").arg(uuidString(share.grant.id), place));
+    }
+    if (shares.empty())
+        lines.append(QStringLiteral("Aucun dossier partagé."));
+    co_return done(lines.join(u'\n'), {{QStringLiteral("shares"), sharesData(shares)}});
+}
+
+Task<CommandAnswer> ClientCommands::unshare(QStringList names) {
+    const auto shares = co_await client_.shares();
+    names.removeDuplicates();
+    Outcomes outcomes;
+    for (const QString& name : names) {
+        bool found = false;
+        for (const ResolvedShare& share : shares) {
+            if (share.grant.id == QUuid::fromString(name) ||
+                (share.folder && share.folder->path == QDir::cleanPath(name))) {
+                client_.bookmarks().remove(share.grant.id);
+                found = true;
+            }
+        }
+        if (found)
+            outcomes.done(QStringLiteral("%1 n'est plus partagé.").arg(name));
+        else
+            outcomes.failed(QStringLiteral("Aucun dossier partagé ne répond à %1.").arg(name));
+    }
+    co_return outcomes.answer();
 }
 
 CommandAnswer ClientCommands::bridge(bool on) {
@@ -185,17 +203,16 @@ CommandAnswer ClientCommands::bridge(bool on) {
 }
 
 Task<CommandAnswer> ClientCommands::search(QString words) {
-    std::vector<FileURL> folders;
-    std::vector<ScopedAccess> open;
-    const BookmarkResolver resolver(client_.folders());
-    for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
-        if (const auto resolved = resolver.resolveIfPossible(entry)) {
-            folders.push_back(resolved->url);
-            open.emplace_back(client_.sharedFolders(), resolved->url);
-        }
-    }
     if (client_.bookmarks().entries().empty())
         co_return failed(QStringLiteral("Aucun dossier partagé n'est configuré sur le Mac."));
+    std::vector<FileURL> folders;
+    std::vector<ScopedAccess> open;
+    for (const ResolvedShare& share : co_await client_.shares()) {
+        if (share.folder) {
+            folders.push_back(*share.folder);
+            open.emplace_back(client_.sharedFolders(), *share.folder);
+        }
+    }
     const auto hits = co_await client_.spotlight().search(words, folders, searchLimit, searchTimeout);
     QJsonArray items;
     QString text;

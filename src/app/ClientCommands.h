@@ -22,8 +22,9 @@ private:
     Task<CommandAnswer> ask(QString text);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
-    CommandAnswer shares();
-    CommandAnswer unshare(const QStringList& names);
+    Task<CommandAnswer> shares();
+    Task<CommandAnswer> unshare(QStringList names);
+    Task<CommandAnswer> status();
     CommandAnswer bridge(bool on);
     CommandAnswer open(const QString& address);
 

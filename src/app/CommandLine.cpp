@@ -125,13 +125,14 @@ QString helpText(const std::optional<QString>& name) {
         return text;
     }
     QString text = QStringLiteral("Usage : vennic [COMMANDE] [ARGUMENTS]\n\n"
-                                  "Sans commande, démarre Vennic, ou rappelle celui qui tourne déjà.\n\nCommandes :\n");
+                                  "Sans commande, démarre Vennic ; s'il tourne déjà, le dit.\n\nCommandes :\n");
     for (const Verb& verb : verbTable) {
         const QString left =
             QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
         text += QStringLiteral("  %1 %2\n").arg(left, -18).arg(verb.summary);
     }
     text += QStringLiteral("\nOptions :\n  --json             données en JSON (status, shares, search, doctor)\n"
+                           "  --                 ce qui suit n'est plus une option, même avec un tiret\n"
                            "  --help             cette aide, ou celle d'une commande\n"
                            "  --version          version de Vennic\n\n"
                            "État de sortie : 0 fait, 1 échec, 2 mauvais usage, 3 Vennic ne tourne pas.\n");

@@ -47,11 +47,11 @@ QString reason(int error) {
     throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(reason(error)));
 }
 
-FileHandle openToAccess(const QByteArray& path) {
+FileDescriptor openToAccess(const QByteArray& path) {
     open_how how{};
     how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
     how.resolve = RESOLVE_NO_MAGICLINKS;
-    return FileHandle(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
+    return FileDescriptor(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
 }
 
 } // namespace
@@ -75,6 +75,7 @@ QByteArray FolderBookmarksInode::create(const QString& path) {
         refuse(errno);
     identity->path = QString::fromUtf8(*native);
     identity->fileSystem = fileSystemIdentity(*native);
+    identity->handle = folderHandle(-1, *native, true);
     return encoded(*identity);
 }
 
@@ -82,12 +83,12 @@ ResolvedFolder FolderBookmarksInode::resolve(const QByteArray& bookmark) {
     const auto wanted = decodedFolderIdentity(bookmark);
     if (!wanted)
         throw LocalizedError(QStringLiteral("Le dossier partagé est illisible."));
-    const auto present = folderIdentity(-1, wanted->path.toUtf8(), true);
-    if (present && present->isSameFolder(*wanted))
+    const QByteArray path = wanted->path.toUtf8();
+    if (folderIfSame(*wanted, -1, path, true))
         return {wanted->path, false};
     if (const auto moved = searchFor(bookmark, *wanted))
         return {*moved, true};
-    if (present)
+    if (folderIdentity(-1, path, true))
         return {wanted->path, true};
     throw LocalizedError(QStringLiteral("Le dossier partagé est introuvable."));
 }
@@ -99,8 +100,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
         known = searched_.value(bookmark);
     }
     if (!known.found.isEmpty()) {
-        const auto there = folderIdentity(-1, known.found.toUtf8(), false);
-        if (there && there->isSameFolder(wanted))
+        if (folderIfSame(wanted, -1, known.found.toUtf8(), false))
             return known.found;
         known = {};
     }
@@ -119,7 +119,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
 
 bool FolderBookmarksInode::startAccessing(const QString& path) {
     const auto native = nativePath(path);
-    FileHandle folder = native ? openToAccess(*native) : FileHandle();
+    FileDescriptor folder = native ? openToAccess(*native) : FileDescriptor();
     if (!folder.isOpen())
         return false;
     const std::lock_guard lock(mutex_);

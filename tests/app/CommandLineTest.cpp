@@ -75,6 +75,12 @@ TEST(CommandLine, aHugeLineIsRefused) {
     EXPECT_TRUE(parseCommandLine({QStringLiteral("search"), QString(70'000, QLatin1Char('x'))}).error);
 }
 
+TEST(CommandLine, theHelpNamesEveryOption) {
+    const QString help = helpText(std::nullopt);
+    for (const char* option : {"--json", "--help", "--version", "-- "})
+        EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + QLatin1String(option))) << option;
+}
+
 TEST(CommandLine, everyVerbHasHelpThatNamesIt) {
     for (const Verb& verb : verbs()) {
         const QString help = helpText(QString(verb.name));

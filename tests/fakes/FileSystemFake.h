@@ -26,7 +26,7 @@ public:
     void addFolder(const QString& path) {
         entries[path] = {.isDirectory = true, .size = {}, .changedAt = {}, .volumeIsLocal = true};
     }
-    void addFile(const QString& path, std::optional<qint64> size = 0, std::optional<QDateTime> changedAt = {}) {
+    void addFile(const QString& path, std::optional<qint64> size = 0, const std::optional<QDateTime>& changedAt = {}) {
         entries[path] = {.isDirectory = false, .size = size, .changedAt = changedAt, .volumeIsLocal = true};
     }
 

@@ -141,7 +141,7 @@ TEST_F(HostileDiskTest, aReaderThatCanNeverBeHadLeavesTheDocumentsWaiting) {
     world.share();
     EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 16; }));
     EXPECT_TRUE(test::waitUntil([&] { return world.index().status().pending == 30; }));
-    EXPECT_EQ(world.find(s("f2")).size(), 11); // by name meanwhile
+    EXPECT_TRUE(test::waitUntil([&] { return world.find(s("f2")).size() == 11; })); // by name meanwhile
     EXPECT_FALSE(world.index().status().ready);
     EXPECT_EQ(world.texts.reads, 16); // eight documents, two tries each
     world.texts.dead = false;

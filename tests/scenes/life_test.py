@@ -38,6 +38,15 @@ class Life(Scene):
         self.assertEqual(self.client.process.wait(20), 0)
         self.assertEqual(self.client.workers(), [])
 
+    def test_a_start_right_after_quit_takes_the_place_once_it_is_free(self):
+        self.start_all()
+        for _ in range(5):
+            old = self.client.process
+            self.assertEqual(self.client.verb("quit").returncode, 0)
+            self.client.start()
+            self.assertEqual(old.wait(20), 0)
+            self.assertIsNone(self.client.process.poll())
+
     def test_status_has_every_promised_field(self):
         self.start_all()
         status = self.client.status()

@@ -186,6 +186,21 @@ TEST_F(TaskDeskTest, eachStreamedPieceRenewsThePatience) {
     EXPECT_EQ(task(id).state, TaskState::Timeout);
 }
 
+TEST_F(TaskDeskTest, aPieceForATaskThatIsBackInTheQueueIsRefusedAndTheTaskGoesOutAgain) {
+    const QString id = submit("search", first);
+    poll(first)->end.written(true);
+    poll(first)->end.written(false); // delivered again, and that one never left
+    ASSERT_EQ(task(id).state, TaskState::Queued);
+    ASSERT_EQ(task(id).deliveries, 1);
+    EXPECT_EQ(refusal([&] { desk->streamed(first, id, QStringLiteral("la fin")); }), 409);
+    EXPECT_EQ(task(id).state, TaskState::Queued);
+    const auto again = poll(first);
+    EXPECT_EQ(again->end.task.id, id);
+    again->end.written(true);
+    time.advance(60s);
+    EXPECT_EQ(task(id).state, TaskState::Timeout);
+}
+
 TEST_F(TaskDeskTest, aStreamHoldsSixteenMebibytesAndStillEnds) {
     const QString id = submit("llm_infer", first);
     poll(first)->end.written(true);

@@ -104,7 +104,7 @@ std::optional<Entry> statOf(int file) { return statusOf(file, "", AT_EMPTY_PATH)
 
 std::optional<std::vector<Entry>> listFolder(int folder) {
     std::vector<Entry> entries;
-    alignas(8) std::array<char, 32768> buffer;
+    alignas(8) std::array<char, 32768> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): the system fills it
     if (lseek(folder, 0, SEEK_SET) < 0)
         return std::nullopt;
     for (;;) {

@@ -1,6 +1,6 @@
 #include "linux/index/Indexer.h"
 
-#include "linux/index/IdlePriority.h"
+#include "base/IdlePriority.h"
 #include "linux/index/IndexerWork.h"
 
 #include <algorithm>

@@ -55,7 +55,8 @@ void Watches::clear() { *this = Watches(budget_); }
 
 std::vector<Change> Watches::read() {
     std::vector<Change> changes;
-    alignas(inotify_event) std::array<char, 65536> buffer;
+    alignas(inotify_event) std::array<char, 65536>
+        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
     // Who writes without end must not keep us here.
     for (int round = 0; round < mostRounds; ++round) {
         const ssize_t got = ::read(inotify_.get(), buffer.data(), buffer.size());
