@@ -39,6 +39,11 @@ HttpTransportCurl::HttpTransportCurl(const QString& systemTrustFolder)
 
 HttpTransportCurl::~HttpTransportCurl() = default;
 
+QString HttpTransportCurl::usualTrustFolder() {
+    const QString folders = QFile::decodeName(qgetenv("SSL_CERT_DIR"));
+    return folders.isEmpty() ? QStringLiteral("/etc/ssl/certs") : folders;
+}
+
 QByteArray HttpTransportCurl::pemOf(const std::shared_ptr<const TrustAnchors>& anchors) {
     if (lastAnchors_.lock() != anchors) {
         lastPem_ = pemText(*anchors);
