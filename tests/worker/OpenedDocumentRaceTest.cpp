@@ -57,7 +57,7 @@ struct OpenedDocumentRaceTest : ::testing::Test {
         const QString path = disk.filePath(QString::fromUtf8(below));
         for (const auto end = std::chrono::steady_clock::now() + 2s; std::chrono::steady_clock::now() < end;) {
             try {
-                const OpenedDocument document(path);
+                const OpenedDocument document(path, 1024);
                 std::array<char, 16> bytes{};
                 const ssize_t count = ::read(document.descriptor(), bytes.data(), bytes.size());
                 ++(QByteArrayView(bytes.data(), count) == "shared" ? ours : secrets);
