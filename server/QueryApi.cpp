@@ -4,6 +4,7 @@
 #include "server/JsonText.h"
 #include "server/Router.h"
 #include "server/TaskJson.h"
+#include "server/TimeKeeper.h"
 
 #include <algorithm>
 
