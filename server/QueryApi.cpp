@@ -40,10 +40,12 @@ QString optionalWord(const QJsonObject& body, QLatin1String key) {
 qint64 discussionOf(const QueryDesks& desks, const Call& call, const QJsonObject& body, const QString& text) {
     const QJsonValue value = body.value(QLatin1String("discussion_id"));
     const qint64 id = value.toInteger(0);
-    if (value.isUndefined() || value.isNull() || (value.isDouble() && id == 0))
-        return desks.discussions.begin(call.caller.account, text, desks.time.wallMs());
-    if (!value.isDouble() || id != value.toInteger(1))
+    const bool isAbsent = value.isUndefined() || value.isNull();
+    // Two different fall-backs tell a whole number from anything else.
+    if (!isAbsent && (!value.isDouble() || id != value.toInteger(1)))
         throw HttpError(422, QStringLiteral("Le champ « discussion_id » doit être un nombre entier."));
+    if (isAbsent || id == 0)
+        return desks.discussions.begin(call.caller.account, text, desks.time.wallMs());
     if (!desks.discussions.has(call.caller.account, id))
         throw HttpError(404, QStringLiteral("Cette discussion n'existe pas."));
     return id;
