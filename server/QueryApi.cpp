@@ -51,9 +51,9 @@ qint64 discussionOf(const QueryDesks& desks, const Call& call, const QJsonObject
     return id;
 }
 
-Turn turnOf(const QJsonObject& body, const QString& text, qint64 discussion, qint64 now) {
+/// Still without a discussion, which is begun only for what can be filed.
+Turn turnOf(const QJsonObject& body, const QString& text, qint64 now) {
     Turn turn;
-    turn.discussion = discussion;
     turn.createdAt = now;
     turn.text = text;
     turn.provider = optionalWord(body, QLatin1String("provider"));
@@ -142,14 +142,14 @@ private:
 void query(const QueryDesks& desks, const Call& call) {
     const QJsonObject body = jsonObject(call.body);
     const QString text = requiredText(body, QLatin1String("text"), longestText);
-    const qint64 discussion = discussionOf(desks, call, body, text);
-    Turn turn = turnOf(body, text, discussion, desks.time.wallMs());
+    Turn turn = turnOf(body, text, desks.time.wallMs());
+    turn.discussion = discussionOf(desks, call, body, text);
     Question question;
     question.account = call.caller.account;
     question.text = text;
     question.provider = turn.provider;
     question.model = turn.model;
-    question.earlier = desks.discussions.turns(discussion, rememberedTurns);
+    question.earlier = desks.discussions.turns(turn.discussion, rememberedTurns);
     const bool streams = body.value(QLatin1String("stream")).toBool();
     // The exchange's own wait for the asker's going holds the conversation until it has been answered.
     const auto conversing = std::make_shared<Conversing>(desks.discussions, call.exchange, std::move(turn), streams);
@@ -160,7 +160,8 @@ void importTurn(const QueryDesks& desks, const Call& call) {
     const QJsonObject body = jsonObject(call.body);
     const QString text = requiredText(body, QLatin1String("text"), longestText);
     const QString reply = requiredText(body, QLatin1String("response_text"), longestReply);
-    Turn turn = turnOf(body, text, discussionOf(desks, call, body, text), desks.time.wallMs());
+    Turn turn = turnOf(body, text, desks.time.wallMs());
+    turn.discussion = discussionOf(desks, call, body, text);
     turn.provider = QStringLiteral("local");
     turn.reply = reply;
     desks.discussions.append(turn);
