@@ -61,8 +61,11 @@ public:
     }
     void sendEvent(const QByteArray& name, const QByteArray& data) override {
         const auto connection = connection_.lock();
-        if (connection && connection->state_ == State::Events)
-            connection->queueEvent(("event: " + name + "\ndata: " + data + "\n\n").toStdString(), name == "task");
+        if (!connection || connection->state_ != State::Events)
+            return;
+        QByteArray lines = data;
+        lines.replace('\r', QByteArray()).replace("\n", "\ndata: ");
+        connection->queueEvent(("event: " + name + "\ndata: " + lines + "\n\n").toStdString(), name == "task");
     }
     void endEvents() override {
         gone_ = nullptr;

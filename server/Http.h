@@ -55,7 +55,8 @@ public:
     virtual void onGone(std::function<void()> gone) = 0;
     /// Starts a text/event-stream answer.
     virtual void startEvents() = 0;
-    /// One event with a line of data; a reader that doesn't keep up is dropped.
+    /// One event; its data may have several lines, whose carriage returns are dropped. A reader that doesn't keep up
+    /// is dropped.
     virtual void sendEvent(const QByteArray& name, const QByteArray& data) = 0;
     virtual void endEvents() = 0;
 };

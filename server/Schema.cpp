@@ -5,7 +5,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr int currentFormat = 2;
+constexpr int currentFormat = 3;
 
 // Moments are milliseconds since 1970. Tokens and codes stand here as SHA-256 only. `args` and `result` are JSON text.
 constexpr auto tables = R"(
@@ -41,6 +41,20 @@ CREATE TABLE machine_tokens(
 INSERT INTO machine_tokens SELECT account_id, device_id, token_id FROM machines;
 PRAGMA user_version = 2;
 )";
+
+// Format 3: what was said. `findings` is JSON text.
+constexpr auto conversations = R"(
+CREATE TABLE discussions(
+    id INTEGER PRIMARY KEY AUTOINCREMENT, account_id INTEGER NOT NULL REFERENCES accounts(id), name TEXT NOT NULL,
+    updated_at INTEGER NOT NULL);
+CREATE INDEX latest_discussions ON discussions(account_id, updated_at);
+CREATE TABLE turns(
+    id INTEGER PRIMARY KEY AUTOINCREMENT, discussion_id INTEGER NOT NULL REFERENCES discussions(id) ON DELETE CASCADE,
+    created_at INTEGER NOT NULL, text TEXT NOT NULL, reply TEXT NOT NULL, provider TEXT NOT NULL, model TEXT NOT NULL,
+    channel TEXT NOT NULL, findings BLOB);
+CREATE INDEX turns_of_discussion ON turns(discussion_id, id);
+PRAGMA user_version = 3;
+)";
 } // namespace
 
 void prepareSchema(Database& database) {
@@ -57,6 +71,8 @@ void prepareSchema(Database& database) {
         database.script(tables);
     if (format < 2)
         database.script(machineTokens);
+    if (format < 3)
+        database.script(conversations);
     transaction.commit();
 }
 

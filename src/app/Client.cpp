@@ -46,7 +46,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
       photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
-      bridgeContext_(keychain_, preferences_) {
+      bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -76,6 +76,13 @@ Client::Client(const Paths& paths, Deployment deployment)
     });
     AppSession::install(session_.get());
     bridgeContext_.follow(session_.get());
+    chat_ = std::make_unique<ChatView>(ChatView::Surroundings{
+        .session = *session_,
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+        .local = localChat_,
+    });
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
 }

@@ -6,8 +6,10 @@
 #include "app/Paths.h"
 #include "app/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
+#include "backend/ChatView.h"
 #include "backend/Deployment.h"
 #include "core/AppSession.h"
+#include "core/ServerPreferenceSync.h"
 #include "linux/FileSystemPosix.h"
 #include "linux/FileTypesShared.h"
 #include "linux/FolderBookmarksInode.h"
@@ -58,6 +60,7 @@ public:
     PhotoConsent& photoConsent() { return photoConsent_; }
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
+    ChatView& chat() { return *chat_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
@@ -99,10 +102,12 @@ private:
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;
-    NoPreferenceSync preferenceSync_;
+    ServerPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
     WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
+    NoDirectLocalChat localChat_;
+    std::unique_ptr<ChatView> chat_;
     bool ending_ = false;
     Job following_;
     Scope jobs_;

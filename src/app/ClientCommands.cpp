@@ -125,6 +125,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
         co_return bridge(first == QLatin1String("on"));
     if (verb == QLatin1String("search"))
         co_return co_await search(arguments.join(QLatin1Char(' ')));
+    if (verb == QLatin1String("ask"))
+        co_return co_await ask(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("open"))
         co_return co_await open(first);
     if (verb == QLatin1String("photos"))
@@ -248,6 +250,20 @@ Task<CommandAnswer> ClientCommands::search(QString words) {
     if (hits.empty())
         text = QStringLiteral("Rien trouvé.");
     co_return done(text, {{QStringLiteral("items"), items}});
+}
+
+Task<CommandAnswer> ClientCommands::ask(QString text) {
+    if (text.trimmed().isEmpty())
+        co_return failed(QStringLiteral("La question est vide."));
+    const auto end = co_await client_.chat().ask(text);
+    if (!end)
+        co_return failed(QStringLiteral("Une réponse est déjà en cours ; attends qu'elle soit finie."));
+    if (end->failed)
+        co_return failed(end->text);
+    QJsonObject data{{QStringLiteral("text"), end->text}};
+    if (const auto discussion = client_.session().discussionId())
+        data.insert(QStringLiteral("discussion_id"), *discussion);
+    co_return done(end->text, data);
 }
 
 Task<CommandAnswer> ClientCommands::open(QString address) {

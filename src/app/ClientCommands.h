@@ -19,6 +19,7 @@ private:
     Task<CommandAnswer> run(CommandRequest request);
     Task<CommandAnswer> pair(QString code);
     Task<CommandAnswer> search(QString words);
+    Task<CommandAnswer> ask(QString text);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
     Task<CommandAnswer> shares();

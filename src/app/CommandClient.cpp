@@ -16,11 +16,14 @@ constexpr auto patience = std::chrono::seconds{90};
 /// A pairing call may take 80 seconds; then the keyring may have its user unlock it, for two minutes, first to let go
 /// of the old token and again to take the new one.
 constexpr auto credentialPatience = std::chrono::minutes{6};
+constexpr auto replyPatience = std::chrono::seconds{970};   // a reply may stream for 960
 constexpr qsizetype maxRequestBytes = qsizetype{64} * 1024; // what the client reads of a request
 
 std::chrono::milliseconds patienceWith(const QString& verb) {
     const bool writesCredentials =
         verb == QLatin1String("pair") || verb == QLatin1String("token") || verb == QLatin1String("sign-out");
+    if (verb == QLatin1String("ask"))
+        return replyPatience;
     return writesCredentials ? std::chrono::milliseconds{credentialPatience} : patience;
 }
 

@@ -28,6 +28,8 @@ constexpr std::array verbTable{
     Verb{QLatin1String("bridge"), QLatin1String("on|off"), 1, 1, false, u"active ou désactive le pont local", u""},
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
          u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
+    Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
+         u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre", u""},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
          u"ouvre un document trouvé ou une photo, par son adresse vennic://...",
          u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "

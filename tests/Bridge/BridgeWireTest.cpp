@@ -22,6 +22,7 @@ public:
             request.timeout = *patience;
         return inner_.send(std::move(request));
     }
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override { return inner_.open(std::move(request)); }
     std::optional<std::chrono::milliseconds> patience;
 
 private:

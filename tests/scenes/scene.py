@@ -105,6 +105,7 @@ class Client:
             # No bus: the vault is the credential store, and nothing of the machine's user is touched.
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={folder}/no-bus",
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={folder}/no-bus",
+            "SSL_CERT_DIR": str(folder / "trust"),
         }
         for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"):
             if name in os.environ:
@@ -181,6 +182,11 @@ class Scene(unittest.TestCase):
                     "package_manager_site": ready["url"]}
         (self.resources / "deployment.json").write_text(json.dumps(settings), encoding="utf-8")
         shutil.copy(ready["ca"], self.resources / "pinned-roots.pem")
+        # What stands for the system's roots: the backend's authority under OpenSSL's name for it.
+        name = subprocess.run(["openssl", "x509", "-noout", "-subject_hash", "-in", ready["ca"]], capture_output=True,
+                              text=True, check=True).stdout.strip()
+        (self.folder / "trust").mkdir(exist_ok=True)
+        shutil.copy(ready["ca"], self.folder / "trust" / f"{name}.0")
 
     def start_all(self, *server_options):
         self.backend.start(*server_options)

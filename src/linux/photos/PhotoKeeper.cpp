@@ -2,7 +2,7 @@
 
 #include "linux/SetAside.h"
 #include "linux/index/DirtySet.h"
-#include "linux/index/IdlePriority.h"
+#include "base/IdlePriority.h"
 #include "linux/photos/PhotoDate.h"
 #include "linux/photos/PhotoSync.h"
 
@@ -114,7 +114,7 @@ std::int64_t PhotoKeeper::takenOf(const PhotoFacts& facts) const {
 }
 
 void PhotoKeeper::run() {
-    index::takeIdlePriority();
+    takeIdlePriority();
     while (!stop_) {
         try {
             serve();
