@@ -22,6 +22,8 @@ public:
         if (fd_ >= 0)
             ::close(std::exchange(fd_, -1));
     }
+    /// Gives the number up: whoever takes it closes it.
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
     bool isOpen() const noexcept { return fd_ >= 0; }
     int number() const noexcept { return fd_; }
 
