@@ -50,14 +50,14 @@ void prepare(const index::Database& database) {
     const std::int64_t found = database.integer("PRAGMA user_version");
     const bool isEmpty = database.integer("SELECT count(*) FROM sqlite_schema") == 0;
     if (!isEmpty && (found != version || database.integer("PRAGMA application_id") != application))
-        throw index::DatabaseError(SQLITE_NOTADB, "not a photo catalogue of this version");
+        throw index::DatabaseError(SQLITE_NOTADB, 0, "not a photo catalogue of this version");
     database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA secure_delete=ON; "
                      "PRAGMA journal_size_limit=4194304; PRAGMA cache_size=-512");
     if (isEmpty)
         database.execute("BEGIN IMMEDIATE; " + std::string(schema) + "; PRAGMA application_id=" +
                          std::to_string(application) + "; PRAGMA user_version=" + std::to_string(version) + "; COMMIT");
     else if (database.text("PRAGMA quick_check(1)") != "ok")
-        throw index::DatabaseError(SQLITE_CORRUPT, "the catalogue's content is damaged");
+        throw index::DatabaseError(SQLITE_CORRUPT, 0, "the catalogue's content is damaged");
 }
 
 /// The database, ready for statements to be prepared.

@@ -1,8 +1,8 @@
 #include "linux/photos/PhotoKeeper.h"
 
+#include "base/IdlePriority.h"
 #include "linux/SetAside.h"
 #include "linux/index/DirtySet.h"
-#include "base/IdlePriority.h"
 #include "linux/photos/PhotoDate.h"
 #include "linux/photos/PhotoSync.h"
 

@@ -85,11 +85,11 @@ void PhotoSync::watch(std::uint32_t folder, int open) {
         unwatched_.erase(folder);
 }
 
-void PhotoSync::compareFiles(std::uint32_t folder, const std::vector<index::Entry>& listed) {
+void PhotoSync::compareFiles(std::uint32_t folder, const index::Listing& listed) {
     std::unordered_map<std::string, PhotoRow> known;
     for (PhotoRow& row : catalogue_.photosIn(folder))
         known.emplace(row.name, std::move(row));
-    for (const index::Entry& entry : listed) {
+    for (const index::Entry& entry : listed.entries) {
         if (entry.kind != index::EntryKind::file || !mayBePhoto(QString::fromStdString(entry.name), types_))
             continue;
         const auto row = known.find(entry.name);
@@ -105,15 +105,17 @@ void PhotoSync::compareFiles(std::uint32_t folder, const std::vector<index::Entr
         }
         known.erase(row);
     }
+    for (const std::string& name : listed.unseen) // it may still be there
+        known.erase(name);
     for (const auto& [name, row] : known)
         missing_.insert(row.id);
 }
 
-void PhotoSync::compareFolders(std::uint32_t folder, const std::vector<index::Entry>& listed, Depth depth) {
+void PhotoSync::compareFolders(std::uint32_t folder, const index::Listing& listed, Depth depth) {
     std::unordered_map<std::string, std::uint32_t> known;
     for (PhotoCatalogue::FolderRow& row : catalogue_.children(folder))
         known.emplace(std::move(row.name), row.id);
-    for (const index::Entry& entry : listed) {
+    for (const index::Entry& entry : listed.entries) {
         if (entry.kind != index::EntryKind::folder)
             continue;
         const auto child = known.find(entry.name);
@@ -128,6 +130,8 @@ void PhotoSync::compareFolders(std::uint32_t folder, const std::vector<index::En
             push(child->second, Depth::all);
         known.erase(child);
     }
+    for (const std::string& name : listed.unseen)
+        known.erase(name);
     for (const auto& [name, child] : known)
         leaveTree(child);
 }

@@ -61,8 +61,8 @@ private:
     bool unsettled() const { return !arrivals_.empty() || !missing_.empty() || !goneFolders_.empty(); }
     void lookAt(std::uint32_t folder, Depth depth);
     void watch(std::uint32_t folder, int open);
-    void compareFiles(std::uint32_t folder, const std::vector<index::Entry>& listed);
-    void compareFolders(std::uint32_t folder, const std::vector<index::Entry>& listed, Depth depth);
+    void compareFiles(std::uint32_t folder, const index::Listing& listed);
+    void compareFolders(std::uint32_t folder, const index::Listing& listed, Depth depth);
     void leave(std::uint32_t folder);
     void leaveTree(std::uint32_t folder);
 
