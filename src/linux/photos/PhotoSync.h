@@ -1,4 +1,5 @@
 #pragma once
+#include "linux/index/DiskFolder.h"
 #include "linux/index/Watches.h"
 #include "linux/photos/PhotoCatalogue.h"
 #include "linux/photos/PhotoFactsReader.h"
