@@ -3,6 +3,7 @@
 #include "Bridge/BridgeIDCache.h"
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/ReadHandler.h"
+#include "Bridge/ScreenControlBridgeHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
 #include "backend/APIService.h"
@@ -52,6 +53,8 @@ public:
         std::shared_ptr<FileSystem> files;
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
+        std::shared_ptr<Workspace> workspace;
+        std::shared_ptr<AutomationTool> automations;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -116,6 +119,7 @@ private:
     TaskAnswer answer_;
     SearchHandler search_;
     ReadHandler read_;
+    ScreenControlBridgeHandler screen_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -3,7 +3,9 @@
 #include "Bridge/BookmarkResolver.h"
 #include "backend/PinnedRoots.h"
 #include "base/Pool.h"
+#include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/WorkspaceGio.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -44,7 +46,9 @@ Client::Client(const Paths& paths, Deployment deployment)
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
-      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
+      spotlight_(granted_, files_, types_, clock_), workspace_(std::make_shared<WorkspaceGio>()),
+      automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
+      bridgeContext_(keychain_, preferences_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -58,6 +62,8 @@ Client::Client(const Paths& paths, Deployment deployment)
         .files = files_,
         .types = types_,
         .reader = reader_,
+        .workspace = workspace_,
+        .automations = automations_,
     });
     BridgeService::install(bridge_.get());
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{

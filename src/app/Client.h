@@ -13,10 +13,10 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
-#include "linux/WorkspaceGio.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "ports/Workspace.h"
 
 namespace vennic {
 
@@ -39,7 +39,7 @@ public:
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
-    Workspace& workspace() { return workspace_; }
+    const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
@@ -68,11 +68,12 @@ private:
     GrantedFileIndex granted_;
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
+    std::shared_ptr<Workspace> workspace_;
+    std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
     NoPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
-    WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
     Job following_;
     Scope jobs_;

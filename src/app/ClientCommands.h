@@ -19,12 +19,12 @@ private:
     Task<CommandAnswer> run(CommandRequest request);
     Task<CommandAnswer> pair(QString code);
     Task<CommandAnswer> search(QString words);
+    Task<CommandAnswer> open(QString address);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
     CommandAnswer shares();
     CommandAnswer unshare(const QStringList& names);
     CommandAnswer bridge(bool on);
-    CommandAnswer open(const QString& address);
 
     Client& client_;
     std::function<void()> quit_;

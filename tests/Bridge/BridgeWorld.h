@@ -5,10 +5,12 @@
 #include "Bridge/DocumentReaderScript.h"
 #include "Bridge/FileIndexScript.h"
 #include "backend/APIConfig.h"
+#include "fakes/AutomationToolFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
 
 namespace vennic::test {
@@ -43,6 +45,8 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
+    std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
+    std::shared_ptr<AutomationToolFake> automations = std::make_shared<AutomationToolFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -66,6 +70,8 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
+        .workspace = workspace,
+        .automations = automations,
     });
 
     BookmarkEntry share(const QString& path) {
