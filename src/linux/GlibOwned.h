@@ -9,12 +9,13 @@ namespace vennic {
 
 struct GlibUnref {
     void operator()(gpointer object) const { g_object_unref(object); }
+    void operator()(GVariant* value) const { g_variant_unref(value); }
 };
-/// Owns one reference of a GObject.
+/// Owns one reference of a GObject, or of a value.
 template <class T>
 using GlibOwned = std::unique_ptr<T, GlibUnref>;
 
-/// A file name or an environment in GLib's encoding of them, freed with `g_free`, `g_strfreev`.
+/// A text of GLib's, or a list of them that ends with a null pointer.
 struct GlibFree {
     void operator()(gpointer memory) const { g_free(memory); }
     void operator()(gchar** texts) const { g_strfreev(texts); }

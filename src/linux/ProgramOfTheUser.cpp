@@ -19,7 +19,7 @@ void becomeProgramOfTheUser(gpointer) noexcept {
 const char* const* variablesOfThisProcess() noexcept {
     // Startup Notification, xdg-activation; sd_notify(3), sd_listen_fds(3), systemd.exec(5).
     static constexpr std::array<const char*, 10> names{
-        "DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN", "NOTIFY_SOCKET", "LISTEN_FDS",   "LISTEN_FDNAMES",
+        "DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN", "NOTIFY_SOCKET", "LISTEN_FDS",    "LISTEN_FDNAMES",
         "LISTEN_PID",         "WATCHDOG_USEC",        "WATCHDOG_PID",  "INVOCATION_ID", nullptr};
     return names.data();
 }

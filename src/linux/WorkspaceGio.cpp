@@ -5,7 +5,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
+#include <array>
 #include <atomic>
 #include <gio/gdesktopappinfo.h>
 #include <unistd.h>
@@ -58,35 +60,67 @@ GlibOwned<GDBusConnection> harmlessSessionBus(GlibWait& wait) {
     return bus;
 }
 
-/// Starts the application, with a file when there is one, and returns once that is done.
-void launch(GDesktopAppInfo* application, const gchar* uri, std::stop_token stop) {
+/// The name on the bus by which the application is started; empty where it is started by its program. The Desktop Entry
+/// Specification, "D-Bus Activation", has it be the file's name.
+QByteArray nameOnTheBus(GDesktopAppInfo* application) {
+    if (g_desktop_app_info_get_boolean(application, G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE) == FALSE)
+        return {};
+    const QByteArray file =
+        QFileInfo(QFile::decodeName(g_desktop_app_info_get_filename(application))).fileName().toUtf8();
+    const QByteArray name = file.chopped(file.endsWith(".desktop") ? 8 : 0);
+    return g_dbus_is_name(name.constData()) && !name.startsWith(':') ? name : QByteArray();
+}
+
+/// Has the bus start the application, and waits for what both have to say to that. GIO's own way doesn't wait, and
+/// where it does it keeps the connection after a failure.
+void activate(GDBusConnection* bus, const QByteArray& name, const gchar* uri, GlibWait& wait) {
+    const QByteArray path = '/' + QByteArray(name).replace('.', '/').replace('-', '_');
+    const GlibText id(nextStartupId(nullptr, nullptr, nullptr));
+    const GlibOwned<GVariant> about(g_variant_ref_sink(
+        g_variant_new_parsed("{'desktop-startup-id': <%s>, 'activation-token': <%s>}", id.get(), id.get())));
+    GVariant* const what =
+        uri == nullptr
+            ? g_variant_new("(@a{sv})", about.get())
+            : g_variant_new("(^as@a{sv})", std::array{uri, static_cast<const gchar*>(nullptr)}.data(), about.get());
+    const auto result = wait.resultOf([&](GCancellable* operation, GAsyncReadyCallback ready, gpointer place) {
+        g_dbus_connection_call(bus, name.constData(), path.constData(), "org.freedesktop.Application",
+                               uri == nullptr ? "Activate" : "Open", what, nullptr, G_DBUS_CALL_FLAGS_NONE,
+                               static_cast<int>(mostSeconds) * 1000, operation, ready, place);
+    });
+    GError* error = nullptr;
+    const GlibOwned<GVariant> answer(g_dbus_connection_call_finish(bus, result.get(), &error));
+    if (!answer)
+        raiseGlibError(error);
+}
+
+/// Starts the application's program. Only as a manager of sessions one may say how it is started.
+void spawn(GDesktopAppInfo* application, const gchar* uri) {
     const GlibOwned<GAppLaunchContext> context = newLaunchContext();
     GList file{const_cast<gchar*>(uri), nullptr, nullptr};
-    GList* const files = uri != nullptr ? &file : nullptr;
+    constexpr auto silent = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
+    GError* error = nullptr;
+    if (!g_desktop_app_info_launch_uris_as_manager(application, uri != nullptr ? &file : nullptr, context.get(), silent,
+                                                   becomeProgramOfTheUser, nullptr, nullptr, nullptr, &error))
+        raiseGlibError(error);
+}
+
+/// Starts the application, with a file when there is one, and returns once that is done.
+void launch(GDesktopAppInfo* application, const gchar* uri, std::stop_token stop) {
     GlibWait wait(std::move(stop), mostSeconds);
     const auto bus = harmlessSessionBus(wait);
-    GError* error = nullptr;
-    if (bus && g_desktop_app_info_get_boolean(application, G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE)) {
-        // Only this way of starting waits for what the bus has to say.
-        const auto result = wait.resultOf([&](GCancellable* operation, GAsyncReadyCallback ready, gpointer place) {
-            g_app_info_launch_uris_async(G_APP_INFO(application), files, context.get(), operation, ready, place);
-        });
-        if (!g_app_info_launch_uris_finish(G_APP_INFO(application), result.get(), &error))
-            raiseGlibError(error);
-        return;
-    }
-    constexpr auto silent =
-        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-    if (!g_desktop_app_info_launch_uris_as_manager(application, files, context.get(), silent, becomeProgramOfTheUser,
-                                                   nullptr, nullptr, nullptr, &error))
-        raiseGlibError(error);
+    const QByteArray name = nameOnTheBus(application);
+    if (bus && !name.isEmpty())
+        activate(bus.get(), name, uri, wait);
+    else
+        spawn(application, uri); // what GIO tells the bus of it is the main loop's to finish
 }
 
 } // namespace
 
 std::vector<Application> WorkspaceGio::applications() {
     using Place = Application::Place;
-    std::vector<std::pair<QString, Place>> folders{{applicationsOf(QFile::decodeName(g_get_user_data_dir())), Place::user}};
+    std::vector<std::pair<QString, Place>> folders{
+        {applicationsOf(QFile::decodeName(g_get_user_data_dir())), Place::user}};
     for (const gchar* const* data = g_get_system_data_dirs(); *data != nullptr; ++data) {
         const QString folder = QDir::cleanPath(QFile::decodeName(*data));
         folders.emplace_back(applicationsOf(folder), folder == systemData_ ? Place::system : Place::installed);

@@ -3,8 +3,8 @@
 
 namespace vennic {
 
-/// Desktop entries and default handlers of the desktop (Desktop Entry Specification, MIME Applications, freedesktop.org),
-/// by GIO. Without state, from any thread.
+/// Desktop entries and default handlers of the desktop (Desktop Entry Specification, MIME Applications,
+/// freedesktop.org), by GIO. Without state, from any thread.
 class WorkspaceGio final : public Workspace {
 public:
     /// `systemData` is the data folder of what came with the system (Filesystem Hierarchy Standard 3.0, 4.11).

@@ -66,8 +66,10 @@ std::string nameWithoutEnding(const std::string& file) {
 }
 
 void giveNames(std::vector<Automation>& automations) {
-    for (Automation& automation : automations)
-        automation.name = nameWithoutEnding(automation.file);
+    for (Automation& automation : automations) {
+        const std::string shorter = nameWithoutEnding(automation.file);
+        automation.name = isLine(shorter) ? shorter : automation.file;
+    }
     // A whole name can be what is left of another one's, so it may take more than one turn.
     for (bool changed = true; changed;) {
         changed = false;

@@ -24,7 +24,7 @@ struct Automation {
 std::string nameWithoutEnding(const std::string& file);
 
 /// Gives each automation its name: that of its file without the ending. Runnable ones for which this is the same keep
-/// the ending, so that every one of them has a name of its own.
+/// the ending, so that every one of them has a name of its own, and so does one whose name would end in white space.
 void giveNames(std::vector<Automation>& automations);
 
 /// The regular files of the folder, and links to such, in no order. Left out are those whose name is hidden, isn't

@@ -1,7 +1,6 @@
+#include "base/Utf8.h"
 #include "shortcuts/Automations.h"
 #include "shortcuts/FrenchOrder.h"
-
-#include "base/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -97,7 +96,8 @@ int become(const std::string& folder, const Automation& automation) {
     std::array<char*, 2> arguments{path.data(), nullptr};
     ::execv(path.c_str(), arguments.data());
     if (errno == ENOENT) // the file itself was there a moment ago
-        return fail(cannotRun, shown(automation.name) + " nomme sur sa première ligne un interpréteur qui n'existe pas.");
+        return fail(cannotRun,
+                    shown(automation.name) + " nomme sur sa première ligne un interpréteur qui n'existe pas.");
     if (errno == ENOEXEC)
         return fail(cannotRun, shown(automation.name) + " n'est ni un programme de cette machine, ni un script dont la "
                                                         "première ligne est « #! » et son interpréteur.");
@@ -108,7 +108,8 @@ int run(const std::string& folder, const std::string& name) {
     using State = Automation::State;
     const std::vector<Automation> automations = automationsIn(folder);
     const auto found = [&](auto fits) { return std::ranges::find_if(automations, fits); };
-    const auto runnable = found([&](const Automation& each) { return each.state == State::runnable && each.name == name; });
+    const auto runnable =
+        found([&](const Automation& each) { return each.state == State::runnable && each.name == name; });
     if (runnable != automations.end())
         return become(folder, *runnable);
     std::string alike;
@@ -117,15 +118,16 @@ int run(const std::string& folder, const std::string& name) {
             alike += (alike.empty() ? "" : ", ") + shown(each.file);
     }
     if (!alike.empty())
-        return fail(notFound, "Plusieurs automatisations s'appellent " + shown(name) + ", dis laquelle : " + alike + '.');
+        return fail(notFound,
+                    "Plusieurs automatisations s'appellent " + shown(name) + ", dis laquelle : " + alike + '.');
     const auto closed = found([&](const Automation& each) {
         return each.state != State::runnable && (each.name == name || each.file == name);
     });
     if (closed == automations.end())
         return fail(notFound, "Aucune automatisation ne s'appelle " + shown(name) + " dans " + folder + '.');
     if (closed->state == State::notExecutable)
-        return fail(cannotRun, shown(name) + " n'est pas exécutable : « chmod +x » sur " + shown(closed->file) +
-                                   " le permettra.");
+        return fail(cannotRun,
+                    shown(name) + " n'est pas exécutable : « chmod +x » sur " + shown(closed->file) + " le permettra.");
     return fail(cannotRun, shown(name) + " appartient à quelqu'un d'autre ou est ouvert à tous en écriture : il n'est "
                                          "pas lancé.");
 }

@@ -47,8 +47,8 @@ struct ScreenControlTest : ::testing::Test {
     }
     static QJsonObject notFound(const QString& name) {
         return {{QStringLiteral("ok"), false},
-                {QStringLiteral("error"), QStringLiteral("Aucune application nommée '") + name +
-                                              QStringLiteral("' n'a été trouvée.")}};
+                {QStringLiteral("error"),
+                 QStringLiteral("Aucune application nommée '") + name + QStringLiteral("' n'a été trouvée.")}};
     }
 };
 
@@ -118,7 +118,8 @@ TEST_F(ScreenControlTest, aFileIsFoundByItsNameOneFolderBelowWhatWasInstalledAnd
     EXPECT_EQ(located(QStringLiteral("installed")), QStringLiteral("/apps/vendor/installed.desktop"));
     EXPECT_EQ(located(QStringLiteral("installed.desktop")), QStringLiteral("/apps/vendor/installed.desktop"));
     for (const char16_t* name : {u"deeper", u"shipped", u"own", u"deep-deeper", u"vendor/installed", u"INSTALLED"})
-        EXPECT_EQ(located(QStringView(name).toString()), QStringLiteral("nothing")) << QStringView(name).toUtf8().data();
+        EXPECT_EQ(located(QStringView(name).toString()), QStringLiteral("nothing"))
+            << QStringView(name).toUtf8().data();
     EXPECT_EQ(located(QStringLiteral("vendor-shipped")), QStringLiteral("/apps/vendor/shipped.desktop"));
 }
 
@@ -129,7 +130,8 @@ TEST_F(ScreenControlTest, anApplicationIsFoundByItsExactNameInTheUsersLanguageOr
     EXPECT_EQ(located(QStringLiteral("Éditeur de texte")), QStringLiteral("/apps/a.desktop"));
     EXPECT_EQ(located(QStringLiteral("Text Editor")), QStringLiteral("/apps/a.desktop"));
     for (const char16_t* name : {u"text editor", u"Text", u"Text Editor ", u"Text Editor.desktop", u"Editeur de texte"})
-        EXPECT_EQ(located(QStringView(name).toString()), QStringLiteral("nothing")) << QStringView(name).toUtf8().data();
+        EXPECT_EQ(located(QStringView(name).toString()), QStringLiteral("nothing"))
+            << QStringView(name).toUtf8().data();
 }
 
 TEST_F(ScreenControlTest, identifiersComeBeforeFilesAndFilesBeforeNames) {
@@ -189,9 +191,9 @@ TEST_F(ScreenControlTest, anUnknownApplicationIsASuccessThatSaysNo) {
 TEST_F(ScreenControlTest, aLaunchThatFailsIsASuccessWithThePlatformsWords) {
     world.workspace->add(QStringLiteral("Notes.desktop"));
     world.workspace->failures[QStringLiteral("/apps/Notes.desktop")] = QStringLiteral("Unable to find terminal");
-    EXPECT_EQ(open(QStringLiteral("Notes")), (QJsonObject{{QStringLiteral("ok"), false},
-                                                          {QStringLiteral("error"),
-                                                           QStringLiteral("Unable to find terminal")}}));
+    EXPECT_EQ(open(QStringLiteral("Notes")),
+              (QJsonObject{{QStringLiteral("ok"), false},
+                           {QStringLiteral("error"), QStringLiteral("Unable to find terminal")}}));
     world.workspace->unreadable = QStringLiteral("Le disque ne répond pas.");
     EXPECT_EQ(open(QStringLiteral("Notes"))[QLatin1String("error")].toString(),
               QStringLiteral("Le disque ne répond pas."));

@@ -39,8 +39,8 @@ struct OneThread {
 } // namespace
 
 TEST(PoolTest, workThatWaitsGivesItsResultOrItsException) {
-    EXPECT_EQ(await(onPoolWaiting([](const std::stop_token& stop, int a, int b) { return stop.stop_requested() ? 0 : a + b; },
-                                  1, 2)),
+    EXPECT_EQ(await(onPoolWaiting(
+                  [](const std::stop_token& stop, int a, int b) { return stop.stop_requested() ? 0 : a + b; }, 1, 2)),
               3);
     EXPECT_THROW(await(onPoolWaiting([](const std::stop_token&) { throw std::runtime_error("no"); })),
                  std::runtime_error);

@@ -70,7 +70,8 @@ TEST_F(AutomationsTest, theNameIsTheFilesWithoutItsEnding) {
 }
 
 TEST_F(AutomationsTest, whatFollowsADotIsNotAlwaysAnEnding) {
-    for (const char* file : {"Version 1.2", "M. Dupont", "a.", "..", ".sh", "a.é", "a.b c", "a.x-y", "a.abcdefghijklmnopq"})
+    for (const char* file :
+         {"Version 1.2", "M. Dupont", "a.", "..", ".sh", "a.é", "a.b c", "a.x-y", "a.abcdefghijklmnopq"})
         EXPECT_EQ(nameWithoutEnding(file), file);
 }
 
@@ -79,6 +80,7 @@ TEST_F(AutomationsTest, filesThatWouldShareANameKeepTheirEndings) {
     EXPECT_EQ(named({"backup", "backup.py"}), (Names{"backup", "backup.py"}));
     EXPECT_EQ(named({"x.sh", "x.py", "x.sh.rb"}), (Names{"x.sh", "x.py", "x.sh.rb"}));
     EXPECT_EQ(named({"x.sh", "x.sh.py"}), (Names{"x", "x.sh"}));
+    EXPECT_EQ(named({"x .sh", "y\u00a0.sh"}), (Names{"x .sh", "y\u00a0.sh"}));
 }
 
 TEST_F(AutomationsTest, aFileThatCannotRunTakesNoNameAway) {
@@ -118,8 +120,9 @@ TEST_F(AutomationsTest, whatOthersMayChangeDoesNotRun) {
 TEST_F(AutomationsTest, inAFolderThatOthersMayChangeNothingRuns) {
     file("moi");
     ASSERT_EQ(::chmod(folder.c_str(), 0777), 0);
-    EXPECT_EQ(failure(), "Le dossier " + folder +
-                             " appartient à quelqu'un d'autre ou est ouvert à tous en écriture : rien n'y est exécuté.");
+    EXPECT_EQ(failure(),
+              "Le dossier " + folder +
+                  " appartient à quelqu'un d'autre ou est ouvert à tous en écriture : rien n'y est exécuté.");
     ASSERT_EQ(::chmod(folder.c_str(), 0775), 0);
     EXPECT_EQ(names(), Names{"moi"});
 }
@@ -144,7 +147,8 @@ TEST_F(AutomationsTest, namesThatALineCannotCarryAreLeftOut) {
         if (byte >= '!' && byte < 127 && c != ".")
             expected.push_back(c + "x");
     }
-    for (const char* name : {"é", "a b", "Œuvre 日本", "a..b", "y\u00a0", "\u2003y", "\u0085", "a\u009bb", "bon\u00a0jour"})
+    for (const char* name :
+         {"é", "a b", "Œuvre 日本", "a..b", "y\u00a0", "\u2003y", "\u0085", "a\u009bb", "bon\u00a0jour"})
         file(name);
     for (const char* name : {"a b", "é", "Œuvre 日本", "bon\u00a0jour"})
         expected.emplace_back(name);
@@ -156,5 +160,6 @@ TEST_F(AutomationsTest, namesThatALineCannotCarryAreLeftOut) {
 TEST_F(AutomationsTest, namesAreSortedAsAFrenchReaderExpects) {
     Names sorted{"zèbre", "Été", "photo 10", "eau", "photo 2", "été", "Zoé", "etude", "œuvre", "ode", "-x"};
     sortAsFrench(sorted);
-    EXPECT_EQ(sorted, (Names{"-x", "eau", "été", "Été", "etude", "ode", "œuvre", "photo 2", "photo 10", "zèbre", "Zoé"}));
+    EXPECT_EQ(sorted,
+              (Names{"-x", "eau", "été", "Été", "etude", "ode", "œuvre", "photo 2", "photo 10", "zèbre", "Zoé"}));
 }
