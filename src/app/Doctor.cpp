@@ -120,7 +120,8 @@ Finding automations(const Paths& paths) {
             return {Verdict::limited, QString::fromUtf8(run.error).trimmed(),
                     QStringLiteral("Corrige le propriétaire et les droits de %1.").arg(folder)};
         if (run.output.isEmpty())
-            return {Verdict::good, QStringLiteral("aucune ; les programmes exécutables de %1 en seront").arg(folder), {}};
+            return {
+                Verdict::good, QStringLiteral("aucune ; les programmes exécutables de %1 en seront").arg(folder), {}};
         return {Verdict::good, QStringLiteral("%1 dans %2").arg(run.output.count('\n')).arg(folder), {}};
     } catch (const LocalizedError& error) {
         return {Verdict::limited, error.errorDescription(),

@@ -2,6 +2,7 @@
 
 #include "base/LocalizedError.h"
 #include "base/Pool.h"
+#include "linux/ProcessLimits.h"
 #include "support/AutomationsFolder.h"
 #include "support/Await.h"
 
@@ -10,6 +11,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -130,6 +132,8 @@ TEST_F(AutomationToolProgramTest, nothingOfOursReachesTheAutomationButTheEnviron
     qputenv("DESKTOP_STARTUP_ID", "stale");
     qputenv("NOTIFY_SOCKET", "/run/x");
     qputenv("VENNIC_TEST_KEPT", "kept");
+    ::umask(0027);
+    limitProcess();
     QFile open(folder.beside("open"));
     ASSERT_TRUE(open.open(QIODevice::WriteOnly));
     ASSERT_GE(::dup(open.handle()), 0); // without close-on-exec
@@ -143,7 +147,7 @@ TEST_F(AutomationToolProgramTest, nothingOfOursReachesTheAutomationButTheEnviron
     const QList<QByteArray> ids = lines[4].split(' ');
     EXPECT_EQ(ids, (QList<QByteArray>{ids[0], ids[0], ids[0]})); // process, group and session
     EXPECT_EQ(lines[5], QDir::homePath().toUtf8());
-    EXPECT_EQ(lines[6], "0022");
+    EXPECT_EQ(lines[6], "0027");
     EXPECT_EQ(lines[7], "VENNIC_TEST_KEPT=kept");
     EXPECT_EQ(lines[8], "SigBlk:\t0000000000000000");
     EXPECT_EQ(lines[9], "SigIgn:\t0000000000000000");

@@ -19,6 +19,7 @@
 #include <algorithm>
 #include <chrono>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -178,7 +179,13 @@ TEST_F(WorkspaceGioTest, aStartedApplicationHasNothingOfOurs) {
     qputenv("VENNIC_TEST_KEPT", "kept");
     desktop.add("installed", "plain.desktop", "plain");
     ::umask(0027);
+    rlimit core{};
+    ::getrlimit(RLIMIT_CORE, &core);
+    core.rlim_cur = std::min<rlim_t>(core.rlim_max, 1 << 20);
+    ::setrlimit(RLIMIT_CORE, &core);
     limitProcess();
+    ::getrlimit(RLIMIT_CORE, &core);
+    EXPECT_EQ(core.rlim_cur, 0U);
     QFile open(desktop.data("open"));
     ASSERT_TRUE(open.open(QIODevice::WriteOnly));
     ASSERT_GE(::dup(open.handle()), 0); // without close-on-exec
@@ -191,6 +198,8 @@ TEST_F(WorkspaceGioTest, aStartedApplicationHasNothingOfOurs) {
     EXPECT_EQ(about("(DESKTOP_STARTUP_ID|XDG_ACTIVATION_TOKEN|NOTIFY_SOCKET|VENNIC_TEST_KEPT)", lines),
               QStringList{QStringLiteral("VENNIC_TEST_KEPT kept")});
     EXPECT_EQ(about("umask", lines), QStringList{QStringLiteral("umask 0027")});
+    EXPECT_EQ(about("core", lines),
+              QStringList{QStringLiteral("core %1").arg(std::min<rlim_t>(core.rlim_max, 1 << 20))});
     EXPECT_EQ(about("session", lines), QStringList{QStringLiteral("session own")});
     EXPECT_EQ(about("SigBlk", lines), QStringList{QStringLiteral("SigBlk 0000000000000000")});
     EXPECT_EQ(about("SigIgn", lines), QStringList{QStringLiteral("SigIgn 0000000000000000")});

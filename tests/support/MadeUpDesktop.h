@@ -60,7 +60,7 @@ ls -l /proc/$$/fd >"$log.fd"
     printf 'umask %s\n' "$(umask)"
     printf 'session %s\n' "$([ "$(cut -d' ' -f6 /proc/$$/stat)" = $$ ] && echo own)"
     sed -n 's/^\(SigBlk\|SigIgn\):[[:space:]]*/\1 /p' /proc/self/status
-    printf 'core %s\n' "$(ulimit -c)"
+    sed -n 's/^Max core file size *\([^ ]*\) .*/core \1/p' /proc/self/limits
 } >"$log.new" && mv "$log.new" "$log"
 )sh");
         QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
