@@ -21,10 +21,8 @@ std::chrono::nanoseconds backOff(qint64 n) {
 
 /// The kinds that nothing here can do yet.
 template <class Args>
-concept NotYetAvailable =
-    std::same_as<Args, AppOpenArgs> || std::same_as<Args, ShortcutRunArgs> || std::same_as<Args, ShortcutListArgs> ||
-    std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> || std::same_as<Args, ThumbnailArgs> ||
-    std::same_as<Args, LLMInferArgs>;
+concept NotYetAvailable = std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> ||
+                          std::same_as<Args, ThumbnailArgs> || std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -48,6 +46,9 @@ struct BridgeService::Dispatch {
     Task<> operator()(const ListDirArgs& args) const { return service.listDir_.handleListDir(task, args, api); }
     Task<> operator()(const PhotosRecentArgs& args) const { return service.photos_.handleRecent(task, args, api); }
     Task<> operator()(const PhotosByDateArgs& args) const { return service.photos_.handleByDate(task, args, api); }
+    Task<> operator()(const AppOpenArgs& args) const { return service.screen_.handleOpenApp(task, args, api); }
+    Task<> operator()(const ShortcutRunArgs& args) const { return service.screen_.handleRunShortcut(task, args, api); }
+    Task<> operator()(const ShortcutListArgs&) const { return service.screen_.handleListShortcuts(task, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -63,7 +64,7 @@ BridgeService::BridgeService(Surroundings surroundings)
             DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
       listFolders_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, answer_),
       listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_),
-      photos_(with_.photos, with_.clock) {}
+      photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations) {}
 
 void BridgeService::start(SecretText token) {
     if (token.isEmpty())

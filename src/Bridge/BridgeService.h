@@ -6,6 +6,7 @@
 #include "Bridge/ListFoldersHandler.h"
 #include "Bridge/PhotosBridgeHandler.h"
 #include "Bridge/ReadHandler.h"
+#include "Bridge/ScreenControlBridgeHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
 #include "backend/APIService.h"
@@ -56,6 +57,8 @@ public:
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
         std::shared_ptr<PhotoLibrary> photos;
+        std::shared_ptr<Workspace> workspace;
+        std::shared_ptr<AutomationTool> automations;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -123,6 +126,7 @@ private:
     ListFoldersHandler listFolders_;
     ListDirHandler listDir_;
     PhotosBridgeHandler photos_;
+    ScreenControlBridgeHandler screen_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

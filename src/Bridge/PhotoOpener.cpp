@@ -50,6 +50,8 @@ std::optional<QString> write(const QString& path, const QByteArray& data) {
     return writeFailure(file.error());
 }
 
+void openWith(const std::shared_ptr<Workspace>& workspace, const QString& path) { workspace->open(path); }
+
 using Found = std::optional<PhotoAsset>;
 Found assetOf(const std::shared_ptr<PhotoLibrary>& library, const QString& identifier) {
     return library->asset(identifier);
@@ -91,7 +93,7 @@ Task<std::optional<QString>> PhotoOpener::showImage(PhotoImage image) const {
     if (const auto failure = co_await onPool(write, path, image.data))
         co_return localized("Écriture temporaire échouée: ") + *failure;
     try {
-        workspace_.open(path);
+        co_await onPool(openWith, workspace_, path);
         co_return std::nullopt;
     } catch (const LocalizedError& error) {
         co_return error.errorDescription();

@@ -14,10 +14,10 @@ namespace vennic {
 class PhotoOpener {
 public:
     /// What is named by reference outlives the opener, and the opener its openings.
-    PhotoOpener(std::shared_ptr<PhotoLibrary> library, Workspace& workspace, ModalDialogs& dialogs,
+    PhotoOpener(std::shared_ptr<PhotoLibrary> library, std::shared_ptr<Workspace> workspace, ModalDialogs& dialogs,
                 IdentifierSource identifiers = newIdentifier, QString temporaryDirectory = QDir::tempPath())
-        : library_(std::move(library)), workspace_(workspace), dialogs_(dialogs), identifiers_(std::move(identifiers)),
-          temporaryDirectory_(std::move(temporaryDirectory)) {}
+        : library_(std::move(library)), workspace_(std::move(workspace)), dialogs_(dialogs),
+          identifiers_(std::move(identifiers)), temporaryDirectory_(std::move(temporaryDirectory)) {}
 
     /// Opens the photo that a `vennic://local_photo/view/` link names. Shows its failures itself; never fails but with
     /// Cancelled.
@@ -30,7 +30,7 @@ private:
     static QString extensionFor(const QString& typeIdentifier);
 
     std::shared_ptr<PhotoLibrary> library_;
-    Workspace& workspace_;
+    std::shared_ptr<Workspace> workspace_;
     ModalDialogs& dialogs_;
     IdentifierSource identifiers_;
     QString temporaryDirectory_;

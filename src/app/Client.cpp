@@ -1,8 +1,10 @@
 #include "app/Client.h"
 
 #include "backend/PinnedRoots.h"
+#include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/SpareMemory.h"
+#include "linux/WorkspaceGio.h"
 #include "linux/photos/PicturesFolder.h"
 
 #include <QFile>
@@ -46,6 +48,8 @@ Client::Client(const Paths& paths, Deployment deployment)
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
       photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
+      workspace_(std::make_shared<WorkspaceGio>()),
+      automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
@@ -61,6 +65,8 @@ Client::Client(const Paths& paths, Deployment deployment)
         .types = types_,
         .reader = reader_,
         .photos = photos_,
+        .workspace = workspace_,
+        .automations = automations_,
     });
     BridgeService::install(bridge_.get());
     returnMemoryAfterTasks();

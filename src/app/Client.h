@@ -16,7 +16,6 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
-#include "linux/WorkspaceGio.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
@@ -24,6 +23,7 @@
 #include "linux/photos/PhotoLibraryFolder.h"
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
+#include "ports/Workspace.h"
 
 #include <QTimer>
 
@@ -55,12 +55,12 @@ public:
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
-    Workspace& workspace() { return workspace_; }
     ModalDialogs& dialogs() { return dialogs_; }
     PhotoConsent& photoConsent() { return photoConsent_; }
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
     ChatView& chat() { return *chat_; }
+    const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
@@ -99,12 +99,13 @@ private:
     PhotoConsent photoConsent_;
     photos::PhotoFactsWorker photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;
+    std::shared_ptr<Workspace> workspace_;
+    std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;
     ServerPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
-    WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
     NoDirectLocalChat localChat_;
     std::unique_ptr<ChatView> chat_;

@@ -7,6 +7,7 @@
 #include "backend/APIService.h"
 #include "base/Dates.h"
 #include "base/Identifier.h"
+#include "base/Pool.h"
 
 #include <QDir>
 #include <QLocale>
@@ -58,6 +59,8 @@ QString hitText(const SearchResult& hit, const QString& id) {
         text += QStringLiteral(", %1").arg(french.toString(hit.modifiedAt->toLocalTime(), QLocale::ShortFormat));
     return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
 }
+
+void openDocument(const std::shared_ptr<Workspace>& workspace, const QString& path) { workspace->open(path); }
 
 /// Keeps what a warning says for who typed the command, and shows it to who clicked on a link.
 class WarningCopy final : public ModalDialogs {
@@ -275,7 +278,7 @@ Task<CommandAnswer> ClientCommands::open(QString address) {
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
         co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    client_.workspace().open(url->path);
+    co_await onPool(openDocument, client_.workspace(), url->path);
     co_return done();
 }
 

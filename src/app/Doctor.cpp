@@ -3,8 +3,10 @@
 #include "app/PhotosReport.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
+#include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/UserPresencePolkit.h"
+#include "linux/WorkspaceGio.h"
 #include "linux/worker/DocumentReaderWorker.h"
 
 #include <QFileInfo>
@@ -128,6 +130,33 @@ Finding photoAccess(Instance& instance) {
     return finding;
 }
 
+Finding applications() {
+    const auto known = WorkspaceGio().applications();
+    if (known.empty())
+        return {Verdict::limited, QStringLiteral("aucune application de bureau n'est installée"),
+                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le backend pourra les "
+                               "ouvrir.")};
+    return {Verdict::good, QStringLiteral("%1 application(s) que le backend peut ouvrir").arg(known.size()), {}};
+}
+
+Finding automations(const Paths& paths) {
+    const QString folder = paths.data + QStringLiteral("/shortcuts");
+    AutomationToolProgram tool(paths.programs + QStringLiteral("/vennic-shortcuts"));
+    try {
+        const AutomationRun run = tool.run({QStringLiteral("list")}, std::nullopt, {});
+        if (run.status != 0)
+            return {Verdict::limited, QString::fromUtf8(run.error).trimmed(),
+                    QStringLiteral("Corrige le propriétaire et les droits de %1.").arg(folder)};
+        if (run.output.isEmpty())
+            return {
+                Verdict::good, QStringLiteral("aucune ; les programmes exécutables de %1 en seront").arg(folder), {}};
+        return {Verdict::good, QStringLiteral("%1 dans %2").arg(run.output.count('\n')).arg(folder), {}};
+    } catch (const LocalizedError& error) {
+        return {Verdict::limited, error.errorDescription(),
+                QStringLiteral("Réinstalle vennic-shortcuts à côté de vennic.")};
+    }
+}
+
 Finding client(Instance& instance) {
     if (!instance.ask(encodeCommandRequest({QStringLiteral("status"), {}, {}}), std::chrono::seconds{5}))
         return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), QStringLiteral("Lance « vennic ».")};
@@ -172,6 +201,8 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
         {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
+        {QStringLiteral("Applications"), applications},
+        {QStringLiteral("Automatisations"), [&] { return automations(paths); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };
     CommandAnswer answer;

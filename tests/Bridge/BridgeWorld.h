@@ -5,11 +5,13 @@
 #include "Bridge/DocumentReaderScript.h"
 #include "Bridge/FileIndexScript.h"
 #include "backend/APIConfig.h"
+#include "fakes/AutomationToolFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
 
 namespace vennic::test {
@@ -45,6 +47,8 @@ struct BridgeWorld {
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
     std::shared_ptr<PhotoLibraryFake> photos = std::make_shared<PhotoLibraryFake>();
+    std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
+    std::shared_ptr<AutomationToolFake> automations = std::make_shared<AutomationToolFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -69,6 +73,8 @@ struct BridgeWorld {
         .types = types,
         .reader = reader,
         .photos = photos,
+        .workspace = workspace,
+        .automations = automations,
     };
     std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 

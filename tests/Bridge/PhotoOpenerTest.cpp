@@ -16,6 +16,8 @@ namespace {
 
 class WorkspaceScript final : public Workspace {
 public:
+    std::vector<Application> applications() override { return {}; }
+    void openApplication(const QString&, std::stop_token) override {}
     void open(const QString& path) override {
         opened.append(path);
         if (!failure.isEmpty())
@@ -27,7 +29,7 @@ public:
 
 struct PhotoOpenerTest : ::testing::Test {
     std::shared_ptr<PhotoLibraryFake> library = std::make_shared<PhotoLibraryFake>();
-    WorkspaceScript workspace;
+    std::shared_ptr<WorkspaceScript> workspace = std::make_shared<WorkspaceScript>();
     ModalDialogsFake dialogs;
     QTemporaryDir folder;
     QString temporary = folder.path();
@@ -53,10 +55,10 @@ struct PhotoOpenerTest : ::testing::Test {
     bool finds(const QString& stored, const QString& asked) {
         library->photos.clear();
         photo(stored);
-        workspace.opened.clear();
+        workspace->opened.clear();
         dialogs.warnings.clear();
         open(asked);
-        return workspace.opened.size() == 1;
+        return workspace->opened.size() == 1;
     }
 };
 
@@ -65,8 +67,8 @@ struct PhotoOpenerTest : ::testing::Test {
 TEST_F(PhotoOpenerTest, theImageIsWrittenToATemporaryFileAndOpened) {
     photo(QStringLiteral("A"), "public.png", "\x89PNG\0 and more");
     open(QStringLiteral("A"));
-    ASSERT_EQ(workspace.opened, QStringList{temporary + QStringLiteral("/vennic-UUID.png")});
-    QFile file(workspace.opened[0]);
+    ASSERT_EQ(workspace->opened, QStringList{temporary + QStringLiteral("/vennic-UUID.png")});
+    QFile file(workspace->opened[0]);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly)); // and it stays there
     EXPECT_EQ(file.readAll(), QByteArray("\x89PNG"));
     EXPECT_TRUE(dialogs.warnings.empty());
@@ -82,11 +84,11 @@ TEST_F(PhotoOpenerTest, theTypeDecidesTheExtension) {
                                                                     {"public.jpeg", "jpg"},
                                                                     {"org.webmproject.webp", "jpg"},
                                                                     {"", "jpg"}}) {
-        workspace.opened.clear();
+        workspace->opened.clear();
         library->photos.clear();
         photo(QStringLiteral("A"), type);
         open(QStringLiteral("A"));
-        EXPECT_TRUE(workspace.opened.value(0).endsWith(QLatin1String("/vennic-UUID.") + QLatin1String(extension)))
+        EXPECT_TRUE(workspace->opened.value(0).endsWith(QLatin1String("/vennic-UUID.") + QLatin1String(extension)))
             << type;
     }
 }
@@ -96,8 +98,8 @@ TEST_F(PhotoOpenerTest, eachOpeningHasAFileOfItsOwn) {
     const PhotoOpener opener(library, workspace, dialogs, newIdentifier, temporary);
     await(opener.open(QStringLiteral("A")));
     await(opener.open(QStringLiteral("A")));
-    ASSERT_EQ(workspace.opened.size(), 2);
-    EXPECT_NE(workspace.opened[0], workspace.opened[1]);
+    ASSERT_EQ(workspace->opened.size(), 2);
+    EXPECT_NE(workspace->opened[0], workspace->opened[1]);
 }
 
 TEST_F(PhotoOpenerTest, thePercentEncodingIsRemovedOrElseTheIdentifierTakenAsItStands) {
@@ -118,7 +120,7 @@ TEST_F(PhotoOpenerTest, anUnknownPhotoIsToldInAnAlert) {
     library->status = PhotoAuthorization::denied;
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Photo introuvable dans la bibliothèque."));
-    EXPECT_TRUE(workspace.opened.isEmpty());
+    EXPECT_TRUE(workspace->opened.isEmpty());
 }
 
 TEST_F(PhotoOpenerTest, aPhotoWithoutDataIsToldWithItsReasonIfThereIsOne) {
@@ -129,7 +131,7 @@ TEST_F(PhotoOpenerTest, aPhotoWithoutDataIsToldWithItsReasonIfThereIsOne) {
     library->exportFailure = QStringLiteral("Le disque a signalé une erreur.");
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Le disque a signalé une erreur."));
-    EXPECT_TRUE(workspace.opened.isEmpty());
+    EXPECT_TRUE(workspace->opened.isEmpty());
 }
 
 TEST_F(PhotoOpenerTest, aTemporaryFileThatCannotBeWrittenIsTold) {
@@ -137,12 +139,12 @@ TEST_F(PhotoOpenerTest, aTemporaryFileThatCannotBeWrittenIsTold) {
     temporary = folder.filePath(QStringLiteral("absent"));
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Écriture temporaire échouée: Le dossier temporaire n'a pas pu être ouvert."));
-    EXPECT_TRUE(workspace.opened.isEmpty());
+    EXPECT_TRUE(workspace->opened.isEmpty());
 }
 
 TEST_F(PhotoOpenerTest, whenNoApplicationOpensItThePlatformsWordsAreTold) {
     photo(QStringLiteral("A"));
-    workspace.failure = QStringLiteral("Aucune application n'est enregistrée.");
+    workspace->failure = QStringLiteral("Aucune application n'est enregistrée.");
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Aucune application n'est enregistrée."));
 }
