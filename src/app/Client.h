@@ -17,6 +17,7 @@
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/WorkerLane.h"
 
 namespace vennic {
 
@@ -62,6 +63,7 @@ private:
     std::shared_ptr<FolderBookmarks> folders_;
     std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
+    std::shared_ptr<WorkerLane> pictures_;         // everything that takes a picture library, for who waits
     index::DocumentTextSource indexTexts_;
     index::DocumentTextSource queryTexts_;
     FileIndexSegments index_;
