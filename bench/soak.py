@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Long runs of the whole system, against the programs named by VENNIC, VENNIC_WORKER and VENNIC_SERVER.
+"""Long runs of the whole system, against the programs named by VENNIC and VENNIC_SERVER.
 
   kills SECONDS   kills client, worker and backend at random moments while tasks, files and grants come and go;
                   then compares everything with what must be there

@@ -13,9 +13,7 @@
 namespace vennic::server {
 
 namespace {
-// A folder of 100,000 entries with names of ordinary length, some levels down, is listed in 20 to 40 MiB.
 constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
-constexpr std::size_t largestAnswer = 64 * mebibyte;
 constexpr qsizetype longestDeviceId = 200;
 constexpr qsizetype longestNickname = 200;
 constexpr qsizetype longestHeartbeat = 32'768;
@@ -94,7 +92,7 @@ void updateTask(TaskDesk& tasks, const Call& call) {
 // The machine doesn't send its answer again; without this its task would wait for nothing.
 void refuseAnswer(TaskDesk& tasks, const Call& call) {
     tasks.failed(deviceOf(call), call.parameters.constFirst(),
-                 QStringLiteral("La réponse de la machine dépasse %1 Mio.").arg(largestAnswer / mebibyte),
+                 QStringLiteral("La réponse de la machine dépasse %1 Mio.").arg(longestAnswer / mebibyte),
                  call.head.arrived);
 }
 } // namespace
@@ -103,7 +101,7 @@ void addBridgeRoutes(Router& router, Machines& machines, TaskDesk& tasks, const 
     router.add("GET", "/api/v1/bridge/tasks/next", Access::Client, 0,
                [&machines, &tasks, &time](const Call& call) { nextTask(machines, tasks, time, call); });
     router.add(
-        "PATCH", "/api/v1/bridge/tasks/*", Access::Client, largestAnswer,
+        "PATCH", "/api/v1/bridge/tasks/*", Access::Client, longestAnswer,
         [&tasks](const Call& call) { updateTask(tasks, call); },
         [&tasks](const Call& call) { refuseAnswer(tasks, call); });
 }

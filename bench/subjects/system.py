@@ -14,8 +14,7 @@ DOCUMENTS = 50_000
 
 
 def run(bench):
-    os.environ.update(VENNIC=bench.program("bin", "vennic"), VENNIC_WORKER=bench.program("bin", "vennic-worker"),
-                      VENNIC_SERVER=bench.program("server", "vennic-server"))
+    os.environ.update(VENNIC=bench.program("bin", "vennic"), VENNIC_SERVER=bench.program("server", "vennic-server"))
     sizes = [FEW] if bench.quick else [FEW, *bench.counts(DOCUMENTS)]
     for count in sizes:
         system = Soak()

@@ -1,3 +1,5 @@
+#include "server/BridgeApi.h"
+
 #include "server/RunningServer.h"
 
 #include <QJsonArray>
@@ -156,12 +158,11 @@ TEST_F(BridgeApiTest, takesTheListingOfAHundredThousandEntries) {
 }
 
 TEST_F(BridgeApiTest, anAnswerBeyondTheCeilingIsRefusedUnreadAndEndsItsTaskWithTheReason) {
-    constexpr qint64 ceiling = 64LL * 1024 * 1024;
     const QByteArray id = server.submit("A", "list_dir");
     server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
     TlsPeer peer = server.connect();
     peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" + clientFields(token, "A") +
-              "Content-Length: " + QByteArray::number(ceiling + 1) + "\r\n\r\n");
+              "Content-Length: " + QByteArray::number(longestAnswer + 1) + "\r\n\r\n");
     EXPECT_EQ(peer.read().status, 413);
     const QJsonObject task = server.task(id);
     EXPECT_EQ(task.value(QLatin1String("state")), QStringLiteral("error"));
