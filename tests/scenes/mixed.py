@@ -1,25 +1,16 @@
 """Tasks of mixed kinds for a real client, with faults on their road, and an exact account of what became of each."""
 import collections
 import os
-import pathlib
 import random
 import signal
 
-from proxy import FaultProxy
+from proxy import FaultProxy, Outcome
 from reach import MALFORMED, NO_PICTURE, REPEATABLE, ROWS, World
 from scene import PATIENCE, Scene, wait_for
 
 LOST = "La machine a demandé la tâche suivante sans répondre à celle-ci."
 # What a desktop session gives its programs.
 SESSION = ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_CURRENT_DESKTOP")
-
-
-def proportional_memory(pid):
-    """PSS in kB: the process's own pages and its share of the common ones."""
-    for line in pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
-        if line.startswith("Pss:"):
-            return int(line.split()[1])
-    raise RuntimeError("no Pss line")
 
 
 class MixedTasks(Scene):
@@ -66,7 +57,9 @@ class MixedTasks(Scene):
             part = before + self.chance.randrange(1, count // 2)
             self.assertTrue(self.proxy.wait(lambda: self.proxy.answered() >= part, PATIENCE), "the client answers")
             disturb()
-        wrong = [fault for task in tasks for fault in self.judged(self.backend.finished(task))]
+        ended = [self.backend.finished(task) for task in tasks]
+        self.assertTrue(self.proxy.wait(self.proxy.is_quiet, PATIENCE), "every word of the client is settled")
+        wrong = [fault for task in ended for fault in self.judged(task)]
         self.assertEqual(self.proxy.armed, [], "every fault that waited has happened")
         # A killed worker costs one task at most.
         excused = [fault for row, fault in wrong if row and row.boxed][:self.killed - killed]
@@ -91,9 +84,9 @@ class MixedTasks(Scene):
             if words or recorded != ("timeout", LOST):
                 yield row, f"{task['kind']} can't be decoded, and ended as {recorded}"
             return
-        possible = [record(word.said) for word in words if word.acknowledged]
+        possible = [record(word.said) for word in words if word.outcome is Outcome.TAKEN]
         if not possible:  # nothing came through, or it isn't known whether it did
-            possible = [record(word.said) for word in words if word.acknowledged is None] + [("timeout", LOST)]
+            possible = [record(word.said) for word in words if word.outcome is Outcome.UNKNOWN] + [("timeout", LOST)]
         if recorded not in possible:
             yield None, f"{task['kind']} is recorded as {recorded} instead of {possible}"
         if len(deliveries) > (2 if row.kind in REPEATABLE else 1):

@@ -1,6 +1,7 @@
 """A proxy between client and backend that reads what passes and breaks what it is told to."""
 import contextlib
 import dataclasses
+import enum
 import http.client
 import http.server
 import json
@@ -12,11 +13,19 @@ import time
 TASKS = "/api/v1/bridge/tasks/"
 
 
-@dataclasses.dataclass
+class Outcome(enum.Enum):
+    """What became of a word of the client."""
+    UNDER_WAY = enum.auto()
+    TAKEN = enum.auto()
+    REFUSED = enum.auto()  # by the backend, or by a fault
+    UNKNOWN = enum.auto()  # the backend was gone before it said so
+
+
+@dataclasses.dataclass(eq=False)
 class Word:
     """What the client said of a task: its status with result or error_message."""
     said: dict
-    acknowledged: bool | None  # whether the backend took it; None: it was gone before it said so
+    outcome: Outcome = Outcome.UNDER_WAY
 
 
 @dataclasses.dataclass(eq=False)
@@ -109,15 +118,28 @@ class FaultProxy:
         with self.changed:
             return [each for each in self.deliveries if each.task["id"] == task_id]
 
-    def hear(self, task_id, said, acknowledged):
+    def is_quiet(self):
+        """Whether no word is under way to the backend."""
+        return all(word.outcome is not Outcome.UNDER_WAY for each in self.deliveries for word in each.words)
+
+    def hear(self, task_id, said):
+        word = Word(said)
         with self.changed:
-            self.deliveries_of(task_id)[-1].words.append(Word(said, acknowledged))
+            self.deliveries_of(task_id)[-1].words.append(word)
+            self.changed.notify_all()
+        return word
+
+    def settle(self, word, outcome):
+        with self.changed:
+            word.outcome = outcome
             self.changed.notify_all()
 
 
 class Passing(http.server.BaseHTTPRequestHandler):
     """One connection of the client."""
     protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
+    wbufsize = -1  # a head and its body travel together
     upstream = None
     generation = 0
 
@@ -174,18 +196,18 @@ class Passing(http.server.BaseHTTPRequestHandler):
 
     def update(self, body):
         proxy = self.server.proxy
-        task_id, said = self.path.removeprefix(TASKS), json.loads(body)
+        word = proxy.hear(self.path.removeprefix(TASKS), json.loads(body))
         if proxy.meets("answer"):
-            proxy.hear(task_id, said, False)
+            proxy.settle(word, Outcome.REFUSED)
             raise Cut
         if proxy.meets("slow answer"):
             time.sleep(proxy.LATE)
         try:
             status, content_type, answer = self.pass_on(body)
         except Cut:
-            proxy.hear(task_id, said, None)
+            proxy.settle(word, Outcome.UNKNOWN)
             raise
-        proxy.hear(task_id, said, 200 <= status < 300)
+        proxy.settle(word, Outcome.TAKEN if 200 <= status < 300 else Outcome.REFUSED)
         if proxy.meets("receipt"):
             raise Cut
         self.pass_back(status, content_type, answer)

@@ -31,6 +31,14 @@ def wait_for(condition, what, seconds=PATIENCE):
         time.sleep(0.02)
 
 
+def proportional_memory(pid):
+    """PSS in kB: the process's own pages and its share of the common ones."""
+    for line in pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
+        if line.startswith("Pss:"):
+            return int(line.split()[1])
+    raise RuntimeError("no Pss line")
+
+
 class Backend:
     """The reference backend as a child process, and its owner's API."""
 
@@ -248,4 +256,4 @@ class Scene(unittest.TestCase):
         return self.backend.run(self.device, "read", {"document_id": document, **arguments})
 
 
-__all__ = ["Scene", "wait_for", "signal", "urllib", "PATIENCE"]
+__all__ = ["Scene", "proportional_memory", "wait_for", "signal", "urllib", "PATIENCE"]
