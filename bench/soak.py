@@ -115,12 +115,12 @@ def mixed(soak, seconds, seed):
     begun, shown = time.monotonic(), -30
     while (passed := time.monotonic() - begun) < seconds:
         if passed - shown >= 30:
-            print(f"{passed:5.0f} {len(soak.rows):8} {proportional_memory(soak.client.process.pid):8} "
+            print(f"{passed:5.0f} {soak.sent:8} {proportional_memory(soak.client.process.pid):8} "
                   f"{soak.descriptors():12} {len(soak.faults):7}", flush=True)
             shown = passed
         soak.batch(50, **soak.chance.choice(plans))
     soak.check_account()
-    print(f"seconds {seconds}, tasks {len(soak.rows)}, deliveries {len(soak.served())}, workers killed {soak.killed}, "
+    print(f"seconds {seconds}, tasks {soak.sent}, deliveries {soak.served}, workers killed {soak.killed}, "
           f"faults {len(soak.faults)}")
     for fault in soak.faults[:20]:
         print("  " + fault[:500])

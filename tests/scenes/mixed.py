@@ -1,6 +1,7 @@
 """Tasks of mixed kinds for a real client, with faults on their road, and an exact account of what became of each."""
 import collections
 import os
+import pathlib
 import random
 import signal
 
@@ -18,9 +19,10 @@ class MixedTasks(Scene):
 
     def begin(self, seed):
         self.chance = random.Random(seed)
-        self.rows = {}  # of each task of a batch; None where no client can decode it
         self.faults = []  # what was wrong, in words
-        self.killed = 0  # workers
+        self.sent = self.killed = 0  # tasks of batches; workers
+        self.served = 0  # the tasks that reached the client so that it could decode them, each time anew
+        self.effects = collections.Counter()  # what those were to leave behind
         self.proxy = FaultProxy(self.folder)
         self.addCleanup(self.proxy.stop)
         config = self.folder / "config"
@@ -47,37 +49,47 @@ class MixedTasks(Scene):
         """Sends tasks of chosen kinds, `malformed` of them beyond decoding, while the `wire` faults wait for theirs;
         calls `disturb` once a part is answered, and judges every end."""
         self.world.learn(self.result)
-        killed, before = self.killed, self.proxy.answered()
+        self.account({})  # of what was asked beside the batches
+        killed, before = self.killed, self.proxy.heard
         for fault in wire:
             self.proxy.arm(fault)
         rows = self.chance.choices(ROWS, [row.weight for row in ROWS], k=count - malformed) + [None] * malformed
         self.chance.shuffle(rows)
         tasks = [self.send(row) for row in rows]
+        self.sent += count
         if disturb:
             part = before + self.chance.randrange(1, count // 2)
-            self.assertTrue(self.proxy.wait(lambda: self.proxy.answered() >= part, PATIENCE), "the client answers")
+            self.assertTrue(self.proxy.wait(lambda: self.proxy.heard >= part, PATIENCE), "the client answers")
             disturb()
         ended = [self.backend.finished(task) for task in tasks]
-        self.assertTrue(self.proxy.wait(self.proxy.is_quiet, PATIENCE), "every word of the client is settled")
-        wrong = [fault for task in ended for fault in self.judged(task)]
         self.assertEqual(self.proxy.armed, [], "every fault that waited has happened")
+        deliveries = self.account({task["id"]: row for task, row in zip(tasks, rows)})
+        wrong = [fault for task, row in zip(ended, rows) for fault in self.judged(task, row, deliveries.get(task["id"], []))]
         # A killed worker costs one task at most.
         excused = [fault for row, fault in wrong if row and row.boxed][:self.killed - killed]
         self.faults += [fault for _, fault in wrong if fault not in excused]
 
     def send(self, row):
         if row:
-            task = self.backend.send(self.device, row.kind, row.asked(self.world))
-        else:
-            task = self.backend.send(self.device, *self.chance.choice(MALFORMED), unchecked=True)
-        self.rows[task["id"]] = row
-        return task
+            return self.backend.send(self.device, row.kind, row.asked(self.world))
+        return self.backend.send(self.device, *self.chance.choice(MALFORMED), unchecked=True)
 
-    def judged(self, task):
+    def account(self, rows):
+        """Adds up what has passed since the last time; `rows` are those of a batch, None where no client can decode
+        it. Gives the deliveries back."""
+        self.assertTrue(self.proxy.wait(lambda: self.proxy.under_way == 0, PATIENCE), "every word of the client is settled")
+        deliveries = self.proxy.hand_over()
+        for task_id, each in deliveries.items():
+            if task_id in rows and rows[task_id] is None:
+                continue
+            self.served += len(each)
+            if task_id in rows and rows[task_id].effect:
+                self.effects[rows[task_id].effect] += len(each)
+        return deliveries
+
+    def judged(self, task, row, deliveries):
         """What is wrong with the end of a task, as pairs of its row and words: the backend's record is compared with
         what passed through the proxy, and what the client said with the row."""
-        row = self.rows[task["id"]]
-        deliveries = self.proxy.deliveries_of(task["id"])
         words = [word for delivery in deliveries for word in delivery.words]
         recorded = (task["state"], task["result"] if task["state"] == "done" else task["error_message"])
         if row is None:
@@ -113,24 +125,16 @@ class MixedTasks(Scene):
         self.backend.start()
         self.proxy.lead_to(self.backend)
 
-    # ---- the account
-
-    def served(self):
-        """The tasks that reached the client so that it could decode them, each time anew."""
-        return [delivery for delivery in self.proxy.deliveries if self.rows.get(delivery.task["id"], True)]
-
     def await_rest(self):
         wait_for(lambda: self.client.status()["bridge"] == "polling", "the client waits for its next task")
 
     def check_account(self):
         """That the client counted each task that it received once, and did each thing once."""
+        self.account({})
         self.await_rest()
-        served = self.served()
-        self.assertEqual(self.client.status()["tasks_served"], len(served))
-        rows = [self.rows.get(delivery.task["id"]) for delivery in served]
-        effects = collections.Counter(row.effect for row in rows if row and row.effect)
-        wait_for(lambda: sum(self.world.seen_effects().values()) >= sum(effects.values()), "what was started is done")
-        self.assertEqual(self.world.seen_effects(), effects)
+        self.assertEqual(self.client.status()["tasks_served"], self.served)
+        wait_for(lambda: self.world.seen_effects().total() >= self.effects.total(), "what was started is done")
+        self.assertEqual(self.world.seen_effects(), self.effects)
 
     def descriptors(self):
         return len(list(pathlib.Path(f"/proc/{self.client.process.pid}/fd").iterdir()))

@@ -57,7 +57,9 @@ class FaultProxy:
                         "-keyout", key, "-out", self.certificate, "-days", "2", "-subj", "/CN=vennic test",
                         "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1"], check=True, capture_output=True)
         self.changed = threading.Condition()
-        self.deliveries, self.armed = [], []
+        self.deliveries = {}  # of each task, in their order
+        self.heard = self.under_way = 0  # words of the client
+        self.armed = []
         self.backend, self.generation = None, 0
         tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         tls.load_cert_chain(self.certificate, key)
@@ -101,38 +103,35 @@ class FaultProxy:
         with self.changed:
             return self.changed.wait_for(condition, seconds)
 
-    def answered(self):
-        """How many deliveries the client has spoken on."""
-        return sum(bool(delivery.words) for delivery in self.deliveries)
-
     def note(self, delivery):
         with self.changed:
-            self.deliveries.append(delivery)
+            self.deliveries.setdefault(delivery.task["id"], []).append(delivery)
             self.changed.notify_all()
 
-    def forget(self, delivery):
+    def take_back(self, delivery):
         with self.changed:
-            self.deliveries.remove(delivery)
-
-    def deliveries_of(self, task_id):
-        with self.changed:
-            return [each for each in self.deliveries if each.task["id"] == task_id]
-
-    def is_quiet(self):
-        """Whether no word is under way to the backend."""
-        return all(word.outcome is not Outcome.UNDER_WAY for each in self.deliveries for word in each.words)
+            self.deliveries[delivery.task["id"]].remove(delivery)
 
     def hear(self, task_id, said):
         word = Word(said)
         with self.changed:
-            self.deliveries_of(task_id)[-1].words.append(word)
+            self.deliveries[task_id][-1].words.append(word)
+            self.heard += 1
+            self.under_way += 1
             self.changed.notify_all()
         return word
 
     def settle(self, word, outcome):
         with self.changed:
             word.outcome = outcome
+            self.under_way -= 1
             self.changed.notify_all()
+
+    def hand_over(self):
+        """All deliveries so far; they are forgotten here."""
+        with self.changed:
+            deliveries, self.deliveries = self.deliveries, {}
+            return deliveries
 
 
 class Passing(http.server.BaseHTTPRequestHandler):
@@ -191,7 +190,7 @@ class Passing(http.server.BaseHTTPRequestHandler):
         try:
             self.pass_back(status, content_type, answer)
         except OSError:
-            proxy.forget(delivery)
+            proxy.take_back(delivery)
             raise
 
     def update(self, body):
