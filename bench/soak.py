@@ -1,11 +1,15 @@
 #!/usr/bin/env python3
-"""Long runs of the whole system, against the programs named by VENNIC, VENNIC_WORKER and VENNIC_SERVER.
+"""Long runs of the whole system, against the programs named by VENNIC and VENNIC_SERVER.
 
   kills SECONDS   kills client, worker and backend at random moments while tasks, files and grants come and go;
                   then compares everything with what must be there
   readers SECONDS  the same for the document processes alone, which are killed as soon as they are there while documents
                   come; an optional last number is the seed of both
+  mixed SECONDS   sends tasks of all kinds over a road with faults, in a private desktop session, and prints memory;
+                  then compares every end, and what the client counted, with what passed between the two
   idle SECONDS    lets the client poll, and prints its memory, wake-ups and disk writes over time
+
+A number behind SECONDS repeats an earlier run's choices.
 """
 import contextlib
 import os
@@ -17,7 +21,8 @@ import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "scenes"))
-from scene import Scene, wait_for  # noqa: E402
+from mixed import MixedTasks  # noqa: E402
+from scene import Scene, proportional_memory, wait_for  # noqa: E402
 
 
 class Soak(Scene):
@@ -210,6 +215,31 @@ def readers(soak, seconds, seed):
     return 1 if lost else 0
 
 
+class MixedSoak(MixedTasks):
+    def runTest(self):
+        pass
+
+
+def mixed(soak, seconds, seed):
+    soak.begin(seed)
+    plans = [{}, {"malformed": 1}, {"disturb": soak.kill_workers}, {"disturb": soak.kill_backend},
+             *({"wire": [fault]} for fault in ("poll", "task", "slow task", "answer", "receipt", "slow answer"))]
+    print(f"{'s':>5} {'tasks':>8} {'PSS kB':>8} {'descriptors':>12} {'faults':>7}")
+    begun, shown = time.monotonic(), -30
+    while (passed := time.monotonic() - begun) < seconds:
+        if passed - shown >= 30:
+            print(f"{passed:5.0f} {soak.sent:8} {memory(soak.client.process.pid)[0]:8} "
+                  f"{soak.descriptors():12} {len(soak.faults):7}", flush=True)
+            shown = passed
+        soak.batch(50, **soak.chance.choice(plans))
+    soak.check_account()
+    print(f"seconds {seconds}, tasks {soak.sent}, deliveries {soak.served}, workers killed {soak.killed}, "
+          f"faults {len(soak.faults)}")
+    for fault in soak.faults[:20]:
+        print("  " + fault[:500])
+    return 1 if soak.faults else 0
+
+
 def idle(soak, seconds):
     for number in range(50):
         soak.write(f"fiche-{number}.txt", f"fiche {number}\n")
@@ -231,9 +261,12 @@ def idle(soak, seconds):
 
 
 def main():
-    if len(sys.argv) not in (3, 4) or sys.argv[1] not in ("kills", "readers", "idle"):
+    if len(sys.argv) not in (3, 4) or sys.argv[1] not in ("kills", "readers", "mixed", "idle"):
         sys.exit(__doc__)
-    soak = Soak()
+    if sys.argv[1] == "mixed" and "VENNIC_SESSION" not in os.environ:
+        session = pathlib.Path(__file__).resolve().parent.parent / "scripts" / "desktop-session"
+        os.execv(session, [session, "--only", "display,bus,keyring,wm", "--", *sys.argv])
+    soak = MixedSoak() if sys.argv[1] == "mixed" else Soak()
     soak.setUp()
     try:
         seconds = int(sys.argv[2])
@@ -241,7 +274,7 @@ def main():
         if sys.argv[1] == "idle":
             return idle(soak, seconds)
         print(f"seed {seed}")
-        return (readers if sys.argv[1] == "readers" else kills)(soak, seconds, seed)
+        return {"readers": readers, "mixed": mixed, "kills": kills}[sys.argv[1]](soak, seconds, seed)
     finally:
         soak.doCleanups()
 

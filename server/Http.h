@@ -65,6 +65,7 @@ public:
 struct Admission {
     std::size_t bodyLimit = 0;
     std::function<void(std::string body, std::shared_ptr<Exchange>)> handle; // may raise HttpError
+    std::function<void()> oversized; // may be empty; told that a body beyond the limit was refused
 };
 
 /// Judges a request by its head, before a byte of its body is read. Raises HttpError.

@@ -167,6 +167,19 @@ TEST_F(TaskDeskTest, anUnansweredTaskTimesOut) {
     EXPECT_EQ(refusal([&] { desk->succeeded(first, id, "{}", time.elapsed()); }), 409);
 }
 
+TEST_F(TaskDeskTest, aSlowKindOfTaskIsWaitedForTenTimesAsLongAlsoByANewProcess) {
+    for (const char* kind : {"ocr_image", "photos_recent", "photos_by_date", "shortcut_run", "llm_infer"}) {
+        const QString id = submit(kind, first);
+        poll(first)->end.written(true);
+        time.advance(300s);
+        desk = std::make_unique<TaskDesk>(store, time, 60s);
+        time.advance(299s);
+        EXPECT_EQ(task(id).state, TaskState::Delivered) << kind;
+        time.advance(1s);
+        EXPECT_EQ(task(id).state, TaskState::Timeout) << kind;
+    }
+}
+
 TEST_F(TaskDeskTest, aQueuedTaskNeverTimesOut) {
     const QString id = submit("read", first);
     time.advance(24h);
@@ -314,6 +327,17 @@ TEST_F(TaskDeskTest, theHistoryForgetsTheOldestPastItsCeilings) {
     store.prune(1, 4, 1);
     EXPECT_TRUE(store.find(ids.at(5)));
     EXPECT_TRUE(store.find(queued));
+}
+
+TEST_F(TaskDeskTest, largeAnswersDoNotWaitForTheHistoryToBeTrimmed) {
+    QStringList ids;
+    for (int i = 0; i < 5; ++i) {
+        ids.append(submit("list_dir", first));
+        poll(first)->end.written(true);
+        desk->succeeded(first, ids.last(), QByteArray(60 * 1024 * 1024, 'x'), time.elapsed());
+    }
+    EXPECT_FALSE(store.find(ids.first())); // 300 MiB are more than a history may hold
+    EXPECT_TRUE(store.find(ids.at(1)));
 }
 
 } // namespace vennic::server::test
