@@ -2,9 +2,11 @@
 #include "Bridge/BridgeContext.h"
 #include "Bridge/BridgeIDCache.h"
 #include "Bridge/HeartbeatSource.h"
+#include "Bridge/OpenDocumentHandler.h"
 #include "Bridge/ReadHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
+#include "Bridge/ThumbnailHandler.h"
 #include "backend/APIService.h"
 #include "base/Clock.h"
 #include "core/BridgeControl.h"
@@ -52,6 +54,8 @@ public:
         std::shared_ptr<FileSystem> files;
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
+        std::shared_ptr<Workspace> workspace;
+        std::shared_ptr<Thumbnailer> thumbnailer;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -95,6 +99,7 @@ private:
     Task<APIService::BridgeHeaders> deviceHeaders();
     Task<std::optional<QByteArray>> encodeHeartbeat();
     static bool isExpectedPollTimeout(const std::exception& error);
+    ShownDocuments shownDocuments() const;
 
     // A loop that has been replaced no longer speaks for the service: what it says here is dropped.
     void say(quint64 loop, const Status& status);
@@ -116,6 +121,8 @@ private:
     TaskAnswer answer_;
     SearchHandler search_;
     ReadHandler read_;
+    OpenDocumentHandler openDocument_;
+    ThumbnailHandler thumbnail_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -40,6 +40,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       types_(std::make_shared<FileTypesShared>()), folders_(std::make_shared<FolderBookmarksInode>()),
       reader_(std::make_shared<DocumentReaderWorker>(
           DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
+      workspace_(std::make_shared<WorkspaceGio>()), thumbnailer_(std::make_shared<NoThumbnailer>()),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
@@ -58,6 +59,8 @@ Client::Client(const Paths& paths, Deployment deployment)
         .files = files_,
         .types = types_,
         .reader = reader_,
+        .workspace = workspace_,
+        .thumbnailer = thumbnailer_,
     });
     BridgeService::install(bridge_.get());
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{

@@ -39,7 +39,7 @@ public:
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
-    Workspace& workspace() { return workspace_; }
+    const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
@@ -61,6 +61,8 @@ private:
     std::shared_ptr<FileTypes> types_;
     std::shared_ptr<FolderBookmarks> folders_;
     std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
+    std::shared_ptr<Workspace> workspace_;
+    std::shared_ptr<Thumbnailer> thumbnailer_;
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
     index::DocumentTextSource indexTexts_;
     index::DocumentTextSource queryTexts_;
@@ -72,7 +74,6 @@ private:
     std::unique_ptr<BridgeService> bridge_;
     NoPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
-    WorkspaceGio workspace_;
     std::unique_ptr<AppSession> session_;
     Job following_;
     Scope jobs_;

@@ -6,6 +6,7 @@
 #include "backend/APIService.h"
 #include "base/Dates.h"
 #include "base/Identifier.h"
+#include "base/Pool.h"
 
 #include <QDir>
 #include <QLocale>
@@ -92,7 +93,7 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     if (verb == QLatin1String("search"))
         co_return co_await search(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("open"))
-        co_return open(first);
+        co_return co_await open(first);
     if (verb == QLatin1String("quit")) {
         quit_();
         co_return done();
@@ -209,14 +210,14 @@ Task<CommandAnswer> ClientCommands::search(QString words) {
     co_return done(text, {{QStringLiteral("items"), items}});
 }
 
-CommandAnswer ClientCommands::open(const QString& address) {
+Task<CommandAnswer> ClientCommands::open(QString address) {
     if (!address.startsWith(documentLink))
-        return failed(QStringLiteral("Cette adresse n'est pas celle d'un document : %1").arg(address));
+        co_return failed(QStringLiteral("Cette adresse n'est pas celle d'un document : %1").arg(address));
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
-        return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    client_.workspace().open(url->path);
-    return done();
+        co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
+    co_await onPool(&Workspace::open, client_.workspace(), url->path);
+    co_return done();
 }
 
 } // namespace vennic

@@ -24,7 +24,7 @@ private:
     CommandAnswer shares();
     CommandAnswer unshare(const QStringList& names);
     CommandAnswer bridge(bool on);
-    CommandAnswer open(const QString& address);
+    Task<CommandAnswer> open(QString address);
 
     Client& client_;
     std::function<void()> quit_;

@@ -6,11 +6,17 @@
 
 namespace vennic {
 
+namespace {
+mode_t userMask = 0022; // written once, at the start
+} // namespace
+
 void limitProcess() {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
-    umask(0077);
+    userMask = umask(0077);
     mallopt(M_ARENA_MAX, 2); // an arena per thread would keep megabytes that nobody uses
 }
+
+void restoreUserMask() { umask(userMask); }
 
 } // namespace vennic

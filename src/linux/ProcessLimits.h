@@ -6,4 +6,8 @@ namespace vennic {
 /// memory arenas: called first thing in main().
 void limitProcess();
 
+/// In a child that will run a program of the user's: what it makes is for whom the user's umask says. Safe between fork
+/// and exec.
+void restoreUserMask();
+
 } // namespace vennic

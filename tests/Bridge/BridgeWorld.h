@@ -9,6 +9,8 @@
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "fakes/ThumbnailerFake.h"
+#include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
 
 namespace vennic::test {
@@ -18,10 +20,12 @@ public:
     bool bridgeEnabled() const override { return enabled; }
     QString localLLMDeviceNickname() const override { return nickname; }
     QString bridgeDeviceId() override { return deviceId; }
+    std::optional<double> mainScreenScale() const override { return screenScale; }
 
     bool enabled = true;
     QString nickname = QStringLiteral("Mac de Marie");
     QString deviceId = QStringLiteral("3F2504E0-4F89-41D3-9A0C-0305E82C3301");
+    std::optional<double> screenScale;
 };
 
 class HeartbeatSourceFake final : public HeartbeatSource {
@@ -43,6 +47,8 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
+    std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
+    std::shared_ptr<ThumbnailerFake> thumbnailer = std::make_shared<ThumbnailerFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -66,6 +72,8 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
+        .workspace = workspace,
+        .thumbnailer = thumbnailer,
     });
 
     BookmarkEntry share(const QString& path) {
