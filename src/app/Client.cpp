@@ -38,10 +38,10 @@ Client::Client(const Paths& paths, Deployment deployment)
       http_(transport_, deployment.apiHost, loadPinnedRoots(paths.resources + QStringLiteral("/pinned-roots.pem"))),
       config_(preferences_, std::move(deployment)), files_(std::make_shared<FileSystemPosix>()),
       types_(std::make_shared<FileTypesShared>()), folders_(std::make_shared<FolderBookmarksInode>()),
-      reader_(std::make_shared<DocumentReaderWorker>(
-          DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")))),
-      workspace_(std::make_shared<WorkspaceGio>()), thumbnailer_(std::make_shared<NoThumbnailer>()),
-      indexReader_(DocumentWorkerOptions::backgroundLane(paths.programs + QStringLiteral("/vennic-worker"))),
+      reader_(std::make_shared<DocumentReaderWorker>(DocumentWorkerOptions::interactive(paths.textWorker()))),
+      indexReader_(DocumentWorkerOptions::backgroundLane(paths.textWorker())),
+      pictures_(std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(paths.pictureWorker()))),
+      workspace_(std::make_shared<WorkspaceGio>()), thumbnailer_(std::make_shared<ThumbnailerDesktop>(pictures_)),
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
@@ -82,6 +82,8 @@ Client::Client(const Paths& paths, Deployment deployment)
 Client::~Client() {
     // Whoever waits for a document gets a failure now, so that no thread holds up the end.
     reader_->close();
+    pictures_->close();
+    thumbnailer_->close();
     indexReader_.close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);

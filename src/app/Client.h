@@ -16,7 +16,9 @@
 #include "linux/WorkspaceGio.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
+#include "linux/thumbnail/ThumbnailerDesktop.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/WorkerLane.h"
 
 namespace vennic {
 
@@ -61,9 +63,10 @@ private:
     std::shared_ptr<FileTypes> types_;
     std::shared_ptr<FolderBookmarks> folders_;
     std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
-    std::shared_ptr<Workspace> workspace_;
-    std::shared_ptr<Thumbnailer> thumbnailer_;
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
+    std::shared_ptr<WorkerLane> pictures_;         // everything that takes a picture library, for who waits
+    std::shared_ptr<Workspace> workspace_;
+    std::shared_ptr<ThumbnailerDesktop> thumbnailer_;
     index::DocumentTextSource indexTexts_;
     index::DocumentTextSource queryTexts_;
     FileIndexSegments index_;

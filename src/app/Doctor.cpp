@@ -53,7 +53,7 @@ Finding worker(const Paths& paths) {
     if (!file.open(QIODevice::WriteOnly) || file.write("été") != 5)
         return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
     file.close();
-    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.programs + QStringLiteral("/vennic-worker")));
+    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.textWorker()));
     try {
         if (reader.plainText(path, 100).text != QStringLiteral("été"))
             return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};

@@ -11,6 +11,10 @@ struct Paths {
     QString resources; // ../share/vennic seen from the executable's folder
     QString programs;  // the executable's folder
 
+    /// The boxed programs, which stand beside the client.
+    QString textWorker() const { return programs + QStringLiteral("/vennic-worker"); }
+    QString pictureWorker() const { return programs + QStringLiteral("/vennic-picture-worker"); }
+
     /// Read from the environment and /proc.
     static Paths ofThisProcess();
 };

@@ -1,5 +1,5 @@
 #pragma once
-#include "base/LocalizedError.h"
+#include "ports/DocumentReadError.h"
 
 #include <QString>
 
@@ -11,22 +11,6 @@ struct DocumentText {
     bool truncated = false;
     qint64 fileBytes = 0; // size of the file that was read
     bool operator==(const DocumentText&) const = default;
-};
-
-/// Why a document gave no text.
-enum class DocumentFault {
-    unreadable, // the file couldn't be opened or read; the description is the system's own
-    unparsable, // the bytes are not a document of that form
-    worker,     // the boxed process died, ran out of its time or memory, or couldn't be boxed
-};
-
-class DocumentReadError : public LocalizedError {
-public:
-    DocumentReadError(DocumentFault fault, const QString& description) : LocalizedError(description), fault_(fault) {}
-    DocumentFault fault() const noexcept { return fault_; }
-
-private:
-    DocumentFault fault_;
 };
 
 /// Reads documents that nobody vetted, in a boxed process. Each operation blocks, takes an absolute path and the

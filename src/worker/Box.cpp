@@ -14,26 +14,29 @@ bool limit(__rlimit_resource what, rlim_t most) {
     return setrlimit(what, &both) == 0;
 }
 
-bool limitResources(const BoxLimits& limits) {
+bool limitResources(const BoxRules& rules) {
 #if !defined(VENNIC_SANITIZED)
-    if (!limit(RLIMIT_AS, limits.memoryBytes))
+    if (!limit(RLIMIT_DATA, rules.memoryBytes) || !limit(RLIMIT_AS, rules.memoryBytes + rules.mappedBytes))
         return false;
 #endif
+    // It counts the threads of the whole user, so that there is nothing between none and no bound.
+    if (!rules.threads && !limit(RLIMIT_NPROC, 0))
+        return false;
     constexpr rlim_t mostDescriptors = 32;
-    return limit(RLIMIT_CPU, limits.cpuSeconds) && limit(RLIMIT_NOFILE, mostDescriptors) && limit(RLIMIT_CORE, 0) &&
-           limit(RLIMIT_FSIZE, 0) && limit(RLIMIT_NPROC, 0) && limit(RLIMIT_MEMLOCK, 0) && limit(RLIMIT_MSGQUEUE, 0);
+    return limit(RLIMIT_CPU, rules.cpuSeconds) && limit(RLIMIT_NOFILE, mostDescriptors) && limit(RLIMIT_CORE, 0) &&
+           limit(RLIMIT_FSIZE, 0) && limit(RLIMIT_MEMLOCK, 0) && limit(RLIMIT_MSGQUEUE, 0);
 }
 
 } // namespace
 
-wire::BoxState lockDown(const BoxLimits& limits) {
-    if (!limitResources(limits))
+wire::BoxState lockDown(const BoxRules& rules) {
+    if (!limitResources(rules))
         return wire::BoxState::noLimits;
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return wire::BoxState::noPrivilegeLock;
-    if (!restrictFiles())
+    if (!restrictFiles(rules.readableFolders))
         return wire::BoxState::noFileRules;
-    if (!filterCalls())
+    if (!filterCalls(rules.threads))
         return wire::BoxState::noCallFilter;
     return wire::BoxState::boxed;
 }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
+#include <sched.h>
 #include <seccomp.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -34,15 +35,25 @@ private:
     };
 
     void add(unsigned action, int call) { note(seccomp_rule_add_array(context_.get(), action, call, 0, nullptr)); }
-    void note(int result) { good_ = good_ && result == 0; }
+    void note(int result) { good_ = good_ && (result == 0 || result == -EEXIST); }
 
     std::unique_ptr<void, Release> context_;
     bool good_ = context_ != nullptr;
 };
 
+void allowThreads(Filter& filter) {
+    constexpr scmp_datum_t thread = CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_SIGHAND | CLONE_THREAD | CLONE_SYSVSEM;
+    filter.allowMasked(SCMP_SYS(clone), 0, thread, thread);
+    // Its flags stand in memory, where no filter sees them; the C library then takes the older call.
+    filter.deny(SCMP_SYS(clone3), ENOSYS);
+    for (const int call :
+         {SCMP_SYS(set_robust_list), SCMP_SYS(rseq), SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity)})
+        filter.allow(call);
+}
+
 } // namespace
 
-bool filterCalls() {
+bool filterCalls(bool threads) {
     Filter filter;
     for (const int call :
          {SCMP_SYS(read),          SCMP_SYS(pread64),    SCMP_SYS(write),        SCMP_SYS(recvmsg),
@@ -65,6 +76,8 @@ bool filterCalls() {
                            SCMP_SYS(statfs), SCMP_SYS(fstatfs)})
         filter.deny(call, EACCES);
     filter.deny(SCMP_SYS(ioctl), ENOTTY);
+    if (threads)
+        allowThreads(filter);
 #if defined(VENNIC_SANITIZED)
     // What the sanitizers' run-time calls while it works and when it reports.
     for (const int call : {SCMP_SYS(sigaltstack), SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity),

@@ -45,7 +45,7 @@ bool allowReading(int rules, const char* folder) {
 
 } // namespace
 
-bool restrictFiles() {
+bool restrictFiles(std::span<const char* const> readableFolders) {
     const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
     if (version < 1)
         return false;
@@ -53,8 +53,10 @@ bool restrictFiles() {
     const int rules = static_cast<int>(syscall(SYS_landlock_create_ruleset, &set, sizeKnownTo(version), 0));
     if (rules < 0)
         return false;
-    const bool restricted =
-        allowReading(rules, "/usr/share/poppler") && syscall(SYS_landlock_restrict_self, rules, 0) == 0;
+    bool restricted = allowReading(rules, "/usr/share/poppler");
+    for (const char* const folder : readableFolders)
+        restricted = restricted && allowReading(rules, folder);
+    restricted = restricted && syscall(SYS_landlock_restrict_self, rules, 0) == 0;
     close(rules);
     return restricted;
 }

@@ -6,9 +6,6 @@
 
 namespace vennic::worker {
 
-/// Loads what Poppler would otherwise load from disk in the middle of its first document.
-void warmUpPdf();
-
 struct PdfText {
     std::string text;      // UTF-8; at least `most` user-perceived characters where the document has them
     bool cutShort = false; // the text reached its ceiling in bytes before that

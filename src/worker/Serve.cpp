@@ -1,14 +1,12 @@
 #include "worker/Serve.h"
 
-#include "worker/ReadDocument.h"
-
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <malloc.h>
-#include <memory>
+#include <new>
 #include <optional>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -78,53 +76,39 @@ std::optional<Received> receive(int socket, End& end) {
     return received;
 }
 
-struct FileBytes {
-    std::unique_ptr<char[]> data;
-    std::size_t size = 0;
-    wire::Outcome outcome = wire::Outcome::text;
-    int error = 0;
-};
-
-FileBytes readFile(int file) {
-    struct stat status{};
-    if (fstat(file, &status) != 0)
-        return {nullptr, 0, wire::Outcome::unreadable, errno};
-    if (!S_ISREG(status.st_mode))
-        return {nullptr, 0, wire::Outcome::unreadable, EINVAL};
-    if (status.st_size > wire::mostFileBytes)
-        return {nullptr, 0, wire::Outcome::tooLarge, 0};
-    FileBytes bytes;
-    const auto size = static_cast<std::size_t>(status.st_size);
-    bytes.data = std::make_unique_for_overwrite<char[]>(size + 1);
-    while (bytes.size < size) {
-        const ssize_t got =
-            pread(file, bytes.data.get() + bytes.size, size - bytes.size, static_cast<off_t>(bytes.size));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return {nullptr, 0, wire::Outcome::unreadable, errno};
-        if (got == 0)
-            break; // it has become shorter
-        bytes.size += static_cast<std::size_t>(got);
-    }
-    return bytes;
+const Reader* readerOf(wire::Form form, const BoxedProgram& program) {
+    const auto found = std::ranges::find(program.readers, form, &Reader::form);
+    return found == program.readers.end() ? nullptr : &*found;
 }
 
-bool answer(int socket, const Received& received) {
-    const FileBytes bytes = readFile(received.file.number());
+struct Work {
     wire::Answer answer;
-    answer.number = received.request.number;
-    answer.outcome = bytes.outcome;
-    answer.systemError = bytes.error;
-    ReadResult result;
-    if (bytes.outcome == wire::Outcome::text) {
-        result = readDocument(received.request.form, {bytes.data.get(), bytes.size}, received.request.mostCharacters);
-        answer.outcome = result.outcome;
-        answer.fileBytes = static_cast<std::int64_t>(bytes.size);
-        answer.textBytes = result.text.size();
-        answer.truncated = result.truncated ? 1 : 0;
+    std::string body;
+    bool isLast = false; // nobody knows what state the libraries are in
+};
+
+Work work(const Received& received, const Reader& reader, const BoxedProgram& program) {
+    Work work;
+    work.answer.number = received.request.number;
+    try {
+        const std::int64_t mostBytes = wire::ceilingsOf(reader.form).fileBytes;
+        const int file = received.file.number();
+        const Document document = program.mapsFiles ? Document::map(file, mostBytes) : Document::read(file, mostBytes);
+        work.answer.outcome = document.outcome();
+        work.answer.systemError = document.systemError();
+        if (document.outcome() != wire::Outcome::done)
+            return work;
+        ReadResult result = reader.read(document, received.request.parameters);
+        work.answer.outcome = result.outcome;
+        work.answer.fileBytes = static_cast<std::int64_t>(document.bytes().size());
+        work.answer.bodyBytes = result.body.size();
+        work.answer.truncated = result.truncated ? 1 : 0;
+        work.body = std::move(result.body);
+    } catch (const std::bad_alloc&) {
+        work.answer = {.outcome = wire::Outcome::beyondBox, .number = received.request.number};
+        work.isLast = true;
     }
-    return sendAll(socket, &answer, sizeof answer) && sendAll(socket, result.text.data(), result.text.size());
+    return work;
 }
 
 } // namespace
@@ -135,11 +119,16 @@ bool sendHello(int socket, wire::BoxState box) {
     return sendAll(socket, &hello, sizeof hello);
 }
 
-bool serve(int socket) {
+bool serve(int socket, const BoxedProgram& program) {
     End end = End::closed;
     while (const auto received = receive(socket, end)) {
-        if (!answer(socket, *received))
-            return true; // nobody listens any more
+        const Reader* const reader = readerOf(received->request.form, program);
+        if (reader == nullptr)
+            return false;
+        const Work done = work(*received, *reader, program);
+        if (!sendAll(socket, &done.answer, sizeof done.answer) ||
+            !sendAll(socket, done.body.data(), done.body.size()) || done.isLast)
+            return true; // perhaps nobody listens any more
         malloc_trim(0);  // a waiting process holds no large document
     }
     return end == End::closed;

@@ -1,4 +1,5 @@
-// Locks itself up as the document process does and then tries one forbidden act.
+// Locks itself up as the document process does, or with a third argument as the one for pictures, and then tries one
+// forbidden act.
 // Ends with 0 when the act was refused with an error, 1 when it worked, 2 for an unknown act, 3 when there is no box.
 #include "worker/Box.h"
 
@@ -111,7 +112,9 @@ int main(int count, char** arguments) {
     const auto act = acts.find(arguments[1]);
     if (act == acts.end())
         return 2;
-    if (vennic::worker::lockDown({}) != vennic::wire::BoxState::boxed)
+    constexpr const char* readable = "/usr/share/fonts";
+    const vennic::worker::BoxRules pictures{.threads = true, .readableFolders = {&readable, 1}};
+    if (vennic::worker::lockDown(count > 3 ? pictures : vennic::worker::BoxRules()) != vennic::wire::BoxState::boxed)
         return 3;
     _exit(act->second() ? 1 : 0);
 }

@@ -89,17 +89,17 @@ void answer(std::string_view lie, const wire::Request& request) {
         text = "a";
     if (lie == "error-with-text")
         answer.outcome = wire::Outcome::unparsable;
-    answer.textBytes = text.size();
+    answer.bodyBytes = text.size();
     if (lie == "endless-text")
-        answer.textBytes = ~std::uint64_t{0};
+        answer.bodyBytes = ~std::uint64_t{0};
     if (lie == "more-text-than-possible")
-        answer.textBytes = 13;
+        answer.bodyBytes = 13;
     if (lie == "unparsable-text-file" || lie == "too-large-a-file" || lie == "strange-error") {
         answer.outcome = lie == "unparsable-text-file" ? wire::Outcome::unparsable
                          : lie == "too-large-a-file"   ? wire::Outcome::tooLarge
                                                        : wire::Outcome::unreadable;
         answer.systemError = lie == "strange-error" ? -5 : 0;
-        answer.textBytes = 0;
+        answer.bodyBytes = 0;
         answer.truncated = 0;
         text.clear();
     }

@@ -10,7 +10,24 @@ using namespace vennic::test;
 
 namespace {
 
-class Box : public ::testing::TestWithParam<const char*> {};
+class Box : public ::testing::TestWithParam<const char*> {
+protected:
+    static void expectRefused(const QStringList& box) {
+        const WorkerFolder folder;
+        const QString secret = folder.add(QStringLiteral("secret"), "s");
+        QProcess program;
+        program.setWorkingDirectory(folder.path(QString()));
+        program.start(QStringLiteral(VENNIC_BOXED_ACTS), QStringList{QString::fromLatin1(GetParam()), secret} + box);
+        ASSERT_TRUE(program.waitForFinished());
+        if (program.exitStatus() == QProcess::CrashExit)
+            EXPECT_EQ(program.exitCode(), SIGSYS); // ended by the call filter
+        else
+            EXPECT_EQ(program.exitCode(), 0) << program.readAllStandardError().toStdString();
+        EXPECT_EQ(fileBytes(secret), "s");
+        const QDir left(folder.path(QString()));
+        EXPECT_EQ(left.entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
+    }
+};
 
 std::string nameOfAct(const ::testing::TestParamInfo<const char*>& info) {
     QString name = QString::fromLatin1(info.param);
@@ -19,20 +36,9 @@ std::string nameOfAct(const ::testing::TestParamInfo<const char*>& info) {
 
 } // namespace
 
-TEST_P(Box, refuses) {
-    const WorkerFolder folder;
-    const QString secret = folder.add(QStringLiteral("secret"), "s");
-    QProcess program;
-    program.setWorkingDirectory(folder.path(QString()));
-    program.start(QStringLiteral(VENNIC_BOXED_ACTS), {QString::fromLatin1(GetParam()), secret});
-    ASSERT_TRUE(program.waitForFinished());
-    if (program.exitStatus() == QProcess::CrashExit)
-        EXPECT_EQ(program.exitCode(), SIGSYS); // ended by the call filter
-    else
-        EXPECT_EQ(program.exitCode(), 0) << program.readAllStandardError().toStdString();
-    EXPECT_EQ(fileBytes(secret), "s");
-    EXPECT_EQ(QDir(folder.path(QString())).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
-}
+TEST_P(Box, refuses) { expectRefused({}); }
+
+TEST_P(Box, refusesWhereThreadsAreAllowed) { expectRefused({QStringLiteral("pictures")}); }
 
 INSTANTIATE_TEST_SUITE_P(Acts, Box,
                          ::testing::Values("read-a-secret", "read-passwd", "list-root", "write", "create",

@@ -3,7 +3,8 @@
 #include "linux/FileDescriptor.h"
 #include "support/Await.h"
 #include "worker/PdfMaker.h"
-#include "worker/ReadDocument.h"
+#include "worker/TextReaders.h"
+#include "worker/Unboxed.h"
 #include "worker/WorkerFolder.h"
 
 #include <QDirIterator>
@@ -37,6 +38,8 @@ protected:
     }
 };
 
+constexpr qint64 mostBytes = wire::ceilingsOf(wire::Form::plainText).fileBytes;
+
 wire::Form formOf(const QString& path) {
     return path.endsWith(QLatin1String(".pdf"))   ? wire::Form::pdf
            : path.endsWith(QLatin1String(".rtf")) ? wire::Form::rtf
@@ -44,25 +47,18 @@ wire::Form formOf(const QString& path) {
 }
 
 DocumentText readAs(DocumentReader& reader, wire::Form form, const QString& path, qint64 most) {
-    switch (form) {
-    case wire::Form::pdf:
-        return reader.pdf(path, most);
-    case wire::Form::rtf:
-        return reader.rtf(path, most);
-    case wire::Form::plainText:
-        break;
-    }
-    return reader.plainText(path, most);
+    return form == wire::Form::pdf   ? reader.pdf(path, most)
+           : form == wire::Form::rtf ? reader.rtf(path, most)
+                                     : reader.plainText(path, most);
 }
 
 /// What the readers say in this very process, without a box.
 std::optional<DocumentText> unboxed(const QString& path, qint64 most) {
-    const QByteArray bytes = fileBytes(path);
-    const auto read = worker::readDocument(formOf(path), {bytes.constData(), static_cast<std::size_t>(bytes.size())},
-                                           static_cast<std::uint64_t>(most));
-    if (read.outcome != wire::Outcome::text)
+    const auto read =
+        readUnboxed(worker::textReaders(), formOf(path), path, {.mostCharacters = static_cast<std::uint64_t>(most)});
+    if (read.outcome != wire::Outcome::done)
         return std::nullopt;
-    return DocumentText{QString::fromStdString(read.text), read.truncated, bytes.size()};
+    return DocumentText{QString::fromStdString(read.body), read.truncated, QFileInfo(path).size()};
 }
 
 } // namespace
@@ -261,11 +257,11 @@ TEST_F(DocumentReaderWorkerTest, followsALinkToARegularFile) {
 
 TEST_F(DocumentReaderWorkerTest, refusesAFileBeyondItsCeiling) {
     const QString path = add({});
-    ASSERT_EQ(truncate(qPrintable(path), wire::mostFileBytes + 1), 0);
+    ASSERT_EQ(truncate(qPrintable(path), mostBytes + 1), 0);
     EXPECT_EQ(faultOf([&] { reader_.plainText(path, 9); }), DocumentFault::unreadable);
-    ASSERT_EQ(truncate(qPrintable(path), wire::mostFileBytes), 0);
+    ASSERT_EQ(truncate(qPrintable(path), mostBytes), 0);
     const DocumentText zeros = reader_.plainText(path, 9);
-    EXPECT_EQ(zeros.fileBytes, wire::mostFileBytes);
+    EXPECT_EQ(zeros.fileBytes, mostBytes);
     EXPECT_EQ(zeros.text.size(), 9);
 }
 

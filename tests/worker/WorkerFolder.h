@@ -12,6 +12,7 @@
 namespace vennic::test {
 
 inline QString workerProgram() { return QStringLiteral(VENNIC_WORKER_PROGRAM); }
+inline QString pictureWorkerProgram() { return QStringLiteral(VENNIC_PICTURE_WORKER_PROGRAM); }
 inline QString dataFolder() { return QStringLiteral(VENNIC_TEST_DATA); }
 
 inline QByteArray fileBytes(const QString& path) {

@@ -2,6 +2,8 @@
 
 #include "base/Graphemes.h"
 #include "base/Utf8.h"
+#include "linux/worker/AnswerRecord.h"
+#include "linux/worker/PlainPng.h"
 
 #include <algorithm>
 
@@ -9,6 +11,10 @@ namespace vennic {
 
 using wire::Form;
 using wire::Outcome;
+
+namespace {
+std::string_view viewOf(const QByteArray& bytes) { return {bytes.constData(), static_cast<std::size_t>(bytes.size())}; }
+} // namespace
 
 AnswerCheck::AnswerCheck(const wire::Request& request, qint64 sizeBefore, qint64 sizeAfter)
     : request_(request), least_(std::min(sizeBefore, sizeAfter)), most_(std::max(sizeBefore, sizeAfter)) {}
@@ -18,31 +24,63 @@ bool AnswerCheck::allows(const wire::Answer& answer) const {
     if (answer.magic != wire::magic || answer.version != wire::version || answer.number != request_.number ||
         answer.truncated > 1)
         return false;
-    if (answer.outcome != Outcome::text && (answer.textBytes != 0 || answer.truncated != 0))
+    if (answer.outcome != Outcome::done && (answer.bodyBytes != 0 || answer.truncated != 0))
         return false;
+    const qint64 mostFileBytes = wire::ceilingsOf(request_.form).fileBytes;
     switch (answer.outcome) {
-    case Outcome::text:
+    case Outcome::done:
         return answer.systemError == 0 && answer.fileBytes >= least_ && answer.fileBytes <= most_ &&
-               answer.fileBytes <= wire::mostFileBytes &&
-               answer.textBytes <= wire::mostTextBytes(request_.form, answer.fileBytes);
+               answer.fileBytes <= mostFileBytes &&
+               answer.bodyBytes <= wire::mostBodyBytes(request_.form, answer.fileBytes);
     case Outcome::unreadable:
         return answer.systemError > 0 && answer.systemError <= mostSystemError;
     case Outcome::unparsable:
         return request_.form != Form::plainText;
     case Outcome::tooLarge:
-        return most_ > wire::mostFileBytes;
+        return most_ > mostFileBytes;
+    case Outcome::beyondBox:
+        return true;
     }
     return false;
 }
 
-bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& text) const {
-    const std::string_view view(text.constData(), static_cast<std::size_t>(text.size()));
-    if (!isUtf8(view))
+bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) const {
+    if (answer.outcome != Outcome::done)
+        return body.isEmpty();
+    switch (request_.form) {
+    case Form::plainText:
+    case Form::rtf:
+    case Form::pdf:
+        return allowsText(answer, body);
+    case Form::pdfPages: {
+        const auto count = recordOf<wire::PageCount>(body);
+        return answer.truncated == 0 && count && count->pages > 0 && count->pages <= wire::mostPages;
+    }
+    case Form::pdfPageText:
+        return answer.truncated == 0 && isUtf8(viewOf(body));
+    case Form::thumbnail:
+        return answer.truncated == 0 && allowsThumbnail(body);
+    }
+    return false;
+}
+
+/// A picture is a PNG of the size that it says, within the square that was asked for.
+bool AnswerCheck::allowsThumbnail(const QByteArray& body) const {
+    const auto size = leadingRecordOf<wire::PictureSize>(body);
+    const std::uint32_t edge = request_.parameters.edge;
+    return size && size->width > 0 && size->width <= edge && size->height > 0 && size->height <= edge &&
+           isPlainPng(body.sliced(sizeof(wire::PictureSize)), *size);
+}
+
+/// A text is no longer than asked.
+bool AnswerCheck::allowsText(const wire::Answer& answer, const QByteArray& text) const {
+    if (!isUtf8(viewOf(text)))
         return false;
-    const std::uint64_t characters = graphemeCount(view);
+    const std::uint64_t most = request_.parameters.mostCharacters;
+    const std::uint64_t characters = graphemeCount(viewOf(text));
     // Only a PDF may be cut before the asked number, where its text reaches its ceiling.
-    const bool cutEarly = answer.truncated != 0 && characters < request_.mostCharacters;
-    return characters <= request_.mostCharacters && (!cutEarly || request_.form == Form::pdf);
+    const bool cutEarly = answer.truncated != 0 && characters < most;
+    return characters <= most && (!cutEarly || request_.form == Form::pdf);
 }
 
 } // namespace vennic

@@ -19,21 +19,12 @@ wire::Form wireForm(DocumentForm form) {
     Q_UNREACHABLE();
 }
 
+constexpr qint64 mostBytes = wire::ceilingsOf(wire::Form::plainText).fileBytes; // the same of all three
+
 DocumentText read(WorkerLane& lane, DocumentForm form, const OpenedDocument& document, qint64 maxChars) {
-    const QString& path = document.path();
     const auto most = static_cast<std::uint64_t>(std::max<qint64>(maxChars, 0));
-    const WorkerProcess::Reply reply = lane.ask(wireForm(form), most, document);
-    switch (reply.answer.outcome) {
-    case wire::Outcome::text:
-        return {QString::fromUtf8(reply.text), reply.answer.truncated != 0, reply.answer.fileBytes};
-    case wire::Outcome::unreadable:
-        throw DocumentReadError(DocumentFault::unreadable, unreadableSentence(path, reply.answer.systemError));
-    case wire::Outcome::tooLarge:
-        throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
-    case wire::Outcome::unparsable:
-        break;
-    }
-    throw DocumentReadError(DocumentFault::unparsable, QStringLiteral("Le document n'a pas la forme attendue."));
+    const WorkerProcess::Reply reply = lane.ask(wireForm(form), {.mostCharacters = most}, document);
+    return {QString::fromUtf8(reply.body), reply.answer.truncated != 0, reply.answer.fileBytes};
 }
 
 } // namespace
@@ -44,19 +35,19 @@ DocumentReaderWorker::DocumentReaderWorker(DocumentWorkerOptions options)
 DocumentReaderWorker::~DocumentReaderWorker() = default;
 
 DocumentText DocumentReaderWorker::plainText(const QString& path, qint64 maxChars) {
-    return read(*lane_, DocumentForm::plainText, OpenedDocument(path), maxChars);
+    return read(*lane_, DocumentForm::plainText, OpenedDocument(path, mostBytes), maxChars);
 }
 
 DocumentText DocumentReaderWorker::rtf(const QString& path, qint64 maxChars) {
-    return read(*lane_, DocumentForm::rtf, OpenedDocument(path), maxChars);
+    return read(*lane_, DocumentForm::rtf, OpenedDocument(path, mostBytes), maxChars);
 }
 
 DocumentText DocumentReaderWorker::pdf(const QString& path, qint64 maxChars) {
-    return read(*lane_, DocumentForm::pdf, OpenedDocument(path), maxChars);
+    return read(*lane_, DocumentForm::pdf, OpenedDocument(path, mostBytes), maxChars);
 }
 
 DocumentText DocumentReaderWorker::readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) {
-    return read(*lane_, form, OpenedDocument(descriptor, name), maxChars);
+    return read(*lane_, form, OpenedDocument(descriptor, name, mostBytes), maxChars);
 }
 
 void DocumentReaderWorker::close() {

@@ -1,7 +1,6 @@
 #include "linux/worker/OpenedDocument.h"
 
-#include "base/DocumentWire.h"
-#include "ports/DocumentReader.h"
+#include "ports/DocumentReadError.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -32,26 +31,26 @@ int openReadOnly(const QByteArray& path) {
 
 } // namespace
 
-OpenedDocument::OpenedDocument(const QString& path) : path_(path) {
+OpenedDocument::OpenedDocument(const QString& path, qint64 mostBytes) : path_(path) {
     if (!path.startsWith(u'/') || path.contains(QChar::Null))
         refuse(path, ENOENT);
     file_ = FileDescriptor(openReadOnly(QFile::encodeName(path)));
-    check();
+    check(mostBytes);
 }
 
-OpenedDocument::OpenedDocument(int descriptor, const QString& name)
+OpenedDocument::OpenedDocument(int descriptor, const QString& name, qint64 mostBytes)
     : path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
-    check();
+    check(mostBytes);
 }
 
-void OpenedDocument::check() const {
+void OpenedDocument::check(qint64 mostBytes) const {
     struct stat status{};
     if (!file_.isOpen() || fstat(file_.number(), &status) != 0)
         refuse(path_, errno);
     if (!S_ISREG(status.st_mode))
         throw DocumentReadError(DocumentFault::unreadable,
                                 named(path_) + QStringLiteral("n'est pas un fichier ordinaire."));
-    if (status.st_size > wire::mostFileBytes)
+    if (status.st_size > mostBytes)
         throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path_));
 }
 

@@ -6,19 +6,20 @@
 namespace vennic {
 
 /// A regular file that was opened for reading without waiting for anybody: a FIFO, a device, a folder or a link of
-/// /proc is refused. Raises DocumentReadError (unreadable) with the system's own words.
+/// /proc is refused, and so is a file of more than `mostBytes`. Raises DocumentReadError (unreadable) with the
+/// system's own words.
 class OpenedDocument {
 public:
-    explicit OpenedDocument(const QString& path);
+    OpenedDocument(const QString& path, qint64 mostBytes);
     /// The same of a file that somebody has opened already; `name` stands in sentences.
-    OpenedDocument(int descriptor, const QString& name);
+    OpenedDocument(int descriptor, const QString& name, qint64 mostBytes);
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }
     /// The size now; it may change while the file is open.
     qint64 size() const;
 
 private:
-    void check() const;
+    void check(qint64 mostBytes) const;
 
     QString path_;
     FileDescriptor file_;

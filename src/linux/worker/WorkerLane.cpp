@@ -1,6 +1,6 @@
 #include "linux/worker/WorkerLane.h"
 
-#include "ports/DocumentReader.h"
+#include "ports/DocumentReadError.h"
 
 #include <sys/eventfd.h>
 
@@ -9,6 +9,23 @@ namespace {
 
 DocumentReadError abandoned() {
     return {DocumentFault::worker, QStringLiteral("La lecture du document a été abandonnée.")};
+}
+
+void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
+    switch (answer.outcome) {
+    case wire::Outcome::done:
+        return;
+    case wire::Outcome::unreadable:
+        throw DocumentReadError(DocumentFault::unreadable, unreadableSentence(path, answer.systemError));
+    case wire::Outcome::tooLarge:
+        throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
+    case wire::Outcome::beyondBox:
+        throw DocumentReadError(DocumentFault::worker,
+                                QStringLiteral("La lecture du document demande trop de mémoire."));
+    case wire::Outcome::unparsable:
+        break;
+    }
+    throw DocumentReadError(DocumentFault::unparsable, QStringLiteral("Le document n'a pas la forme attendue."));
 }
 
 } // namespace
@@ -22,19 +39,22 @@ WorkerLane::~WorkerLane() {
         thread_.join();
 }
 
-WorkerProcess::Reply WorkerLane::ask(wire::Form form, std::uint64_t mostCharacters, const OpenedDocument& document) {
-    std::future<WorkerProcess::Reply> reply;
+WorkerProcess::Reply WorkerLane::ask(wire::Form form, const wire::Parameters& parameters,
+                                     const OpenedDocument& document) {
+    std::future<WorkerProcess::Reply> pending;
     {
         const std::lock_guard lock(guard_);
         if (closed_)
             throw abandoned();
         if (!thread_.joinable())
             thread_ = std::thread([this] { run(); });
-        jobs_.push_back({form, mostCharacters, &document, {}});
-        reply = jobs_.back().reply.get_future();
+        jobs_.push_back({form, parameters, &document, {}});
+        pending = jobs_.back().reply.get_future();
     }
     changed_.notify_one();
-    return reply.get();
+    WorkerProcess::Reply reply = pending.get();
+    raiseUnlessDone(reply.answer, document.path());
+    return reply;
 }
 
 void WorkerLane::close() {
@@ -79,7 +99,7 @@ void WorkerLane::answer(Job& job) {
 }
 
 WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
-    const wire::Request request{.form = job.form, .number = ++lastNumber_, .mostCharacters = job.mostCharacters};
+    const wire::Request request{.form = job.form, .number = ++lastNumber_, .parameters = job.parameters};
     if (process_ != nullptr && !process_->isFit())
         process_.reset();
     while (true) {

@@ -19,15 +19,15 @@ public:
     ~WorkerLane();
     Q_DISABLE_COPY_MOVE(WorkerLane)
 
-    /// Blocks until the answer is there. Raises DocumentReadError (worker). From any thread.
-    WorkerProcess::Reply ask(wire::Form form, std::uint64_t mostCharacters, const OpenedDocument& document);
+    /// Blocks until the document's body is there, checked. Raises DocumentReadError. From any thread.
+    WorkerProcess::Reply ask(wire::Form form, const wire::Parameters& parameters, const OpenedDocument& document);
     /// Ends the process and fails every request, those to come too. From any thread.
     void close();
 
 private:
     struct Job {
         wire::Form form;
-        std::uint64_t mostCharacters;
+        wire::Parameters parameters;
         const OpenedDocument* document; // the asker keeps it, and waits
         std::promise<WorkerProcess::Reply> reply;
     };

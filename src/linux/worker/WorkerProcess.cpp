@@ -1,7 +1,7 @@
 #include "linux/worker/WorkerProcess.h"
 
 #include "linux/worker/AnswerCheck.h"
-#include "ports/DocumentReader.h"
+#include "ports/DocumentReadError.h"
 
 #include <QFile>
 
@@ -179,7 +179,7 @@ bool WorkerProcess::isFit() const {
     char byte = 0;
     const ssize_t got = recv(socket_.number(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     const bool silent = got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
-    return silent && cpuTime() < std::chrono::seconds(wire::replaceAfterCpuSeconds);
+    return silent && cpuTime() < std::chrono::seconds(options_.life.replaceAfterCpuSeconds);
 }
 
 bool WorkerProcess::send(const wire::Request& request, const OpenedDocument& document) {
@@ -220,22 +220,23 @@ void WorkerProcess::readExactly(void* data, std::size_t size, const Patience& pa
 
 WorkerProcess::Reply WorkerProcess::receive(const wire::Request& request, const OpenedDocument& document,
                                             qint64 sizeBefore) {
-    const Patience patience(*this, options_.mostCpu, options_.mostWall);
+    const auto usual = std::chrono::seconds(wire::ceilingsOf(request.form).cpuSeconds);
+    const Patience patience(*this, options_.mostCpu.value_or(usual), options_.mostWall);
     Reply reply;
     readExactly(&reply.answer, sizeof reply.answer, patience);
     const AnswerCheck check(request, sizeBefore, document.size());
     if (!check.allows(reply.answer))
         failLie();
-    // Room is made as the text comes, not as it is announced.
-    const auto announced = static_cast<qsizetype>(reply.answer.textBytes);
-    while (reply.text.size() < announced) {
+    // Room is made as the body comes, not as it is announced.
+    const auto announced = static_cast<qsizetype>(reply.answer.bodyBytes);
+    while (reply.body.size() < announced) {
         constexpr qsizetype mostAtOnce = qsizetype{4} << 20;
-        const qsizetype had = reply.text.size();
+        const qsizetype had = reply.body.size();
         const qsizetype next = std::min(mostAtOnce, announced - had);
-        reply.text.resize(had + next);
-        readExactly(reply.text.data() + had, static_cast<std::size_t>(next), patience);
+        reply.body.resize(had + next);
+        readExactly(reply.body.data() + had, static_cast<std::size_t>(next), patience);
     }
-    if (!check.allows(reply.answer, reply.text))
+    if (!check.allows(reply.answer, reply.body))
         failLie();
     return reply;
 }

@@ -16,7 +16,7 @@ class WorkerProcess {
 public:
     struct Reply {
         wire::Answer answer;
-        QByteArray text;
+        QByteArray body; // of the form's shape
     };
 
     /// Starts the process and waits until it says that it is boxed. `abandon` is a descriptor whose becoming readable

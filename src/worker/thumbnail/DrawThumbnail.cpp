@@ -17,7 +17,9 @@ Raster decode(PictureForm form, std::string_view bytes, int edge) {
     case PictureForm::gif:
         return decodeGif(bytes);
     case PictureForm::bmp:
-        return decodeBmp(bytes);
+    case PictureForm::psd:
+    case PictureForm::pnm:
+        return decodeWithStb(bytes);
     case PictureForm::tiff:
         return decodeTiff(bytes);
     case PictureForm::webp:

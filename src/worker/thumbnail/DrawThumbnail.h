@@ -9,7 +9,4 @@ namespace vennic::worker {
 /// by its bytes. Empty when it is of no form that can be drawn, or damaged, or too large.
 Raster drawThumbnail(std::string_view bytes, int edge);
 
-/// Loads what the decoders would otherwise load from disk in the middle of their first picture.
-void warmUpThumbnails();
-
 } // namespace vennic::worker

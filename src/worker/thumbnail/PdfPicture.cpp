@@ -1,8 +1,8 @@
+#include "worker/PdfFile.h"
 #include "worker/thumbnail/PictureDecoders.h"
 #include "worker/thumbnail/Square.h"
 
 #include <cstring>
-#include <limits>
 #include <poppler-document.h>
 #include <poppler-page-renderer.h>
 #include <poppler-page.h>
@@ -25,13 +25,8 @@ Paper paperOf(const poppler::page& page) {
 } // namespace
 
 Raster drawPdf(std::string_view bytes, int edge) {
-    if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        return {};
-    const std::unique_ptr<poppler::document> document(
-        poppler::document::load_from_raw_data(bytes.data(), static_cast<int>(bytes.size())));
-    if (!document || document->is_locked())
-        return {};
-    const std::unique_ptr<poppler::page> page(document->create_page(0));
+    const auto document = openPdf(bytes);
+    const std::unique_ptr<poppler::page> page(document ? document->create_page(0) : nullptr);
     if (!page)
         return {};
     const Paper paper = paperOf(*page);

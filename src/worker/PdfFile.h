@@ -1,0 +1,22 @@
+#pragma once
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace poppler {
+class document;
+}
+
+namespace vennic::worker {
+
+/// Loads what Poppler would otherwise load from disk in the middle of its first document.
+void warmUpPdf();
+
+/// The PDF in these bytes, which outlive it; nothing when they aren't one that opens without a password.
+std::unique_ptr<poppler::document> openPdf(std::string_view bytes);
+
+/// The text layer of page `index` from 0 on, UTF-8, without the line ends and the page mark that Poppler adds at its
+/// end; empty when there is no such page.
+std::string pdfPageText(const poppler::document& document, int index);
+
+} // namespace vennic::worker

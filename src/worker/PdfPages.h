@@ -1,0 +1,12 @@
+#pragma once
+#include "worker/Reader.h"
+
+namespace vennic::worker {
+
+/// How many pages a PDF has. Unparsable when it has none or doesn't open without a password.
+ReadResult readPdfPages(const Document& document, const wire::Parameters& parameters);
+
+/// The text layer of one page, empty where the page has none or isn't there.
+ReadResult readPdfPageText(const Document& document, const wire::Parameters& parameters);
+
+} // namespace vennic::worker
