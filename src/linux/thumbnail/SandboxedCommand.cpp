@@ -13,7 +13,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -77,7 +77,7 @@ private:
 
 /// Returns when the process has ended, its time has, or the caller is wanted elsewhere.
 void awaitEnd(pid_t process, Monotonic::time_point end, int abandon) {
-    const FileDescriptor watched(pidfd_open(process, 0));
+    const FileDescriptor watched(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     while (watched.isOpen()) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Monotonic::now()).count();
         std::array<pollfd, 2> waited{{{watched.number(), POLLIN, 0}, {abandon, POLLIN, 0}}};

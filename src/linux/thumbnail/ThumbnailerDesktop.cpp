@@ -23,8 +23,7 @@ namespace {
 constexpr std::array ownTypes{
     "image/png",  "image/jpeg",   "image/gif",     "image/bmp",           "image/x-bmp",   "image/x-ms-bmp",
     "image/tiff", "image/webp",   "image/heic",    "image/heif",          "image/avif",    "image/svg+xml",
-    "image/svg+xml-compressed",   "image/vnd.adobe.photoshop",            "image/x-portable-graymap",
-    "image/x-portable-pixmap",    "image/x-portable-anymap",              "application/pdf",
+    "image/svg+xml-compressed",   "application/pdf",
 };
 
 /// The MIME type by the name alone, as shared-mime-info has it.

@@ -1,5 +1,6 @@
 #include "worker/thumbnail/DrawThumbnail.h"
 
+#include "worker/thumbnail/Colours.h"
 #include "worker/thumbnail/Finish.h"
 #include "worker/thumbnail/PictureDecoders.h"
 #include "worker/thumbnail/PictureForm.h"
@@ -17,9 +18,7 @@ Raster decode(PictureForm form, std::string_view bytes, int edge) {
     case PictureForm::gif:
         return decodeGif(bytes);
     case PictureForm::bmp:
-    case PictureForm::psd:
-    case PictureForm::pnm:
-        return decodeWithStb(bytes);
+        return decodeBmp(bytes);
     case PictureForm::tiff:
         return decodeTiff(bytes);
     case PictureForm::webp:

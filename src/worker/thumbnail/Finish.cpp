@@ -3,7 +3,7 @@
 #include "worker/thumbnail/Square.h"
 
 #include <array>
-#include <lcms2.h>
+#include <new>
 #include <stb/stb_image_resize.h>
 #include <utility>
 
@@ -12,12 +12,6 @@ namespace {
 
 struct DestroyContext {
     void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-struct CloseProfile {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-struct DeleteTransform {
-    void operator()(void* transform) const { cmsDeleteTransform(transform); }
 };
 
 Raster::Kind kindOf(const Raster& picture) {
@@ -86,26 +80,6 @@ Raster upright(Raster picture, int orientation) {
     cairo_paint(context.get());
     cairo_surface_flush(turned.surface());
     return turned;
-}
-
-Raster inSrgb(Raster picture, std::string_view profile) {
-    using Profile = std::unique_ptr<void, CloseProfile>;
-    if (!picture || profile.empty())
-        return picture;
-    const Profile from(cmsOpenProfileFromMem(profile.data(), static_cast<cmsUInt32Number>(profile.size())));
-    if (!from || cmsGetColorSpace(from.get()) != cmsSigRgbData)
-        return picture;
-    const Profile to(cmsCreate_sRGBProfile());
-    const cmsUInt32Number pixels = picture.isOpaque() ? TYPE_BGRA_8 : TYPE_BGRA_8_PREMUL;
-    const std::unique_ptr<void, DeleteTransform> transform(cmsCreateTransform(
-        from.get(), pixels, to.get(), pixels, INTENT_PERCEPTUAL, cmsFLAGS_COPY_ALPHA | cmsFLAGS_NOCACHE));
-    if (!transform)
-        return picture;
-    for (int y = 0; y < picture.height(); ++y) {
-        const std::span<std::uint32_t> row = picture.row(y);
-        cmsDoTransform(transform.get(), row.data(), row.data(), static_cast<cmsUInt32Number>(row.size()));
-    }
-    return picture;
 }
 
 std::string encodePng(const Raster& picture) {

@@ -2,7 +2,6 @@
 #include "worker/thumbnail/Raster.h"
 
 #include <string>
-#include <string_view>
 
 namespace vennic::worker {
 
@@ -11,10 +10,6 @@ Raster shrunk(Raster picture, int edge);
 
 /// The picture mirrored and turned as its tag says (Exif 2.32, 4.6.4; 1 to 8).
 Raster upright(Raster picture, int orientation);
-
-/// The picture's colours converted from its ICC profile to sRGB; itself when the profile isn't one of red, green and
-/// blue.
-Raster inSrgb(Raster picture, std::string_view profile);
 
 /// The picture as a PNG; empty when there is no memory for it.
 std::string encodePng(const Raster& picture);

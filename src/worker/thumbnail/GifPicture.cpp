@@ -80,8 +80,10 @@ Raster decodeGif(std::string_view bytes) {
     const GifImageDesc& frame = gif->Image;
     const ColorMapObject* const map = frame.ColorMap != nullptr ? frame.ColorMap : gif->SColorMap;
     // Some files say no screen, or one that their frame leaves.
-    Raster screen(std::max(gif->SWidth, frame.Left + frame.Width), std::max(gif->SHeight, frame.Top + frame.Height),
-                  Raster::Kind::withAlpha);
+    const int width = std::max(gif->SWidth, frame.Left + frame.Width);
+    const int height = std::max(gif->SHeight, frame.Top + frame.Height);
+    const bool isOpaque = transparent == NO_TRANSPARENT_COLOR && frame.Width == width && frame.Height == height;
+    Raster screen(width, height, isOpaque ? Raster::Kind::opaque : Raster::Kind::withAlpha);
     if (!screen || map == nullptr || frame.Left < 0 || frame.Top < 0 || frame.Width <= 0 || frame.Height <= 0)
         return {};
     const std::vector<std::uint32_t> colours = palette(*map, transparent);

@@ -23,6 +23,11 @@ Image decode(const heif_image_handle& handle, bool hasAlpha) {
     return Image(image);
 }
 
+std::uint32_t storedPixelOf(const std::uint8_t* from, bool hasAlpha) {
+    const std::uint32_t alpha = hasAlpha ? from[3] : 255;
+    return alpha << 24U | std::uint32_t{from[0]} << 16U | std::uint32_t{from[1]} << 8U | from[2];
+}
+
 } // namespace
 
 Raster decodeHeif(std::string_view bytes) {
@@ -47,13 +52,11 @@ Raster decodeHeif(std::string_view bytes) {
     const std::uint8_t* const plane = heif_image_get_plane_readonly(image.get(), heif_channel_interleaved, &stride);
     if (!raster || plane == nullptr)
         return {};
-    const bool isMultiplied = heif_image_is_premultiplied_alpha(image.get()) != 0;
+    const bool isStraight = hasAlpha && heif_image_is_premultiplied_alpha(image.get()) == 0;
     for (int y = 0; y < raster.height(); ++y) {
         const std::uint8_t* from = plane + static_cast<std::ptrdiff_t>(stride) * y;
         for (std::uint32_t& pixel : raster.row(y)) {
-            pixel = !hasAlpha      ? pixelOf(from[0], from[1], from[2])
-                    : isMultiplied ? pixelOf(from[0], from[1], from[2]) & (0xffffffU | std::uint32_t{from[3]} << 24U)
-                                   : pixelOf(from[0], from[1], from[2], from[3]);
+            pixel = isStraight ? pixelOf(from[0], from[1], from[2], from[3]) : storedPixelOf(from, hasAlpha);
             from += hasAlpha ? 4 : 3;
         }
     }

@@ -1,4 +1,6 @@
+#include "worker/thumbnail/Colours.h"
 #include "worker/thumbnail/PictureDecoders.h"
+#include "worker/thumbnail/PictureTags.h"
 
 #include <algorithm>
 #include <bit>
@@ -31,13 +33,6 @@ tjscalingfactor reduction(const Header& header, int edge) {
     return best;
 }
 
-/// Four inks as every program stores them, 255 being none. Not exact without a profile, as no such conversion is.
-std::uint32_t pixelOfInks(std::uint32_t stored) {
-    const auto byte = [stored](unsigned index) { return stored >> (8U * index) & 0xffU; };
-    const std::uint32_t black = byte(3);
-    return pixelOf(byte(0) * black / 255, byte(1) * black / 255, byte(2) * black / 255);
-}
-
 } // namespace
 
 Raster decodeJpeg(std::string_view bytes, int edge) {
@@ -59,11 +54,7 @@ Raster decodeJpeg(std::string_view bytes, int edge) {
                                        hasInks ? TJPF_CMYK : TJPF_BGRX, 0) == 0;
     if (!isWhole && tjGetErrorCode(decoder.get()) != TJERR_WARNING)
         return {};
-    if (hasInks) {
-        for (int y = 0; y < raster.height(); ++y)
-            std::ranges::transform(raster.row(y), raster.row(y).begin(), pixelOfInks);
-    }
-    return raster;
+    return hasInks ? inksInSrgb(std::move(raster), readPictureTags(bytes).colourProfile) : std::move(raster);
 }
 
 } // namespace vennic::worker

@@ -15,8 +15,8 @@ Raster decodePng(std::string_view bytes);
 Raster decodeJpeg(std::string_view bytes, int edge);
 /// The first frame, on its screen.
 Raster decodeGif(std::string_view bytes);
-/// BMP, the flat picture of a PSD, and binary PNM.
-Raster decodeWithStb(std::string_view bytes);
+/// All but the run-length forms.
+Raster decodeBmp(std::string_view bytes);
 Raster decodeTiff(std::string_view bytes);
 /// The first frame of an animation.
 Raster decodeWebp(std::string_view bytes, int edge);

@@ -73,10 +73,6 @@ PictureForm pictureForm(std::string_view bytes) {
         return PictureForm::heif;
     if (bytes.starts_with("BM"))
         return PictureForm::bmp;
-    if (bytes.starts_with("8BPS"))
-        return PictureForm::psd;
-    if (bytes.starts_with("P5") || bytes.starts_with("P6"))
-        return PictureForm::pnm;
     if (isSvg(bytes) || isCompressed(bytes))
         return PictureForm::svg;
     return isPdf(bytes) ? PictureForm::pdf : PictureForm::none;

@@ -3,7 +3,7 @@
 
 namespace vennic::worker {
 
-enum class PictureForm { none, png, jpeg, gif, bmp, psd, pnm, tiff, webp, heif, svg, pdf };
+enum class PictureForm { none, png, jpeg, gif, bmp, tiff, webp, heif, svg, pdf };
 
 /// What a file is, by its first bytes alone: its name may say anything.
 PictureForm pictureForm(std::string_view bytes);

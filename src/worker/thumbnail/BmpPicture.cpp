@@ -1,6 +1,7 @@
 #include "worker/thumbnail/PictureDecoders.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <stb/stb_image.h>
 
@@ -11,9 +12,19 @@ struct Free {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
 };
 
+/// Whether the header is of a known length; the library would take a file with another for something else.
+bool isBmp(std::string_view bytes) {
+    constexpr std::size_t lengthAt = 14;
+    constexpr std::array lengths{'\x0c', '\x28', '\x38', '\x6c', '\x7c'};
+    return bytes.size() > lengthAt && std::ranges::find(lengths, bytes[lengthAt]) != lengths.end() &&
+           bytes.substr(lengthAt + 1, 3) == std::string_view("\0\0\0", 3);
+}
+
 } // namespace
 
-Raster decodeWithStb(std::string_view bytes) {
+Raster decodeBmp(std::string_view bytes) {
+    if (!isBmp(bytes))
+        return {};
     const auto* const data = reinterpret_cast<const stbi_uc*>(bytes.data());
     const int length = static_cast<int>(std::min<std::size_t>(bytes.size(), std::numeric_limits<int>::max()));
     int width = 0;
