@@ -38,12 +38,11 @@ public:
         const QByteArray log = QFile::encodeName(path("log"));
         program("logger", "#!/bin/sh\n{ umask; for each; do printf '%s\\0' \"$each\"; done; } >" + log + ".new\nmv " +
                               log + ".new " + log + "\n");
-        program("broken", "#!/nowhere/interpreter\n");
         entry("logger", "Exec=" + QFile::encodeName(path("bin/logger")) + " %F\n");
-        entry("broken", "Exec=" + QFile::encodeName(path("bin/broken")) + " %f\n");
+        entry("in-a-terminal", "Exec=" + QFile::encodeName(path("bin/logger")) + " %f\nTerminal=true\n");
         entry("gone", "Exec=/nowhere/program %f\n");
-        entry("org.example.Told", "Exec=/nowhere/program %U\nDBusActivatable=true\n");
-        write("config/mimeapps.list", "[Default Applications]\ntext/plain=logger.desktop\nimage/png=broken.desktop\n"
+        entry("org.example.Told", "DBusActivatable=true\n");
+        write("config/mimeapps.list", "[Default Applications]\ntext/plain=logger.desktop\nimage/png=in-a-terminal.desktop\n"
                                       "application/pdf=org.example.Told.desktop\napplication/zip=gone.desktop\n" +
                                           QByteArray(folders == FolderHandler::some
                                                          ? "inode/directory=logger.desktop\n"
@@ -159,7 +158,8 @@ TEST_F(DefaultHandlerTest, anApplicationWhoseProgramIsGoneDoesNotHandleAnything)
     EXPECT_NE(failure(desktop().write("a.zip", "PK\x03\x04")), QString());
 }
 
-TEST_F(DefaultHandlerTest, aProgramThatCannotBeStartedFails) {
+TEST_F(DefaultHandlerTest, anApplicationThatCannotBeStartedFails) {
+    qputenv("PATH", "/proc/nowhere"); // where there is no terminal to run it in
     EXPECT_NE(failure(desktop().write("a.png", "\x89PNG\r\n\x1a\n")), QString());
 }
 
@@ -201,7 +201,7 @@ TEST_F(DefaultHandlerTest, anApplicationThatIsToldOverTheBusAnswersForItself) {
 
 TEST_F(DefaultHandlerTest, anApplicationThatNobodyCanTellFails) {
     const QString path = desktop().write("a.pdf", pdf);
-    EXPECT_NE(failure(path), QString()); // no bus, and its program is gone
+    EXPECT_NE(failure(path), QString()); // no bus, and no program
     const PrivateBus bus(PrivateBus::Kind::session, desktop().path("."));
     EXPECT_NE(failure(path), QString());
 }

@@ -33,14 +33,18 @@ bool isSvg(std::string_view bytes) {
         rest = at == std::string_view::npos ? std::string_view() : withoutLead(rest.substr(at + end.size()));
     };
     while (rest.starts_with("<?") || rest.starts_with("<!")) {
-        if (rest.starts_with("<?"))
+        if (rest.starts_with("<?")) {
             skipPast("?>");
-        else if (rest.starts_with("<!--"))
+        } else if (rest.starts_with("<!--")) {
             skipPast("-->");
-        else if (const std::size_t subset = rest.find_first_of("[>"); subset != rest.npos && rest[subset] == '[')
-            skipPast("]>");
-        else
+        } else if (const std::size_t subset = rest.find_first_of("[>"); subset != rest.npos && rest[subset] == '[') {
+            skipPast("]");
+            while (!rest.empty() && !rest.starts_with('>')) // the bracket stood in an entity's text
+                skipPast("]");
             skipPast(">");
+        } else {
+            skipPast(">");
+        }
     }
     if (!rest.starts_with('<'))
         return false;

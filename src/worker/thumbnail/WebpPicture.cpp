@@ -60,8 +60,7 @@ Raster decodeWebp(std::string_view bytes, int edge) {
     static_assert(std::endian::native == std::endian::little); // of MODE_bgrA
     const auto* const data = reinterpret_cast<const std::uint8_t*>(bytes.data());
     WebPDecoderConfig config;
-    if (WebPInitDecoderConfig(&config) == 0 || WebPGetFeatures(data, bytes.size(), &config.input) != VP8_STATUS_OK ||
-        !Raster::canBe(config.input.width, config.input.height))
+    if (WebPInitDecoderConfig(&config) == 0 || WebPGetFeatures(data, bytes.size(), &config.input) != VP8_STATUS_OK)
         return {};
     return config.input.has_animation != 0 ? decodeFirstFrame(bytes, config.input) : decodeStill(bytes, config, edge);
 }
