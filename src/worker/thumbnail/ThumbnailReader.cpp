@@ -3,11 +3,26 @@
 #include "worker/thumbnail/DrawThumbnail.h"
 #include "worker/thumbnail/Finish.h"
 
+#include <glib.h>
 #include <libheif/heif.h>
+#include <mutex>
 
 namespace vennic::worker {
 
+namespace {
+
+GLogWriterOutput dropWarning(GLogLevelFlags, const GLogField*, gsize, gpointer) { return G_LOG_WRITER_HANDLED; }
+
+/// GLib asks the system where its warnings go before it writes one, and nobody reads them.
+void silenceGLib() {
+    static std::once_flag once; // GLib ends a process that asks twice
+    std::call_once(once, [] { g_log_set_writer_func(dropWarning, nullptr, nullptr); });
+}
+
+} // namespace
+
 void warmUpThumbnails() {
+    silenceGLib();
     heif_init(nullptr); // its decoders may be modules
     // Text asks for the fonts and their tables, an embedded picture for the types of files.
     (void)drawThumbnail(R"(<svg xmlns="http://www.w3.org/2000/svg" width="9" height="9"><text>a</text>)"

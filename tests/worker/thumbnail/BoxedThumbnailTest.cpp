@@ -2,6 +2,7 @@
 
 #include "linux/worker/WorkerLane.h"
 #include "worker/PdfMaker.h"
+#include "worker/PictureReaders.h"
 #include "worker/Unboxed.h"
 #include "worker/WorkerFolder.h"
 #include "worker/thumbnail/ThumbnailReader.h"
@@ -73,7 +74,7 @@ QByteArray svg(const QByteArray& content, const QByteArray& attributes = "viewBo
 } // namespace
 
 TEST_F(BoxedThumbnail, isByteForByteWhatIsDrawnWithoutTheBox) {
-    worker::warmUpThumbnails();
+    worker::warmUpPictureReaders();
     static constexpr std::array<worker::Reader, 1> readers{{{wire::Form::thumbnail, worker::readThumbnail}}};
     int drawn = 0;
     for (const QString& path : everyDocument()) {
@@ -103,7 +104,7 @@ TEST_F(BoxedThumbnail, fontsFiltersAndEmbeddedPicturesWorkInTheBox) {
             "<rect x='6' width='3' height='3' filter='url(#t)'/>"
             "<image width='3' height='3' xlink:href='data:image/png;base64," +
             png + "'/><image y='6' width='3' height='3' xlink:href='data:image/jpeg;base64," + jpeg + "'/>");
-    worker::warmUpThumbnails();
+    worker::warmUpPictureReaders();
     const QString path = folder_.add(QStringLiteral("drawing.svg"), drawing);
     static constexpr std::array<worker::Reader, 1> readers{{{wire::Form::thumbnail, worker::readThumbnail}}};
     const auto expected = readUnboxed(readers, wire::Form::thumbnail, path, {.edge = 200});
