@@ -2,6 +2,8 @@
 
 #include "Bridge/BookmarkError.h"
 
+#include <algorithm>
+
 namespace vennic {
 
 BookmarkResolver::Resolved BookmarkResolver::resolve(const BookmarkEntry& entry) const {
@@ -29,6 +31,13 @@ std::optional<BookmarkEntry> BookmarkResolver::grantOf(const FileURL& document,
             return entry;
     }
     return std::nullopt;
+}
+
+bool BookmarkResolver::isLooselyGranted(const FileURL& document, const std::vector<BookmarkEntry>& grants) const {
+    return std::ranges::any_of(grants, [&](const BookmarkEntry& entry) {
+        const auto folder = resolveIfPossible(entry);
+        return folder && document.path.startsWith(folder->url.path);
+    });
 }
 
 } // namespace vennic

@@ -1,6 +1,8 @@
 #pragma once
 #include <QString>
 
+#include <optional>
+
 namespace vennic {
 
 /// What the bridge needs to know of its surroundings, asked anew each time. Main thread only.
@@ -13,6 +15,8 @@ public:
     virtual QString localLLMDeviceNickname() const = 0;
     /// The stable identifier of this machine towards the backend.
     virtual QString bridgeDeviceId() = 0;
+    /// Pixels a point of the main screen; none while there is no screen.
+    virtual std::optional<double> mainScreenScale() const = 0;
 };
 
 } // namespace vennic

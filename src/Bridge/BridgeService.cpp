@@ -21,8 +21,7 @@ std::chrono::nanoseconds backOff(qint64 n) {
 
 /// The kinds that nothing here can do yet.
 template <class Args>
-concept NotYetAvailable = std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> ||
-                          std::same_as<Args, ThumbnailArgs> || std::same_as<Args, LLMInferArgs>;
+concept NotYetAvailable = std::same_as<Args, OcrImageArgs> || std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -49,6 +48,10 @@ struct BridgeService::Dispatch {
     Task<> operator()(const AppOpenArgs& args) const { return service.screen_.handleOpenApp(task, args, api); }
     Task<> operator()(const ShortcutRunArgs& args) const { return service.screen_.handleRunShortcut(task, args, api); }
     Task<> operator()(const ShortcutListArgs&) const { return service.screen_.handleListShortcuts(task, api); }
+    Task<> operator()(const OpenDocumentArgs& args) const {
+        return service.openDocument_.handleOpenDocument(task, args, api);
+    }
+    Task<> operator()(const ThumbnailArgs& args) const { return service.thumbnail_.handleThumbnail(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -64,7 +67,13 @@ BridgeService::BridgeService(Surroundings surroundings)
             DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
       listFolders_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, answer_),
       listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_),
-      photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations) {}
+      photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations),
+      openDocument_(shownDocuments(), with_.workspace, answer_),
+      thumbnail_(shownDocuments(), with_.thumbnailer, with_.context) {}
+
+ShownDocuments BridgeService::shownDocuments() const {
+    return {BookmarkPersistence(with_.store), with_.bookmarks, idCache_};
+}
 
 void BridgeService::start(SecretText token) {
     if (token.isEmpty())

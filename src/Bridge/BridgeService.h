@@ -4,11 +4,13 @@
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/ListDirHandler.h"
 #include "Bridge/ListFoldersHandler.h"
+#include "Bridge/OpenDocumentHandler.h"
 #include "Bridge/PhotosBridgeHandler.h"
 #include "Bridge/ReadHandler.h"
 #include "Bridge/ScreenControlBridgeHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
+#include "Bridge/ThumbnailHandler.h"
 #include "backend/APIService.h"
 #include "base/Clock.h"
 #include "core/BridgeControl.h"
@@ -59,6 +61,7 @@ public:
         std::shared_ptr<PhotoLibrary> photos;
         std::shared_ptr<Workspace> workspace;
         std::shared_ptr<AutomationTool> automations;
+        std::shared_ptr<Thumbnailer> thumbnailer;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -102,6 +105,7 @@ private:
     Task<APIService::BridgeHeaders> deviceHeaders();
     Task<std::optional<QByteArray>> encodeHeartbeat();
     static bool isExpectedPollTimeout(const std::exception& error);
+    ShownDocuments shownDocuments() const;
 
     // A loop that has been replaced no longer speaks for the service: what it says here is dropped.
     void say(quint64 loop, const Status& status);
@@ -127,6 +131,8 @@ private:
     ListDirHandler listDir_;
     PhotosBridgeHandler photos_;
     ScreenControlBridgeHandler screen_;
+    OpenDocumentHandler openDocument_;
+    ThumbnailHandler thumbnail_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -42,6 +42,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       reader_(std::make_shared<DocumentReaderWorker>(DocumentWorkerOptions::interactive(paths.textWorker()))),
       indexReader_(DocumentWorkerOptions::backgroundLane(paths.textWorker())),
       pictures_(std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(paths.pictureWorker()))),
+      workspace_(std::make_shared<WorkspaceGio>()), thumbnailer_(std::make_shared<ThumbnailerDesktop>(pictures_)),
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
@@ -67,6 +68,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .photos = photos_,
         .workspace = workspace_,
         .automations = automations_,
+        .thumbnailer = thumbnailer_,
     });
     BridgeService::install(bridge_.get());
     returnMemoryAfterTasks();
@@ -97,6 +99,7 @@ Client::~Client() {
     // Whoever waits for a document gets a failure now, so that no thread holds up the end.
     reader_->close();
     pictures_->close();
+    thumbnailer_->close();
     indexReader_.close();
     photoReader_.close();
     photos_->close();

@@ -21,6 +21,7 @@
 #include "linux/index/FileIndexSegments.h"
 #include "linux/photos/PhotoFactsWorker.h"
 #include "linux/photos/PhotoLibraryFolder.h"
+#include "linux/thumbnail/ThumbnailerDesktop.h"
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
 #include "ports/Workspace.h"
@@ -89,6 +90,8 @@ private:
     std::shared_ptr<DocumentReaderWorker> reader_; // for who waits
     DocumentReaderWorker indexReader_;             // for the index, at idle priority
     std::shared_ptr<WorkerLane> pictures_;         // everything that takes a picture library, for who waits
+    std::shared_ptr<Workspace> workspace_;
+    std::shared_ptr<ThumbnailerDesktop> thumbnailer_;
     index::DocumentTextSource indexTexts_;
     index::DocumentTextSource queryTexts_;
     FileIndexSegments index_;

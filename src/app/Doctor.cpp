@@ -7,7 +7,11 @@
 #include "linux/CredentialStoreChoice.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
+#include "linux/thumbnail/InstalledThumbnailer.h"
+#include "linux/thumbnail/SandboxedCommand.h"
+#include "linux/worker/BoxedThumbnail.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/WorkerLane.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -64,6 +68,34 @@ Finding worker(const Paths& paths) {
         return {Verdict::bad, error.errorDescription(), remedy};
     }
     return {Verdict::good, QStringLiteral("enfermé, et lit"), {}};
+}
+
+/// Pictures are drawn in the boxed process; films by an installed program, if there is one and a box for it.
+Finding thumbnails(const Paths& paths) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("essai.svg"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write("<svg xmlns='http://www.w3.org/2000/svg'/>") < 0)
+        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
+    file.close();
+    WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
+    try {
+        (void)boxedThumbnail(pictures, OpenedDocument(path, file.size()), 32);
+    } catch (const LocalizedError& error) {
+        return {Verdict::bad, error.errorDescription(),
+                QStringLiteral("Réinstalle vennic-picture-worker à côté de vennic ; il a besoin d'un noyau avec "
+                               "Landlock et seccomp.")};
+    }
+    const QString picturesOnly = QStringLiteral("images, dessins et pages de PDF, mais pas les vidéos");
+    if (!SandboxedCommand::isPossible())
+        return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe bubblewrap.")};
+    if (!SandboxedCommand{.command = {"true"}, .input = path, .output = path}.run(-1))
+        return {Verdict::limited, picturesOnly,
+                QStringLiteral("bubblewrap n'arrive pas à isoler un programme : permets les espaces de noms "
+                               "d'utilisateur (user.max_user_namespaces).")};
+    if (!installedThumbnailer(QStringLiteral("video/mp4"), dataFolders()))
+        return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe ffmpegthumbnailer.")};
+    return {Verdict::good, QStringLiteral("images, dessins, pages de PDF et vidéos"), {}};
 }
 
 Finding credentials(const Paths& paths) {
@@ -196,6 +228,7 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
         {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return worker(paths); }},
+        {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},
         {QStringLiteral("Suivi des dossiers"), watches},

@@ -27,6 +27,7 @@ public:
             deviceId_ = id;
         return id;
     }
+    std::optional<double> mainScreenScale() const override { return std::nullopt; } // the client has no screen
 
 private:
     KeychainStore& keychain_;

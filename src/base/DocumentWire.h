@@ -23,6 +23,7 @@ enum class Form : std::uint16_t {
     pdf = 3,         // mostCharacters -> UTF-8
     pdfPages = 4,    // -> PageCount; unparsable where the document has no page
     pdfPageText = 5, // page -> UTF-8, the page's text layer
+    thumbnail = 6,   // edge -> PictureSize and a PNG; unparsable where there is nothing to draw
     photoFacts = 10, // -> PhotoFacts; what is no picture says so there
 };
 
@@ -30,7 +31,7 @@ enum class Form : std::uint16_t {
 struct Parameters {
     std::uint64_t mostCharacters = 0; // user-perceived
     std::uint32_t page = 0;           // from 0 on
-    std::uint32_t unused = 0;
+    std::uint32_t edge = 0;           // pixels that no side exceeds, at most mostThumbnailEdge
     bool operator==(const Parameters&) const = default;
 };
 
@@ -39,6 +40,14 @@ struct PageCount {
     std::uint32_t pages = 0;
 };
 inline constexpr std::uint32_t mostPages = 0x7fffffff; // Poppler counts in an int
+
+/// Body of thumbnail: the size in pixels, which the PNG's header says too, and then the PNG.
+struct PictureSize {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    bool operator==(const PictureSize&) const = default;
+};
+inline constexpr std::uint32_t mostThumbnailEdge = 1024;
 
 enum class Outcome : std::uint16_t {
     done = 0,       // the body follows
@@ -77,7 +86,8 @@ struct Answer {
     std::uint32_t truncated = 0; // 0 or 1; 1 only where a text was cut
 };
 
-static_assert(sizeof(Hello) == 8 && sizeof(Request) == 32 && sizeof(Answer) == 40 && sizeof(PageCount) == 4);
+static_assert(sizeof(Hello) == 8 && sizeof(Request) == 32 && sizeof(Answer) == 40 && sizeof(PageCount) == 4 &&
+              sizeof(PictureSize) == 8);
 
 /// What a form may be given, give and use. A form with a larger file is refused on both sides.
 struct Ceilings {
@@ -90,6 +100,8 @@ struct Ceilings {
 inline constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 /// A PDF's text is cut here whatever was asked: a page's text has no bound of its own.
 inline constexpr std::uint64_t mostPdfTextBytes = 64 * mebibyte;
+/// The largest thumbnail, hardly compressed.
+inline constexpr std::uint64_t mostThumbnailBytes = 5 * mebibyte;
 /// What is mapped, not read, is bounded by the libraries, which count bytes in an int.
 inline constexpr std::int64_t mostMappedBytes = 2048 * mebibyte - 1;
 
@@ -107,6 +119,8 @@ constexpr Ceilings ceilingsOf(Form form) {
         return {mostMappedBytes, sizeof(PageCount), 0, 10};
     case Form::pdfPageText:
         return {mostMappedBytes, mostPdfTextBytes, 0, 10};
+    case Form::thumbnail:
+        return {mostMappedBytes, mostThumbnailBytes, 0, 10};
     case Form::photoFacts:
         return {mostMappedBytes, sizeof(PhotoFacts), 0, 10};
     }

@@ -35,4 +35,6 @@ void restoreLimits() noexcept {
     umask(found->mask);
 }
 
+void restoreUserMask() { umask(userMask); }
+
 } // namespace vennic

@@ -93,6 +93,20 @@ void activate(GDBusConnection* bus, const QByteArray& name, const gchar* uri, Gl
         raiseGlibError(error);
 }
 
+/// Asks the file manager, which the bus starts where needed (freedesktop.org File Manager D-Bus Interface).
+void showInFileManager(GDBusConnection* bus, const gchar* uri, GlibWait& wait) {
+    GVariant* const what = g_variant_new("(^ass)", std::array{uri, static_cast<const gchar*>(nullptr)}.data(), "");
+    const auto result = wait.resultOf([&](GCancellable* operation, GAsyncReadyCallback ready, gpointer place) {
+        g_dbus_connection_call(bus, "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                               "org.freedesktop.FileManager1", "ShowFolders", what, nullptr, G_DBUS_CALL_FLAGS_NONE,
+                               static_cast<int>(mostSeconds) * 1000, operation, ready, place);
+    });
+    GError* error = nullptr;
+    const GlibOwned<GVariant> answer(g_dbus_connection_call_finish(bus, result.get(), &error));
+    if (!answer)
+        raiseGlibError(error);
+}
+
 /// Starts the application's program. Only as a manager of sessions one may say how it is started.
 void spawn(GDesktopAppInfo* application, const gchar* uri) {
     const GlibOwned<GAppLaunchContext> context = newLaunchContext();
@@ -158,12 +172,20 @@ void WorkspaceGio::openApplication(const QString& entry, std::stop_token stop) {
 }
 
 void WorkspaceGio::open(const QString& path) {
-    GError* error = nullptr;
     const GlibOwned<GFile> file(g_file_new_for_path(QFile::encodeName(path).constData()));
+    const GlibText uri(g_file_get_uri(file.get()));
+    GError* error = nullptr;
     const GlibOwned<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, &error));
-    if (!handler)
+    if (handler)
+        return launch(G_DESKTOP_APP_INFO(handler.get()), uri.get(), {});
+    GlibWait wait({}, mostSeconds);
+    GlibOwned<GDBusConnection> bus;
+    if (g_file_query_file_type(file.get(), G_FILE_QUERY_INFO_NONE, nullptr) == G_FILE_TYPE_DIRECTORY)
+        bus = harmlessSessionBus(wait);
+    if (!bus)
         raiseGlibError(error);
-    launch(G_DESKTOP_APP_INFO(handler.get()), GlibText(g_file_get_uri(file.get())).get(), {});
+    g_error_free(error);
+    showInFileManager(bus.get(), uri.get(), wait);
 }
 
 } // namespace vennic

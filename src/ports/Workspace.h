@@ -26,7 +26,7 @@ struct Application {
     bool operator==(const Application&) const = default;
 };
 
-/// The user's applications. Operations block; `applications` and `openApplication` may be called from any thread.
+/// The user's applications. Operations block, and may be called from several threads.
 /// Failures raise LocalizedError with the platform's own words.
 class Workspace {
 public:
@@ -36,7 +36,8 @@ public:
     /// Starts the application of that entry file and brings it to the front. Returns once it has been started; gives
     /// up when `stop` asks for it. The application outlives this program and has nothing of it but its environment.
     virtual void openApplication(const QString& entry, std::stop_token stop) = 0;
-    /// Opens a file or folder (absolute path) with the application that the user chose for its type.
+    /// Opens a file or folder (absolute path) with the application that the user chose for its type; a folder for
+    /// which none is chosen, in the file manager. Done once the application has been started, or has been told.
     virtual void open(const QString& path) = 0;
 };
 

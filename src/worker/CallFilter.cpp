@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <seccomp.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace vennic::worker {
@@ -49,6 +50,7 @@ void allowThreads(Filter& filter) {
     for (const int call :
          {SCMP_SYS(set_robust_list), SCMP_SYS(rseq), SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity)})
         filter.allow(call);
+    filter.allowEqual(SCMP_SYS(prctl), 0, PR_SET_NAME);
 }
 
 } // namespace
@@ -63,6 +65,9 @@ bool filterCalls(bool threads) {
           SCMP_SYS(clock_gettime), SCMP_SYS(getdents64), SCMP_SYS(rt_sigreturn), SCMP_SYS(rt_sigprocmask),
           SCMP_SYS(rt_sigaction),  SCMP_SYS(getpid),     SCMP_SYS(gettid)})
         filter.allow(call);
+    // Beside newfstatat: whether a font is there may be asked before it is opened.
+    for (const int call : {SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2)})
+        filter.allow(call);
     // Reading is all that a file may be opened for; which ones, the file rules say.
     filter.allowMasked(SCMP_SYS(openat), 2, O_ACCMODE | O_CREAT | O_TRUNC | (O_TMPFILE & ~O_DIRECTORY), O_RDONLY);
     // No memory that can be executed: nothing is loaded any more.
@@ -71,9 +76,8 @@ bool filterCalls(bool threads) {
     for (const int command : {F_GETFD, F_SETFD, F_GETFL})
         filter.allowEqual(SCMP_SYS(fcntl), 1, static_cast<scmp_datum_t>(command));
     filter.allowEqual(SCMP_SYS(tgkill), 0, static_cast<scmp_datum_t>(getpid())); // abort()
-    for (const int call : {SCMP_SYS(open), SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(stat),
-                           SCMP_SYS(lstat), SCMP_SYS(readlink), SCMP_SYS(socket), SCMP_SYS(sysinfo), SCMP_SYS(uname),
-                           SCMP_SYS(statfs), SCMP_SYS(fstatfs)})
+    for (const int call : {SCMP_SYS(open), SCMP_SYS(stat), SCMP_SYS(lstat), SCMP_SYS(readlink), SCMP_SYS(getcwd),
+                           SCMP_SYS(socket), SCMP_SYS(sysinfo), SCMP_SYS(uname), SCMP_SYS(statfs), SCMP_SYS(fstatfs)})
         filter.deny(call, EACCES);
     filter.deny(SCMP_SYS(ioctl), ENOTTY);
     if (threads)

@@ -11,6 +11,7 @@
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/ThumbnailerFake.h"
 #include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
 
@@ -21,10 +22,12 @@ public:
     bool bridgeEnabled() const override { return enabled; }
     QString localLLMDeviceNickname() const override { return nickname; }
     QString bridgeDeviceId() override { return deviceId; }
+    std::optional<double> mainScreenScale() const override { return screenScale; }
 
     bool enabled = true;
     QString nickname = QStringLiteral("Mac de Marie");
     QString deviceId = QStringLiteral("3F2504E0-4F89-41D3-9A0C-0305E82C3301");
+    std::optional<double> screenScale;
 };
 
 class HeartbeatSourceFake final : public HeartbeatSource {
@@ -49,6 +52,7 @@ struct BridgeWorld {
     std::shared_ptr<PhotoLibraryFake> photos = std::make_shared<PhotoLibraryFake>();
     std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
     std::shared_ptr<AutomationToolFake> automations = std::make_shared<AutomationToolFake>();
+    std::shared_ptr<ThumbnailerFake> thumbnailer = std::make_shared<ThumbnailerFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -75,6 +79,7 @@ struct BridgeWorld {
         .photos = photos,
         .workspace = workspace,
         .automations = automations,
+        .thumbnailer = thumbnailer,
     };
     std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 

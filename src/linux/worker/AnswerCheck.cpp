@@ -3,6 +3,7 @@
 #include "base/Graphemes.h"
 #include "base/Utf8.h"
 #include "linux/worker/AnswerRecord.h"
+#include "linux/worker/PlainPng.h"
 
 #include <QDate>
 #include <QTime>
@@ -76,8 +77,18 @@ bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) con
         const auto facts = recordOf<PhotoFacts>(body);
         return answer.truncated == 0 && facts && arePossible(*facts);
     }
+    case Form::thumbnail:
+        return answer.truncated == 0 && allowsThumbnail(body);
     }
     return false;
+}
+
+/// A picture is a PNG of the size that it says, within the square that was asked for.
+bool AnswerCheck::allowsThumbnail(const QByteArray& body) const {
+    const auto size = leadingRecordOf<wire::PictureSize>(body);
+    const std::uint32_t edge = request_.parameters.edge;
+    return size && size->width > 0 && size->width <= edge && size->height > 0 && size->height <= edge &&
+           isPlainPng(body.sliced(sizeof(wire::PictureSize)), *size);
 }
 
 /// A text is no longer than asked.

@@ -17,6 +17,7 @@ public:
     bool allows(const wire::Answer& answer, const QByteArray& body) const;
 
 private:
+    bool allowsThumbnail(const QByteArray& body) const;
     bool allowsText(const wire::Answer& answer, const QByteArray& text) const;
 
     wire::Request request_;

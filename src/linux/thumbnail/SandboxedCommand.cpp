@@ -1,0 +1,171 @@
+#include "linux/thumbnail/SandboxedCommand.h"
+
+#include "linux/FileDescriptor.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vennic {
+namespace {
+
+using Monotonic = std::chrono::steady_clock;
+
+/// util-linux's prlimit: what is set before the box is made holds for everything in it.
+const QList<QByteArray> limits{"prlimit", "--as=4294967296", "--fsize=16777216", "--cpu=20", "--nofile=256", "--core=0",
+                               "--"};
+
+const QList<QByteArray> box{"bwrap",
+                            "--unshare-all",
+                            "--die-with-parent",
+                            "--new-session",
+                            "--cap-drop",
+                            "ALL",
+                            "--clearenv",
+                            "--setenv",
+                            "PATH",
+                            "/usr/local/bin:/usr/bin:/bin",
+                            "--setenv",
+                            "HOME",
+                            "/tmp",
+                            "--setenv",
+                            "LANG",
+                            "C.UTF-8",
+                            "--ro-bind",
+                            "/usr",
+                            "/usr",
+                            "--ro-bind-try",
+                            "/bin",
+                            "/bin",
+                            "--ro-bind-try",
+                            "/sbin",
+                            "/sbin",
+                            "--ro-bind-try",
+                            "/lib",
+                            "/lib",
+                            "--ro-bind-try",
+                            "/lib64",
+                            "/lib64",
+                            "--ro-bind-try",
+                            "/opt",
+                            "/opt",
+                            "--ro-bind-try",
+                            "/etc/alternatives",
+                            "/etc/alternatives",
+                            "--ro-bind-try",
+                            "/etc/ld.so.cache",
+                            "/etc/ld.so.cache",
+                            "--ro-bind-try",
+                            "/etc/fonts",
+                            "/etc/fonts",
+                            "--ro-bind-try",
+                            "/var/cache/fontconfig",
+                            "/var/cache/fontconfig",
+                            "--proc",
+                            "/proc",
+                            "--dev",
+                            "/dev",
+                            "--size",
+                            "67108864",
+                            "--tmpfs",
+                            "/tmp",
+                            "--chdir",
+                            "/tmp"};
+
+class SpawnSetup {
+public:
+    SpawnSetup() {
+        posix_spawn_file_actions_init(&actions_);
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0);
+        posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+        sigset_t signals;
+        posix_spawnattr_init(&attributes_);
+        sigfillset(&signals);
+        posix_spawnattr_setsigdefault(&attributes_, &signals);
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&attributes_, &signals);
+        posix_spawnattr_setpgroup(&attributes_, 0);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+    }
+    ~SpawnSetup() {
+        posix_spawn_file_actions_destroy(&actions_);
+        posix_spawnattr_destroy(&attributes_);
+    }
+    Q_DISABLE_COPY_MOVE(SpawnSetup)
+
+    /// The process, or -1.
+    pid_t start(const QList<QByteArray>& command) const {
+        std::vector<char*> arguments;
+        for (const QByteArray& argument : command)
+            arguments.push_back(const_cast<char*>(argument.constData()));
+        arguments.push_back(nullptr);
+        pid_t process = -1;
+        return posix_spawnp(&process, arguments[0], &actions_, &attributes_, arguments.data(), environ) == 0 ? process
+                                                                                                             : -1;
+    }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+};
+
+/// Returns when the process has ended, its time has, or the caller is wanted elsewhere.
+void awaitEnd(pid_t process, Monotonic::time_point end, int abandon) {
+    const FileDescriptor watched(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    while (watched.isOpen()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Monotonic::now()).count();
+        std::array<pollfd, 2> waited{{{watched.number(), POLLIN, 0}, {abandon, POLLIN, 0}}};
+        if (left <= 0 || poll(waited.data(), waited.size(), static_cast<int>(left)) > 0)
+            return;
+    }
+}
+
+bool isThere(const char* program) { return !QStandardPaths::findExecutable(QLatin1String(program)).isEmpty(); }
+
+} // namespace
+
+QByteArray SandboxedCommand::inputInside(const QString& path) {
+    // The ending tells some programs what to do; nothing else of the name is theirs to know.
+    const QByteArray ending = QFileInfo(path).suffix().toLatin1();
+    const bool isPlain = ending.size() <= 16 && std::ranges::all_of(ending, [](char c) {
+                             return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+                         });
+    return QByteArray("/tmp/document") + (isPlain && !ending.isEmpty() ? '.' + ending : QByteArray());
+}
+
+QByteArray SandboxedCommand::outputInside() { return "/tmp/thumbnail.png"; }
+
+bool SandboxedCommand::isPossible() { return isThere("bwrap") && isThere("prlimit"); }
+
+bool SandboxedCommand::run(int abandon) const {
+    if (!isPossible() || command.isEmpty())
+        return false;
+    const QList<QByteArray> files{"--ro-bind", QFile::encodeName(input),  inputInside(input),
+                                  "--bind",    QFile::encodeName(output), outputInside(),
+                                  "--"};
+    const pid_t process = SpawnSetup().start(limits + box + files + command);
+    if (process < 0)
+        return false;
+    awaitEnd(process, Monotonic::now() + mostTime, abandon);
+    // The group holds what makes the box; what is in the box dies with that.
+    kill(-process, SIGKILL);
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+} // namespace vennic

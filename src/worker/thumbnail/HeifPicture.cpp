@@ -1,0 +1,66 @@
+#include "worker/thumbnail/PictureDecoders.h"
+
+#include <libheif/heif.h>
+
+namespace vennic::worker {
+namespace {
+
+template <auto release>
+struct Release {
+    void operator()(auto* object) const { release(object); }
+};
+using Context = std::unique_ptr<heif_context, Release<heif_context_free>>;
+using Handle = std::unique_ptr<heif_image_handle, Release<heif_image_handle_release>>;
+using Image = std::unique_ptr<heif_image, Release<heif_image_release>>;
+
+bool isGood(const heif_error& error) { return error.code == heif_error_Ok; }
+
+Image decode(const heif_image_handle& handle, bool hasAlpha) {
+    heif_image* image = nullptr;
+    const heif_chroma chroma = hasAlpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB;
+    if (!isGood(heif_decode_image(&handle, &image, heif_colorspace_RGB, chroma, nullptr)))
+        return nullptr;
+    return Image(image);
+}
+
+std::uint32_t storedPixelOf(const std::uint8_t* from, bool hasAlpha) {
+    const std::uint32_t alpha = hasAlpha ? from[3] : 255;
+    return alpha << 24U | std::uint32_t{from[0]} << 16U | std::uint32_t{from[1]} << 8U | from[2];
+}
+
+} // namespace
+
+Raster decodeHeif(std::string_view bytes) {
+    const Context context(heif_context_alloc());
+    heif_context_set_max_decoding_threads(context.get(), 0); // in this thread
+    if (!isGood(heif_context_read_from_memory_without_copy(context.get(), bytes.data(), bytes.size(), nullptr)))
+        return {};
+    heif_image_handle* primary = nullptr;
+    if (!isGood(heif_context_get_primary_image_handle(context.get(), &primary)))
+        return {};
+    const Handle handle(primary);
+    if (!Raster::canBe(heif_image_handle_get_width(primary), heif_image_handle_get_height(primary)))
+        return {};
+    const bool hasAlpha = heif_image_handle_has_alpha_channel(primary) != 0;
+    const Image image = decode(*primary, hasAlpha);
+    if (!image)
+        return {};
+    Raster raster(heif_image_get_width(image.get(), heif_channel_interleaved),
+                  heif_image_get_height(image.get(), heif_channel_interleaved),
+                  hasAlpha ? Raster::Kind::withAlpha : Raster::Kind::opaque);
+    int stride = 0;
+    const std::uint8_t* const plane = heif_image_get_plane_readonly(image.get(), heif_channel_interleaved, &stride);
+    if (!raster || plane == nullptr)
+        return {};
+    const bool isStraight = hasAlpha && heif_image_is_premultiplied_alpha(image.get()) == 0;
+    for (int y = 0; y < raster.height(); ++y) {
+        const std::uint8_t* from = plane + static_cast<std::ptrdiff_t>(stride) * y;
+        for (std::uint32_t& pixel : raster.row(y)) {
+            pixel = isStraight ? pixelOf(from[0], from[1], from[2], from[3]) : storedPixelOf(from, hasAlpha);
+            from += hasAlpha ? 4 : 3;
+        }
+    }
+    return raster;
+}
+
+} // namespace vennic::worker
