@@ -35,6 +35,4 @@ void restoreLimits() noexcept {
     umask(found->mask);
 }
 
-void restoreUserMask() { umask(userMask); }
-
 } // namespace vennic
