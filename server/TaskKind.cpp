@@ -10,8 +10,8 @@ namespace vennic::server {
 namespace {
 struct Kind {
     QLatin1String name;
-    bool repeatable;
-    bool slow; // waits for a person, or works for minutes on some inputs
+    bool repeatable = false;
+    bool slow = false; // waits for a person, or works for minutes on some inputs
 };
 constexpr std::array kinds{
     Kind{QLatin1String("search"), true, false},         Kind{QLatin1String("read"), true, false},
