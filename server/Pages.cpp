@@ -20,7 +20,7 @@ constexpr auto policy = "default-src 'none'; script-src 'self'; style-src 'self'
 
 struct Ending {
     QLatin1String ending;
-    const char* contentType;
+    const char* contentType = nullptr;
 };
 constexpr std::array endings{
     Ending{QLatin1String(".html"), "text/html; charset=utf-8"},

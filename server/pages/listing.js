@@ -9,10 +9,13 @@ const numbers = new Set(["Taille", "Durée"]);
 
 const folded = (text) => String(text).normalize("NFD").replace(/\p{Mn}/gu, "").toLowerCase();
 
+// A column of buttons has no heading to see.
+const header = (heading) => element("th", { scope: "col", class: numbers.has(heading) ? "number" : null },
+  heading || element("span", { class: "unseen" }, "Actions"));
+
 export function table(headings, body) {
   return element("div", { class: "scroll" }, element("table", {},
-    element("thead", {}, element("tr", {}, ...headings.map((heading) =>
-      element("th", { scope: "col", class: numbers.has(heading) ? "number" : null }, heading)))), body));
+    element("thead", {}, element("tr", {}, ...headings.map(header))), body));
 }
 
 // `row(item)` makes the row of one item, `name(item)` gives what the filter looks at; `noun` is [one, several], and

@@ -1,6 +1,7 @@
 #include "app/Client.h"
 
 #include "backend/PinnedRoots.h"
+#include "base/Pool.h"
 #include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/SpareMemory.h"
@@ -49,7 +50,6 @@ Client::Client(const Paths& paths, Deployment deployment)
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
       photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
-      workspace_(std::make_shared<WorkspaceGio>()),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);

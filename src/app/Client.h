@@ -102,7 +102,6 @@ private:
     PhotoConsent photoConsent_;
     photos::PhotoFactsWorker photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;
-    std::shared_ptr<Workspace> workspace_;
     std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;

@@ -23,6 +23,13 @@ struct BridgeApiTest : ::testing::Test {
     Answer patch(const QByteArray& id, const QByteArray& body, const QByteArray& device = "A") {
         return server.connect().request("PATCH", "/api/v1/bridge/tasks/" + id, clientFields(token, device), body);
     }
+    /// A connection on which an answer was announced by `field`, its body still to come.
+    TlsPeer announcing(const QByteArray& id, const QByteArray& device, const QByteArray& field) {
+        TlsPeer peer = server.connect();
+        peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" +
+                  clientFields(token, device) + field + "\r\n\r\n");
+        return peer;
+    }
     QString state(const QByteArray& id) { return server.task(id).value(QLatin1String("state")).toString(); }
     RunningServer server;
     QByteArray token = server.pair();
@@ -160,10 +167,7 @@ TEST_F(BridgeApiTest, takesTheListingOfAHundredThousandEntries) {
 TEST_F(BridgeApiTest, anAnswerBeyondTheCeilingIsRefusedUnreadAndEndsItsTaskWithTheReason) {
     const QByteArray id = server.submit("A", "list_dir");
     server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
-    TlsPeer peer = server.connect();
-    peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" + clientFields(token, "A") +
-              "Content-Length: " + QByteArray::number(longestAnswer + 1) + "\r\n\r\n");
-    EXPECT_EQ(peer.read().status, 413);
+    EXPECT_EQ(announcing(id, "A", "Content-Length: " + QByteArray::number(longestAnswer + 1)).read().status, 413);
     const QJsonObject task = server.task(id);
     EXPECT_EQ(task.value(QLatin1String("state")), QStringLiteral("error"));
     EXPECT_EQ(task.value(QLatin1String("error_message")), QStringLiteral("La réponse de la machine dépasse 64 Mio."));
@@ -172,9 +176,7 @@ TEST_F(BridgeApiTest, anAnswerBeyondTheCeilingIsRefusedUnreadAndEndsItsTaskWithT
 TEST_F(BridgeApiTest, aChunkedAnswerBeyondTheCeilingIsCutOffThere) {
     const QByteArray id = server.submit("A", "list_dir");
     server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
-    TlsPeer peer = server.connect();
-    peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" + clientFields(token, "A") +
-              "Transfer-Encoding: chunked\r\n\r\n");
+    TlsPeer peer = announcing(id, "A", "Transfer-Encoding: chunked");
     const QByteArray chunk = "100000\r\n" + QByteArray(0x100000, ' ') + "\r\n";
     for (int sent = 0; sent < 65 && peer.send(chunk); ++sent) {
     }
@@ -185,10 +187,7 @@ TEST_F(BridgeApiTest, aChunkedAnswerBeyondTheCeilingIsCutOffThere) {
 TEST_F(BridgeApiTest, anOversizedAnswerToAnotherMachinesTaskChangesNothing) {
     const QByteArray id = server.submit("A", "list_dir");
     server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
-    TlsPeer peer = server.connect();
-    peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" + clientFields(token, "B") +
-              "Content-Length: 99999999999\r\n\r\n");
-    EXPECT_EQ(peer.read().status, 403);
+    EXPECT_EQ(announcing(id, "B", "Content-Length: 99999999999").read().status, 403);
     EXPECT_EQ(state(id), QStringLiteral("delivered"));
 }
 
