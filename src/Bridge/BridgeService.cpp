@@ -24,8 +24,8 @@ template <class Args>
 concept NotYetAvailable =
     std::same_as<Args, ListFoldersArgs> || std::same_as<Args, ListDirArgs> || std::same_as<Args, PhotosRecentArgs> ||
     std::same_as<Args, PhotosByDateArgs> || std::same_as<Args, AppOpenArgs> || std::same_as<Args, ShortcutRunArgs> ||
-    std::same_as<Args, ShortcutListArgs> || std::same_as<Args, OcrImageArgs> || std::same_as<Args, OpenDocumentArgs> ||
-    std::same_as<Args, ThumbnailArgs> || std::same_as<Args, LLMInferArgs>;
+    std::same_as<Args, ShortcutListArgs> || std::same_as<Args, OpenDocumentArgs> || std::same_as<Args, ThumbnailArgs> ||
+    std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -45,6 +45,7 @@ struct BridgeService::Dispatch {
 
     Task<> operator()(const SearchArgs& args) const { return service.search_.handleSearch(task, args, api); }
     Task<> operator()(const ReadArgs& args) const { return service.read_.handleRead(task, args, api); }
+    Task<> operator()(const OcrImageArgs& args) const { return service.ocr_.handleOcrImage(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -57,7 +58,8 @@ BridgeService::BridgeService(Surroundings surroundings)
       search_(BookmarkPersistence(with_.store), with_.bookmarks,
               SpotlightSearch(with_.index, with_.files, with_.types, with_.clock), idCache_, answer_),
       read_(BookmarkPersistence(with_.store), with_.bookmarks,
-            DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_) {}
+            DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
+      ocr_(BookmarkPersistence(with_.store), with_.bookmarks, OcrEngine(with_.recognizer, with_.files), idCache_) {}
 
 void BridgeService::start(SecretText token) {
     if (token.isEmpty())

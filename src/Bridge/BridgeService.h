@@ -2,6 +2,7 @@
 #include "Bridge/BridgeContext.h"
 #include "Bridge/BridgeIDCache.h"
 #include "Bridge/HeartbeatSource.h"
+#include "Bridge/OcrHandler.h"
 #include "Bridge/ReadHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
@@ -52,6 +53,7 @@ public:
         std::shared_ptr<FileSystem> files;
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
+        std::shared_ptr<TextRecognizer> recognizer;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -116,6 +118,7 @@ private:
     TaskAnswer answer_;
     SearchHandler search_;
     ReadHandler read_;
+    OcrHandler ocr_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -4,6 +4,7 @@
 #include "backend/PinnedRoots.h"
 #include "base/Pool.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/worker/TextRecognizerWorker.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -58,6 +59,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .files = files_,
         .types = types_,
         .reader = reader_,
+        .recognizer = std::make_shared<TextRecognizerWorker>(pictures_),
     });
     BridgeService::install(bridge_.get());
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{

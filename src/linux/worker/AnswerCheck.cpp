@@ -39,6 +39,8 @@ bool AnswerCheck::allows(const wire::Answer& answer) const {
         return most_ > mostFileBytes;
     case Outcome::beyondBox:
         return true;
+    case Outcome::unavailable:
+        return request_.form == Form::pdfPageScan || request_.form == Form::imageText;
     }
     return false;
 }
@@ -56,6 +58,8 @@ bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) con
         return answer.truncated == 0 && count && count->pages > 0 && count->pages <= wire::mostPages;
     }
     case Form::pdfPageText:
+    case Form::pdfPageScan:
+    case Form::imageText:
         return answer.truncated == 0 && isUtf8(viewOf(body));
     }
     return false;
