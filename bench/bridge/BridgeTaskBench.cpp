@@ -97,7 +97,7 @@ void bridge(LoopbackServer& server, TimingBackend& backend) {
                                       .packageManagerSite = {}});
     VennicHTTP http(transport, host, LoopbackServer::authority().anchors());
     BridgeService service({http, config, world.clock, world.context, nullptr, world.store, world.index, world.bookmarks,
-                           world.files, world.types, world.reader});
+                           world.files, world.types, world.reader, world.recognizer});
     service.start(SecretText("token"));
     while (backend.count() < warmUp + measured)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -19,10 +19,10 @@ enum class Form : std::uint16_t {
     plainText = 1,   // mostCharacters -> UTF-8
     rtf = 2,         // mostCharacters -> UTF-8
     pdf = 3,         // mostCharacters -> UTF-8
-    pdfPages = 4,        // -> PageCount; unparsable where the document has no page
-    pdfPageText = 5,     // page -> UTF-8, the page's text layer
-    pdfPageScan = 6,     // page -> UTF-8, the lines recognised on the page's picture
-    imageText = 7,       // -> UTF-8, the lines recognised in an image
+    pdfPages = 4,    // -> PageCount; unparsable where the document has no page
+    pdfPageText = 5, // page -> UTF-8, the page's text layer
+    pdfPageScan = 6, // page -> UTF-8, the lines recognised on the page's picture
+    imageText = 7,   // -> UTF-8, the lines recognised in an image
 };
 
 /// A form reads those that it takes; the others are 0.
@@ -43,7 +43,7 @@ enum class Outcome : std::uint16_t {
     done = 0,       // the body follows
     unreadable = 1, // `systemError` says why
     unparsable = 2,
-    tooLarge = 3,  // the file is beyond its ceiling
+    tooLarge = 3,    // the file is beyond its ceiling
     beyondBox = 4,   // the file, or what it unfolds to, takes more memory than the box allows
     unavailable = 5, // what the form needs isn't installed
 };

@@ -1,6 +1,6 @@
 #include "worker/TextRecognition.h"
 
-#include "base/RecognitionLanguages.h"
+#include "base/RecognitionLanguage.h"
 
 #include <fcntl.h>
 #include <leptonica/allheaders.h>

@@ -9,6 +9,7 @@
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "fakes/TextRecognizerFake.h"
 #include "support/TestClock.h"
 
 namespace vennic::test {
@@ -43,6 +44,7 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
+    std::shared_ptr<TextRecognizerFake> recognizer = std::make_shared<TextRecognizerFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -66,6 +68,7 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
+        .recognizer = recognizer,
     });
 
     BookmarkEntry share(const QString& path) {

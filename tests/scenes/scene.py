@@ -159,7 +159,7 @@ class Scene(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         programs = self.folder / "bin"
         programs.mkdir()
-        for variable in ("VENNIC", "VENNIC_WORKER", "VENNIC_SERVER"):
+        for variable in ("VENNIC", "VENNIC_WORKER", "VENNIC_PICTURE_WORKER", "VENNIC_SERVER"):
             source = pathlib.Path(os.environ[variable])
             try:
                 os.link(source, programs / source.name)

@@ -1,6 +1,6 @@
 #include "linux/worker/TextRecognizerWorker.h"
 
-#include "base/RecognitionLanguages.h"
+#include "base/RecognitionLanguage.h"
 #include "linux/worker/AnswerRecord.h"
 #include "linux/worker/WorkerLane.h"
 
