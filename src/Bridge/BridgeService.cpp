@@ -21,7 +21,7 @@ std::chrono::nanoseconds backOff(qint64 n) {
 
 /// The kinds that nothing here can do yet.
 template <class Args>
-concept NotYetAvailable = std::same_as<Args, OcrImageArgs> || std::same_as<Args, LLMInferArgs>;
+concept NotYetAvailable = std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -52,6 +52,7 @@ struct BridgeService::Dispatch {
         return service.openDocument_.handleOpenDocument(task, args, api);
     }
     Task<> operator()(const ThumbnailArgs& args) const { return service.thumbnail_.handleThumbnail(task, args, api); }
+    Task<> operator()(const OcrImageArgs& args) const { return service.ocr_.handleOcrImage(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -69,7 +70,8 @@ BridgeService::BridgeService(Surroundings surroundings)
       listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_),
       photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations),
       openDocument_(shownDocuments(), with_.workspace, answer_),
-      thumbnail_(shownDocuments(), with_.thumbnailer, with_.context) {}
+      thumbnail_(shownDocuments(), with_.thumbnailer, with_.context),
+      ocr_(BookmarkPersistence(with_.store), with_.bookmarks, OcrEngine(with_.recognizer, with_.files), idCache_) {}
 
 ShownDocuments BridgeService::shownDocuments() const {
     return {BookmarkPersistence(with_.store), with_.bookmarks, idCache_};

@@ -4,6 +4,7 @@
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/ListDirHandler.h"
 #include "Bridge/ListFoldersHandler.h"
+#include "Bridge/OcrHandler.h"
 #include "Bridge/OpenDocumentHandler.h"
 #include "Bridge/PhotosBridgeHandler.h"
 #include "Bridge/ReadHandler.h"
@@ -62,6 +63,7 @@ public:
         std::shared_ptr<Workspace> workspace;
         std::shared_ptr<AutomationTool> automations;
         std::shared_ptr<Thumbnailer> thumbnailer;
+        std::shared_ptr<TextRecognizer> recognizer;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -133,6 +135,7 @@ private:
     ScreenControlBridgeHandler screen_;
     OpenDocumentHandler openDocument_;
     ThumbnailHandler thumbnail_;
+    OcrHandler ocr_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -7,6 +7,7 @@
 #include "linux/SpareMemory.h"
 #include "linux/WorkspaceGio.h"
 #include "linux/photos/PicturesFolder.h"
+#include "linux/worker/TextRecognizerWorker.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -69,6 +70,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .workspace = workspace_,
         .automations = automations_,
         .thumbnailer = thumbnailer_,
+        .recognizer = std::make_shared<TextRecognizerWorker>(pictures_),
     });
     BridgeService::install(bridge_.get());
     returnMemoryAfterTasks();

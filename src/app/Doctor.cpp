@@ -3,6 +3,7 @@
 #include "app/PhotosReport.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
+#include "base/RecognitionLanguage.h"
 #include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/UserPresencePolkit.h"
@@ -11,12 +12,14 @@
 #include "linux/thumbnail/SandboxedCommand.h"
 #include "linux/worker/BoxedThumbnail.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/TextRecognizerWorker.h"
 #include "linux/worker/WorkerLane.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -51,18 +54,19 @@ Finding pinnedRoots(const Paths& paths) {
     return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
 
-Finding worker(const Paths& paths) {
-    const QString remedy = QStringLiteral("Réinstalle vennic-worker à côté de vennic ; il a besoin d'un noyau avec "
-                                          "Landlock et seccomp.");
+/// Has one of the boxed programs read a document of `bytes`; `read` says whether it did so rightly.
+Finding boxed(const QString& program, const QByteArray& bytes, const std::function<bool(const QString&)>& read) {
+    const QString remedy = QStringLiteral("Réinstalle %1 à côté de vennic ; il a besoin d'un noyau avec Landlock et "
+                                          "seccomp.")
+                               .arg(QFileInfo(program).fileName());
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai.txt"));
+    const QString path = folder.filePath(QStringLiteral("essai"));
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write("été") != 5)
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
     file.close();
-    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.textWorker()));
     try {
-        if (reader.plainText(path, 100).text != QStringLiteral("été"))
+        if (!read(path))
             return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(), remedy};
@@ -96,6 +100,45 @@ Finding thumbnails(const Paths& paths) {
     if (!installedThumbnailer(QStringLiteral("video/mp4"), dataFolders()))
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe ffmpegthumbnailer.")};
     return {Verdict::good, QStringLiteral("images, dessins, pages de PDF et vidéos"), {}};
+}
+
+Finding textWorker(const Paths& paths) {
+    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.textWorker()));
+    return boxed(paths.textWorker(), "été",
+                 [&](const QString& path) { return reader.plainText(path, 100).text == QStringLiteral("été"); });
+}
+
+Finding pictureWorker(const Paths& paths) {
+    TextRecognizerWorker recognizer(
+        std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(paths.pictureWorker())));
+    return boxed(paths.pictureWorker(),
+                 "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                 "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+                 "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
+                 [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+}
+
+bool isInstalled(const RecognitionLanguage& language) {
+    return std::ranges::any_of(recognitionDataFolders, [&](const char* folder) {
+        return QFileInfo::exists(
+            QStringLiteral("%1/%2.traineddata").arg(QLatin1String(folder), QLatin1String(language.data)));
+    });
+}
+
+Finding recognition() {
+    QStringList names;
+    QStringList missing;
+    for (const RecognitionLanguage& language : recognitionLanguages) {
+        if (isInstalled(language))
+            names.append(QString::fromUtf8(language.name));
+        else
+            missing.append(QString::fromLatin1(language.package));
+    }
+    if (missing.isEmpty())
+        return {Verdict::good, names.join(QStringLiteral(", ")), {}};
+    const QString words = names.isEmpty() ? QStringLiteral("aucune langue n'est installée")
+                                          : QStringLiteral("seulement en ") + names.join(QStringLiteral(", "));
+    return {Verdict::limited, words, QStringLiteral("Installe %1.").arg(missing.join(QStringLiteral(" et ")))};
 }
 
 Finding credentials(const Paths& paths) {
@@ -227,7 +270,9 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
         {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
-        {QStringLiteral("Lecteur de documents"), [&] { return worker(paths); }},
+        {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
+        {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
+        {QStringLiteral("Reconnaissance de texte"), recognition},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},

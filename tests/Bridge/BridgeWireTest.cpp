@@ -42,7 +42,7 @@ struct BridgeWireTest : ::testing::Test {
     VennicHTTP http{transport, QStringLiteral("127.0.0.1"), LoopbackServer::authority().anchors()};
     BridgeService service{{http, config, world.clock, world.context, nullptr, world.store, world.index, world.bookmarks,
                            world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
-                           world.thumbnailer}};
+                           world.thumbnailer, world.recognizer}};
 
     QString origin() const { return QStringLiteral("https://127.0.0.1:%1").arg(server.port()); }
     void start() { service.start(SecretText("t0ken")); }

@@ -11,6 +11,7 @@
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/TextRecognizerFake.h"
 #include "fakes/ThumbnailerFake.h"
 #include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
@@ -53,6 +54,7 @@ struct BridgeWorld {
     std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
     std::shared_ptr<AutomationToolFake> automations = std::make_shared<AutomationToolFake>();
     std::shared_ptr<ThumbnailerFake> thumbnailer = std::make_shared<ThumbnailerFake>();
+    std::shared_ptr<TextRecognizerFake> recognizer = std::make_shared<TextRecognizerFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -80,6 +82,7 @@ struct BridgeWorld {
         .workspace = workspace,
         .automations = automations,
         .thumbnailer = thumbnailer,
+        .recognizer = recognizer,
     };
     std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 

@@ -220,6 +220,9 @@ class Life(Scene):
         checks = json.loads(answer.stdout)["checks"] if answer.stdout else answer.stderr
         self.assertEqual(answer.returncode, 0, checks)
         self.assertGreater(len(checks), 5)
+        findings = {check["name"]: (check["verdict"], check["finding"]) for check in checks}
+        self.assertEqual(findings["Lecteur d'images"], ("ok", "enfermé, et lit"))
+        self.assertEqual(findings["Reconnaissance de texte"], ("ok", "français, anglais"))
 
     def vault(self):
         vault = [path for path in (self.folder / "data" / "vennic").iterdir()

@@ -1,3 +1,4 @@
+#include "linux/worker/WorkerLane.h"
 #include "worker/WorkerFolder.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +27,31 @@ private:
     DocumentReaderWorker reader_;
 };
 
+/// A PDF of two pages in a lane whose process tells one lie about them.
+class PageLiar {
+public:
+    explicit PageLiar(const QString& lie) {
+        EXPECT_TRUE(QFile::link(QStringLiteral(VENNIC_LYING_WORKER), folder_.path(lie)));
+        lane_ = std::make_unique<WorkerLane>(DocumentWorkerOptions{.executable = folder_.path(lie), .mostCpu = 200ms});
+    }
+    QByteArray ask(wire::Form form) {
+        const QString path = folder_.add(QStringLiteral("document"), "abcd");
+        return lane_->ask(form, {}, OpenedDocument(path, 4)).body;
+    }
+
+private:
+    WorkerFolder folder_;
+    std::unique_ptr<WorkerLane> lane_;
+};
+
+class LyingAboutPageCounts : public ::testing::TestWithParam<const char*> {};
+class LyingAboutPageTexts : public ::testing::TestWithParam<const char*> {};
+
+std::string nameOfLie(const ::testing::TestParamInfo<const char*>& info) {
+    QString name = QString::fromLatin1(info.param);
+    return name.remove(u'-').toStdString();
+}
+
 class LyingWorker : public ::testing::TestWithParam<const char*> {};
 
 } // namespace
@@ -47,10 +73,37 @@ INSTANTIATE_TEST_SUITE_P(Lies, LyingWorker,
                                            "unparsable-text-file", "too-large-a-file", "strange-error",
                                            "half-an-answer", "half-a-text", "crashes", "busy-for-ever", "never-answers",
                                            "silent-from-the-start"),
-                         [](const auto& info) {
-                             QString name = QString::fromLatin1(info.param);
-                             return name.remove(u'-').toStdString();
-                         });
+                         nameOfLie);
+
+TEST_P(LyingAboutPageCounts, isNotBelieved) {
+    PageLiar liar(QString::fromLatin1(GetParam()));
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::pdfPages); }), DocumentFault::worker);
+    EXPECT_TRUE(childProcesses().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutPageCounts,
+                         ::testing::Values("no-page", "more-pages-than-can-be", "longer-count", "shorter-count",
+                                           "truncated-page", "nothing-installed-for-a-layer",
+                                           "beyond-the-box-with-a-body"),
+                         nameOfLie);
+
+TEST_P(LyingAboutPageTexts, isNotBelieved) {
+    PageLiar liar(QString::fromLatin1(GetParam()));
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::pdfPageText); }), DocumentFault::worker);
+    EXPECT_TRUE(childProcesses().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutPageTexts,
+                         ::testing::Values("truncated-page", "page-not-utf8", "nothing-installed-for-a-layer",
+                                           "beyond-the-box-with-a-body", "endless-page"),
+                         nameOfLie);
+
+TEST(LyingWorkerOnce, honestPagesAreTaken) {
+    PageLiar liar(QStringLiteral("honest"));
+    EXPECT_EQ(liar.ask(wire::Form::pdfPages), QByteArray("\2\0\0\0", 4));
+    EXPECT_EQ(liar.ask(wire::Form::pdfPageText), "ab");
+    EXPECT_EQ(liar.ask(wire::Form::imageText), "ab");
+}
 
 TEST(LyingWorkerOnce, whatFailedSaysWhetherTheDocumentMayBeToBlame) {
     using Cause = WorkerFailure::Cause;

@@ -55,6 +55,8 @@ bool AnswerCheck::allows(const wire::Answer& answer) const {
         return most_ > mostFileBytes;
     case Outcome::beyondBox:
         return true;
+    case Outcome::unavailable:
+        return request_.form == Form::pdfPageScan || request_.form == Form::imageText;
     }
     return false;
 }
@@ -72,6 +74,8 @@ bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) con
         return answer.truncated == 0 && count && count->pages > 0 && count->pages <= wire::mostPages;
     }
     case Form::pdfPageText:
+    case Form::pdfPageScan:
+    case Form::imageText:
         return answer.truncated == 0 && isUtf8(viewOf(body));
     case Form::photoFacts: {
         const auto facts = recordOf<PhotoFacts>(body);

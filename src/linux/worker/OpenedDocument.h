@@ -14,6 +14,8 @@ public:
     /// The same of a file that somebody has opened already; `name` stands in sentences. Raises WorkerFailure
     /// (unavailable) when there are no descriptors left.
     OpenedDocument(int descriptor, const QString& name, qint64 mostBytes);
+    /// No other object of this program has had it.
+    quint64 number() const { return number_; }
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }
     /// The size now; it may change while the file is open.
@@ -22,6 +24,7 @@ public:
 private:
     void check(qint64 mostBytes) const;
 
+    quint64 number_;
     QString path_;
     FileDescriptor file_;
 };

@@ -22,6 +22,9 @@ void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
     case wire::Outcome::beyondBox:
         throw WorkerFailure(WorkerFailure::Cause::document,
                             QStringLiteral("La lecture du document demande trop de mémoire."));
+    case wire::Outcome::unavailable:
+        throw WorkerFailure(WorkerFailure::Cause::unavailable,
+                            QStringLiteral("Ce qu'il faut pour lire le document n'est pas installé."));
     case wire::Outcome::unparsable:
         break;
     }
@@ -99,7 +102,8 @@ void WorkerLane::answer(Job& job) {
 }
 
 WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
-    const wire::Request request{.form = job.form, .number = ++lastNumber_, .parameters = job.parameters};
+    const wire::Request request{
+        .form = job.form, .number = ++lastNumber_, .document = job.document->number(), .parameters = job.parameters};
     if (process_ != nullptr && !process_->isFit())
         process_.reset();
     while (true) {
