@@ -18,9 +18,12 @@ struct ScreenControlTest : ::testing::Test {
         const auto url = handler.locateApp(name);
         return url ? url->path : QStringLiteral("nothing");
     }
+    /// The last answer, its keys in the order of the alphabet: their order on the wire says nothing.
     QByteArray lastBody() const {
-        return world.backend.updates.empty() ? QByteArray("nothing")
-                                             : world.backend.updates.back().request.body.value_or(QByteArray());
+        if (world.backend.updates.empty())
+            return "nothing";
+        const QByteArray body = world.backend.updates.back().request.body.value_or(QByteArray());
+        return QJsonDocument(QJsonDocument::fromJson(body).object()).toJson(QJsonDocument::Compact);
     }
     QJsonObject open(const QString& name) {
         const AppOpenArgs args{name};

@@ -128,7 +128,7 @@ TEST_F(ClientCommandsTest, aHitCanBeOpenedByItsLinkAlone) {
     EXPECT_EQ(run("open", {QStringLiteral("vennic://local_file/open/inconnu")}).reason,
               QStringLiteral("Document introuvable ; relance la recherche."));
     EXPECT_EQ(run("open", {QStringLiteral("https://a.test/")}).reason,
-              QStringLiteral("Cette adresse n'est pas celle d'un document : https://a.test/"));
+              QStringLiteral("Cette adresse n'est ni celle d'un document ni celle d'une photo : https://a.test/"));
 }
 
 TEST_F(ClientCommandsTest, aPastedTokenSignsInAndSigningOutForgetsIt) {

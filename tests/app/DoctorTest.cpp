@@ -39,7 +39,7 @@ TEST_F(DoctorTest, aSoundInstallationIsDoneAndEachCheckHasItsLine) {
     const CommandAnswer answer = examine(paths, instance);
     EXPECT_EQ(answer.status, ExitStatus::done) << answer.text.toStdString();
     const QJsonArray checks = answer.data[QLatin1String("checks")].toArray();
-    EXPECT_EQ(checks.size(), 8);
+    EXPECT_EQ(checks.size(), 14);
     for (const auto& each : checks) {
         const QString line =
             QStringLiteral(" %1 : %2")
