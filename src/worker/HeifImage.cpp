@@ -65,7 +65,7 @@ bool isHeif(std::string_view bytes) {
                                static_cast<int>(std::min(bytes.size(), longestMark))) != heif_filetype_no;
 }
 
-Picture decodeHeif(std::string_view bytes) {
+Picture heifImage(std::string_view bytes) {
     const Context context(heif_context_alloc());
     if (!context)
         return nullptr;

@@ -12,6 +12,6 @@ void warmUpHeif();
 bool isHeif(std::string_view bytes);
 
 /// The primary picture of a HEIC or HEIF file, turned and cropped as it says, 32 bits deep; null when there is none.
-Picture decodeHeif(std::string_view bytes);
+Picture heifImage(std::string_view bytes);
 
 } // namespace vennic::worker

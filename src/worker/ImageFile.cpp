@@ -85,7 +85,7 @@ void warmUpImages() {
 
 Picture decodeImage(std::string_view bytes) {
     if (isHeif(bytes))
-        return decodeHeif(bytes);
+        return heifImage(bytes);
     constexpr std::size_t longestMark = 16; // more than is looked at to know a format
     const auto* const data = reinterpret_cast<const l_uint8*>(bytes.data());
     int format = IFF_UNKNOWN;
