@@ -25,7 +25,8 @@ public:
     std::optional<Resolved> resolveIfPossible(const BookmarkEntry& entry) const;
     /// The first grant, in stored order, that `document` is or lies under: paths compared as they stand.
     std::optional<BookmarkEntry> grantOf(const FileURL& document, const std::vector<BookmarkEntry>& grants) const;
-    /// Whether the path of `document` begins with the path of a grant, whatever follows: "/a/bc" counts as within "/a/b".
+    /// Whether the path of `document` begins with the path of a grant, whatever follows: "/a/bc" counts as within
+    /// "/a/b".
     bool isLooselyGranted(const FileURL& document, const std::vector<BookmarkEntry>& grants) const;
 
 private:

@@ -52,8 +52,8 @@ Task<> ThumbnailHandler::handleThumbnail(BridgeTask task, ThumbnailArgs args, AP
         co_return;
     }
     const double scale = context_.mainScreenScale().value_or(scaleWithoutScreen);
-    BridgeThumbnailResult result = co_await onPool(drawn, thumbnailer_, std::get<FileURL>(document).path,
-                                                   edgeLength(args.maxEdge), scale);
+    BridgeThumbnailResult result =
+        co_await onPool(drawn, thumbnailer_, std::get<FileURL>(document).path, edgeLength(args.maxEdge), scale);
     // The one answer that is tried twice: a picture that doesn't get through is answered by none.
     if (!co_await isSent(api, task.id, std::move(result)))
         co_await isSent(api, task.id, resultOf(std::nullopt));

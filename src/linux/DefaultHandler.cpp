@@ -1,7 +1,4 @@
 // GIO's headers use "signals" as a name; they stand first, before Qt's.
-#include <gio/gdesktopappinfo.h>
-#include <gio/gio.h>
-
 #include "linux/DefaultHandler.h"
 
 #include "base/LocalizedError.h"
@@ -10,6 +7,8 @@
 #include <QFile>
 
 #include <array>
+#include <gio/gdesktopappinfo.h>
+#include <gio/gio.h>
 #include <memory>
 
 namespace vennic {

@@ -13,8 +13,8 @@ namespace {
 struct ThumbnailHandlerTest : ::testing::Test {
     BridgeWorld world;
     BridgeIDCache cache;
-    ThumbnailHandler handler{{BookmarkPersistence(world.store), world.bookmarks, cache}, world.thumbnailer,
-                             world.context};
+    ThumbnailHandler handler{
+        {BookmarkPersistence(world.store), world.bookmarks, cache}, world.thumbnailer, world.context};
 
     /// A thumbnail of the document whose handle is its path.
     QJsonObject ask(const QString& path, std::optional<qint64> maxEdge = {}) {
@@ -73,9 +73,20 @@ TEST_F(ThumbnailHandlerTest, theEdgeIsTakenBetween32And256Points) {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     constexpr qint64 least = std::numeric_limits<qint64>::min();
     EXPECT_EQ(edgeFor({}), 128);
-    for (const auto& [asked, taken] : std::vector<std::pair<qint64, int>>{
-             {least, 32}, {-1, 32}, {0, 32}, {16, 32}, {31, 32}, {32, 32}, {33, 33}, {128, 128}, {254, 254}, {255, 255},
-             {256, 256}, {257, 256}, {300, 256}, {most, 256}})
+    for (const auto& [asked, taken] : std::vector<std::pair<qint64, int>>{{least, 32},
+                                                                          {-1, 32},
+                                                                          {0, 32},
+                                                                          {16, 32},
+                                                                          {31, 32},
+                                                                          {32, 32},
+                                                                          {33, 33},
+                                                                          {128, 128},
+                                                                          {254, 254},
+                                                                          {255, 255},
+                                                                          {256, 256},
+                                                                          {257, 256},
+                                                                          {300, 256},
+                                                                          {most, 256}})
         EXPECT_EQ(edgeFor(asked), taken) << asked;
 }
 

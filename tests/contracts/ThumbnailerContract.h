@@ -70,7 +70,7 @@ TYPED_TEST_P(ThumbnailerContract, severalThreadsMayAskAtOnce) {
 }
 
 REGISTER_TYPED_TEST_SUITE_P(ThumbnailerContract, aPictureFitsASquareOfThatManyPointsAtThatScale,
-                            aSmallPhotoKeepsItsSize, aLongPhotoKeepsAPixelOfItsShortSide,
-                            whatHasNoPictureGivesNothing, severalThreadsMayAskAtOnce);
+                            aSmallPhotoKeepsItsSize, aLongPhotoKeepsAPixelOfItsShortSide, whatHasNoPictureGivesNothing,
+                            severalThreadsMayAskAtOnce);
 
 } // namespace vennic::test

@@ -42,11 +42,10 @@ public:
         entry("in-a-terminal", "Exec=" + QFile::encodeName(path("bin/logger")) + " %f\nTerminal=true\n");
         entry("gone", "Exec=/nowhere/program %f\n");
         entry("org.example.Told", "DBusActivatable=true\n");
-        write("config/mimeapps.list", "[Default Applications]\ntext/plain=logger.desktop\nimage/png=in-a-terminal.desktop\n"
-                                      "application/pdf=org.example.Told.desktop\napplication/zip=gone.desktop\n" +
-                                          QByteArray(folders == FolderHandler::some
-                                                         ? "inode/directory=logger.desktop\n"
-                                                         : ""));
+        write("config/mimeapps.list",
+              "[Default Applications]\ntext/plain=logger.desktop\nimage/png=in-a-terminal.desktop\n"
+              "application/pdf=org.example.Told.desktop\napplication/zip=gone.desktop\n" +
+                  QByteArray(folders == FolderHandler::some ? "inode/directory=logger.desktop\n" : ""));
     }
 
     FolderHandler folders() const { return folders_; }
@@ -146,9 +145,7 @@ TEST_F(DefaultHandlerTest, whatTheApplicationMakesIsForWhomTheUsersMaskSays) {
     EXPECT_EQ(umask(0077), 0077U); // ours stays
 }
 
-TEST_F(DefaultHandlerTest, aFileThatIsNotThereFails) {
-    EXPECT_NE(failure(desktop().path("missing.txt")), QString());
-}
+TEST_F(DefaultHandlerTest, aFileThatIsNotThereFails) { EXPECT_NE(failure(desktop().path("missing.txt")), QString()); }
 
 TEST_F(DefaultHandlerTest, aFileThatNoApplicationHandlesFails) {
     EXPECT_NE(failure(desktop().write("a.gz", "\x1f\x8b\x08")), QString());

@@ -19,9 +19,9 @@ protected:
         ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     }
     std::optional<InstalledThumbnailer> found(const char* type) {
-        return installedThumbnailer(QString::fromUtf8(type), {root_.filePath(QStringLiteral("home")),
-                                                              root_.filePath(QStringLiteral("nowhere")),
-                                                              root_.filePath(QStringLiteral("system"))});
+        return installedThumbnailer(QString::fromUtf8(type),
+                                    {root_.filePath(QStringLiteral("home")), root_.filePath(QStringLiteral("nowhere")),
+                                     root_.filePath(QStringLiteral("system"))});
     }
     QTemporaryDir root_;
 };
@@ -78,6 +78,6 @@ TEST_F(InstalledThumbnailerTest, thePlaceholdersAreFilledWithinTheirArguments) {
 TEST(DataFolders, followTheEnvironment) {
     qputenv("XDG_DATA_HOME", "/tmp/data-home");
     qputenv("XDG_DATA_DIRS", "/tmp/one:/tmp/two");
-    EXPECT_EQ(dataFolders(), (QStringList{QStringLiteral("/tmp/data-home"), QStringLiteral("/tmp/one"),
-                                          QStringLiteral("/tmp/two")}));
+    EXPECT_EQ(dataFolders(),
+              (QStringList{QStringLiteral("/tmp/data-home"), QStringLiteral("/tmp/one"), QStringLiteral("/tmp/two")}));
 }

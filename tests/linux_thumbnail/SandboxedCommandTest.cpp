@@ -53,9 +53,9 @@ TEST_F(SandboxedCommandTest, aProgramThatFailsOrIsNotThereFails) {
     EXPECT_FALSE(run("kill -9 $$"));
     EXPECT_FALSE((SandboxedCommand{.command = {"no-such-program-4711"}, .input = input_, .output = output_}).run(-1));
     EXPECT_FALSE((SandboxedCommand{.command = {}, .input = input_, .output = output_}).run(-1));
-    EXPECT_FALSE((SandboxedCommand{.command = {"true"}, .input = folder_.path(QStringLiteral("absent")),
-                                   .output = output_})
-                     .run(-1));
+    EXPECT_FALSE(
+        (SandboxedCommand{.command = {"true"}, .input = folder_.path(QStringLiteral("absent")), .output = output_})
+            .run(-1));
 }
 
 TEST_F(SandboxedCommandTest, nothingElseOfTheUsersIsWithinItsReach) {

@@ -54,4 +54,6 @@ namespace vennic::test {
 INSTANTIATE_TYPED_TEST_SUITE_P(FakeAndDesktop, ThumbnailerContract, Worlds);
 }
 
-TEST(NoThumbnailer, drawsNothing) { EXPECT_EQ(NoThumbnailer().thumbnail(QStringLiteral("/a.png"), 128, 2.0), std::nullopt); }
+TEST(NoThumbnailer, drawsNothing) {
+    EXPECT_EQ(NoThumbnailer().thumbnail(QStringLiteral("/a.png"), 128, 2.0), std::nullopt);
+}

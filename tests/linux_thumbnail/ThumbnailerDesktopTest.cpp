@@ -52,9 +52,9 @@ protected:
 TEST_F(ThumbnailerDesktopTest, pagesPicturesAndDrawingsAreDrawnWithoutAnyInstalledProgram) {
     EXPECT_EQ(size(film("a.png", "corners.png")), whole_);
     EXPECT_EQ(size(film("a.heic", "corners.heic")), whole_);
-    EXPECT_EQ(size(folder_.add(QStringLiteral("a.svg"),
-                               "<svg xmlns='http://www.w3.org/2000/svg' width='2' height='1'/>")),
-              std::pair(64, 32));
+    EXPECT_EQ(
+        size(folder_.add(QStringLiteral("a.svg"), "<svg xmlns='http://www.w3.org/2000/svg' width='2' height='1'/>")),
+        std::pair(64, 32));
     EXPECT_EQ(size(dataFolder() + QStringLiteral("/documents/small.pdf"), 128, 2.0), std::pair(181, 256));
 }
 

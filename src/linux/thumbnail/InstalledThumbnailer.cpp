@@ -29,8 +29,8 @@ KeyFile load(const QString& path) {
     if (!source.open(QIODevice::ReadOnly) || source.size() > largestFile)
         return nullptr;
     const QByteArray content = source.read(largestFile);
-    if (!g_key_file_load_from_data(file.get(), content.constData(), static_cast<gsize>(content.size()),
-                                   G_KEY_FILE_NONE, nullptr))
+    if (!g_key_file_load_from_data(file.get(), content.constData(), static_cast<gsize>(content.size()), G_KEY_FILE_NONE,
+                                   nullptr))
         return nullptr;
     return file;
 }

@@ -1,6 +1,4 @@
 // GIO's headers use "signals" as a name; they stand first, before Qt's.
-#include <gio/gio.h>
-
 #include "linux/thumbnail/ThumbnailerDesktop.h"
 
 #include "linux/thumbnail/SandboxedCommand.h"
@@ -13,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <gio/gio.h>
 #include <limits>
 #include <sys/eventfd.h>
 
@@ -21,9 +20,20 @@ namespace {
 
 // The types of what the boxed process draws. Installed programs aren't asked for them.
 constexpr std::array ownTypes{
-    "image/png",  "image/jpeg",   "image/gif",     "image/bmp",           "image/x-bmp",   "image/x-ms-bmp",
-    "image/tiff", "image/webp",   "image/heic",    "image/heif",          "image/avif",    "image/svg+xml",
-    "image/svg+xml-compressed",   "application/pdf",
+    "image/png",
+    "image/jpeg",
+    "image/gif",
+    "image/bmp",
+    "image/x-bmp",
+    "image/x-ms-bmp",
+    "image/tiff",
+    "image/webp",
+    "image/heic",
+    "image/heif",
+    "image/avif",
+    "image/svg+xml",
+    "image/svg+xml-compressed",
+    "application/pdf",
 };
 
 /// The MIME type by the name alone, as shared-mime-info has it.

@@ -55,10 +55,10 @@ Raster shrunk(Raster picture, int edge) {
     constexpr int channels = 4;
     constexpr int alphaChannel = 3;
     const auto bytes = [](Raster& raster) { return reinterpret_cast<unsigned char*>(raster.row(0).data()); };
-    if (!small || stbir_resize_uint8_generic(bytes(picture), picture.width(), picture.height(), 0, bytes(small),
-                                             size.width, size.height, 0, channels, alphaChannel,
-                                             STBIR_FLAG_ALPHA_PREMULTIPLIED, STBIR_EDGE_CLAMP, STBIR_FILTER_DEFAULT,
-                                             STBIR_COLORSPACE_LINEAR, nullptr) == 0)
+    if (!small ||
+        stbir_resize_uint8_generic(bytes(picture), picture.width(), picture.height(), 0, bytes(small), size.width,
+                                   size.height, 0, channels, alphaChannel, STBIR_FLAG_ALPHA_PREMULTIPLIED,
+                                   STBIR_EDGE_CLAMP, STBIR_FILTER_DEFAULT, STBIR_COLORSPACE_LINEAR, nullptr) == 0)
         return {};
     return small;
 }

@@ -10,7 +10,8 @@ using namespace std::string_view_literals;
 
 /// ISO/IEC 14496-12: the first box says which formats the file follows.
 bool isHeif(std::string_view bytes) {
-    constexpr std::array brands{"heic"sv, "heix"sv, "heim"sv, "heis"sv, "mif1"sv, "msf1"sv, "hevc"sv, "avif"sv, "avis"sv};
+    constexpr std::array brands{"heic"sv, "heix"sv, "heim"sv, "heis"sv, "mif1"sv,
+                                "msf1"sv, "hevc"sv, "avif"sv, "avis"sv};
     if (bytes.size() < 16 || bytes.substr(4, 4) != "ftyp")
         return false;
     return std::ranges::find(brands, bytes.substr(8, 4)) != brands.end();

@@ -38,8 +38,8 @@ ReadResult readThumbnail(const Document& document, const wire::Parameters& param
     const std::string png = picture ? encodePng(picture) : std::string();
     if (png.empty() || png.size() + sizeof(wire::PictureSize) > wire::mostThumbnailBytes)
         return ReadResult::unparsable();
-    ReadResult result = ReadResult::record(wire::PictureSize{static_cast<std::uint32_t>(picture.width()),
-                                                             static_cast<std::uint32_t>(picture.height())});
+    ReadResult result = ReadResult::record(
+        wire::PictureSize{static_cast<std::uint32_t>(picture.width()), static_cast<std::uint32_t>(picture.height())});
     result.body += png;
     return result;
 }

@@ -31,7 +31,8 @@ Raster decodeStill(std::string_view bytes, WebPDecoderConfig& config, int edge) 
     config.output.is_external_memory = 1;
     config.output.u.RGBA.rgba = reinterpret_cast<std::uint8_t*>(raster.row(0).data());
     config.output.u.RGBA.stride = raster.width() * 4;
-    config.output.u.RGBA.size = static_cast<std::size_t>(raster.width()) * static_cast<std::size_t>(raster.height()) * 4;
+    config.output.u.RGBA.size =
+        static_cast<std::size_t>(raster.width()) * static_cast<std::size_t>(raster.height()) * 4;
     const auto* const data = reinterpret_cast<const std::uint8_t*>(bytes.data());
     return WebPDecode(data, bytes.size(), &config) == VP8_STATUS_OK ? std::move(raster) : Raster();
 }

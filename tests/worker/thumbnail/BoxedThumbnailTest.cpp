@@ -24,7 +24,7 @@ protected:
     /// A picture that takes so long is as good as one that takes for ever.
     static DocumentWorkerOptions impatient() {
         auto options = DocumentWorkerOptions::pictures(pictureWorkerProgram());
-        options.mostCpu = std::chrono::seconds{2};
+        options.mostCpu = std::chrono::seconds{1};
         return options;
     }
 
@@ -69,9 +69,7 @@ protected:
     }
 };
 
-QByteArray big32(quint32 number) {
-    return QByteArray::fromHex(QByteArray::number(number, 16).rightJustified(8, '0'));
-}
+QByteArray big32(quint32 number) { return QByteArray::fromHex(QByteArray::number(number, 16).rightJustified(8, '0')); }
 
 QByteArray svg(const QByteArray& content, const QByteArray& attributes = "viewBox='0 0 9 9'") {
     return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' " + attributes + ">" +
@@ -123,9 +121,8 @@ TEST_F(BoxedThumbnail, fontsFiltersAndEmbeddedPicturesWorkInTheBox) {
 
 TEST_F(BoxedThumbnail, everyThreadOfTheProcessIsInTheBox) {
     draw(picture("corners.heic"));
-    draw(folder_.add(QStringLiteral("blurred.svg"),
-                     svg("<filter id='b'><feGaussianBlur stdDeviation='1'/></filter>"
-                         "<rect width='3' height='3' filter='url(#b)'/>")));
+    draw(folder_.add(QStringLiteral("blurred.svg"), svg("<filter id='b'><feGaussianBlur stdDeviation='1'/></filter>"
+                                                        "<rect width='3' height='3' filter='url(#b)'/>")));
     const QList<pid_t> processes = childProcesses();
     ASSERT_EQ(processes.size(), 1);
     const QDir tasks(QStringLiteral("/proc/%1/task").arg(processes[0]));

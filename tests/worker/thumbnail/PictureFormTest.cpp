@@ -15,17 +15,22 @@ TEST(PictureForm, isToldByTheFirstBytes) {
     EXPECT_EQ(pictureForm("II*\0"s), PictureForm::tiff);
     EXPECT_EQ(pictureForm("MM\0+"s), PictureForm::tiff);
     EXPECT_EQ(pictureForm("RIFF\0\0\0\0WEBPVP8 "s), PictureForm::webp);
-    EXPECT_EQ(pictureForm("\0\0\0\x18""ftypheic\0\0\0\0"s), PictureForm::heif);
-    EXPECT_EQ(pictureForm("\0\0\0\x18""ftypavif\0\0\0\0"s), PictureForm::heif);
+    EXPECT_EQ(pictureForm("\0\0\0\x18"
+                          "ftypheic\0\0\0\0"s),
+              PictureForm::heif);
+    EXPECT_EQ(pictureForm("\0\0\0\x18"
+                          "ftypavif\0\0\0\0"s),
+              PictureForm::heif);
     EXPECT_EQ(pictureForm("%PDF-1.7\n"), PictureForm::pdf);
     EXPECT_EQ(pictureForm("\x1f\x8b\x08..."), PictureForm::svg);
 }
 
 TEST(PictureForm, ofAnythingElseIsNone) {
-    for (const std::string& bytes :
-         {""s, "\x89PNG"s, "\xff\xd8"s, "GIF88a"s, "RIFF\0\0\0\0WAVE"s, "RIFF"s, "\0\0\0\x18""ftypisom\0\0\0\0"s,
-          "ftypheic"s, "hello"s, "<html><svg/></html>"s, "<svgx/>"s, "svg"s, "<"s, "<?xml"s, "<!--"s, "<!DOCTYPE"s,
-          "PK\x03\x04"s, std::string(100, '\0')})
+    for (const std::string& bytes : {""s, "\x89PNG"s, "\xff\xd8"s, "GIF88a"s, "RIFF\0\0\0\0WAVE"s, "RIFF"s,
+                                     "\0\0\0\x18"
+                                     "ftypisom\0\0\0\0"s,
+                                     "ftypheic"s, "hello"s, "<html><svg/></html>"s, "<svgx/>"s, "svg"s, "<"s, "<?xml"s,
+                                     "<!--"s, "<!DOCTYPE"s, "PK\x03\x04"s, std::string(100, '\0')})
         EXPECT_EQ(pictureForm(bytes), PictureForm::none) << bytes;
 }
 

@@ -36,8 +36,7 @@ bool isPlain(const QByteArray& bytes) { return isPlainPng(bytes, size); }
 /// Whether a thumbnail of at most `edge` pixels may have this body.
 bool isAllowed(const QByteArray& body, std::uint32_t edge) {
     const wire::Request request{.form = wire::Form::thumbnail, .number = 1, .parameters = {.edge = edge}};
-    const wire::Answer answer{
-        .number = 1, .bodyBytes = static_cast<std::uint64_t>(body.size()), .fileBytes = 100};
+    const wire::Answer answer{.number = 1, .bodyBytes = static_cast<std::uint64_t>(body.size()), .fileBytes = 100};
     const AnswerCheck check(request, 100, 100);
     return check.allows(answer) && check.allows(answer, body);
 }
@@ -50,7 +49,8 @@ QByteArray bodyOf(const wire::PictureSize& said, const QByteArray& png) {
 
 TEST(PlainPng, anHonestEncodersPictureIsPlain) {
     EXPECT_TRUE(isPlain(honest()));
-    EXPECT_TRUE(isPlain(QByteArray::fromStdString(worker::encodePng(worker::Raster(5, 3, worker::Raster::Kind::opaque)))));
+    EXPECT_TRUE(
+        isPlain(QByteArray::fromStdString(worker::encodePng(worker::Raster(5, 3, worker::Raster::Kind::opaque)))));
     EXPECT_TRUE(isPlain(signature + header + chunk("bKGD", "......") + pixels + pixels + end));
 }
 
