@@ -12,23 +12,23 @@ namespace {
 Raster decode(PictureForm form, std::string_view bytes, int edge) {
     switch (form) {
     case PictureForm::png:
-        return decodePng(bytes);
+        return rasterOfPng(bytes);
     case PictureForm::jpeg:
-        return decodeJpeg(bytes, edge);
+        return rasterOfJpeg(bytes, edge);
     case PictureForm::gif:
-        return decodeGif(bytes);
+        return rasterOfGif(bytes);
     case PictureForm::bmp:
-        return decodeBmp(bytes);
+        return rasterOfBmp(bytes);
     case PictureForm::tiff:
-        return decodeTiff(bytes);
+        return rasterOfTiff(bytes);
     case PictureForm::webp:
-        return decodeWebp(bytes, edge);
+        return rasterOfWebp(bytes, edge);
     case PictureForm::heif:
-        return decodeHeif(bytes);
+        return rasterOfHeif(bytes);
     case PictureForm::svg:
-        return drawSvg(bytes, edge);
+        return rasterOfSvg(bytes, edge);
     case PictureForm::pdf:
-        return drawPdf(bytes, edge);
+        return rasterOfPdf(bytes, edge);
     case PictureForm::none:
         break;
     }

@@ -30,7 +30,7 @@ std::uint32_t storedPixelOf(const std::uint8_t* from, bool hasAlpha) {
 
 } // namespace
 
-Raster decodeHeif(std::string_view bytes) {
+Raster rasterOfHeif(std::string_view bytes) {
     const Context context(heif_context_alloc());
     heif_context_set_max_decoding_threads(context.get(), 0); // in this thread
     if (!isGood(heif_context_read_from_memory_without_copy(context.get(), bytes.data(), bytes.size(), nullptr)))

@@ -35,7 +35,7 @@ tjscalingfactor reduction(const Header& header, int edge) {
 
 } // namespace
 
-Raster decodeJpeg(std::string_view bytes, int edge) {
+Raster rasterOfJpeg(std::string_view bytes, int edge) {
     static_assert(std::endian::native == std::endian::little); // of TJPF_BGRX, and of the inks
     const std::unique_ptr<void, Destroy> decoder(tjInitDecompress());
     const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
