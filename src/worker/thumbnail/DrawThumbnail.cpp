@@ -35,9 +35,18 @@ Raster decode(PictureForm form, std::string_view bytes, int edge) {
     return {};
 }
 
-bool hasTags(PictureForm form) {
-    return form == PictureForm::png || form == PictureForm::jpeg || form == PictureForm::tiff ||
-           form == PictureForm::webp;
+PictureTags tagsOf(PictureForm form, std::string_view bytes) {
+    switch (form) {
+    case PictureForm::png:
+    case PictureForm::jpeg:
+    case PictureForm::tiff:
+    case PictureForm::webp:
+        return readPictureTags(bytes);
+    case PictureForm::heif:
+        return {.orientation = 1, .colourProfile = colourProfileOfHeif(bytes)};
+    default:
+        return {};
+    }
 }
 
 } // namespace
@@ -45,10 +54,8 @@ bool hasTags(PictureForm form) {
 Raster drawThumbnail(std::string_view bytes, int edge) {
     const PictureForm form = pictureForm(bytes);
     Raster picture = shrunk(decode(form, bytes, edge), edge);
-    if (!picture || !hasTags(form))
-        return picture;
-    // The tags are worth a look at the end: most of what is asked has none, and the small picture is quick to convert.
-    const PictureTags tags = readPictureTags(bytes);
+    // What the tags ask for is done last, on the small picture.
+    const PictureTags tags = picture ? tagsOf(form, bytes) : PictureTags();
     return upright(inSrgb(std::move(picture), tags.colourProfile), tags.orientation);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include "worker/thumbnail/Raster.h"
 
+#include <string>
 #include <string_view>
 
 namespace vennic::worker {
@@ -22,6 +23,8 @@ Raster rasterOfTiff(std::string_view bytes);
 Raster rasterOfWebp(std::string_view bytes, int edge);
 /// HEIC and AVIF; upright already.
 Raster rasterOfHeif(std::string_view bytes);
+/// The ICC profile that such a file brings; empty where it brings none.
+std::string colourProfileOfHeif(std::string_view bytes);
 
 /// Drawn to fill the square; nothing that the file only names is loaded.
 Raster rasterOfSvg(std::string_view bytes, int edge);
