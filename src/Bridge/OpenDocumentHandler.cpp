@@ -1,6 +1,5 @@
 #include "Bridge/OpenDocumentHandler.h"
 
-#include "base/LocalizedError.h"
 #include "base/Pool.h"
 
 namespace vennic {
@@ -12,7 +11,7 @@ bool isOpened(std::shared_ptr<Workspace> workspace, const QString& path) {
     try {
         workspace->open(path);
         return true;
-    } catch (const LocalizedError&) { // the backend learns that it failed, not why
+    } catch (const std::exception&) { // the backend learns that it failed, not why
         return false;
     }
 }

@@ -116,6 +116,20 @@ TEST_F(ThumbnailHandlerTest, aPictureWithoutBytesIsTheEmptyForm) {
     EXPECT_EQ(ask(QStringLiteral("id")), emptyForm);
 }
 
+TEST_F(ThumbnailHandlerTest, aThumbnailerThatBreaksDownIsTheEmptyForm) {
+    struct Broken final : Thumbnailer {
+        std::optional<Thumbnail> thumbnail(const QString&, int, double) override { throw std::bad_alloc(); }
+    };
+    world.share(QStringLiteral("/d"));
+    cache.put(photo, FileURL{photo});
+    ThumbnailHandler broken{{BookmarkPersistence(world.store), world.bookmarks, cache},
+                            std::make_shared<Broken>(),
+                            world.context};
+    const ThumbnailArgs args{photo, {}};
+    await(broken.handleThumbnail({QStringLiteral("t1"), BridgeTaskKind::thumbnail, args}, args, world.api()));
+    EXPECT_EQ(world.backend.updates.back().body, emptyForm);
+}
+
 TEST_F(ThumbnailHandlerTest, anUnknownHandleTellsToSearchAgain) {
     world.share(QStringLiteral("/d"));
     EXPECT_EQ(ask(QStringLiteral("nobody")),

@@ -23,66 +23,32 @@ namespace {
 
 using Monotonic = std::chrono::steady_clock;
 
-/// util-linux's prlimit: what is set before the box is made holds for everything in it.
-const QList<QByteArray> limits{"prlimit", "--as=4294967296", "--fsize=16777216", "--cpu=20", "--nofile=256", "--core=0",
-                               "--"};
+/// What a program of the system's needs to start and to draw. Nothing of the user's is among it.
+constexpr std::array systemFiles{"/usr",
+                                 "/bin",
+                                 "/sbin",
+                                 "/lib",
+                                 "/lib64",
+                                 "/opt",
+                                 "/etc/alternatives",
+                                 "/etc/fonts",
+                                 "/etc/ld.so.cache",
+                                 "/var/cache/fontconfig"};
 
-const QList<QByteArray> box{"bwrap",
-                            "--unshare-all",
-                            "--die-with-parent",
-                            "--new-session",
-                            "--cap-drop",
-                            "ALL",
-                            "--clearenv",
-                            "--setenv",
-                            "PATH",
-                            "/usr/local/bin:/usr/bin:/bin",
-                            "--setenv",
-                            "HOME",
-                            "/tmp",
-                            "--setenv",
-                            "LANG",
-                            "C.UTF-8",
-                            "--ro-bind",
-                            "/usr",
-                            "/usr",
-                            "--ro-bind-try",
-                            "/bin",
-                            "/bin",
-                            "--ro-bind-try",
-                            "/sbin",
-                            "/sbin",
-                            "--ro-bind-try",
-                            "/lib",
-                            "/lib",
-                            "--ro-bind-try",
-                            "/lib64",
-                            "/lib64",
-                            "--ro-bind-try",
-                            "/opt",
-                            "/opt",
-                            "--ro-bind-try",
-                            "/etc/alternatives",
-                            "/etc/alternatives",
-                            "--ro-bind-try",
-                            "/etc/ld.so.cache",
-                            "/etc/ld.so.cache",
-                            "--ro-bind-try",
-                            "/etc/fonts",
-                            "/etc/fonts",
-                            "--ro-bind-try",
-                            "/var/cache/fontconfig",
-                            "/var/cache/fontconfig",
-                            "--proc",
-                            "/proc",
-                            "--dev",
-                            "/dev",
-                            "--size",
-                            "67108864",
-                            "--tmpfs",
-                            "/tmp",
-                            "--chdir",
-                            "/tmp"};
+QList<QByteArray> words(const char* text) { return QByteArray(text).split(' '); }
+
+/// util-linux's prlimit: what is set before the box is made holds for everything in it.
+QList<QByteArray> limits() {
+    return words("prlimit --as=4294967296 --fsize=16777216 --cpu=20 --nofile=256 --core=0 --");
+}
+
+QList<QByteArray> box() {
+    QList<QByteArray> box = words("bwrap --unshare-all --die-with-parent --new-session --cap-drop ALL");
+    box += words("--clearenv --setenv PATH /usr/local/bin:/usr/bin:/bin --setenv HOME /tmp --setenv LANG C.UTF-8");
+    for (const char* const file : systemFiles)
+        box += QList<QByteArray>{"--ro-bind-try", file, file};
+    return box + words("--proc /proc --dev /dev --size 67108864 --tmpfs /tmp --chdir /tmp");
+}
 
 class SpawnSetup {
 public:
@@ -156,7 +122,7 @@ bool SandboxedCommand::run(int abandon) const {
     const QList<QByteArray> files{"--ro-bind", QFile::encodeName(input),  inputInside(input),
                                   "--bind",    QFile::encodeName(output), outputInside(),
                                   "--"};
-    const pid_t process = SpawnSetup().start(limits + box + files + command);
+    const pid_t process = SpawnSetup().start(limits() + box() + files + command);
     if (process < 0)
         return false;
     awaitEnd(process, Monotonic::now() + mostTime, abandon);

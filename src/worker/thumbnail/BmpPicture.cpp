@@ -22,7 +22,7 @@ bool isBmp(std::string_view bytes) {
 
 } // namespace
 
-Raster decodeBmp(std::string_view bytes) {
+Raster rasterOfBmp(std::string_view bytes) {
     if (!isBmp(bytes))
         return {};
     const auto* const data = reinterpret_cast<const stbi_uc*>(bytes.data());

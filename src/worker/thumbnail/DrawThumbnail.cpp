@@ -12,32 +12,41 @@ namespace {
 Raster decode(PictureForm form, std::string_view bytes, int edge) {
     switch (form) {
     case PictureForm::png:
-        return decodePng(bytes);
+        return rasterOfPng(bytes);
     case PictureForm::jpeg:
-        return decodeJpeg(bytes, edge);
+        return rasterOfJpeg(bytes, edge);
     case PictureForm::gif:
-        return decodeGif(bytes);
+        return rasterOfGif(bytes);
     case PictureForm::bmp:
-        return decodeBmp(bytes);
+        return rasterOfBmp(bytes);
     case PictureForm::tiff:
-        return decodeTiff(bytes);
+        return rasterOfTiff(bytes);
     case PictureForm::webp:
-        return decodeWebp(bytes, edge);
+        return rasterOfWebp(bytes, edge);
     case PictureForm::heif:
-        return decodeHeif(bytes);
+        return rasterOfHeif(bytes);
     case PictureForm::svg:
-        return drawSvg(bytes, edge);
+        return rasterOfSvg(bytes, edge);
     case PictureForm::pdf:
-        return drawPdf(bytes, edge);
+        return rasterOfPdf(bytes, edge);
     case PictureForm::none:
         break;
     }
     return {};
 }
 
-bool hasTags(PictureForm form) {
-    return form == PictureForm::png || form == PictureForm::jpeg || form == PictureForm::tiff ||
-           form == PictureForm::webp;
+PictureTags tagsOf(PictureForm form, std::string_view bytes) {
+    switch (form) {
+    case PictureForm::png:
+    case PictureForm::jpeg:
+    case PictureForm::tiff:
+    case PictureForm::webp:
+        return readPictureTags(bytes);
+    case PictureForm::heif:
+        return {.orientation = 1, .colourProfile = colourProfileOfHeif(bytes)};
+    default:
+        return {};
+    }
 }
 
 } // namespace
@@ -45,10 +54,8 @@ bool hasTags(PictureForm form) {
 Raster drawThumbnail(std::string_view bytes, int edge) {
     const PictureForm form = pictureForm(bytes);
     Raster picture = shrunk(decode(form, bytes, edge), edge);
-    if (!picture || !hasTags(form))
-        return picture;
-    // The tags are worth a look at the end: most of what is asked has none, and the small picture is quick to convert.
-    const PictureTags tags = readPictureTags(bytes);
+    // What the tags ask for is done last, on the small picture.
+    const PictureTags tags = picture ? tagsOf(form, bytes) : PictureTags();
     return upright(inSrgb(std::move(picture), tags.colourProfile), tags.orientation);
 }
 

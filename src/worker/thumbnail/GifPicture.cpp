@@ -72,7 +72,7 @@ std::vector<std::uint32_t> palette(const ColorMapObject& map, int transparent) {
 
 } // namespace
 
-Raster decodeGif(std::string_view bytes) {
+Raster rasterOfGif(std::string_view bytes) {
     const std::unique_ptr<GifFileType, Close> gif(DGifOpen(&bytes, give, nullptr));
     int transparent = NO_TRANSPARENT_COLOR;
     if (!gif || !findFrame(*gif, transparent))

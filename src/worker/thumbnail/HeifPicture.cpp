@@ -15,6 +15,24 @@ using Image = std::unique_ptr<heif_image, Release<heif_image_release>>;
 
 bool isGood(const heif_error& error) { return error.code == heif_error_Ok; }
 
+/// The picture that a file is for, among those that it holds.
+class Primary {
+public:
+    explicit Primary(std::string_view bytes) : context_(heif_context_alloc()) {
+        heif_context_set_max_decoding_threads(context_.get(), 0); // in this thread
+        heif_image_handle* handle = nullptr;
+        if (isGood(heif_context_read_from_memory_without_copy(context_.get(), bytes.data(), bytes.size(), nullptr)) &&
+            isGood(heif_context_get_primary_image_handle(context_.get(), &handle)))
+            handle_.reset(handle);
+    }
+    /// Null when there is none.
+    const heif_image_handle* handle() const { return handle_.get(); }
+
+private:
+    Context context_;
+    Handle handle_;
+};
+
 Image decode(const heif_image_handle& handle, bool hasAlpha) {
     heif_image* image = nullptr;
     const heif_chroma chroma = hasAlpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB;
@@ -30,19 +48,21 @@ std::uint32_t storedPixelOf(const std::uint8_t* from, bool hasAlpha) {
 
 } // namespace
 
-Raster decodeHeif(std::string_view bytes) {
-    const Context context(heif_context_alloc());
-    heif_context_set_max_decoding_threads(context.get(), 0); // in this thread
-    if (!isGood(heif_context_read_from_memory_without_copy(context.get(), bytes.data(), bytes.size(), nullptr)))
+std::string colourProfileOfHeif(std::string_view bytes) {
+    const Primary primary(bytes);
+    std::string profile(primary.handle() ? heif_image_handle_get_raw_color_profile_size(primary.handle()) : 0, '\0');
+    if (!profile.empty() && !isGood(heif_image_handle_get_raw_color_profile(primary.handle(), profile.data())))
+        profile.clear();
+    return profile;
+}
+
+Raster rasterOfHeif(std::string_view bytes) {
+    const Primary primary(bytes);
+    const heif_image_handle* const handle = primary.handle();
+    if (handle == nullptr || !Raster::canBe(heif_image_handle_get_width(handle), heif_image_handle_get_height(handle)))
         return {};
-    heif_image_handle* primary = nullptr;
-    if (!isGood(heif_context_get_primary_image_handle(context.get(), &primary)))
-        return {};
-    const Handle handle(primary);
-    if (!Raster::canBe(heif_image_handle_get_width(primary), heif_image_handle_get_height(primary)))
-        return {};
-    const bool hasAlpha = heif_image_handle_has_alpha_channel(primary) != 0;
-    const Image image = decode(*primary, hasAlpha);
+    const bool hasAlpha = heif_image_handle_has_alpha_channel(handle) != 0;
+    const Image image = decode(*handle, hasAlpha);
     if (!image)
         return {};
     Raster raster(heif_image_get_width(image.get(), heif_channel_interleaved),

@@ -35,7 +35,7 @@ tjscalingfactor reduction(const Header& header, int edge) {
 
 } // namespace
 
-Raster decodeJpeg(std::string_view bytes, int edge) {
+Raster rasterOfJpeg(std::string_view bytes, int edge) {
     static_assert(std::endian::native == std::endian::little); // of TJPF_BGRX, and of the inks
     const std::unique_ptr<void, Destroy> decoder(tjInitDecompress());
     const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
@@ -51,7 +51,7 @@ Raster decodeJpeg(std::string_view bytes, int edge) {
     const bool hasInks = header.colours == TJCS_CMYK || header.colours == TJCS_YCCK;
     auto* const pixels = reinterpret_cast<unsigned char*>(raster.row(0).data());
     const bool isWhole = tjDecompress2(decoder.get(), data, bytes.size(), pixels, raster.width(), 0, raster.height(),
-                                       hasInks ? TJPF_CMYK : TJPF_BGRX, 0) == 0;
+                                       hasInks ? TJPF_CMYK : TJPF_BGRX, TJFLAG_LIMITSCANS) == 0;
     if (!isWhole && tjGetErrorCode(decoder.get()) != TJERR_WARNING)
         return {};
     return hasInks ? inksInSrgb(std::move(raster), readPictureTags(bytes).colourProfile) : std::move(raster);

@@ -24,7 +24,7 @@ Paper paperOf(const poppler::page& page) {
 
 } // namespace
 
-Raster drawPdf(std::string_view bytes, int edge) {
+Raster rasterOfPdf(std::string_view bytes, int edge) {
     const auto document = openPdf(bytes);
     const std::unique_ptr<poppler::page> page(document ? document->create_page(0) : nullptr);
     if (!page)

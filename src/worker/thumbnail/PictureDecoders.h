@@ -1,6 +1,7 @@
 #pragma once
 #include "worker/thumbnail/Raster.h"
 
+#include <string>
 #include <string_view>
 
 namespace vennic::worker {
@@ -10,22 +11,24 @@ namespace vennic::worker {
 /// the comment says otherwise. A picture may come smaller than it is stored, but not smaller than the square asks for.
 /// Empty when the bytes are damaged, or the picture is larger than a Raster can be.
 
-Raster decodePng(std::string_view bytes);
+Raster rasterOfPng(std::string_view bytes);
 /// By the standard's own reduction, so that a large photo costs little. One that ends early is drawn as far as it goes.
-Raster decodeJpeg(std::string_view bytes, int edge);
+Raster rasterOfJpeg(std::string_view bytes, int edge);
 /// The first frame, on its screen.
-Raster decodeGif(std::string_view bytes);
+Raster rasterOfGif(std::string_view bytes);
 /// All but the run-length forms.
-Raster decodeBmp(std::string_view bytes);
-Raster decodeTiff(std::string_view bytes);
+Raster rasterOfBmp(std::string_view bytes);
+Raster rasterOfTiff(std::string_view bytes);
 /// The first frame of an animation.
-Raster decodeWebp(std::string_view bytes, int edge);
+Raster rasterOfWebp(std::string_view bytes, int edge);
 /// HEIC and AVIF; upright already.
-Raster decodeHeif(std::string_view bytes);
+Raster rasterOfHeif(std::string_view bytes);
+/// The ICC profile that such a file brings; empty where it brings none.
+std::string colourProfileOfHeif(std::string_view bytes);
 
 /// Drawn to fill the square; nothing that the file only names is loaded.
-Raster drawSvg(std::string_view bytes, int edge);
+Raster rasterOfSvg(std::string_view bytes, int edge);
 /// The first page, on white paper, to fill the square.
-Raster drawPdf(std::string_view bytes, int edge);
+Raster rasterOfPdf(std::string_view bytes, int edge);
 
 } // namespace vennic::worker

@@ -31,7 +31,7 @@ bool hasBearableSize(std::string_view bytes) {
 
 } // namespace
 
-Raster decodePng(std::string_view bytes) {
+Raster rasterOfPng(std::string_view bytes) {
     if (!hasBearableSize(bytes))
         return {};
     return Raster(cairo_image_surface_create_from_png_stream(give, &bytes));

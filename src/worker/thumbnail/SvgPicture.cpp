@@ -35,7 +35,7 @@ Shape shapeOf(RsvgHandle* handle) {
 
 } // namespace
 
-Raster drawSvg(std::string_view bytes, int edge) {
+Raster rasterOfSvg(std::string_view bytes, int edge) {
     // Without an address of its own, the drawing can load nothing but what it holds.
     const std::unique_ptr<RsvgHandle, Unref> handle(
         rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(bytes.data()), bytes.size(), nullptr));

@@ -69,7 +69,7 @@ std::uint32_t pixelOfTiff(std::uint32_t pixel) {
 
 } // namespace
 
-Raster decodeTiff(std::string_view bytes) {
+Raster rasterOfTiff(std::string_view bytes) {
     TIFFSetErrorHandler(nullptr);
     TIFFSetWarningHandler(nullptr);
     Source source{bytes};

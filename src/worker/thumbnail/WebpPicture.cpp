@@ -57,7 +57,7 @@ Raster decodeFirstFrame(std::string_view bytes, const WebPBitstreamFeatures& fea
 
 } // namespace
 
-Raster decodeWebp(std::string_view bytes, int edge) {
+Raster rasterOfWebp(std::string_view bytes, int edge) {
     static_assert(std::endian::native == std::endian::little); // of MODE_bgrA
     const auto* const data = reinterpret_cast<const std::uint8_t*>(bytes.data());
     WebPDecoderConfig config;

@@ -24,7 +24,7 @@ protected:
     /// A picture that takes so long is as good as one that takes for ever.
     static DocumentWorkerOptions impatient() {
         auto options = DocumentWorkerOptions::pictures(pictureWorkerProgram());
-        options.mostCpu = std::chrono::seconds{2};
+        options.mostCpu = std::chrono::seconds{1};
         return options;
     }
 

@@ -200,8 +200,10 @@ TEST(DrawThumbnail, damagedTagsDoNotSpoilThePicture) {
 }
 
 TEST(DrawThumbnail, coloursAreConvertedFromTheProfile) {
-    const std::string exchanged = withProfile(stored("corners.jpg"), exchangedProfile());
-    expectCorners(drawThumbnail(exchanged, 64), "exchanged", {.topLeft = lime, .topRight = red});
+    const Corners exchanged{.topLeft = lime, .topRight = red};
+    expectCorners(drawThumbnail(withProfile(stored("corners.jpg"), exchangedProfile()), 64), "jpeg", exchanged);
+    for (const char* name : {"exchanged.png", "exchanged.tif", "exchanged.webp", "exchanged.heic"})
+        expectCorners(drawThumbnail(stored(name), 64), name, exchanged);
     const std::string inks = withProfile(stored("cmyk.jpg"), blueInksProfile());
     expectCorners(drawThumbnail(inks, 64), "inks", {blue, blue, blue, blue});
 }
