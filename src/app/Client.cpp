@@ -53,8 +53,9 @@ Client::Client(const Paths& paths, Deployment deployment)
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
-      photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
-      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
+      photoConsent_(preferences_, dialogs_, clock_),
+      photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
+      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       bridgeContext_(keychain_, preferences_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
@@ -93,7 +94,7 @@ Client::~Client() {
     reader_->close();
     pictures_->close();
     indexReader_.close();
-    photoReader_.close();
+    photoReader_->close();
     photos_->close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);

@@ -82,7 +82,7 @@ private:
     SpotlightSearch spotlight_;
     ModalDialogsProgram dialogs_;
     PhotoConsent photoConsent_;
-    photos::PhotoFactsWorker photoReader_;
+    std::shared_ptr<photos::PhotoFactsWorker> photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;

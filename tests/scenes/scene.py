@@ -136,6 +136,10 @@ class Client:
         return subprocess.run([self.program, *arguments], env=self.environment, capture_output=True, text=True,
                               timeout=100, check=False, **options)
 
+    def show_on(self, screen):
+        """From its next start on the client has that screen."""
+        self.environment["DISPLAY"] = screen
+
     def status(self):
         answer = self.verb("status", "--json")
         return json.loads(answer.stdout) if answer.returncode == 0 else None
@@ -159,8 +163,9 @@ class Scene(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         programs = self.folder / "bin"
         programs.mkdir()
-        for variable in ("VENNIC", "VENNIC_WORKER", "VENNIC_SERVER"):
-            source = pathlib.Path(os.environ[variable])
+        # The client finds its helper programs beside itself.
+        client, server = pathlib.Path(os.environ["VENNIC"]), pathlib.Path(os.environ["VENNIC_SERVER"])
+        for source in [*client.parent.glob("vennic*"), server]:
             try:
                 os.link(source, programs / source.name)
             except OSError:
