@@ -49,8 +49,9 @@ Client::Client(const Paths& paths, Deployment deployment)
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
-      photoConsent_(preferences_, dialogs_, clock_), photoReader_(paths.pictureWorker()),
-      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, *types_)),
+      photoConsent_(preferences_, dialogs_, clock_),
+      photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
+      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
@@ -103,7 +104,7 @@ Client::~Client() {
     pictures_->close();
     thumbnailer_->close();
     indexReader_.close();
-    photoReader_.close();
+    photoReader_->close();
     photos_->close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);

@@ -100,7 +100,7 @@ private:
     SpotlightSearch spotlight_;
     ModalDialogsProgram dialogs_;
     PhotoConsent photoConsent_;
-    photos::PhotoFactsWorker photoReader_;
+    std::shared_ptr<photos::PhotoFactsWorker> photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;
     std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;

@@ -11,6 +11,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace vennic;
@@ -20,16 +22,17 @@ using namespace vennic::test;
 namespace {
 
 using Outcome = PhotoFactsReader::Outcome;
+using Haste = PhotoFactsReader::Haste;
 
 class PhotoFactsWorkerTest : public ::testing::Test {
 protected:
-    PhotoFactsReader::Result read(const QByteArray& bytes) {
+    PhotoFactsReader::Result read(const QByteArray& bytes, Haste haste = Haste::none) {
         QFile file(folder_.filePath(QStringLiteral("photo")));
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(bytes);
         file.close();
         const FileDescriptor open(::open(file.fileName().toUtf8().constData(), O_RDONLY | O_CLOEXEC));
-        return worker_.read(open.number());
+        return worker_.read(open.number(), haste);
     }
     static QByteArray data(const char* name) {
         QFile file(QStringLiteral(VENNIC_TEST_DATA "/photos/") + QLatin1String(name));
@@ -51,7 +54,9 @@ protected:
     }
 
     QTemporaryDir folder_;
-    PhotoFactsWorker worker_{QStringLiteral(VENNIC_PICTURE_WORKER_PROGRAM)};
+    const QString program_ = QStringLiteral(VENNIC_PICTURE_WORKER_PROGRAM);
+    std::shared_ptr<WorkerLane> awaited_ = std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(program_));
+    PhotoFactsWorker worker_{program_, awaited_};
 };
 
 } // namespace
@@ -84,10 +89,10 @@ TEST_F(PhotoFactsWorkerTest, aDeadProcessIsReplaced) {
 }
 
 TEST_F(PhotoFactsWorkerTest, aProgramThatIsNotThereFails) {
-    PhotoFactsWorker absent(QStringLiteral("/nulle/part"));
+    PhotoFactsWorker absent(QStringLiteral("/nulle/part"), awaited_);
     QFile file(folder_.filePath(QStringLiteral("photo")));
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    EXPECT_EQ(absent.read(file.handle()).outcome, Outcome::failed);
+    EXPECT_EQ(absent.read(file.handle(), Haste::none).outcome, Outcome::failed);
 }
 
 TEST_F(PhotoFactsWorkerTest, afterItsEndNothingIsSaidOfAFile) {
@@ -96,7 +101,38 @@ TEST_F(PhotoFactsWorkerTest, afterItsEndNothingIsSaidOfAFile) {
     EXPECT_EQ(read(jpegWith()).outcome, Outcome::ended);
 }
 
+TEST_F(PhotoFactsWorkerTest, whoWaitsHasAProcessThatIsNotIdle) {
+    EXPECT_EQ(read(jpegWith(), Haste::none).outcome, Outcome::read);
+    const pid_t idle = process();
+    EXPECT_EQ(sched_getscheduler(idle), SCHED_IDLE);
+    kill(idle, SIGSTOP); // as on a machine that has better things to do
+    EXPECT_EQ(read(jpegWith(), Haste::awaited).outcome, Outcome::read);
+    kill(idle, SIGCONT);
+}
+
+TEST_F(PhotoFactsWorkerTest, aReadingWithoutHasteIsGivenUpForWhoWaits) {
+    EXPECT_EQ(read(jpegWith()).outcome, Outcome::read);
+    worker_.hurry(); // nothing is being read: nothing is given up
+    const pid_t idle = process();
+    ASSERT_GT(idle, 0);
+    kill(idle, SIGSTOP);
+    std::atomic<bool> ended = false;
+    std::thread hurried([&] {
+        while (!ended) {
+            worker_.hurry();
+            std::this_thread::yield();
+        }
+    });
+    EXPECT_EQ(read(jpegWith()).outcome, Outcome::interrupted);
+    ended = true;
+    hurried.join();
+    EXPECT_EQ(read(jpegTaken("2024:07:14 12:30:45"), Haste::awaited).facts.dated, 1);
+    EXPECT_EQ(read(jpegTaken("2024:07:14 12:30:45"), Haste::none).facts.dated, 1);
+    worker_.close();
+    EXPECT_EQ(read(jpegWith(), Haste::none).outcome, Outcome::ended);
+}
+
 TEST_F(PhotoFactsWorkerTest, whatIsNoRegularFileIsRefused) {
     const FileDescriptor folder(::open(folder_.path().toUtf8().constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    EXPECT_EQ(worker_.read(folder.number()).outcome, Outcome::refused);
+    EXPECT_EQ(worker_.read(folder.number(), Haste::none).outcome, Outcome::refused);
 }

@@ -56,6 +56,16 @@ TEST_F(PhotoFreshness, changesAreFollowedWithoutAnybodyAsking) {
     EXPECT_TRUE(settles(2));
 }
 
+TEST_F(PhotoFreshness, onlyWhatSomebodyWaitsForIsReadInHaste) {
+    const int awaited = world.reader.awaited();
+    world.photo(s("c.jpg"), "2024:03:03 10:00:00");
+    EXPECT_TRUE(settles(3));
+    EXPECT_EQ(world.reader.awaited(), awaited);
+    world.photo(s("d.jpg"), "2024:04:04 10:00:00");
+    EXPECT_EQ(world.names().size(), 4);
+    EXPECT_EQ(world.reader.awaited(), awaited + 1);
+}
+
 TEST_F(PhotoFreshness, aSettledLibraryReadsNothingAgain) {
     const int reads = world.reader.reads();
     world.reopen();

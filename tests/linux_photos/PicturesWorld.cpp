@@ -24,8 +24,10 @@ QByteArray contentOf(int file) {
 
 } // namespace
 
-photos::PhotoFactsReader::Result FactsReaderScript::read(int file) {
+photos::PhotoFactsReader::Result FactsReaderScript::read(int file, Haste haste) {
     ++reads_;
+    if (haste == Haste::awaited)
+        ++awaited_;
     const QByteArray bytes = contentOf(file);
     if (const auto outcome = instead ? instead(bytes) : std::nullopt)
         return {*outcome, {}};
@@ -64,7 +66,7 @@ void PicturesWorld::close() {
 void PicturesWorld::reopen() {
     close();
     consent_ = std::make_unique<PhotoConsent>(store, dialogs, clock);
-    library_ = std::make_unique<PhotoLibraryFolder>(*consent_, settings, reader, types);
+    library_ = std::make_unique<PhotoLibraryFolder>(*consent_, settings, script, types);
 }
 
 void PicturesWorld::put(const QString& name, const QByteArray& bytes) const {

@@ -17,14 +17,18 @@ namespace vennic::test {
 /// Reads facts in this very process, counts, and fails as told.
 class FactsReaderScript final : public photos::PhotoFactsReader {
 public:
-    Result read(int file) override;
+    Result read(int file, Haste haste) override;
+    void hurry() override {}
 
     int reads() const { return reads_; }
+    /// Of these, how many somebody waited for.
+    int awaited() const { return awaited_; }
     /// Asked before each reading, by the library's thread; a value is the answer.
     std::function<std::optional<Outcome>(const QByteArray& content)> instead;
 
 private:
     std::atomic<int> reads_ = 0;
+    std::atomic<int> awaited_ = 0;
 };
 
 /// A home with a pictures folder and the library over it. Nothing is allowed at first.
@@ -66,8 +70,9 @@ public:
     KeyValueStoreFake store;
     ModalDialogsFake dialogs;
     TestClock clock;
-    FactsReaderScript reader;
-    FileTypesShared types;
+    std::shared_ptr<FactsReaderScript> script = std::make_shared<FactsReaderScript>();
+    FactsReaderScript& reader = *script;
+    std::shared_ptr<FileTypesShared> types = std::make_shared<FileTypesShared>();
     photos::KeeperSettings settings;
     std::atomic<bool> hasFolder = true; // else the user has no pictures folder
 

@@ -164,6 +164,10 @@ class Client:
         return subprocess.run([self.program, *arguments], env=self.environment, capture_output=True, text=True,
                               timeout=100, check=False, **options)
 
+    def show_on(self, screen):
+        """From its next start on the client has that screen."""
+        self.environment["DISPLAY"] = screen
+
     def status(self):
         answer = self.verb("status", "--json")
         return json.loads(answer.stdout) if answer.returncode == 0 else None

@@ -30,7 +30,8 @@ DialogExit show(const DialogRequest& request) {
     box.setText(words.title);
     box.setInformativeText(words.informativeText);
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
-    box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"));
+    box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
+                                     "QLabel#qt_msgbox_informativelabel { min-width: 24em; }"));
     const QAbstractButton* const accept = box.addButton(words.accept, QMessageBox::AcceptRole);
     if (!request.isWarning) {
         // Whoever hits Enter or Escape while typing elsewhere has agreed to nothing.

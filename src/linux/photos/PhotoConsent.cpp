@@ -10,11 +10,11 @@ const QString key = QStringLiteral("photoLibraryAccess");
 
 DialogQuestion question() {
     return {
-        .title = localized("« Vennic » souhaite accéder à tes photos."),
+        .title = localized("«\u00a0Vennic\u00a0» souhaite accéder à tes photos."),
         .informativeText =
             localized("Ton serveur pourra demander le nom, la date, le type et le lieu des photos de ton "
-                      "dossier Images. Les photos elles-mêmes restent sur ce Mac.\n\nTu pourras changer "
-                      "d'avis par la commande « vennic photos »."),
+                      "dossier d'images. Les photos elles-mêmes restent sur ce Mac.\n\n"
+                      "Tu pourras changer d'avis par la commande «\u00a0vennic photos\u00a0»."),
         .accept = localized("Autoriser"),
         .refuse = localized("Ne pas autoriser"),
     };

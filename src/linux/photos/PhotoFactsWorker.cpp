@@ -5,24 +5,60 @@
 
 namespace vennic::photos {
 
-PhotoFactsWorker::PhotoFactsWorker(const QString& executable)
-    : lane_(DocumentWorkerOptions::backgroundPictures(executable)) {}
+PhotoFactsWorker::PhotoFactsWorker(QString executable, std::shared_ptr<WorkerLane> awaited)
+    : executable_(std::move(executable)), awaited_(std::move(awaited)) {}
 
-PhotoFactsReader::Result PhotoFactsWorker::read(int file) {
+std::shared_ptr<WorkerLane> PhotoFactsWorker::idleLane() {
+    const std::lock_guard lock(mutex_);
+    if (!idle_ && !isEnding_)
+        idle_ = std::make_shared<WorkerLane>(DocumentWorkerOptions::backgroundPictures(executable_));
+    isReading_ = true;
+    return idle_;
+}
+
+PhotoFactsReader::Result PhotoFactsWorker::read(int file, Haste haste) {
+    const std::shared_ptr<WorkerLane> lane = haste == Haste::awaited ? awaited_ : idleLane();
+    if (!lane)
+        return {Outcome::ended, {}};
+    Result result{Outcome::failed, {}};
     try {
         const OpenedDocument document(file, {}, wire::ceilingsOf(wire::Form::photoFacts).fileBytes);
-        const auto facts = recordOf<PhotoFacts>(lane_.ask(wire::Form::photoFacts, {}, document).body);
-        return facts ? Result{Outcome::read, *facts} : Result{Outcome::failed, {}};
+        if (const auto facts = recordOf<PhotoFacts>(lane->ask(wire::Form::photoFacts, {}, document).body))
+            result = {Outcome::read, *facts};
     } catch (const DocumentReadError& error) {
-        if (ending_)
-            return {Outcome::ended, {}};
-        return {error.fault() == DocumentFault::worker ? Outcome::failed : Outcome::refused, {}};
+        if (error.fault() != DocumentFault::worker)
+            result.outcome = Outcome::refused;
     }
+    const std::lock_guard lock(mutex_);
+    if (lane != awaited_)
+        isReading_ = false;
+    if (result.outcome == Outcome::failed && isEnding_)
+        result.outcome = Outcome::ended;
+    else if (result.outcome == Outcome::failed && lane != awaited_ && lane != idle_)
+        result.outcome = Outcome::interrupted;
+    return result;
+}
+
+void PhotoFactsWorker::hurry() {
+    std::shared_ptr<WorkerLane> given;
+    {
+        const std::lock_guard lock(mutex_);
+        if (isReading_)
+            given = std::move(idle_);
+    }
+    if (given)
+        given->close();
 }
 
 void PhotoFactsWorker::close() {
-    ending_ = true; // before a read fails of it
-    lane_.close();
+    std::shared_ptr<WorkerLane> idle;
+    {
+        const std::lock_guard lock(mutex_);
+        isEnding_ = true; // before a read fails of it
+        idle = idle_;
+    }
+    if (idle)
+        idle->close();
 }
 
 } // namespace vennic::photos

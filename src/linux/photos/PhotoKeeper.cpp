@@ -1,6 +1,5 @@
 #include "linux/photos/PhotoKeeper.h"
 
-#include "base/IdlePriority.h"
 #include "linux/SetAside.h"
 #include "linux/index/DirtySet.h"
 #include "linux/photos/PhotoDate.h"
@@ -44,8 +43,10 @@ struct PhotoKeeper::Work {
     Moment pausedUntil{}; // the reader's pause
 };
 
-PhotoKeeper::PhotoKeeper(KeeperSettings settings, PhotoFactsReader& reader, const FileTypes& types)
-    : settings_(std::move(settings)), reader_(reader), types_(types), wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+PhotoKeeper::PhotoKeeper(KeeperSettings settings, std::shared_ptr<PhotoFactsReader> reader,
+                         std::shared_ptr<const FileTypes> types)
+    : settings_(std::move(settings)), reader_(std::move(reader)), types_(std::move(types)),
+      wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
 
 PhotoKeeper::~PhotoKeeper() { close(); }
 
@@ -96,7 +97,10 @@ bool PhotoKeeper::catchUp(milliseconds limit) {
     if (!following_ || stop_)
         return false;
     const std::uint64_t number = ++asked_;
+    lock.unlock();
     wake();
+    reader_->hurry();
+    lock.lock();
     caughtUp_.wait_for(lock, limit, [&] { return answered_ >= number || stop_; });
     return following_ && !status_.folder.empty() && !status_.missing;
 }
@@ -104,6 +108,11 @@ bool PhotoKeeper::catchUp(milliseconds limit) {
 KeeperStatus PhotoKeeper::status() const {
     const std::lock_guard lock(mutex_);
     return status_;
+}
+
+PhotoFactsReader::Haste PhotoKeeper::haste() const {
+    const std::lock_guard lock(mutex_);
+    return asked_ > answered_ ? PhotoFactsReader::Haste::awaited : PhotoFactsReader::Haste::none;
 }
 
 std::int64_t PhotoKeeper::nanosecondsNow() const { return settings_.now().toMSecsSinceEpoch() * 1'000'000; }
@@ -114,7 +123,6 @@ std::int64_t PhotoKeeper::takenOf(const PhotoFacts& facts) const {
 }
 
 void PhotoKeeper::run() {
-    takeIdlePriority();
     while (!stop_) {
         try {
             serve();
@@ -170,9 +178,15 @@ void PhotoKeeper::open() {
     const std::filesystem::path folder = std::filesystem::path(settings_.catalogue).parent_path();
     if (std::filesystem::create_directories(folder))
         chmod(folder.c_str(), 0700);
-    const auto facts = [this](int file) { return reader_.read(file); };
+    const auto facts = [this](int file) {
+        PhotoFactsReader::Result result;
+        do
+            result = reader_->read(file, haste());
+        while (result.outcome == PhotoFactsReader::Outcome::interrupted);
+        return result;
+    };
     zone_ = settings_.zone();
-    work_ = std::make_unique<Work>(settings_, types_, facts, [this](const PhotoFacts& each) { return takenOf(each); });
+    work_ = std::make_unique<Work>(settings_, *types_, facts, [this](const PhotoFacts& each) { return takenOf(each); });
     {
         const std::lock_guard lock(mutex_);
         status_.fault.clear();

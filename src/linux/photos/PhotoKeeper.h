@@ -38,13 +38,14 @@ struct KeeperStatus {
     std::string fault;    // what keeps the catalogue from being written, in the system's words
 };
 
-/// Keeps the catalogue of one folder's photos in line with the disk on an idle-priority thread, which sleeps until
-/// something happens. Nothing is looked at before it is told to follow the folder. Its operations may be called from
-/// any thread.
+/// Keeps the catalogue of one folder's photos in line with the disk on a thread that sleeps until something happens.
+/// The thread lists and compares, which is little; the reading of files is left to the reader, without haste unless
+/// somebody waits. Nothing is looked at before it is told to follow the folder. Its operations may be called from any
+/// thread.
 class PhotoKeeper {
 public:
-    /// Reader and types outlive it.
-    PhotoKeeper(KeeperSettings settings, PhotoFactsReader& reader, const FileTypes& types);
+    PhotoKeeper(KeeperSettings settings, std::shared_ptr<PhotoFactsReader> reader,
+                std::shared_ptr<const FileTypes> types);
     ~PhotoKeeper();
     PhotoKeeper(const PhotoKeeper&) = delete;
     PhotoKeeper& operator=(const PhotoKeeper&) = delete;
@@ -83,12 +84,13 @@ private:
     void fail(const std::string& why);
     void setCatalogueAside();
     void wake() const;
+    PhotoFactsReader::Haste haste() const;
     std::int64_t takenOf(const PhotoFacts& facts) const;
     std::int64_t nanosecondsNow() const;
 
     const KeeperSettings settings_;
-    PhotoFactsReader& reader_;
-    const FileTypes& types_;
+    const std::shared_ptr<PhotoFactsReader> reader_;
+    const std::shared_ptr<const FileTypes> types_;
     const index::Descriptor wake_;
     std::unique_ptr<Work> work_;
     QTimeZone zone_;

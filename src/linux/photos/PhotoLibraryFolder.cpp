@@ -88,8 +88,9 @@ QString problemOf(const photos::KeeperStatus& status) {
 } // namespace
 
 PhotoLibraryFolder::PhotoLibraryFolder(PhotoConsent& consent, photos::KeeperSettings settings,
-                                       photos::PhotoFactsReader& reader, const FileTypes& types)
-    : consent_(consent), types_(types), keeper_(std::move(settings), reader, types) {
+                                       std::shared_ptr<photos::PhotoFactsReader> reader,
+                                       std::shared_ptr<const FileTypes> types)
+    : consent_(consent), types_(types), keeper_(std::move(settings), std::move(reader), std::move(types)) {
     connect(&consent_, &PhotoConsent::statusChanged, this, &PhotoLibraryFolder::obeyConsent);
     obeyConsent();
 }
@@ -114,7 +115,7 @@ std::vector<PhotoAsset> PhotoLibraryFolder::fetchImages(qint64 limit, std::optio
     try {
         for (const photos::KnownPhoto& photo :
              photos::newestPhotos(keeper_.catalogue(), std::max<qint64>(limit, 0), taken))
-            assets.push_back(assetOf(photo, types_));
+            assets.push_back(assetOf(photo, *types_));
     } catch (const index::DatabaseError&) { // NOLINT(bugprone-empty-catch): the status tells; the library is empty
     }
     return assets;
@@ -125,7 +126,7 @@ std::optional<PhotoAsset> PhotoLibraryFolder::asset(const QString& localIdentifi
         return std::nullopt;
     try {
         const auto photo = photos::photoOf(keeper_.catalogue(), localIdentifier.toStdString());
-        return photo ? std::optional(assetOf(*photo, types_)) : std::nullopt;
+        return photo ? std::optional(assetOf(*photo, *types_)) : std::nullopt;
     } catch (const index::DatabaseError&) {
         return std::nullopt;
     }
@@ -146,7 +147,7 @@ std::optional<PhotoImage> PhotoLibraryFolder::imageData(const QString& localIden
     const index::Descriptor file = folder ? index::openFileAt(folder.get(), photo->name) : index::Descriptor();
     if (!file)
         throw LocalizedError(unreadableSentence(name, errno));
-    return PhotoImage{contentOf(file.get(), name), typeOf(*photo, types_)};
+    return PhotoImage{contentOf(file.get(), name), typeOf(*photo, *types_)};
 }
 
 PhotoLibraryStatus PhotoLibraryFolder::status() const {

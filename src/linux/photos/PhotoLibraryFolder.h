@@ -26,9 +26,10 @@ struct PhotoLibraryStatus {
 class PhotoLibraryFolder final : public QObject, public PhotoLibrary {
     Q_OBJECT
 public:
-    /// What is named by reference outlives it.
-    PhotoLibraryFolder(PhotoConsent& consent, photos::KeeperSettings settings, photos::PhotoFactsReader& reader,
-                       const FileTypes& types);
+    /// The consent outlives what the main thread does with the library; the rest may be in use elsewhere a little
+    /// longer.
+    PhotoLibraryFolder(PhotoConsent& consent, photos::KeeperSettings settings,
+                       std::shared_ptr<photos::PhotoFactsReader> reader, std::shared_ptr<const FileTypes> types);
     ~PhotoLibraryFolder() override;
 
     PhotoAuthorization authorizationStatus() const override { return consent_.status(); }
@@ -46,7 +47,7 @@ private:
     void obeyConsent();
 
     PhotoConsent& consent_;
-    const FileTypes& types_;
+    const std::shared_ptr<const FileTypes> types_;
     photos::PhotoKeeper keeper_;
 };
 
