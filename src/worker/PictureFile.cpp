@@ -108,8 +108,8 @@ bool bmpIsWhole(const ByteReader& file) {
     return rows <= file.size() / row && file.has(pixels, row * rows);
 }
 
-// ISO/IEC 14496-12: boxes of length and type. What is cut off is cut off the last one, or it is the whole last one: what
-// is told of the picture, or its data.
+// ISO/IEC 14496-12: boxes of length and type. What is cut off is cut off the last one, or it is the whole last one:
+// what is told of the picture, or its data.
 bool boxesAreWhole(const ByteReader& file, std::string_view told) {
     bool isTold = false;
     bool hasData = false;

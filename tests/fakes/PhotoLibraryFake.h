@@ -36,9 +36,8 @@ public:
                 found.push_back(photo);
         }
         // None is less than any date, so the undated ones come last.
-        found = stablySorted(std::move(found), [](const PhotoAsset& a, const PhotoAsset& b) {
-            return a.creationDate > b.creationDate;
-        });
+        found = stablySorted(std::move(found),
+                             [](const PhotoAsset& a, const PhotoAsset& b) { return a.creationDate > b.creationDate; });
         found.resize(std::min<std::size_t>(found.size(), static_cast<std::size_t>(std::max<qint64>(limit, 0))));
         return found;
     }
