@@ -202,7 +202,7 @@ class Life(Scene):
 
     def test_an_address_that_leads_to_no_document_is_refused(self):
         self.start_all()
-        for address, words in (("https://example.test/", "Cette adresse n'est pas celle d'un document : "
+        for address, words in (("https://example.test/", "Cette adresse n'est ni celle d'un document ni celle d'une photo : "
                                                          "https://example.test/\n"),
                                ("vennic://local_file/open/00000000-0000-4000-8000-000000000000",
                                 "Document introuvable ; relance la recherche.\n")):

@@ -14,7 +14,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 # "cmake --install TREE --prefix DIR" puts the built programs there; every other call has nothing left to do.
 CMAKE = """#!/bin/sh
 [ "$1" = --install ] || exit 0
-mkdir -p "$4/bin" && cp "$VENNIC" "$VENNIC_WORKER" "$VENNIC_SERVER" "$4/bin/"
+mkdir -p "$4/bin" && cp "${VENNIC%/*}"/vennic* "$VENNIC_SERVER" "$4/bin/"
 """
 
 

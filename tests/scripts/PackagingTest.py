@@ -7,7 +7,7 @@ import unittest
 import xml.etree.ElementTree
 
 PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
-VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "open", "photos", "doctor", "quit"}
+VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "ask", "open", "photos", "doctor", "quit"}
 SERVER_OPTIONS = {"--data", "--listen", "--host", "--ready-file", "--owner-email", "--task-timeout", "--help", "--version"}
 
 
