@@ -32,7 +32,7 @@ public:
         if (isDirectory)
             return QStringLiteral("public.folder");
         const qsizetype dot = name.lastIndexOf(u'.');
-        return dot > 0 ? *typeForExtension(name.sliced(dot + 1)) : QStringLiteral("public.data");
+        return dot > 0 ? typeForExtension(name.sliced(dot + 1)).value_or(QString()) : QStringLiteral("public.data");
     }
 
     std::map<QString, QString> types{
