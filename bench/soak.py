@@ -18,7 +18,7 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "scenes"))
 from mixed import MixedTasks  # noqa: E402
-from scene import Scene, proportional_memory, wait_for  # noqa: E402
+from scene import Scene, memory, wait_for  # noqa: E402
 
 
 class Soak(Scene):
@@ -115,7 +115,7 @@ def mixed(soak, seconds, seed):
     begun, shown = time.monotonic(), -30
     while (passed := time.monotonic() - begun) < seconds:
         if passed - shown >= 30:
-            print(f"{passed:5.0f} {soak.sent:8} {proportional_memory(soak.client.process.pid):8} "
+            print(f"{passed:5.0f} {soak.sent:8} {memory(soak.client.process.pid):8} "
                   f"{soak.descriptors():12} {len(soak.faults):7}", flush=True)
             shown = passed
         soak.batch(50, **soak.chance.choice(plans))
@@ -134,13 +134,13 @@ def idle(soak, seconds):
     wait_for(lambda: soak.client.status()["index"]["ready"], "the index is settled")
     pid = soak.client.process.pid
     time.sleep(5)  # what follows a start has settled
-    first, waked, wrote, begun = proportional_memory(pid), wake_ups(pid), written(pid), time.monotonic()
+    first, waked, wrote, begun = memory(pid), wake_ups(pid), written(pid), time.monotonic()
     print(f"{'s':>5} {'PSS kB':>8} {'wake-ups/s':>11} {'written B':>10}")
     while (passed := time.monotonic() - begun) < seconds:
         time.sleep(min(30, seconds - passed + 0.1))
         passed = time.monotonic() - begun
-        print(f"{passed:5.0f} {proportional_memory(pid):8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}")
-    print(f"growth {proportional_memory(pid) - first} kB in {seconds} s; polls and status calls only")
+        print(f"{passed:5.0f} {memory(pid):8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}")
+    print(f"growth {memory(pid) - first} kB in {seconds} s; polls and status calls only")
     return 0
 
 
