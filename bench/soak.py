@@ -22,20 +22,12 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "scenes"))
 from mixed import MixedTasks  # noqa: E402
-from scene import Scene, proportional_memory, wait_for  # noqa: E402
+from scene import Scene, memory, wait_for  # noqa: E402
 
 
 class Soak(Scene):
     def runTest(self):
         pass
-
-
-def memory(pid):
-    """PSS in kB, the process's own pages and its share of the common ones; and its own written pages alone, which other
-    programs with the same libraries don't change by coming and going."""
-    lines = pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()
-    kilobytes = {line.split()[0]: int(line.split()[1]) for line in lines[1:]}
-    return kilobytes["Pss:"], kilobytes["Private_Dirty:"]
 
 
 @contextlib.contextmanager
@@ -228,7 +220,7 @@ def mixed(soak, seconds, seed):
     begun, shown = time.monotonic(), -30
     while (passed := time.monotonic() - begun) < seconds:
         if passed - shown >= 30:
-            print(f"{passed:5.0f} {soak.sent:8} {memory(soak.client.process.pid)[0]:8} "
+            print(f"{passed:5.0f} {soak.sent:8} {memory(soak.client.process.pid):8} "
                   f"{soak.descriptors():12} {len(soak.faults):7}", flush=True)
             shown = passed
         soak.batch(50, **soak.chance.choice(plans))
@@ -240,6 +232,11 @@ def mixed(soak, seconds, seed):
     return 1 if soak.faults else 0
 
 
+def both(pid):
+    """PSS, which moves as other programs with the same libraries come and go, and the client's own part of it, in kB."""
+    return memory(pid), memory(pid, "Pss_Anon")
+
+
 def idle(soak, seconds):
     for number in range(50):
         soak.write(f"fiche-{number}.txt", f"fiche {number}\n")
@@ -247,15 +244,15 @@ def idle(soak, seconds):
     wait_for(lambda: soak.client.status()["index"]["ready"], "the index is settled")
     pid = soak.client.process.pid
     time.sleep(5)  # what follows a start has settled
-    first, waked, wrote, begun = memory(pid), wake_ups(pid), written(pid), time.monotonic()
+    first, waked, wrote, begun = both(pid), wake_ups(pid), written(pid), time.monotonic()
     print(f"{'s':>5} {'PSS kB':>8} {'own kB':>8} {'wake-ups/s':>11} {'written B':>10}")
     while (passed := time.monotonic() - begun) < seconds:
         time.sleep(min(30, seconds - passed + 0.1))
         passed = time.monotonic() - begun
-        shared, own = memory(pid)
+        shared, own = both(pid)
         print(f"{passed:5.0f} {shared:8} {own:8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}", flush=True)
-    last = memory(pid)
-    print(f"growth {last[0] - first[0]} kB of PSS, {last[1] - first[1]} kB of its own written pages in {seconds} s; "
+    last = both(pid)
+    print(f"growth {last[0] - first[0]} kB of PSS, {last[1] - first[1]} kB of its own in {seconds} s; "
           "polls only")
     return 0
 

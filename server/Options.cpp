@@ -94,7 +94,7 @@ QString optionsHelp() {
         "  --owner-email ADRESSE   adresse du compte du propriétaire, au premier démarrage\n"
         "  --task-timeout SECONDES temps laissé à une machine pour répondre, dix fois plus pour ce qui est long (texte "
         "à\n"
-        "                          reconnaître, photos, raccourci, modèle) ; par défaut 60\n"
+        "                          reconnaître, photos, automatisation, modèle) ; par défaut 60\n"
         "  --help                  cette aide\n"
         "  --version               la version\n");
 }

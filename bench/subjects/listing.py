@@ -5,7 +5,7 @@ import time
 import urllib.request
 
 from measure import command_ms, median, warm
-from soak import proportional_memory, wait_for, whole_system
+from soak import memory, wait_for, whole_system
 
 FULL = 100_000
 BUDGET = 1500  # ms, for FULL
@@ -29,7 +29,7 @@ def measure(bench, system, count):
     shown = sum(not entry.name.startswith(".") for entry in folder.iterdir())
     wait_for(lambda: system.client.status()["index"]["ready"], "the index settles", bench.settle_seconds)
     pid = system.client.process.pid
-    before = proportional_memory(pid) / 1024
+    before = memory(pid) / 1024
     pathlib.Path(f"/proc/{pid}/clear_refs").write_text("5", encoding="ascii")  # forgets the highest so far
     handled, took = [], []
     for _ in range(3 if bench.quick else 5):
@@ -43,7 +43,7 @@ def measure(bench, system, count):
     bench.line("listing: client's memory before", count, before, "MB")
     bench.line("listing: client's memory, highest", count, highest(pid), "MB")
     time.sleep(2)
-    bench.line("listing: client's memory after", count, proportional_memory(pid) / 1024, "MB")
+    bench.line("listing: client's memory after", count, memory(pid) / 1024, "MB")
 
 
 def listed(system, share):

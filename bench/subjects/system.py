@@ -7,7 +7,7 @@ import subprocess
 import time
 
 from measure import median
-from soak import proportional_memory, wake_ups, whole_system, written
+from soak import memory, wake_ups, whole_system, written
 
 FEW = 50
 DOCUMENTS = 50_000
@@ -113,8 +113,8 @@ def idle(bench, system, count):
     woken, wrote, begun = wake_ups(pid), written(pid), time.monotonic()
     time.sleep(bench.idle_seconds)
     passed = time.monotonic() - begun
-    bench.line("idle memory (PSS)", count, proportional_memory(pid) / 1024, "MB", 30)
+    bench.line("idle memory (PSS)", count, memory(pid) / 1024, "MB", 30)
     for worker in system.client.workers():
-        bench.line("idle memory of a worker (PSS)", count, proportional_memory(worker) / 1024, "MB")
+        bench.line("idle memory of a worker (PSS)", count, memory(worker) / 1024, "MB")
     bench.line("idle wake-ups", count, (wake_ups(pid) - woken) / passed, "a second", 1)
     bench.line("idle, written to disk", count, written(pid) - wrote, "bytes", 0)

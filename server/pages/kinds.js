@@ -40,9 +40,9 @@ export const kindGroups = [
   { label: "Sur la machine", kinds: [
     { kind: "app_open", label: "Ouvrir une application", hint: "L'application s'ouvre sur l'écran de la machine.",
       fields: [text("name", "Nom de l'application", { required: true })] },
-    { kind: "shortcut_list", label: "Lister les raccourcis", hint: "Les raccourcis que la machine sait lancer.", fields: [] },
-    { kind: "shortcut_run", label: "Lancer un raccourci", hint: "Lance un raccourci et rend ce qu'il écrit.",
-      fields: [text("name", "Nom du raccourci", { required: true, known: "shortcuts" }),
+    { kind: "shortcut_list", label: "Lister les automatisations", hint: "Les automatisations que la machine sait lancer.", fields: [] },
+    { kind: "shortcut_run", label: "Lancer une automatisation", hint: "Lance une automatisation et rend ce qu'elle écrit.",
+      fields: [text("name", "Nom de l'automatisation", { required: true, known: "shortcuts" }),
                text("input", "Texte d'entrée", { type: "area" })] },
     { kind: "llm_infer", label: "Demander au modèle local", hint: "Envoie une demande au modèle de la machine.",
       fields: [text("openai_body_json", "Demande (JSON)", { type: "json", required: true, code: true,

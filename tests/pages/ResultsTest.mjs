@@ -38,6 +38,10 @@ test("a hit of a search can be read, recognised, pictured and opened", () => {
   assert.deepEqual(asked, ["read", "ocr_image", "thumbnail", "open_document"].map((kind) => [kind, { document_id: "D" }]));
 });
 
+test("a folder that a search found can only be opened on its machine", () => {
+  assert.deepEqual(labels(shown("search", { items: [item("Reçus", { mime: "public.folder" })] })), ["Ouvrir"]);
+});
+
 test("a shared folder opens", () => {
   const page = shown("list_folders", { folders: [{ id: "F", name: "Documents", path_display: "~/Documents", is_remote: false }] });
   press(page, "Documents");

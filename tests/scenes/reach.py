@@ -10,6 +10,8 @@ import subprocess
 import typing
 
 DOCUMENTS = pathlib.Path(__file__).resolve().parents[1] / "data" / "documents"
+# The kinds that the client answers with an apology so far.
+NOT_YET = {"llm_infer"}
 UNKNOWN = "00000000-0000-4000-8000-000000000000"
 UUID = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")
 MOMENT = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ")
@@ -49,6 +51,7 @@ class World:
 
     def __init__(self, folder, shared, data, config):
         self.shared, self.effects = shared, folder / "effects.log"
+        self.folder_id, self.handles = None, {}
         self.effects.touch()
         self._documents()
         self._photos(folder / "images", config)
@@ -98,13 +101,10 @@ class World:
         """How often each thing was really done."""
         return collections.Counter(self.effects.read_text(encoding="utf-8").splitlines())
 
-    def learn(self, ask):
-        """Takes new handles from the backend's listings; `ask` runs a task and gives its result."""
-        folders = ask("list_folders", {})["folders"]
-        self.folder_id = folders[0]["id"]
-        top = ask("list_dir", {"folder_id": self.folder_id})["items"]
-        below = ask("list_dir", {"folder_id": self.folder_id, "sub_path": "Reçus"})["items"]
-        self.handles = {item["name"]: item["id"] for item in top + below}
+    def learn(self, search):
+        """Takes new handles of the documents, before a thousand others drive out the old ones; `search` gives the hits
+        of a word."""
+        self.handles = {item["name"]: item["id"] for word in ("ancien", "lettre", "reçu", "archive") for item in search(word)}
 
 
 def done(result):
@@ -130,6 +130,8 @@ class Row:
         return self.arguments(world) if callable(self.arguments) else self.arguments
 
     def is_right(self, answer, world):
+        if self.kind in NOT_YET:
+            return answer == error("Cette tâche n'est pas encore disponible sur ce Mac.")
         return self.right(answer, world) if callable(self.right) else answer == self.right
 
 
@@ -237,7 +239,7 @@ ROWS = [
         effect="lancé Majuscules"),
     Row("shortcut_run", 10, {"name": "Échec"}, error("shortcut_run_failed: rien ne va")),
     Row("shortcut_run", 10, {"name": "Muet"}, done({})),
-    Row("llm_infer", 10, {"openai_body_json": "{}"}, error("Cette tâche n'est pas encore disponible sur ce Mac.")),
+    Row("llm_infer", 10, {"openai_body_json": "{}"}, {}),
 ]
 REPEATABLE = {"search", "read", "list_folders", "list_dir", "photos_recent", "photos_by_date", "shortcut_list", "ocr_image",
               "thumbnail"}

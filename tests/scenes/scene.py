@@ -16,6 +16,7 @@ import time
 import unittest
 import urllib.error
 
+BOXED = ("vennic-worker", "vennic-picture-")  # the boxed document processes, as the kernel cuts their names
 PATIENCE = 60  # seconds that a condition may take on a loaded machine
 
 
@@ -31,12 +32,13 @@ def wait_for(condition, what, seconds=PATIENCE):
         time.sleep(0.02)
 
 
-def proportional_memory(pid):
-    """PSS in kB: the process's own pages and its share of the common ones."""
+def memory(pid, part="Pss"):
+    """In kB: the process's own pages and its share of the common ones. The part Pss_Anon leaves out what is mapped from
+    files, whose share changes with every other process that comes and goes."""
     for line in pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
-        if line.startswith("Pss:"):
+        if line.startswith(part + ":"):
             return int(line.split()[1])
-    raise RuntimeError("no Pss line")
+    raise RuntimeError(f"no line {part}")
 
 
 class Backend:
@@ -185,7 +187,7 @@ class Client:
 
     def workers(self):
         """Process ids of the boxed document processes of this client."""
-        return [pid for pid, name, _ in self.children() if name in ("vennic-worker", "vennic-picture-")]
+        return [pid for pid, name, _ in self.children() if name in BOXED]
 
 
 class Scene(unittest.TestCase):
@@ -266,4 +268,4 @@ class Scene(unittest.TestCase):
         return self.backend.run(self.device, "read", {"document_id": document, **arguments})
 
 
-__all__ = ["Scene", "proportional_memory", "wait_for", "signal", "urllib", "PATIENCE"]
+__all__ = ["BOXED", "Scene", "memory", "wait_for", "signal", "urllib", "PATIENCE"]

@@ -18,8 +18,8 @@ export function done(result, context) {
 
 export function shortcutList(result, { ask, prepare }) {
   return listing({
-    headings: ["Raccourci", ""], items: listOf(result.shortcuts), name: (name) => name,
-    noun: ["raccourci", "raccourcis"], none: "Cette machine n'a pas de raccourci.",
+    headings: ["Automatisation", ""], items: listOf(result.shortcuts), name: (name) => name,
+    noun: ["automatisation", "automatisations"], none: "Cette machine n'a pas d'automatisation.",
     row: (name) => element("tr", {}, nameCell(title(name)), actionsCell(
       button("Lancer", () => ask("shortcut_run", { name }), { "aria-label": `Lancer : ${title(name)}` }),
       button("Lancer avec un texte…", () => prepare("shortcut_run", { name }),

@@ -17,12 +17,15 @@ const dateCell = (text) => cell(fullDate(text), "when");
 
 const remote = (item) => (item.is_remote === true ? "sur un volume distant" : null);
 
+// Hits of a search may be folders; a listing says so in a field of its own.
+const isFolder = (item) => ["inode/directory", "public.folder"].includes(item.mime);
+
 export function search(result, context) {
   return listing({
     headings: ["Document", "Taille", "Modifié", ""], items: listOf(result.items), name: (item) => item.name,
     noun: ["document", "documents"], none: "Aucun document trouvé.",
     row: (item) => element("tr", {}, nameCell(title(item.name), plain(item.parent), remote(item)), cell(size(item.size), "number"),
-      dateCell(item.modified_at), actionsCell(...documentActions(item.id, item.name, context))),
+      dateCell(item.modified_at), actionsCell(...documentActions(item.id, item.name, context, isFolder(item) ? ["open_document"] : undefined))),
   });
 }
 

@@ -42,7 +42,7 @@ export function ocr(result, context) {
 }
 
 export function shortcutRun(result) {
-  return result.output === undefined ? [empty("C'est fait. Le raccourci n'a rien écrit.")] : preformatted(textOf(result.output), []);
+  return result.output === undefined ? [empty("C'est fait. L'automatisation n'a rien écrit.")] : preformatted(textOf(result.output), []);
 }
 
 export function inference(result) {
