@@ -14,12 +14,12 @@ struct Kind {
     bool slow = false; // waits for a person, or works for minutes on some inputs
 };
 constexpr std::array kinds{
-    Kind{QLatin1String("search"), true, false},         Kind{QLatin1String("read"), true, false},
-    Kind{QLatin1String("list_folders"), true, false},   Kind{QLatin1String("list_dir"), true, false},
-    Kind{QLatin1String("photos_recent"), true, true},   Kind{QLatin1String("photos_by_date"), true, true},
-    Kind{QLatin1String("app_open"), false, false},      Kind{QLatin1String("shortcut_run"), false, true},
-    Kind{QLatin1String("shortcut_list"), true, false},  Kind{QLatin1String("ocr_image"), true, true},
-    Kind{QLatin1String("open_document"), false, false}, Kind{QLatin1String("thumbnail"), true, false},
+    Kind{QLatin1String("search"), true, false},        Kind{QLatin1String("read"), true, false},
+    Kind{QLatin1String("list_folders"), true, false},  Kind{QLatin1String("list_dir"), true, false},
+    Kind{QLatin1String("photos_recent"), true, true},  Kind{QLatin1String("photos_by_date"), true, true},
+    Kind{QLatin1String("app_open"), false, false},     Kind{QLatin1String("shortcut_run"), false, true},
+    Kind{QLatin1String("shortcut_list"), true, false}, Kind{QLatin1String("ocr_image"), true, true},
+    Kind{QLatin1String("open_document"), false, true}, Kind{QLatin1String("thumbnail"), true, false},
     Kind{QLatin1String("llm_infer"), false, true},
 };
 } // namespace

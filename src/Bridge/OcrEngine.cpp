@@ -12,6 +12,8 @@ namespace vennic {
 
 namespace {
 
+constexpr qsizetype mostCharacters = qsizetype{16} * 1024 * 1024; // of a document; pages may share one long text
+
 constexpr std::array imageExtensions{u"png", u"jpg", u"jpeg", u"heic", u"heif", u"tiff", u"tif", u"gif", u"bmp"};
 
 /// The open document; null when it can't be opened or has no page.
@@ -23,10 +25,18 @@ std::unique_ptr<PdfPages> opened(TextRecognizer& recognizer, const QString& path
     }
 }
 
+QString layerOf(PdfPages& pages, qint64 page) {
+    try {
+        return pages.text(page);
+    } catch (const DocumentReadError&) { // its picture may still be readable
+        return {};
+    }
+}
+
 /// What one page has to say. The languages are those of a recognition: a text layer has none.
 std::optional<RecognizedText> readPage(PdfPages& pages, qint64 page) {
     try {
-        const QString layer = pages.text(page);
+        const QString layer = layerOf(pages, page);
         if (!layer.trimmed().isEmpty())
             return RecognizedText{layer, {}};
         return pages.recognize(page);
@@ -64,6 +74,7 @@ BridgeOcrResult OcrEngine::recognizePDF(const FileURL& url, qint64 bytesProcesse
     if (!pages)
         throw OcrError::noPages();
     QStringList parts;
+    qsizetype characters = 0;
     QSet<QString> languages;
     for (qint64 page = 0; page < pages->count(); ++page) {
         if (stop.stop_requested())
@@ -71,6 +82,9 @@ BridgeOcrResult OcrEngine::recognizePDF(const FileURL& url, qint64 bytesProcesse
         const auto found = readPage(*pages, page);
         if (found && !found->text.isEmpty())
             parts.append(found->text);
+        characters += found ? found->text.size() : 0;
+        if (characters > mostCharacters)
+            throw OcrError::visionFailure(QStringLiteral("le texte du document est trop long"));
         if (found)
             languages.unite(QSet<QString>(found->languages.begin(), found->languages.end()));
     }

@@ -178,13 +178,13 @@ void WorkspaceGio::open(const QString& path) {
     const GlibOwned<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, &error));
     if (handler)
         return launch(G_DESKTOP_APP_INFO(handler.get()), uri.get(), {});
+    std::unique_ptr<GError, decltype(&g_error_free)> reason(error, &g_error_free);
     GlibWait wait({}, mostSeconds);
     GlibOwned<GDBusConnection> bus;
     if (g_file_query_file_type(file.get(), G_FILE_QUERY_INFO_NONE, nullptr) == G_FILE_TYPE_DIRECTORY)
         bus = harmlessSessionBus(wait);
     if (!bus)
-        raiseGlibError(error);
-    g_error_free(error);
+        raiseGlibError(reason.release());
     showInFileManager(bus.get(), uri.get(), wait);
 }
 

@@ -122,10 +122,21 @@ TEST_F(OcrEngineTest, partsAreJoinedByNewlineFormFeedNewlineAndLanguagesAreSorte
 }
 
 TEST_F(OcrEngineTest, aPageThatFailsAddsNothingAndTheOthersAreRead) {
-    pdf(QStringLiteral("/a.pdf"),
-        {{lost, QStringLiteral("not asked")}, {QString(), lost}, written(QStringLiteral("trois"))});
+    pdf(QStringLiteral("/a.pdf"), {{lost, lost}, {QString(), lost}, written(QStringLiteral("trois"))});
     EXPECT_EQ(recognize(QStringLiteral("/a.pdf")), (BridgeOcrResult{QStringLiteral("trois"), {}, 4096}));
-    EXPECT_FALSE(recognizer->asked().contains(QStringLiteral("recognize /a.pdf 0")));
+}
+
+TEST_F(OcrEngineTest, aPageWhoseTextLayerFailsIsRecognised) {
+    pdf(QStringLiteral("/a.pdf"), {{lost, QStringLiteral("vu")}});
+    EXPECT_EQ(recognize(QStringLiteral("/a.pdf")).text, QStringLiteral("vu"));
+}
+
+TEST_F(OcrEngineTest, pagesOfTextWithoutEndAreGivenUp) {
+    const QString endless(qsizetype{4} * 1024 * 1024, u'x');
+    pdf(QStringLiteral("/a.pdf"),
+        {written(endless), written(endless), written(endless), written(endless), written(endless)});
+    EXPECT_EQ(failure(QStringLiteral("/a.pdf")),
+              QStringLiteral("VisionKit a échoué: le texte du document est trop long"));
 }
 
 TEST_F(OcrEngineTest, aPdfWhosePagesAllFailIsASuccessWithoutText) {

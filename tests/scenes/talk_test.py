@@ -29,7 +29,7 @@ class Talk(Scene):
     def test_the_conversation_outlives_the_client_and_the_backend(self):
         self.start_all()
         first = self.ask("aide")
-        self.client.kill()
+        self.client.stop()
         self.backend.kill()
         self.backend.start()
         self.client.start()

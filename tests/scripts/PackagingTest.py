@@ -74,7 +74,7 @@ class PackagingTest(unittest.TestCase):
     def testBashOffersTheOptionsOfAVerb(self):
         for verb in VERBS:
             offered = set(complete("vennic", verb, "-"))
-            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "photos", "doctor") else set()), verb)
+            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "ask", "photos", "doctor") else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
         self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)

@@ -111,8 +111,13 @@ WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
         if (isFresh)
             process_ = std::make_unique<WorkerProcess>(options_, abandon_.number());
         const qint64 sizeBefore = job.document->size();
-        if (process_->send(request, *job.document))
-            return process_->receive(request, *job.document, sizeBefore);
+        if (process_->send(request, *job.document)) {
+            WorkerProcess::Reply reply = process_->receive(request, *job.document, sizeBefore);
+            // Its memory is spent, and it ends by itself behind this answer: the next request must not find it.
+            if (reply.answer.outcome == wire::Outcome::beyondBox)
+                process_.reset();
+            return reply;
+        }
         // A process that waited may die before the request reaches it, which is nobody's fault.
         process_.reset();
         if (isFresh)
