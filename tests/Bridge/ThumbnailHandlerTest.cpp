@@ -122,9 +122,8 @@ TEST_F(ThumbnailHandlerTest, aThumbnailerThatBreaksDownIsTheEmptyForm) {
     };
     world.share(QStringLiteral("/d"));
     cache.put(photo, FileURL{photo});
-    ThumbnailHandler broken{{BookmarkPersistence(world.store), world.bookmarks, cache},
-                            std::make_shared<Broken>(),
-                            world.context};
+    ThumbnailHandler broken{
+        {BookmarkPersistence(world.store), world.bookmarks, cache}, std::make_shared<Broken>(), world.context};
     const ThumbnailArgs args{photo, {}};
     await(broken.handleThumbnail({QStringLiteral("t1"), BridgeTaskKind::thumbnail, args}, args, world.api()));
     EXPECT_EQ(world.backend.updates.back().body, emptyForm);
