@@ -73,7 +73,7 @@ bool filterCalls(bool threads) {
     filter.allowEqual(SCMP_SYS(tgkill), 0, static_cast<scmp_datum_t>(getpid())); // abort()
     for (const int call : {SCMP_SYS(open), SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(stat),
                            SCMP_SYS(lstat), SCMP_SYS(readlink), SCMP_SYS(socket), SCMP_SYS(sysinfo), SCMP_SYS(uname),
-                           SCMP_SYS(statfs), SCMP_SYS(fstatfs)})
+                           SCMP_SYS(statfs), SCMP_SYS(fstatfs), SCMP_SYS(getcwd)})
         filter.deny(call, EACCES);
     filter.deny(SCMP_SYS(ioctl), ENOTTY);
     if (threads)
