@@ -1,6 +1,7 @@
 #include "worker/PdfPagePicture.h"
 
 #include "worker/PdfFile.h"
+#include "worker/PlainPicture.h"
 
 #include <algorithm>
 #include <cmath>

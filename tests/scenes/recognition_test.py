@@ -10,6 +10,14 @@ DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
 NOTE = "Note de frais\nTotal 42 euros"
 
 
+def has_ended(process):
+    """Whether the process is gone, or waits for nothing but to be noticed."""
+    try:
+        return pathlib.Path(f"/proc/{process}/stat").read_text().rsplit(")", 1)[1].split()[0] == "Z"
+    except FileNotFoundError:
+        return True
+
+
 class Recognition(Scene):
     def recognise(self, name):
         hit = self.find(pathlib.Path(name).stem, name)
@@ -50,6 +58,7 @@ class Recognition(Scene):
         self.recognise("frais.heic")
         for process in self.client.workers():
             os.kill(process, signal.SIGKILL)
+            wait_for(lambda process=process: has_ended(process), "the program is gone")
         self.assertEqual(self.recognise("frais.heic")["result"]["text"], NOTE)
 
 

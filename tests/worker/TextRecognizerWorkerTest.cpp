@@ -9,6 +9,7 @@
 
 #include <QDirIterator>
 
+#include <array>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <leptonica/allheaders.h>
@@ -50,6 +51,15 @@ QList<QByteArray> imagesSaying(const QStringList& lines) {
     return images;
 }
 
+/// Application segment 1 of a JPEG file, with nothing but the orientation.
+QByteArray exifSegment(quint16 orientation) {
+    const QByteArray tiff = QByteArray("II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0", 18) +
+                            static_cast<char>(orientation & 0xff) + static_cast<char>(orientation >> 8) +
+                            QByteArray(6, '\0');
+    const QByteArray body = QByteArray("Exif\0\0", 6) + tiff;
+    return QByteArray("\xff\xe1\0", 3) + static_cast<char>(body.size() + 2) + body;
+}
+
 } // namespace
 
 TEST_F(TextRecognizerWorkerTest, readsEveryFormOfImageByItsContent) {
@@ -79,6 +89,51 @@ TEST_F(TextRecognizerWorkerTest, readsPicturesOfEveryDepth) {
 TEST_F(TextRecognizerWorkerTest, readsTextOnNothingWhateverItsBrightness) {
     EXPECT_EQ(textOf(encoded(inkOnNothing(lines_, Ink::black), ImageForm::png)), text_);
     EXPECT_EQ(textOf(encoded(inkOnNothing(lines_, Ink::white), ImageForm::png)), text_);
+}
+
+TEST_F(TextRecognizerWorkerTest, readsAGifWhoseGroundIsTransparent) {
+    const worker::Picture grey(pixConvertTo8(pictureSaying(lines_).get(), 0));
+    const worker::Picture ink(pixThresholdToBinary(grey.get(), 128));
+    QByteArray gif = encoded(ink, ImageForm::gif);
+    // Every entry of the palette becomes black, and the one that was white means nothing.
+    const qsizetype palette = 13;
+    const qsizetype bytes = qsizetype{6} << (static_cast<quint8>(gif[10]) & 7);
+    const auto white = (gif.indexOf("\xff\xff\xff", palette) - palette) / 3;
+    gif.replace(palette, bytes, QByteArray(bytes, '\0'));
+    gif.insert(palette + bytes, QByteArray("\x21\xf9\x04\x01\0\0", 6) + static_cast<char>(white) + QByteArray(1, '\0'));
+    EXPECT_EQ(textOf(gif), text_);
+}
+
+TEST_F(TextRecognizerWorkerTest, turnsAPhotoAsItsCameraSays) {
+    const worker::Picture seen = pictureSaying(lines_);
+    const auto turned = [](const worker::Picture& picture, int quarters) {
+        return worker::Picture(pixRotateOrth(picture.get(), quarters));
+    };
+    const auto mirrored = [](const worker::Picture& picture) {
+        return worker::Picture(pixFlipLR(nullptr, picture.get()));
+    };
+    // What a camera stores for each orientation of the thing seen.
+    const std::array<worker::Picture, 8> stored{
+        turned(seen, 0),           mirrored(seen),  turned(seen, 2),           mirrored(turned(seen, 2)),
+        mirrored(turned(seen, 1)), turned(seen, 3), mirrored(turned(seen, 3)), turned(seen, 1)};
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        QByteArray jpeg = encoded(stored[static_cast<std::size_t>(orientation - 1)], ImageForm::jpeg);
+        jpeg.insert(2, exifSegment(static_cast<quint16>(orientation)));
+        EXPECT_EQ(textOf(jpeg), text_) << orientation;
+    }
+}
+
+TEST_F(TextRecognizerWorkerTest, anOrientationThatMakesNoSenseIsNone) {
+    QByteArray jpeg = encoded(pictureSaying(lines_), ImageForm::jpeg);
+    for (const quint16 orientation : {0, 9, 65535})
+        EXPECT_EQ(textOf(QByteArray(jpeg).insert(2, exifSegment(orientation))), text_) << orientation;
+    for (qsizetype length = 4; length < exifSegment(6).size(); ++length) {
+        const QByteArray half = exifSegment(6).left(length);
+        EXPECT_EQ(textOf(QByteArray(jpeg).insert(2, QByteArray("\xff\xe1\0", 3) + static_cast<char>(half.size() - 2) +
+                                                        half.mid(4))),
+                  text_)
+            << length;
+    }
 }
 
 TEST_F(TextRecognizerWorkerTest, readsAccents) {
