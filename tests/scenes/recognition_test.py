@@ -4,7 +4,7 @@ import pathlib
 import shutil
 import unittest
 
-from scene import Scene, signal
+from scene import Scene, signal, wait_for
 
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
 NOTE = "Note de frais\nTotal 42 euros"
