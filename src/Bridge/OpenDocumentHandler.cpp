@@ -7,9 +7,9 @@ namespace vennic {
 namespace {
 
 /// Runs on the pool: the desktop may take its time to start an application.
-bool isOpened(std::shared_ptr<Workspace> workspace, const QString& path) {
+bool isOpened(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
     try {
-        workspace->open(path);
+        workspace->open(path, std::move(stop));
         return true;
     } catch (const std::exception&) { // the backend learns that it failed, not why
         return false;
@@ -25,7 +25,7 @@ Task<> OpenDocumentHandler::handleOpenDocument(BridgeTask task, OpenDocumentArgs
         co_return;
     }
     BridgeOkResult result;
-    result.ok = co_await onPool(isOpened, workspace_, std::get<FileURL>(document).path);
+    result.ok = co_await onPoolWaiting(isOpened, workspace_, std::get<FileURL>(document).path);
     if (!result.ok)
         result.error = QStringLiteral("open_failed");
     co_await answer_.success(std::move(api), task.id, result);

@@ -50,7 +50,9 @@ std::optional<QString> write(const QString& path, const QByteArray& data) {
     return writeFailure(file.error());
 }
 
-void openWith(const std::shared_ptr<Workspace>& workspace, const QString& path) { workspace->open(path); }
+void openWith(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
+    workspace->open(path, std::move(stop));
+}
 
 using Found = std::optional<PhotoAsset>;
 Found assetOf(const std::shared_ptr<PhotoLibrary>& library, const QString& identifier) {
@@ -93,7 +95,7 @@ Task<std::optional<QString>> PhotoOpener::showImage(PhotoImage image) const {
     if (const auto failure = co_await onPool(write, path, image.data))
         co_return localized("Écriture temporaire échouée: ") + *failure;
     try {
-        co_await onPool(openWith, workspace_, path);
+        co_await onPoolWaiting(openWith, workspace_, path);
         co_return std::nullopt;
     } catch (const LocalizedError& error) {
         co_return error.errorDescription();

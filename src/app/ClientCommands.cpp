@@ -60,7 +60,9 @@ QString hitText(const SearchResult& hit, const QString& id) {
     return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
 }
 
-void openDocument(const std::shared_ptr<Workspace>& workspace, const QString& path) { workspace->open(path); }
+void openDocument(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
+    workspace->open(path, std::move(stop));
+}
 
 /// Keeps what a warning says for who typed the command, and shows it to who clicked on a link.
 class WarningCopy final : public ModalDialogs {
@@ -278,7 +280,7 @@ Task<CommandAnswer> ClientCommands::open(QString address) {
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
         co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    co_await onPool(openDocument, client_.workspace(), url->path);
+    co_await onPoolWaiting(openDocument, client_.workspace(), url->path);
     co_return done();
 }
 

@@ -37,7 +37,8 @@ QString countSentence(const QJsonObject& photos) {
     const QLocale french(QLocale::French);
     QString sentence = french.toString(photos[QLatin1String("photos")].toInteger());
     if (const qint64 waiting = photos[QLatin1String("waiting")].toInteger())
-        sentence += QStringLiteral(", %1 fichiers encore à lire").arg(french.toString(waiting));
+        sentence += waiting == 1 ? QStringLiteral(", un fichier encore à lire")
+                                 : QStringLiteral(", %1 fichiers encore à lire").arg(french.toString(waiting));
     else if (!photos[QLatin1String("ready")].toBool())
         sentence += QStringLiteral(", en cours de lecture");
     return sentence;

@@ -171,15 +171,15 @@ void WorkspaceGio::openApplication(const QString& entry, std::stop_token stop) {
     launch(application.get(), nullptr, std::move(stop));
 }
 
-void WorkspaceGio::open(const QString& path) {
+void WorkspaceGio::open(const QString& path, std::stop_token stop) {
     const GlibOwned<GFile> file(g_file_new_for_path(QFile::encodeName(path).constData()));
     const GlibText uri(g_file_get_uri(file.get()));
     GError* error = nullptr;
     const GlibOwned<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, &error));
     if (handler)
-        return launch(G_DESKTOP_APP_INFO(handler.get()), uri.get(), {});
+        return launch(G_DESKTOP_APP_INFO(handler.get()), uri.get(), std::move(stop));
     std::unique_ptr<GError, decltype(&g_error_free)> reason(error, &g_error_free);
-    GlibWait wait({}, mostSeconds);
+    GlibWait wait(std::move(stop), mostSeconds);
     GlibOwned<GDBusConnection> bus;
     if (g_file_query_file_type(file.get(), G_FILE_QUERY_INFO_NONE, nullptr) == G_FILE_TYPE_DIRECTORY)
         bus = harmlessSessionBus(wait);

@@ -37,8 +37,9 @@ public:
     /// up when `stop` asks for it. The application outlives this program and has nothing of it but its environment.
     virtual void openApplication(const QString& entry, std::stop_token stop) = 0;
     /// Opens a file or folder (absolute path) with the application that the user chose for its type; a folder for
-    /// which none is chosen, in the file manager. Done once the application has been started, or has been told.
-    virtual void open(const QString& path) = 0;
+    /// which none is chosen, in the file manager. Done once the application has been started, or has been told; gives
+    /// up when `stop` asks for it.
+    virtual void open(const QString& path, std::stop_token stop) = 0;
 };
 
 } // namespace vennic

@@ -18,7 +18,7 @@ class WorkspaceScript final : public Workspace {
 public:
     std::vector<Application> applications() override { return {}; }
     void openApplication(const QString&, std::stop_token) override {}
-    void open(const QString& path) override {
+    void open(const QString& path, std::stop_token) override {
         opened.append(path);
         if (!failure.isEmpty())
             throw LocalizedError(failure);

@@ -22,9 +22,9 @@ public:
         const auto isIt = [&](const Application& application) { return application.entry == entry; };
         if (std::ranges::none_of(known, isIt))
             throw LocalizedError(QStringLiteral("L'application n'est plus installée."));
-        open(entry);
+        open(entry, {});
     }
-    void open(const QString& path) override {
+    void open(const QString& path, std::stop_token) override {
         if (const auto words = failures.find(path); words != failures.end())
             throw LocalizedError(words->second);
         opened.append(path);

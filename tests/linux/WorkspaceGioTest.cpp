@@ -296,7 +296,7 @@ TEST_F(WorkspaceGioTest, aDocumentGoesToAnApplicationOnTheBusAsItsAddress) {
     ASSERT_TRUE(hasRead("org.example.Viewer.desktop"));
     ApplicationOnTheBus application(bus, QStringLiteral("org.example.Viewer"), QStringLiteral("/org/example/Viewer"),
                                     ApplicationOnTheBus::Manner::willing);
-    const auto open = [](const QString& path) { WorkspaceGio().open(path); };
+    const auto open = [](const QString& path) { WorkspaceGio().open(path, {}); };
     await(onPool(open, document));
     ASSERT_EQ(application.told.size(), 1U);
     EXPECT_EQ(application.told[0].member(), QStringLiteral("Open"));
@@ -392,7 +392,7 @@ TEST_F(WorkspaceGioTest, aDocumentIsOpenedWithItsDefaultApplication) {
     const QString document = desktop.data("-été & $(x).txt");
     MadeUpDesktop::write(document, "x");
     ASSERT_TRUE(hasRead("reader.desktop"));
-    workspace.open(document);
+    workspace.open(document, {});
     EXPECT_EQ(about("argument", logged("reader")), QStringList{QStringLiteral("argument ") + document});
-    EXPECT_THROW(workspace.open(desktop.data("absent.txt")), LocalizedError);
+    EXPECT_THROW(workspace.open(desktop.data("absent.txt"), {}), LocalizedError);
 }

@@ -121,6 +121,20 @@ TEST_F(PhotoTrouble, aDamagedCatalogueIsSetAsideAndMadeAnew) {
     EXPECT_EQ(QDir(dataFolder()).entryList({s("photos.sqlite.corrupt-*")}).size(), 3);
 }
 
+TEST_F(PhotoTrouble, aRefusalRemovesWhatWasSetAsideToo) {
+    world.photo(s("a.jpg"), "2024:01:01 10:00:00");
+    world.allow();
+    world.all();
+    world.close();
+    overwriteCatalogue("not a database at all, and long enough to be looked at");
+    world.reopen();
+    EXPECT_EQ(world.names(), QStringList{s("a.jpg")});
+    const auto setAside = [&] { return QDir(dataFolder()).entryList({s("photos.sqlite.corrupt-*")}); };
+    ASSERT_EQ(setAside().size(), 1);
+    world.deny();
+    EXPECT_TRUE(waitUntil([&] { return setAside().isEmpty(); }));
+}
+
 TEST_F(PhotoTrouble, aCatalogueOfAnotherVersionIsSetAside) {
     world.photo(s("a.jpg"), "2024:01:01 10:00:00");
     world.allow();

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <optional>
 #include <poll.h>
+#include <sqlite3.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -17,6 +18,36 @@
 namespace vennic::photos {
 
 namespace {
+
+/// What SQLite says of a failure, in the user's language.
+std::string faultSentence(const index::DatabaseError& error) {
+    switch (error.code()) {
+    case SQLITE_FULL:
+        return "le disque est plein";
+    case SQLITE_CANTOPEN:
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        return "son fichier ne peut pas être écrit";
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return "un autre programme tient son fichier";
+    case SQLITE_IOERR:
+        return "le disque a signalé une erreur";
+    default:
+        return "erreur " + std::to_string(error.code()) + " de la base de données";
+    }
+}
+
+/// Catalogues that were damaged once hold names and places too.
+void removeSetAside(const std::filesystem::path& catalogue) {
+    std::error_code ignored;
+    const std::string beginning = catalogue.filename().string() + ".corrupt-";
+    for (const auto& entry : std::filesystem::directory_iterator(catalogue.parent_path(), ignored)) {
+        if (entry.path().filename().string().starts_with(beginning))
+            std::filesystem::remove(entry.path(), ignored);
+    }
+}
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -131,7 +162,7 @@ void PhotoKeeper::run() {
             if (error.damaged())
                 setCatalogueAside();
             else
-                fail(error.what());
+                fail(faultSentence(error));
         } catch (const std::system_error& error) {
             work_.reset();
             fail(error.code().message());
@@ -151,7 +182,7 @@ void PhotoKeeper::serve() {
 void PhotoKeeper::setCatalogueAside() {
     const auto name = setAside(QString::fromStdString(settings_.catalogue), QStringLiteral("corrupt"));
     if (!name) {
-        fail("the damaged catalogue could not be renamed");
+        fail("le fichier abîmé n'a pas pu être mis de côté");
         return;
     }
     const std::lock_guard lock(mutex_);
@@ -258,6 +289,7 @@ void PhotoKeeper::takeOrders() {
 void PhotoKeeper::erase() {
     Work& work = *work_;
     work.sync.clear();
+    removeSetAside(settings_.catalogue);
     if (work.catalogue.children(0).empty())
         return; // it has been done
     work.catalogue.departAll(nanosecondsNow());
