@@ -7,7 +7,7 @@ namespace vennic {
 namespace {
 
 /// Runs on the pool: the desktop may take its time to start an application.
-bool isOpened(std::shared_ptr<Workspace> workspace, const QString& path) {
+bool isOpened(const std::shared_ptr<Workspace>& workspace, const QString& path) {
     try {
         workspace->open(path);
         return true;
