@@ -2,6 +2,7 @@
 """Makes folders of files to measure with. The same arguments give the same bytes, names and dates.
 
   corpus.py names FOLDER [--count 1000000]   a deep tree of empty or tiny files, one folder for ten of them
+  corpus.py flat  FOLDER [--count 100000]    the same kind of files, all in one folder
   corpus.py docs  FOLDER [--count 50000]     French and English text documents of 2 to 40 KB
   corpus.py pdfs  FOLDER [--count 300]       PDF documents of 1 to 50 pages
 
@@ -156,25 +157,35 @@ def make_names(folder, count, seed):
         left -= share
         full = os.path.join(folder, path)
         os.makedirs(full, exist_ok=True)
-        names = set()
-        while len(names) < share:
-            name = file_name(rng, fr, en)
-            if name in names:
-                stem, dot, kind = name.rpartition(".")
-                name = "%s (%d)%s%s" % (stem, len(names), dot, kind)
-            if rng.random() < 0.01:
-                name = "." + name
-            if rng.random() < 0.02:
-                name = unicodedata.normalize("NFD", name)
-            if name in names:
-                continue
-            names.add(name)
-            date = FIRST_DATE + rng.randrange(TEN_YEARS)
-            handle = os.open(os.path.join(full, name), os.O_CREAT | os.O_WRONLY, 0o644)
-            if rng.random() < 0.1:
-                os.write(handle, b"x" * rng.randint(1, 64))
-            os.utime(handle, (date, date))
-            os.close(handle)
+        fill(full, share, rng, fr, en)
+
+
+def fill(folder, count, rng, fr, en):
+    """Makes `count` empty or tiny files in one folder."""
+    names = set()
+    while len(names) < count:
+        name = file_name(rng, fr, en)
+        if name in names:
+            stem, dot, kind = name.rpartition(".")
+            name = "%s (%d)%s%s" % (stem, len(names), dot, kind)
+        if rng.random() < 0.01:
+            name = "." + name
+        if rng.random() < 0.02:
+            name = unicodedata.normalize("NFD", name)
+        if name in names:
+            continue
+        names.add(name)
+        date = FIRST_DATE + rng.randrange(TEN_YEARS)
+        handle = os.open(os.path.join(folder, name), os.O_CREAT | os.O_WRONLY, 0o644)
+        if rng.random() < 0.1:
+            os.write(handle, b"x" * rng.randint(1, 64))
+        os.utime(handle, (date, date))
+        os.close(handle)
+
+
+def make_flat(folder, count, seed):
+    rng = random.Random(seed)
+    fill(folder, count, rng, *languages(seed))
 
 
 def make_docs(folder, count, seed):
@@ -250,7 +261,7 @@ def make_pdfs(folder, count, seed):
 
 
 def main():
-    makers = {"names": (make_names, 1000000), "docs": (make_docs, 50000), "pdfs": (make_pdfs, 300)}
+    makers = {"names": (make_names, 1000000), "flat": (make_flat, 100000), "docs": (make_docs, 50000), "pdfs": (make_pdfs, 300)}
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("kind", choices=makers)
     parser.add_argument("folder")

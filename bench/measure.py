@@ -25,6 +25,11 @@ class Bench:
     def program(self, *path):
         return str(self.build.joinpath(*path))
 
+    def name_programs(self):
+        """Tells the scenes which programs to run."""
+        os.environ.update(VENNIC=self.program("bin", "vennic"), VENNIC_WORKER=self.program("bin", "vennic-worker"),
+                          VENNIC_SERVER=self.program("server", "vennic-server"))
+
     def counts(self, full):
         """The sizes wanted of a subject whose whole size is `full`, the smallest first."""
         parts = {"quick": 100, "tenth": 10, "full": 1}

@@ -13,7 +13,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr std::size_t answerBody = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
 constexpr qsizetype longestDeviceId = 200;
 constexpr qsizetype longestNickname = 200;
 constexpr qsizetype longestHeartbeat = 32'768;
@@ -88,13 +88,22 @@ void updateTask(TaskDesk& tasks, const Call& call) {
     }
     call.exchange->respond(emptyResponse());
 }
+
+// The machine doesn't send its answer again; without this its task would wait for nothing.
+void refuseAnswer(TaskDesk& tasks, const Call& call) {
+    tasks.failed(deviceOf(call), call.parameters.constFirst(),
+                 QStringLiteral("La réponse de la machine dépasse %1 Mio.").arg(longestAnswer / mebibyte),
+                 call.head.arrived);
+}
 } // namespace
 
 void addBridgeRoutes(Router& router, Machines& machines, TaskDesk& tasks, const TimeKeeper& time) {
     router.add("GET", "/api/v1/bridge/tasks/next", Access::Client, 0,
                [&machines, &tasks, &time](const Call& call) { nextTask(machines, tasks, time, call); });
-    router.add("PATCH", "/api/v1/bridge/tasks/*", Access::Client, answerBody,
-               [&tasks](const Call& call) { updateTask(tasks, call); });
+    router.add(
+        "PATCH", "/api/v1/bridge/tasks/*", Access::Client, longestAnswer,
+        [&tasks](const Call& call) { updateTask(tasks, call); },
+        [&tasks](const Call& call) { refuseAnswer(tasks, call); });
 }
 
 } // namespace vennic::server

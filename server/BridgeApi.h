@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 
 namespace vennic::server {
 
@@ -6,6 +7,9 @@ class Machines;
 class Router;
 class TaskDesk;
 class TimeKeeper;
+
+/// The longest answer of a machine in bytes: a listing of 100,000 entries takes 20 MiB, with the longest names 60.
+constexpr std::size_t longestAnswer = std::size_t{64} * 1024 * 1024;
 
 /// The bridge as its clients see it: the long poll for the next task, and the words on a task.
 void addBridgeRoutes(Router& router, Machines& machines, TaskDesk& tasks, const TimeKeeper& time);

@@ -61,8 +61,11 @@ public:
     }
     void sendEvent(const QByteArray& name, const QByteArray& data) override {
         const auto connection = connection_.lock();
-        if (connection && connection->state_ == State::Events)
-            connection->queueEvent(("event: " + name + "\ndata: " + data + "\n\n").toStdString(), name == "task");
+        if (!connection || connection->state_ != State::Events)
+            return;
+        QByteArray lines = data;
+        lines.replace('\r', QByteArray()).replace("\n", "\ndata: ");
+        connection->queueEvent(("event: " + name + "\ndata: " + lines + "\n\n").toStdString(), name == "task");
     }
     void endEvents() override {
         gone_ = nullptr;
@@ -175,7 +178,7 @@ void Connection::feed() {
         if (error == http::error::header_limit || error == http::error::buffer_overflow)
             return refuse(HttpError(431, QStringLiteral("L'en-tête de la requête est trop long.")));
         if (error == http::error::body_limit)
-            return refuse(HttpError(413, QStringLiteral("Le corps de la requête est trop gros.")));
+            return refuseBody();
         if (error)
             return refuse(HttpError(400, QStringLiteral("La requête n'est pas du HTTP valide.")));
         if (state_ == State::Head && parser_->is_header_done())
@@ -209,7 +212,7 @@ void Connection::headComplete() {
         return refuse(error);
     }
     if (const auto length = parser_->content_length(); length && *length > admission_.bodyLimit)
-        return refuse(HttpError(413, QStringLiteral("Le corps de la requête est trop gros.")));
+        return refuseBody();
     parser_->body_limit(admission_.bodyLimit);
     state_ = State::Body;
     setDeadline(limits_.body, [this] {
@@ -240,6 +243,16 @@ void Connection::bodyComplete() {
     } catch (const std::exception& error) {
         answer->respond(errorResponse(error));
     }
+}
+
+void Connection::refuseBody() {
+    try {
+        if (admission_.oversized)
+            admission_.oversized();
+    } catch (const std::exception& error) {
+        return refuse(error);
+    }
+    refuse(HttpError(413, QStringLiteral("Le corps de la requête est trop gros.")));
 }
 
 void Connection::refuse(const std::exception& error) {

@@ -40,6 +40,7 @@ private:
     void feed();
     void headComplete();
     void bodyComplete();
+    void refuseBody();
     void refuse(const std::exception& error);
     void respond(Response response);
     void written(const boost::system::error_code& error);

@@ -55,7 +55,8 @@ public:
     virtual void onGone(std::function<void()> gone) = 0;
     /// Starts a text/event-stream answer.
     virtual void startEvents() = 0;
-    /// One event with a line of data; a reader that doesn't keep up is dropped.
+    /// One event; its data may have several lines, whose carriage returns are dropped. A reader that doesn't keep up
+    /// is dropped.
     virtual void sendEvent(const QByteArray& name, const QByteArray& data) = 0;
     virtual void endEvents() = 0;
 };
@@ -64,6 +65,7 @@ public:
 struct Admission {
     std::size_t bodyLimit = 0;
     std::function<void(std::string body, std::shared_ptr<Exchange>)> handle; // may raise HttpError
+    std::function<void()> oversized; // may be empty; told that a body beyond the limit was refused
 };
 
 /// Judges a request by its head, before a byte of its body is read. Raises HttpError.

@@ -59,8 +59,8 @@ void Loop::stop() { engine_->context.stop(); }
 void Loop::post(std::function<void()> work) { asio::post(engine_->context, std::move(work)); }
 
 void Loop::onTermination(std::function<void()> then) {
-    engine_->signals.emplace(engine_->context, SIGTERM, SIGINT);
-    engine_->signals->async_wait([then = std::move(then)](const boost::system::error_code& error, int) {
+    auto& signals = engine_->signals.emplace(engine_->context, SIGTERM, SIGINT);
+    signals.async_wait([then = std::move(then)](const boost::system::error_code& error, int) {
         if (!error)
             then();
     });

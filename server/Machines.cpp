@@ -21,6 +21,13 @@ Machine machine(const Query& row) {
 } // namespace
 
 void Machines::seen(const Machine& machine) {
+    noteMachine(machine);
+    // Mostly there already, which costs no write.
+    database_.run("INSERT OR IGNORE INTO machine_tokens(account_id, device_id, token_id) VALUES(?, ?, ?)",
+                  machine.key.account, machine.key.device, machine.token);
+}
+
+void Machines::noteMachine(const Machine& machine) {
     if (database_.run("UPDATE machines SET nickname = ?, heartbeat = ?, last_seen_at = ?, token_id = ? WHERE "
                       "account_id = ? AND device_id = ?",
                       machine.nickname, machine.heartbeat, machine.lastSeenAt, machine.token, machine.key.account,
@@ -53,7 +60,17 @@ std::optional<Machine> Machines::find(const DeviceKey& key) {
     return query.next() ? std::optional(machine(query)) : std::nullopt;
 }
 
+QList<qint64> Machines::tokens(const DeviceKey& key) {
+    QList<qint64> found;
+    Query query = database_.query("SELECT token_id FROM machine_tokens WHERE account_id = ? AND device_id = ?",
+                                  key.account, key.device);
+    while (query.next())
+        found.append(query.integer(0));
+    return found;
+}
+
 void Machines::forget(const DeviceKey& key) {
+    database_.run("DELETE FROM machine_tokens WHERE account_id = ? AND device_id = ?", key.account, key.device);
     database_.run("DELETE FROM machines WHERE account_id = ? AND device_id = ?", key.account, key.device);
 }
 

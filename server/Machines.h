@@ -23,9 +23,13 @@ public:
     void seen(const Machine& machine);
     QList<Machine> all(qint64 account);
     std::optional<Machine> find(const DeviceKey& key);
+    /// All that the machine has come with, also those that were revoked since.
+    QList<qint64> tokens(const DeviceKey& key);
     void forget(const DeviceKey& key);
 
 private:
+    void noteMachine(const Machine& machine);
+
     Database& database_;
 };
 

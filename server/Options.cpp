@@ -92,7 +92,9 @@ QString optionsHelp() {
         "  --host NOM              nom ou adresse de plus dans le certificat ; répétable\n"
         "  --ready-file FICHIER    écrit, une fois prêt, l'adresse et les fichiers du serveur en JSON\n"
         "  --owner-email ADRESSE   adresse du compte du propriétaire, au premier démarrage\n"
-        "  --task-timeout SECONDES temps laissé à une machine pour répondre ; par défaut 60\n"
+        "  --task-timeout SECONDES temps laissé à une machine pour répondre, dix fois plus pour ce qui est long (texte "
+        "à\n"
+        "                          reconnaître, photos, automatisation, modèle) ; par défaut 60\n"
         "  --help                  cette aide\n"
         "  --version               la version\n");
 }

@@ -61,14 +61,16 @@ void listMachines(const OwnerDesks& desks, const Call& call) {
 
 void removeMachine(const OwnerDesks& desks, const Call& call) {
     const DeviceKey key{ownerAccount, call.parameters.constFirst()};
-    const auto machine = desks.machines.find(key);
-    if (!machine)
+    if (!desks.machines.find(key))
         throw HttpError(404, QStringLiteral("Cette machine n'existe pas."));
-    // Without its token's end it would be back with its next poll.
-    desks.accounts.revoke(machine->token);
+    // With a token that still holds, an older one after a new pairing too, it would be back with its next poll.
+    const QList<qint64> tokens = desks.machines.tokens(key);
+    for (const qint64 token : tokens)
+        desks.accounts.revoke(token);
     desks.machines.forget(key);
     desks.tasks.dismiss(key);
-    desks.tasks.endPolls(machine->token);
+    for (const qint64 token : tokens)
+        desks.tasks.endPolls(token);
     call.exchange->respond(emptyResponse());
 }
 

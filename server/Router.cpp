@@ -27,8 +27,8 @@ std::optional<QStringList> match(const QByteArrayList& pattern, const QByteArray
 } // namespace
 
 void Router::add(const QByteArray& method, const QByteArray& pattern, Access access, std::size_t bodyLimit,
-                 Handler handler) {
-    routes_.append({method, pattern.split('/'), access, bodyLimit, std::move(handler)});
+                 Handler handler, Handler oversized) {
+    routes_.append({method, pattern.split('/'), access, bodyLimit, std::move(handler), std::move(oversized)});
 }
 
 Admission Router::admit(RequestHead head) const {
@@ -57,6 +57,8 @@ Admission Router::admit(RequestHead head) const {
         call.parameters = *std::move(parameters);
         Admission admission;
         admission.bodyLimit = route.bodyLimit;
+        if (route.oversized)
+            admission.oversized = [call, tell = route.oversized] { tell(call); };
         admission.handle = [call = std::move(call),
                             handler = route.handler](std::string body, std::shared_ptr<Exchange> exchange) mutable {
             call.body = std::move(body);

@@ -27,9 +27,10 @@ public:
     static constexpr std::size_t usualBody = std::size_t{4} * 1024 * 1024;
 
     Router(Accounts& accounts, OwnerGate& owner) : accounts_(accounts), owner_(owner) {}
-    /// `pattern` is a path whose segments "*" stand for anything.
-    void add(const QByteArray& method, const QByteArray& pattern, Access access, std::size_t bodyLimit,
-             Handler handler);
+    /// `pattern` is a path whose segments "*" stand for anything. A call with a longer body than `bodyLimit` is refused
+    /// and told to `oversized`, without body and exchange.
+    void add(const QByteArray& method, const QByteArray& pattern, Access access, std::size_t bodyLimit, Handler handler,
+             Handler oversized = {});
     /// Raises HttpError: 404, 405, and 401 or 403 for who may not.
     Admission admit(RequestHead head) const;
 
@@ -40,6 +41,7 @@ private:
         Access access;
         std::size_t bodyLimit;
         Handler handler;
+        Handler oversized;
     };
     Accounts& accounts_;
     OwnerGate& owner_;

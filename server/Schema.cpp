@@ -5,7 +5,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr int currentFormat = 1;
+constexpr int currentFormat = 3;
 
 // Moments are milliseconds since 1970. Tokens and codes stand here as SHA-256 only. `args` and `result` are JSON text.
 constexpr auto tables = R"(
@@ -32,6 +32,29 @@ CREATE TABLE deltas(
     task INTEGER NOT NULL REFERENCES tasks(number) ON DELETE CASCADE, position INTEGER NOT NULL, delta TEXT NOT NULL,
     PRIMARY KEY(task, position)) WITHOUT ROWID;
 )";
+
+// Format 2: every token that a machine came with, not only its last.
+constexpr auto machineTokens = R"(
+CREATE TABLE machine_tokens(
+    account_id INTEGER NOT NULL, device_id TEXT NOT NULL, token_id INTEGER NOT NULL,
+    PRIMARY KEY(account_id, device_id, token_id)) WITHOUT ROWID;
+INSERT INTO machine_tokens SELECT account_id, device_id, token_id FROM machines;
+PRAGMA user_version = 2;
+)";
+
+// Format 3: what was said. `findings` is JSON text.
+constexpr auto conversations = R"(
+CREATE TABLE discussions(
+    id INTEGER PRIMARY KEY AUTOINCREMENT, account_id INTEGER NOT NULL REFERENCES accounts(id), name TEXT NOT NULL,
+    updated_at INTEGER NOT NULL);
+CREATE INDEX latest_discussions ON discussions(account_id, updated_at);
+CREATE TABLE turns(
+    id INTEGER PRIMARY KEY AUTOINCREMENT, discussion_id INTEGER NOT NULL REFERENCES discussions(id) ON DELETE CASCADE,
+    created_at INTEGER NOT NULL, text TEXT NOT NULL, reply TEXT NOT NULL, provider TEXT NOT NULL, model TEXT NOT NULL,
+    channel TEXT NOT NULL, findings BLOB);
+CREATE INDEX turns_of_discussion ON turns(discussion_id, id);
+PRAGMA user_version = 3;
+)";
 } // namespace
 
 void prepareSchema(Database& database) {
@@ -44,10 +67,12 @@ void prepareSchema(Database& database) {
     }
     if (format > currentFormat)
         throw DatabaseError(QStringLiteral("La base de données vient d'une version plus récente de vennic-server."));
-    if (format == 0) {
+    if (format < 1)
         database.script(tables);
-        database.script("PRAGMA user_version = 1");
-    }
+    if (format < 2)
+        database.script(machineTokens);
+    if (format < 3)
+        database.script(conversations);
     transaction.commit();
 }
 

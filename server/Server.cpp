@@ -6,11 +6,20 @@
 #include "server/JsonText.h"
 #include "server/OwnerApi.h"
 #include "server/Pages.h"
+#include "server/QueryApi.h"
 #include "server/Schema.h"
+#include "server/SimpleAnswering.h"
 
 #include <unistd.h>
 
 namespace vennic::server {
+
+namespace {
+/// What a server without a model offers: its own plain answers, whoever is chosen.
+constexpr auto simpleProviders = R"([{"id":1,"slug":"openai","name":"vennic","display_name":"Ce serveur","models":[)"
+                                 R"({"id":1,"slug":"vennic-simple","display_name":"Réponses simples","kind":"chat",)"
+                                 R"("status":"active","supports_tools":true,"supports_streaming":true}]}])";
+} // namespace
 
 Server::Server(const Options& options, std::function<qint64()> wallClock)
     : options_(options), folder_(options.data), loop_(std::move(wallClock)),
@@ -21,6 +30,9 @@ Server::Server(const Options& options, std::function<qint64()> wallClock)
     addAccountRoutes(router_, accounts_, pairings_, *tasks_);
     addBridgeRoutes(router_, machines_, *tasks_, loop_);
     addOwnerRoutes(router_, {accounts_, pairings_, machines_, *tasks_, store_, gate_, loop_});
+    machineTasks_ = std::make_unique<MachineTasks>(machines_, *tasks_, store_, loop_);
+    answering_ = std::make_unique<SimpleAnswering>(*machineTasks_, loop_);
+    addQueryRoutes(router_, {discussions_, *answering_, loop_, simpleProviders});
     addPages(router_);
     http_ = std::make_unique<HttpServer>(
         loop_, obtainIdentity(folder_, options_.hosts),

@@ -1,9 +1,12 @@
 #pragma once
 #include "server/Accounts.h"
+#include "server/Answering.h"
 #include "server/DataFolder.h"
 #include "server/Database.h"
+#include "server/Discussions.h"
 #include "server/HttpServer.h"
 #include "server/Loop.h"
+#include "server/MachineTasks.h"
 #include "server/Machines.h"
 #include "server/Options.h"
 #include "server/OwnerGate.h"
@@ -45,6 +48,9 @@ private:
     TaskStore store_{database_};
     OwnerGate gate_;
     std::unique_ptr<TaskDesk> tasks_;
+    Discussions discussions_{database_};
+    std::unique_ptr<MachineTasks> machineTasks_;
+    std::unique_ptr<Answering> answering_;
     Router router_{accounts_, gate_};
     std::unique_ptr<HttpServer> http_;
     quint16 port_ = 0;

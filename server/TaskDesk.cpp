@@ -15,9 +15,11 @@ constexpr qint64 mostUnfinished = 1000; // of one machine
 constexpr qint64 keptTasks = 500;
 constexpr qint64 keptBytes = 256LL * 1024 * 1024;
 constexpr int pruningStep = 20;
+constexpr qint64 pruningBytes = 32LL * 1024 * 1024; // of results, before the step is reached
 constexpr qint64 longestStream = 16LL * 1024 * 1024;
 constexpr qint64 mostDeltas = 250'000;
 constexpr int mostDeliveries = 2;
+constexpr int slowFactor = 10;
 } // namespace
 
 struct TaskDesk::Poll {
@@ -41,7 +43,7 @@ TaskDesk::TaskDesk(TaskStore& store, TimeKeeper& time, std::chrono::milliseconds
     for (const TaskRecord& task : store_.allUnanswered()) {
         const std::chrono::milliseconds passed{time_.wallMs() - task.lastSignAt.value_or(0)};
         flights_[task.id] = Flight{++lastNumber_, {}, true, {}};
-        expect(task, std::clamp(taskTimeout_ - passed, 0ms, taskTimeout_));
+        expect(task, std::clamp(patience(task) - passed, 0ms, patience(task)));
     }
 }
 
@@ -112,7 +114,7 @@ void TaskDesk::deliver(TaskRecord task) {
     store_.update(task);
     const quint64 number = ++lastNumber_;
     flights_[task.id] = Flight{number, time_.elapsed(), false, {}};
-    expect(task, taskTimeout_);
+    expect(task, patience(task));
     const DeviceKey key = task.key;
     const QString id = task.id;
     PollEnd end{PollEnd::Why::Task, std::move(task), [this, id, number](bool sent) { written(id, number, sent); }};
@@ -156,6 +158,9 @@ TaskRecord TaskDesk::deliveredTask(const DeviceKey& key, const QString& id) {
 
 void TaskDesk::streamed(const DeviceKey& key, const QString& id, const QString& delta) {
     TaskRecord task = deliveredTask(key, id);
+    // What came before this piece was forgotten with the delivery, and nobody would wait for the rest.
+    if (task.state == TaskState::Queued)
+        throw HttpError(409, QStringLiteral("Cette tâche attend d'être remise à nouveau."));
     if (task.streamBytes + delta.toUtf8().size() > longestStream || task.streamCount >= mostDeltas)
         throw HttpError(413, QStringLiteral("Cette tâche a déjà envoyé trop de texte."));
     task.state = TaskState::Streaming;
@@ -164,7 +169,7 @@ void TaskDesk::streamed(const DeviceKey& key, const QString& id, const QString& 
         store_.appendDelta(task, delta);
     else
         store_.update(task);
-    expect(task, taskTimeout_);
+    expect(task, patience(task));
     tell(id, &delta);
 }
 
@@ -200,11 +205,19 @@ void TaskDesk::finish(TaskRecord task, TaskState state) {
     task.state = state;
     store_.update(task);
     flights_.erase(task.id);
-    if (++finishedSincePruning_ >= pruningStep) {
+    bytesSincePruning_ += task.result.size();
+    if (++finishedSincePruning_ >= pruningStep || bytesSincePruning_ >= pruningBytes) {
         finishedSincePruning_ = 0;
+        bytesSincePruning_ = 0;
         store_.prune(task.key.account, keptTasks, keptBytes);
     }
     tell(task.id, nullptr);
+}
+
+std::chrono::milliseconds TaskDesk::patience(const TaskRecord& task) const {
+    // Once it has begun to stream, a long silence is an end.
+    const bool slow = isSlow(task.kind) && task.state != TaskState::Streaming;
+    return slow ? taskTimeout_ * slowFactor : taskTimeout_;
 }
 
 void TaskDesk::expect(const TaskRecord& task, std::chrono::milliseconds limit) {

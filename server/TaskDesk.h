@@ -22,6 +22,7 @@ struct PollEnd {
 /// had its effect. For the same reason a task counts as delivered on disk before its first byte is sent.
 class TaskDesk {
 public:
+    /// A slow kind of task is given ten times `taskTimeout` for its first sign.
     TaskDesk(TaskStore& store, TimeKeeper& time, std::chrono::milliseconds taskTimeout);
     ~TaskDesk();
 
@@ -35,7 +36,7 @@ public:
     bool isPolling(const DeviceKey& key) const { return polls_.contains(key); }
 
     /// The machine's words on its task. Raise HttpError: 403 another machine's, 404 unknown, 409 finished or never
-    /// delivered, 413 (streamed only) more than a stream may hold.
+    /// delivered; streamed only: 409 back in the queue, 413 more than a stream may hold.
     void streamed(const DeviceKey& key, const QString& id, const QString& delta);
     void succeeded(const DeviceKey& key, const QString& id, const QByteArray& result, std::chrono::nanoseconds arrived);
     void failed(const DeviceKey& key, const QString& id, const QString& message, std::chrono::nanoseconds arrived);
@@ -60,6 +61,7 @@ private:
     void written(const QString& id, quint64 flight, bool sent);
     void finish(TaskRecord task, TaskState state);
     void answered(TaskRecord task, TaskState state, std::chrono::nanoseconds arrived);
+    std::chrono::milliseconds patience(const TaskRecord& task) const;
     void expect(const TaskRecord& task, std::chrono::milliseconds limit);
     void expired(const QString& id);
     TaskRecord deliveredTask(const DeviceKey& key, const QString& id);
@@ -71,6 +73,7 @@ private:
     std::chrono::milliseconds taskTimeout_;
     quint64 lastNumber_ = 0;
     int finishedSincePruning_ = 0;
+    qint64 bytesSincePruning_ = 0;
     std::map<DeviceKey, std::unique_ptr<Poll>> polls_;
     std::map<QString, Flight> flights_; // of the delivered and unanswered tasks
     std::multimap<QString, std::weak_ptr<Watcher>> watchers_;

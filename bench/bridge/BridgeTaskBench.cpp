@@ -97,7 +97,8 @@ void bridge(LoopbackServer& server, TimingBackend& backend) {
                                       .packageManagerSite = {}});
     VennicHTTP http(transport, host, LoopbackServer::authority().anchors());
     BridgeService service({http, config, world.clock, world.context, nullptr, world.store, world.index, world.bookmarks,
-                           world.files, world.types, world.reader, world.workspace, world.thumbnailer});
+                           world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
+                           world.thumbnailer, world.recognizer});
     service.start(SecretText("token"));
     while (backend.count() < warmUp + measured)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -74,6 +74,7 @@ void measure(std::size_t messages) {
     const auto now = QDateTime::currentDateTimeUtc();
     const QString line = QStringLiteral("Voilà la « facture » : 12 €, à régler avant le 3.\n");
     std::vector<ChatMessage> conversation;
+    conversation.reserve(messages);
     for (std::size_t i = 0; i < messages; ++i)
         conversation.push_back(ChatMessage::make(ChatMessage::Role::assistant, line.repeated(38), now));
     session.setMessages(conversation);

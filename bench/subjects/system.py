@@ -7,23 +7,18 @@ import subprocess
 import time
 
 from measure import median
-from soak import Soak, proportional_memory, wake_ups, written
+from soak import memory, wake_ups, whole_system, written
 
 FEW = 50
 DOCUMENTS = 50_000
 
 
 def run(bench):
-    os.environ.update(VENNIC=bench.program("bin", "vennic"), VENNIC_WORKER=bench.program("bin", "vennic-worker"),
-                      VENNIC_SERVER=bench.program("server", "vennic-server"))
+    bench.name_programs()
     sizes = [FEW] if bench.quick else [FEW, *bench.counts(DOCUMENTS)]
     for count in sizes:
-        system = Soak()
-        system.setUp()
-        try:
+        with whole_system() as system:
             measure(bench, system, count)
-        finally:
-            system.doCleanups()
 
 
 def measure(bench, system, count):
@@ -118,8 +113,8 @@ def idle(bench, system, count):
     woken, wrote, begun = wake_ups(pid), written(pid), time.monotonic()
     time.sleep(bench.idle_seconds)
     passed = time.monotonic() - begun
-    bench.line("idle memory (PSS)", count, proportional_memory(pid) / 1024, "MB", 30)
+    bench.line("idle memory (PSS)", count, memory(pid) / 1024, "MB", 30)
     for worker in system.client.workers():
-        bench.line("idle memory of a worker (PSS)", count, proportional_memory(worker) / 1024, "MB")
+        bench.line("idle memory of a worker (PSS)", count, memory(worker) / 1024, "MB")
     bench.line("idle wake-ups", count, (wake_ups(pid) - woken) / passed, "a second", 1)
     bench.line("idle, written to disk", count, written(pid) - wrote, "bytes", 0)

@@ -1,4 +1,5 @@
 // The owner's calls, and the login that both pages share.
+import { byId, show } from "./elements.js";
 
 export class Refusal extends Error {
   constructor(status, message) { super(message); this.status = status; }
@@ -22,38 +23,7 @@ export async function call(method, path, body) {
   return value;
 }
 
-// An element with its class, and children: texts are always texts, never markup.
-export function element(name, options = {}, ...children) {
-  const made = document.createElement(name);
-  for (const [key, value] of Object.entries(options)) {
-    if (key.startsWith("on")) made.addEventListener(key.slice(2), value);
-    else if (key === "class") made.className = value;
-    else if (value !== undefined && value !== null && value !== false) made.setAttribute(key, value === true ? "" : value);
-  }
-  made.append(...children.filter((child) => child !== null && child !== undefined));
-  return made;
-}
-
-export const byId = (id) => document.getElementById(id);
-
-export function show(notice, message) {
-  notice.textContent = message ?? "";
-  notice.hidden = !message;
-}
-
-const dates = new Intl.DateTimeFormat("fr-FR", { day: "numeric", month: "short", hour: "2-digit", minute: "2-digit" });
-const days = new Intl.DateTimeFormat("fr-FR", { day: "numeric", month: "short", year: "numeric" });
-const clock = new Intl.DateTimeFormat("fr-FR", { hour: "2-digit", minute: "2-digit", second: "2-digit" });
-
-export function moment(text) {
-  const date = new Date(text);
-  if (Number.isNaN(date.getTime())) return String(text ?? "");
-  const now = new Date();
-  if (date.toDateString() === now.toDateString()) return clock.format(date);
-  return date.getFullYear() === now.getFullYear() ? dates.format(date) : days.format(date);
-}
-
-// Shows the login until the owner is known, then `start`s; again whenever the session ends.
+// Shows the login until the owner is known, then `start`s; again whenever the session ends. `begin` opens the page.
 export function guard(start) {
   const login = byId("login");
   const leave = byId("leave");
@@ -69,20 +39,29 @@ export function guard(start) {
     leave.hidden = true;
     byId("key").focus();
   };
+  const begin = async () => {
+    try {
+      await call("GET", "/owner/machines");
+    } catch (error) {
+      if (error.status !== 401) show(notice, error.message);
+      return ask();
+    }
+    await enter();
+  };
   login.addEventListener("submit", async (event) => {
     event.preventDefault();
     try {
       await call("POST", "/console/session", { owner_key: byId("key").value });
-      byId("key").value = "";
-      await enter();
     } catch (error) {
       show(notice, error.message);
-      byId("key").select();
+      return byId("key").select();
     }
+    byId("key").value = "";
+    await enter();
   });
   leave.addEventListener("click", async () => {
     try { await call("DELETE", "/console/session"); } catch { /* the session is over either way */ }
     location.reload();
   });
-  return { ask, enter };
+  return { ask, begin };
 }

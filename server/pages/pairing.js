@@ -1,4 +1,5 @@
-import { byId, call, guard, show } from "./owner.js";
+import { byId, show } from "./elements.js";
+import { call, guard } from "./owner.js";
 
 let code = "";
 let expires = 0;
@@ -69,9 +70,4 @@ byId("copy").addEventListener("click", async () => {
   setTimeout(() => { byId("copy").textContent = "Copier le code"; }, 1500);
 });
 
-try {
-  await call("GET", "/owner/machines");
-  await login.enter();
-} catch (error) {
-  login.ask();
-}
+await login.begin();

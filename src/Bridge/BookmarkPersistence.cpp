@@ -1,6 +1,7 @@
 #include "Bridge/BookmarkPersistence.h"
 
 #include "base/Dates.h"
+#include "base/Identifier.h"
 #include "base/Json.h"
 
 #include <QJsonArray>
@@ -13,10 +14,9 @@ namespace {
 QString key() { return QStringLiteral("bridgeAllowedBookmarks"); }
 
 QUuid uuid(const QString& text) {
-    const QUuid id = QUuid::fromString(text);
-    if (uuidString(id) != text.toUpper()) // Qt also reads braces and passes over what follows
-        throw DecodingError(QStringLiteral("Données illisibles : un identifiant n'a pas la forme attendue."));
-    return id;
+    if (const auto id = uuidFromText(text))
+        return *id;
+    throw DecodingError(QStringLiteral("Données illisibles : un identifiant n'a pas la forme attendue."));
 }
 
 QByteArray bytes(const QString& base64) {

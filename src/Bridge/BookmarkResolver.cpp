@@ -27,7 +27,7 @@ std::optional<BookmarkEntry> BookmarkResolver::grantOf(const FileURL& document,
                                                        const std::vector<BookmarkEntry>& grants) const {
     for (const BookmarkEntry& entry : grants) {
         const auto folder = resolveIfPossible(entry);
-        if (folder && (document.path == folder->url.path || document.path.startsWith(folder->url.path + u'/')))
+        if (folder && document.isOrLiesUnder(folder->url))
             return entry;
     }
     return std::nullopt;

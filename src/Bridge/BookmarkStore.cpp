@@ -35,7 +35,7 @@ void BookmarkStore::remove(const QUuid& id) {
 }
 
 bool BookmarkStore::isSystemSensitive(const FileURL& url) const {
-    const QString path = url.standardized().path;
+    const FileURL standardized = url.standardized();
     const QString home = files_.homeDirectory();
     const QStringList denied{
         home + QStringLiteral("/Library/Keychains"),
@@ -47,7 +47,7 @@ bool BookmarkStore::isSystemSensitive(const FileURL& url) const {
         QStringLiteral("/private/var/db"),
     };
     return std::ranges::any_of(denied,
-                               [&](const QString& entry) { return path == entry || path.startsWith(entry + u'/'); });
+                               [&](const QString& entry) { return standardized.isOrLiesUnder(FileURL{entry}); });
 }
 
 } // namespace vennic

@@ -18,6 +18,7 @@ public:
     /// The file behind a handle. Asking doesn't make the handle any younger.
     std::optional<FileURL> get(const QString& id) const;
     qint64 size() const { return storage_.size(); }
+    qint64 capacity() const { return capacity_; }
 
 private:
     struct Entry {

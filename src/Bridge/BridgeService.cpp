@@ -21,10 +21,7 @@ std::chrono::nanoseconds backOff(qint64 n) {
 
 /// The kinds that nothing here can do yet.
 template <class Args>
-concept NotYetAvailable =
-    std::same_as<Args, ListFoldersArgs> || std::same_as<Args, ListDirArgs> || std::same_as<Args, PhotosRecentArgs> ||
-    std::same_as<Args, PhotosByDateArgs> || std::same_as<Args, AppOpenArgs> || std::same_as<Args, ShortcutRunArgs> ||
-    std::same_as<Args, ShortcutListArgs> || std::same_as<Args, OcrImageArgs> || std::same_as<Args, LLMInferArgs>;
+concept NotYetAvailable = std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -44,10 +41,18 @@ struct BridgeService::Dispatch {
 
     Task<> operator()(const SearchArgs& args) const { return service.search_.handleSearch(task, args, api); }
     Task<> operator()(const ReadArgs& args) const { return service.read_.handleRead(task, args, api); }
+    Task<> operator()(const ListFoldersArgs&) const { return service.listFolders_.handleListFolders(task, api); }
+    Task<> operator()(const ListDirArgs& args) const { return service.listDir_.handleListDir(task, args, api); }
+    Task<> operator()(const PhotosRecentArgs& args) const { return service.photos_.handleRecent(task, args, api); }
+    Task<> operator()(const PhotosByDateArgs& args) const { return service.photos_.handleByDate(task, args, api); }
+    Task<> operator()(const AppOpenArgs& args) const { return service.screen_.handleOpenApp(task, args, api); }
+    Task<> operator()(const ShortcutRunArgs& args) const { return service.screen_.handleRunShortcut(task, args, api); }
+    Task<> operator()(const ShortcutListArgs&) const { return service.screen_.handleListShortcuts(task, api); }
     Task<> operator()(const OpenDocumentArgs& args) const {
         return service.openDocument_.handleOpenDocument(task, args, api);
     }
     Task<> operator()(const ThumbnailArgs& args) const { return service.thumbnail_.handleThumbnail(task, args, api); }
+    Task<> operator()(const OcrImageArgs& args) const { return service.ocr_.handleOcrImage(task, args, api); }
     Task<> operator()(const NotYetAvailable auto&) const {
         return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
     }
@@ -61,8 +66,12 @@ BridgeService::BridgeService(Surroundings surroundings)
               SpotlightSearch(with_.index, with_.files, with_.types, with_.clock), idCache_, answer_),
       read_(BookmarkPersistence(with_.store), with_.bookmarks,
             DocumentExtractor(with_.reader, with_.types, with_.files), idCache_, answer_),
+      listFolders_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, answer_),
+      listDir_(BookmarkPersistence(with_.store), with_.bookmarks, with_.files, with_.types, idCache_, answer_),
+      photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations),
       openDocument_(shownDocuments(), with_.workspace, answer_),
-      thumbnail_(shownDocuments(), with_.thumbnailer, with_.context) {}
+      thumbnail_(shownDocuments(), with_.thumbnailer, with_.context),
+      ocr_(BookmarkPersistence(with_.store), with_.bookmarks, OcrEngine(with_.recognizer, with_.files), idCache_) {}
 
 ShownDocuments BridgeService::shownDocuments() const {
     return {BookmarkPersistence(with_.store), with_.bookmarks, idCache_};

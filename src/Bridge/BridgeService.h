@@ -2,8 +2,13 @@
 #include "Bridge/BridgeContext.h"
 #include "Bridge/BridgeIDCache.h"
 #include "Bridge/HeartbeatSource.h"
+#include "Bridge/ListDirHandler.h"
+#include "Bridge/ListFoldersHandler.h"
+#include "Bridge/OcrHandler.h"
 #include "Bridge/OpenDocumentHandler.h"
+#include "Bridge/PhotosBridgeHandler.h"
 #include "Bridge/ReadHandler.h"
+#include "Bridge/ScreenControlBridgeHandler.h"
 #include "Bridge/SearchHandler.h"
 #include "Bridge/TaskAnswer.h"
 #include "Bridge/ThumbnailHandler.h"
@@ -54,8 +59,11 @@ public:
         std::shared_ptr<FileSystem> files;
         std::shared_ptr<FileTypes> types;
         std::shared_ptr<DocumentReader> reader;
+        std::shared_ptr<PhotoLibrary> photos;
         std::shared_ptr<Workspace> workspace;
+        std::shared_ptr<AutomationTool> automations;
         std::shared_ptr<Thumbnailer> thumbnailer;
+        std::shared_ptr<TextRecognizer> recognizer;
     };
 
     explicit BridgeService(Surroundings surroundings);
@@ -121,8 +129,13 @@ private:
     TaskAnswer answer_;
     SearchHandler search_;
     ReadHandler read_;
+    ListFoldersHandler listFolders_;
+    ListDirHandler listDir_;
+    PhotosBridgeHandler photos_;
+    ScreenControlBridgeHandler screen_;
     OpenDocumentHandler openDocument_;
     ThumbnailHandler thumbnail_;
+    OcrHandler ocr_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

@@ -1,8 +1,7 @@
 #include "Bridge/BridgeTypes.h"
 
 #include "base/Json.h"
-
-#include <QJsonDocument>
+#include "base/JsonText.h"
 
 #include <cmath>
 #include <concepts>
@@ -177,44 +176,64 @@ struct Reading {
     }
 };
 
-/// Puts a record's fields into an object; an optional one without a value leaves no trace.
-struct Writing {
-    QJsonObject& object;
+/// Writes a record as the text of an object; an optional field without a value leaves no trace.
+class Writing {
+public:
+    explicit Writing(QByteArray& json) : json_(&json) {}
 
-    void put(const char* key, const QJsonValue& value) const { object.insert(QLatin1String(key), value); }
-
-    void operator()(const char* key, const QString& field) const { put(key, field); }
-    void operator()(const char* key, qint64 field) const { put(key, field); }
-    void operator()(const char* key, bool field) const { put(key, field); }
-    void operator()(const char* key, double field) const {
-        if (!std::isfinite(field)) // JSON has no word for it (RFC 8259, section 6)
-            throw LocalizedError(QStringLiteral("Réponse impossible à écrire : un nombre n'est pas fini."));
-        put(key, field);
+    template <class Record>
+    void write(const Record& record) const {
+        *json_ += '{';
+        fields(*this, record);
+        if (json_->endsWith(','))
+            json_->chop(1);
+        *json_ += '}';
     }
-    void operator()(const char* key, const QStringList& field) const { put(key, QJsonArray::fromStringList(field)); }
+
+    void operator()(const char* key, const auto& field) const {
+        *json_ += '"';
+        *json_ += key;
+        *json_ += "\":";
+        value(field);
+        *json_ += ',';
+    }
     template <class T>
     void operator()(const char* key, const std::optional<T>& field) const {
         if (field)
             (*this)(key, *field);
     }
+
+private:
+    void value(const QString& field) const { appendJsonString(*json_, field); }
+    void value(qint64 field) const { *json_ += QByteArray::number(field); }
+    void value(bool field) const { *json_ += field ? "true" : "false"; }
+    void value(double field) const {
+        if (!std::isfinite(field)) // JSON has no word for it (RFC 8259, section 6)
+            throw LocalizedError(QStringLiteral("Réponse impossible à écrire : un nombre n'est pas fini."));
+        appendJsonNumber(*json_, field);
+    }
+    void value(const QStringList& field) const { list(field); }
     template <class Record>
-    void operator()(const char* key, const std::vector<Record>& field) const {
-        QJsonArray array;
-        for (const Record& record : field)
-            array.append(written(record));
-        put(key, array);
+    void value(const std::vector<Record>& field) const {
+        list(field);
     }
     template <class Record>
         requires std::is_class_v<Record>
-    void operator()(const char* key, const Record& record) const {
-        put(key, written(record));
+    void value(const Record& field) const {
+        write(field);
     }
-    template <class Record>
-    static QJsonObject written(const Record& record) {
-        QJsonObject inner;
-        fields(Writing{inner}, record);
-        return inner;
+    void list(const auto& elements) const {
+        *json_ += '[';
+        for (const auto& element : elements) {
+            value(element);
+            *json_ += ',';
+        }
+        if (json_->endsWith(','))
+            json_->chop(1);
+        *json_ += ']';
     }
+
+    QByteArray* json_;
 };
 
 template <class Record>
@@ -223,8 +242,6 @@ Record read(const QJsonObject& object) {
     fields(Reading{object}, record);
     return record;
 }
-
-QByteArray compact(const QJsonObject& object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 
 BridgeTask::Args readArgs(BridgeTaskKind kind, const QJsonObject& task) {
     constexpr QLatin1String key("args");
@@ -289,24 +306,34 @@ BridgeTask decodeBridgeTask(const QByteArray& json) {
 }
 
 QByteArray encodeBridgeTask(const BridgeTask& task) {
-    QJsonObject object{{QStringLiteral("id"), task.id}, {QStringLiteral("kind"), QString(rawValue(task.kind))}};
-    if (task.kind != BridgeTaskKind::listFolders && task.kind != BridgeTaskKind::shortcutList)
-        object.insert(QLatin1String("args"),
-                      std::visit([](const auto& args) { return Writing::written(args); }, task.args));
-    return compact(object);
+    QByteArray json = "{\"id\":";
+    appendJsonString(json, task.id);
+    json += ",\"kind\":";
+    appendJsonString(json, QString(rawValue(task.kind)));
+    if (task.kind != BridgeTaskKind::listFolders && task.kind != BridgeTaskKind::shortcutList) {
+        json += ",\"args\":";
+        std::visit([&](const auto& args) { Writing(json).write(args); }, task.args);
+    }
+    return json + '}';
 }
 
 QByteArray encodeBridgeSuccessBody(const BridgeResult& result) {
-    const QJsonObject inner = std::visit([](const auto& record) { return Writing::written(record); }, result);
-    return compact({{QStringLiteral("status"), QStringLiteral("done")}, {QStringLiteral("result"), inner}});
+    QByteArray json = R"({"status":"done","result":)";
+    std::visit([&](const auto& record) { Writing(json).write(record); }, result);
+    json += '}';
+    return json;
 }
 
 QByteArray encodeBridgeErrorBody(const QString& message) {
-    return compact({{QStringLiteral("status"), QStringLiteral("error")}, {QStringLiteral("error_message"), message}});
+    QByteArray json = R"({"status":"error","error_message":)";
+    appendJsonString(json, message);
+    return json + '}';
 }
 
 QByteArray encodeBridgeStreamBody(const QString& delta) {
-    return compact({{QStringLiteral("status"), QStringLiteral("streaming")}, {QStringLiteral("delta"), delta}});
+    QByteArray json = R"({"status":"streaming","delta":)";
+    appendJsonString(json, delta);
+    return json + '}';
 }
 
 BridgeResult decodeBridgeResult(BridgeTaskKind kind, const QByteArray& json) {

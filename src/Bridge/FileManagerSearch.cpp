@@ -2,6 +2,7 @@
 
 #include "base/Pool.h"
 #include "base/StableSort.h"
+#include "base/StopsAtEnd.h"
 #include "base/TextFolding.h"
 
 #include <algorithm>
@@ -95,15 +96,6 @@ private:
     qint64 cap_;
     QString home_;
     std::vector<SearchResult> hits_;
-};
-
-/// Asks for a stop when the frame that waits goes, however it goes.
-struct StopsAtEnd {
-    std::stop_source source;
-    StopsAtEnd() = default;
-    StopsAtEnd(const StopsAtEnd&) = delete;
-    StopsAtEnd& operator=(const StopsAtEnd&) = delete;
-    ~StopsAtEnd() { source.request_stop(); }
 };
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "Bridge/FileURL.h"
 
-#include <QStringList>
+#include <QStringTokenizer>
+
+#include <algorithm>
 
 namespace vennic {
 
@@ -33,17 +35,25 @@ FileURL FileURL::deletingLastPathComponent() const {
     return FileURL{slash <= 0 ? QStringLiteral("/") : trimmed.first(slash).toString()};
 }
 
+FileURL FileURL::appendingPathComponent(const QString& component) const {
+    return FileURL{path.endsWith(u'/') ? path + component : path + u'/' + component};
+}
+
 FileURL FileURL::standardized() const {
-    QStringList kept;
-    for (const QStringView piece : QStringView(path).split(u'/', Qt::SkipEmptyParts)) {
+    QString kept;
+    for (const QStringView piece : QStringView(path).tokenize(u'/', Qt::SkipEmptyParts)) {
         if (piece == u".")
             continue;
-        if (piece != u"..")
-            kept.append(piece.toString());
-        else if (!kept.isEmpty())
-            kept.removeLast();
+        if (piece == u"..")
+            kept.truncate(std::max<qsizetype>(kept.lastIndexOf(u'/'), 0));
+        else
+            (kept += u'/') += piece;
     }
-    return FileURL{u'/' + kept.join(u'/')};
+    return FileURL{kept.isEmpty() ? QStringLiteral("/") : kept};
+}
+
+bool FileURL::isOrLiesUnder(const FileURL& folder) const {
+    return path == folder.path || path.startsWith(folder.path + u'/');
 }
 
 QString displayPath(const QString& path, const QString& homeDirectory) {

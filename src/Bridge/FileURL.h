@@ -12,8 +12,11 @@ struct FileURL {
     /// "gz" of "a.tar.gz", as it was spelled; empty for "a", "a." and ".hidden".
     QString pathExtension() const;
     FileURL deletingLastPathComponent() const;
+    FileURL appendingPathComponent(const QString& component) const;
     /// Without ".", "..", empty components and a slash at its end; symbolic links are not followed.
     FileURL standardized() const;
+    /// Whether this path is `folder`'s, or begins with it and a slash: both compared as they stand.
+    bool isOrLiesUnder(const FileURL& folder) const;
     bool operator==(const FileURL&) const = default;
 };
 

@@ -21,7 +21,7 @@ struct Scopes {
 };
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-Scopes openScopes(std::shared_ptr<FolderBookmarks> bookmarks, const std::vector<BookmarkEntry>& grants) {
+Scopes openScopes(const std::shared_ptr<FolderBookmarks>& bookmarks, const std::vector<BookmarkEntry>& grants) {
     const BookmarkResolver resolver(*bookmarks);
     Scopes scopes;
     for (const BookmarkEntry& grant : grants) {

@@ -13,9 +13,6 @@ namespace vennic {
 
 namespace {
 
-/// The index keeps what it gathers in memory, so it is never asked for more than this, whatever the caller wants.
-constexpr qint64 mostGathered = 50'000;
-
 std::chrono::seconds wholeSeconds(double seconds) {
     constexpr double longest = 24.0 * 3600;
     if (!(seconds > 0)) // not a number included
@@ -48,7 +45,7 @@ SpotlightQueryRunner::SpotlightQueryRunner(FileIndex& index, std::shared_ptr<Fil
                                            Question question, Completion completion)
     : files_(std::move(files)), clock_(clock), question_(std::move(question)), completion_(std::move(completion)),
       metaQuery_(index.query(question_.predicate, paths(question_.folders),
-                             std::clamp<qint64>(question_.limit, 0, mostGathered))) {}
+                             std::clamp<qint64>(question_.limit, 0, FileIndex::mostHits))) {}
 
 void SpotlightQueryRunner::start() {
     selfRetain_ = shared_from_this();
@@ -109,14 +106,13 @@ std::optional<SearchResult> SpotlightQueryRunner::result(const IndexItem& item, 
     if (!item.path)
         return std::nullopt;
     const FileURL url{*item.path};
-    const auto values = files_->values(url.path);
     return SearchResult{
         .url = url,
         .name = item.name ? *item.name : url.lastPathComponent(),
         .mime = FileManagerSearch::mimeFromUTI(item.contentType.value_or(QStringLiteral("public.data"))),
         .size = item.size.value_or(0),
         .modifiedAt = item.changedAt,
-        .isRemote = values && !values->volumeIsLocal.value_or(true),
+        .isRemote = false, // only the file system knows, which may take its time: SpotlightSearch asks it
         .parentDisplay = displayPath(url.deletingLastPathComponent().path, home),
     };
 }

@@ -1,6 +1,7 @@
 #include "Bridge/SpotlightSearch.h"
 
 #include "Bridge/SpotlightQueryRunner.h"
+#include "base/Pool.h"
 
 namespace vennic {
 
@@ -22,6 +23,15 @@ QString trimmedWhitespace(const QString& text) {
     while (end > begin && isBlank(text.at(end - 1)))
         --end;
     return text.sliced(begin, end - begin);
+}
+
+/// Says which results lie on volumes that aren't local. Runs on the pool: such a volume may not answer.
+std::vector<SearchResult> withVolumes(const std::shared_ptr<FileSystem>& files, std::vector<SearchResult> results) {
+    for (SearchResult& result : results) {
+        const auto values = files->values(result.url.path);
+        result.isRemote = values && !values->volumeIsLocal.value_or(true);
+    }
+    return results;
 }
 
 } // namespace
@@ -81,7 +91,10 @@ Task<std::vector<SearchResult>> SpotlightSearch::runQuery(IndexPredicate predica
     };
     const EndsWithUs end(waiter, runner);
     runner->start();
-    co_return co_await gathered;
+    Results results = co_await gathered;
+    if (results.empty())
+        co_return results;
+    co_return co_await onPool(withVolumes, files_, std::move(results));
 }
 
 } // namespace vennic

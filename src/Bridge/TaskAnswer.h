@@ -15,10 +15,15 @@ public:
     explicit TaskAnswer(UnsentSuccess onUnsentSuccess) : onUnsentSuccess_(std::move(onUnsentSuccess)) {}
 
     Task<> success(APIService api, QString id, BridgeResult result) const;
+    /// The same with what `encodeBridgeSuccessBody` gave.
+    Task<> encodedSuccess(APIService api, QString id, QByteArray body) const;
     /// An error answer that can't be sent is dropped: the backend lets the task run out of time.
     static Task<> error(APIService api, QString id, QString message);
 
 private:
+    template <class Result>
+    Task<> send(APIService api, QString id, Result result) const;
+
     UnsentSuccess onUnsentSuccess_;
 };
 

@@ -1,16 +1,23 @@
 #include "app/Client.h"
 
-#include "Bridge/BookmarkResolver.h"
 #include "backend/PinnedRoots.h"
 #include "base/Pool.h"
+#include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/SpareMemory.h"
+#include "linux/WorkspaceGio.h"
+#include "linux/photos/PicturesFolder.h"
+#include "linux/worker/TextRecognizerWorker.h"
 
 #include <QFile>
 #include <QSysInfo>
+#include <QTimer>
 
 namespace vennic {
 
 namespace {
+
+constexpr auto farewell = std::chrono::seconds{3};
 
 index::IndexerSettings indexSettings(const Paths& paths) {
     index::IndexerSettings settings;
@@ -18,15 +25,11 @@ index::IndexerSettings indexSettings(const Paths& paths) {
     return settings;
 }
 
-/// A folder that has moved is looked for on the disk, which may take seconds.
-QStringList resolvedPaths(const std::shared_ptr<FolderBookmarks>& folders, const std::vector<BookmarkEntry>& grants) {
-    QStringList paths;
-    const BookmarkResolver resolver(*folders);
-    for (const BookmarkEntry& grant : grants) {
-        if (const auto resolved = resolver.resolveIfPossible(grant))
-            paths.append(resolved->url.path);
-    }
-    return paths;
+photos::KeeperSettings photoSettings(const Paths& paths) {
+    photos::KeeperSettings settings;
+    settings.catalogue = QFile::encodeName(paths.data + QStringLiteral("/photos.sqlite")).toStdString();
+    settings.folder = [] { return QFile::encodeName(photos::picturesFolder()).toStdString(); };
+    return settings;
 }
 
 } // namespace
@@ -45,7 +48,12 @@ Client::Client(const Paths& paths, Deployment deployment)
       indexTexts_(indexReader_, *types_), queryTexts_(*reader_, *types_),
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
-      spotlight_(granted_, files_, types_, clock_), bridgeContext_(keychain_, preferences_) {
+      spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
+      photoConsent_(preferences_, dialogs_, clock_),
+      photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
+      photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
+      automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
+      bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
@@ -59,10 +67,14 @@ Client::Client(const Paths& paths, Deployment deployment)
         .files = files_,
         .types = types_,
         .reader = reader_,
+        .photos = photos_,
         .workspace = workspace_,
+        .automations = automations_,
         .thumbnailer = thumbnailer_,
+        .recognizer = std::make_shared<TextRecognizerWorker>(pictures_),
     });
     BridgeService::install(bridge_.get());
+    returnMemoryAfterTasks();
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
         .keychain = keychain_,
@@ -75,6 +87,13 @@ Client::Client(const Paths& paths, Deployment deployment)
     });
     AppSession::install(session_.get());
     bridgeContext_.follow(session_.get());
+    chat_ = std::make_unique<ChatView>(ChatView::Surroundings{
+        .session = *session_,
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+        .local = localChat_,
+    });
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
 }
@@ -85,9 +104,38 @@ Client::~Client() {
     pictures_->close();
     thumbnailer_->close();
     indexReader_.close();
+    photoReader_->close();
+    photos_->close();
     AppSession::install(nullptr);
     BridgeService::install(nullptr);
     BookmarkStore::install(nullptr);
+}
+
+void Client::end(const std::function<void()>& quit) {
+    if (ending_ || !session_->isRevoking())
+        return quit();
+    ending_ = true;
+    const auto quitWhenTold = [this, quit] {
+        if (!session_->isRevoking())
+            quit();
+    };
+    QObject::connect(session_.get(), &AppSession::tokenRevoked, session_.get(), quitWhenTold);
+    QTimer::singleShot(farewell, session_.get(), quit);
+}
+
+void Client::returnMemoryAfterTasks() {
+    using namespace std::chrono_literals;
+    afterTasks_.setSingleShot(true);
+    afterTasks_.setInterval(1s);
+    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, [this] {
+        if (!afterTasks_.isActive())
+            afterTasks_.start();
+    });
+    QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
+}
+
+void Client::warn(const QString& title, const QString& informativeText) {
+    jobs_.start(dialogs_.warn(title, informativeText));
 }
 
 void Client::indexSharedFolders() {
@@ -95,6 +143,13 @@ void Client::indexSharedFolders() {
     following_ = jobs_.start(followGrants());
 }
 
-Task<> Client::followGrants() { granted_.setFolders(co_await onPool(resolvedPaths, folders_, bookmarks_.entries())); }
+Task<> Client::followGrants() {
+    QStringList paths;
+    for (const ResolvedShare& share : co_await shares()) {
+        if (share.folder)
+            paths.append(share.folder->path);
+    }
+    granted_.setFolders(paths);
+}
 
 } // namespace vennic

@@ -4,21 +4,31 @@
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
+#include "app/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
+#include "backend/ChatView.h"
 #include "backend/Deployment.h"
 #include "core/AppSession.h"
+#include "core/ServerPreferenceSync.h"
 #include "linux/FileSystemPosix.h"
 #include "linux/FileTypesShared.h"
 #include "linux/FolderBookmarksInode.h"
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
-#include "linux/WorkspaceGio.h"
+#include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
+#include "linux/photos/PhotoFactsWorker.h"
+#include "linux/photos/PhotoLibraryFolder.h"
 #include "linux/thumbnail/ThumbnailerDesktop.h"
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
+#include "ports/Workspace.h"
+
+#include <QTimer>
+
+#include <functional>
 
 namespace vennic {
 
@@ -32,24 +42,39 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client();
 
+    /// Calls `quit` once the backend knows of a sign-out, or has had three seconds to hear of it; at once when there is
+    /// none, and when asked a second time.
+    void end(const std::function<void()>& quit);
+
     AppSession& session() { return *session_; }
     BridgeService& bridge() { return *bridge_; }
     BookmarkStore& bookmarks() { return bookmarks_; }
-    FolderBookmarks& folders() { return *folders_; }
+    /// The grants, and where their folders are now.
+    Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
     const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
     SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
+    ModalDialogs& dialogs() { return dialogs_; }
+    PhotoConsent& photoConsent() { return photoConsent_; }
+    PhotoLibraryFolder& photos() { return *photos_; }
+    const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
+    ChatView& chat() { return *chat_; }
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
 
+    /// Shows a warning; nothing waits for its end.
+    void warn(const QString& title, const QString& informativeText);
+
 private:
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();
+    /// A machine that listed a huge folder is soon as small as before.
+    void returnMemoryAfterTasks();
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
@@ -73,11 +98,20 @@ private:
     GrantedFileIndex granted_;
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
+    ModalDialogsProgram dialogs_;
+    PhotoConsent photoConsent_;
+    std::shared_ptr<photos::PhotoFactsWorker> photoReader_;
+    std::shared_ptr<PhotoLibraryFolder> photos_;
+    std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;
     std::unique_ptr<BridgeService> bridge_;
-    NoPreferenceSync preferenceSync_;
+    QTimer afterTasks_;
+    ServerPreferenceSync preferenceSync_;
     NoLocalLLMTelemetry telemetry_;
     std::unique_ptr<AppSession> session_;
+    NoDirectLocalChat localChat_;
+    std::unique_ptr<ChatView> chat_;
+    bool ending_ = false;
     Job following_;
     Scope jobs_;
 };

@@ -1,7 +1,8 @@
 #include "app/ClientCommands.h"
 
-#include "Bridge/BookmarkResolver.h"
+#include "Bridge/PhotoOpener.h"
 #include "Bridge/ScopedAccess.h"
+#include "app/PhotosReport.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
 #include "base/Dates.h"
@@ -18,10 +19,26 @@ namespace {
 constexpr qint64 searchLimit = 20;
 constexpr double searchTimeout = 5.0;
 const QLatin1String documentLink("vennic://local_file/open/");
+const QLatin1String photoLink("vennic://local_photo/view/");
 
 CommandAnswer done(const QString& text = {}, const QJsonObject& data = {}) { return {ExitStatus::done, text, data}; }
 
-CommandAnswer failed(const QString& reason) { return {ExitStatus::failed, reason, {}}; }
+CommandAnswer failed(const QString& reason) { return {ExitStatus::failed, {}, {}, reason}; }
+
+/// The outcome of doing the same with each of several arguments: what was done stays done and is told, and so is what
+/// wasn't.
+class Outcomes {
+public:
+    void done(const QString& line) { done_.append(line); }
+    void failed(const QString& reason) { failed_.append(reason); }
+    CommandAnswer answer() const {
+        return {failed_.isEmpty() ? ExitStatus::done : ExitStatus::failed, done_.join(u'\n'), {}, failed_.join(u'\n')};
+    }
+
+private:
+    QStringList done_;
+    QStringList failed_;
+};
 
 QJsonObject hitData(const SearchResult& hit, const QString& id) {
     QJsonObject data{{QStringLiteral("id"), id},
@@ -42,6 +59,27 @@ QString hitText(const SearchResult& hit, const QString& id) {
         text += QStringLiteral(", %1").arg(french.toString(hit.modifiedAt->toLocalTime(), QLocale::ShortFormat));
     return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
 }
+
+void openDocument(const std::shared_ptr<Workspace>& workspace, const QString& path) { workspace->open(path); }
+
+/// Keeps what a warning says for who typed the command, and shows it to who clicked on a link.
+class WarningCopy final : public ModalDialogs {
+public:
+    explicit WarningCopy(Client& client) : client_(client) {}
+    bool hasScreen() const override { return client_.dialogs().hasScreen(); }
+    Task<DialogAnswer> ask(DialogQuestion question) override { return client_.dialogs().ask(std::move(question)); }
+    Task<> warn(QString title, QString informativeText) override {
+        text_ = informativeText;
+        if (hasScreen())
+            client_.warn(title, informativeText);
+        co_return;
+    }
+    const QString& text() const { return text_; }
+
+private:
+    Client& client_;
+    QString text_;
+};
 
 } // namespace
 
@@ -70,10 +108,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     const QString first = arguments.value(0);
     if (verb == QLatin1String("activate"))
         co_return done(QStringLiteral("Vennic tourne déjà."));
-    if (verb == QLatin1String("status")) {
-        const QJsonObject status = statusData(client_);
-        co_return done(statusText(status), status);
-    }
+    if (verb == QLatin1String("status"))
+        co_return co_await status();
     if (verb == QLatin1String("pair"))
         co_return co_await pair(first);
     if (verb == QLatin1String("token"))
@@ -85,20 +121,30 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     if (verb == QLatin1String("share"))
         co_return share(arguments);
     if (verb == QLatin1String("shares"))
-        co_return shares();
+        co_return co_await shares();
     if (verb == QLatin1String("unshare"))
-        co_return unshare(arguments);
+        co_return co_await unshare(arguments);
     if (verb == QLatin1String("bridge"))
         co_return bridge(first == QLatin1String("on"));
     if (verb == QLatin1String("search"))
         co_return co_await search(arguments.join(QLatin1Char(' ')));
+    if (verb == QLatin1String("ask"))
+        co_return co_await ask(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("open"))
         co_return co_await open(first);
+    if (verb == QLatin1String("photos"))
+        co_return photos(first);
     if (verb == QLatin1String("quit")) {
         quit_();
         co_return done();
     }
     co_return failed(QStringLiteral("Commande inconnue : %1").arg(verb));
+}
+
+Task<CommandAnswer> ClientCommands::status() {
+    const auto shares = co_await client_.shares();
+    const QJsonObject data = statusData(client_, shares);
+    co_return done(statusText(data), data);
 }
 
 Task<CommandAnswer> ClientCommands::pair(QString code) {
@@ -130,52 +176,52 @@ CommandAnswer ClientCommands::token(const QString& secret) {
 }
 
 CommandAnswer ClientCommands::share(const QStringList& paths) {
-    QString text;
+    Outcomes outcomes;
     for (const QString& path : paths) {
-        if (!QDir::isAbsolutePath(path))
-            return failed(QStringLiteral("Le chemin %1 n'est pas absolu.").arg(path));
-        const BookmarkEntry entry = client_.bookmarks().add(FileURL{path});
-        text += QStringLiteral("%1 est partagé (%2).\n").arg(path, entry.id.toString(QUuid::WithoutBraces).toUpper());
-    }
-    text.chop(1);
-    return done(text);
-}
-
-CommandAnswer ClientCommands::shares() {
-    const QJsonArray shares = sharesData(client_);
-    QString text;
-    for (const auto& share : shares) {
-        const QString path = share[QLatin1String("path")].toString();
-        text +=
-            QStringLiteral("%1  %2\n")
-                .arg(share[QLatin1String("id")].toString(),
-                     path.isEmpty() ? QStringLiteral("%1 (introuvable)").arg(share[QLatin1String("name")].toString())
-                                    : path);
-    }
-    text.chop(1);
-    if (shares.isEmpty())
-        text = QStringLiteral("Aucun dossier partagé.");
-    return done(text, {{QStringLiteral("shares"), shares}});
-}
-
-CommandAnswer ClientCommands::unshare(const QStringList& names) {
-    QString text;
-    for (const QString& name : names) {
-        std::vector<QUuid> ids;
-        const BookmarkResolver resolver(client_.folders());
-        for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
-            const auto resolved = resolver.resolveIfPossible(entry);
-            if (entry.id == QUuid::fromString(name) || (resolved && resolved->url.path == QDir::cleanPath(name)))
-                ids.push_back(entry.id);
+        try {
+            if (!QDir::isAbsolutePath(path))
+                throw LocalizedError(QStringLiteral("Le chemin n'est pas absolu."));
+            const BookmarkEntry entry = client_.bookmarks().add(FileURL{path});
+            outcomes.done(QStringLiteral("%1 est partagé (%2).").arg(path, uuidString(entry.id)));
+        } catch (const LocalizedError& error) {
+            outcomes.failed(QStringLiteral("%1 : %2").arg(path, error.errorDescription()));
         }
-        if (ids.empty())
-            return failed(QStringLiteral("Aucun dossier partagé ne répond à %1.").arg(name));
-        for (const QUuid& id : ids)
-            client_.bookmarks().remove(id);
-        text += QStringLiteral("%1 n'est plus partagé.\n").arg(name);
     }
-    text.chop(1);
-    return done(text);
+    return outcomes.answer();
+}
+
+Task<CommandAnswer> ClientCommands::shares() {
+    const auto shares = co_await client_.shares();
+    QStringList lines;
+    for (const ResolvedShare& share : shares) {
+        const QString place =
+            share.folder ? share.folder->path : QStringLiteral("%1 (introuvable)").arg(share.grant.displayName);
+        lines.append(QStringLiteral("%1  %2").arg(uuidString(share.grant.id), place));
+    }
+    if (shares.empty())
+        lines.append(QStringLiteral("Aucun dossier partagé."));
+    co_return done(lines.join(u'\n'), {{QStringLiteral("shares"), sharesData(shares)}});
+}
+
+Task<CommandAnswer> ClientCommands::unshare(QStringList names) {
+    const auto shares = co_await client_.shares();
+    names.removeDuplicates();
+    Outcomes outcomes;
+    for (const QString& name : names) {
+        bool found = false;
+        for (const ResolvedShare& share : shares) {
+            if (share.grant.id == QUuid::fromString(name) ||
+                (share.folder && share.folder->path == QDir::cleanPath(name))) {
+                client_.bookmarks().remove(share.grant.id);
+                found = true;
+            }
+        }
+        if (found)
+            outcomes.done(QStringLiteral("%1 n'est plus partagé.").arg(name));
+        else
+            outcomes.failed(QStringLiteral("Aucun dossier partagé ne répond à %1.").arg(name));
+    }
+    co_return outcomes.answer();
 }
 
 CommandAnswer ClientCommands::bridge(bool on) {
@@ -184,17 +230,16 @@ CommandAnswer ClientCommands::bridge(bool on) {
 }
 
 Task<CommandAnswer> ClientCommands::search(QString words) {
-    std::vector<FileURL> folders;
-    std::vector<ScopedAccess> open;
-    const BookmarkResolver resolver(client_.folders());
-    for (const BookmarkEntry& entry : client_.bookmarks().entries()) {
-        if (const auto resolved = resolver.resolveIfPossible(entry)) {
-            folders.push_back(resolved->url);
-            open.emplace_back(client_.sharedFolders(), resolved->url);
-        }
-    }
     if (client_.bookmarks().entries().empty())
         co_return failed(QStringLiteral("Aucun dossier partagé n'est configuré sur le Mac."));
+    std::vector<FileURL> folders;
+    std::vector<ScopedAccess> open;
+    for (const ResolvedShare& share : co_await client_.shares()) {
+        if (share.folder) {
+            folders.push_back(*share.folder);
+            open.emplace_back(client_.sharedFolders(), *share.folder);
+        }
+    }
     const auto hits = co_await client_.spotlight().search(words, folders, searchLimit, searchTimeout);
     QJsonArray items;
     QString text;
@@ -210,14 +255,45 @@ Task<CommandAnswer> ClientCommands::search(QString words) {
     co_return done(text, {{QStringLiteral("items"), items}});
 }
 
+Task<CommandAnswer> ClientCommands::ask(QString text) {
+    if (text.trimmed().isEmpty())
+        co_return failed(QStringLiteral("La question est vide."));
+    const auto end = co_await client_.chat().ask(text);
+    if (!end)
+        co_return failed(QStringLiteral("Une réponse est déjà en cours ; attends qu'elle soit finie."));
+    if (end->failed)
+        co_return failed(end->text);
+    QJsonObject data{{QStringLiteral("text"), end->text}};
+    if (const auto discussion = client_.session().discussionId())
+        data.insert(QStringLiteral("discussion_id"), *discussion);
+    co_return done(end->text, data);
+}
+
 Task<CommandAnswer> ClientCommands::open(QString address) {
+    if (address.startsWith(photoLink))
+        co_return co_await openPhoto(address.mid(photoLink.size()));
     if (!address.startsWith(documentLink))
-        co_return failed(QStringLiteral("Cette adresse n'est pas celle d'un document : %1").arg(address));
+        co_return failed(
+            QStringLiteral("Cette adresse n'est ni celle d'un document ni celle d'une photo : %1").arg(address));
     const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
     if (!url)
         co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    co_await onPool(&Workspace::open, client_.workspace(), url->path);
+    co_await onPool(openDocument, client_.workspace(), url->path);
     co_return done();
+}
+
+Task<CommandAnswer> ClientCommands::openPhoto(QString percentEncodedIdentifier) {
+    WarningCopy warnings(client_);
+    const PhotoOpener opener(client_.sharedPhotos(), client_.workspace(), warnings);
+    co_await opener.open(std::move(percentEncodedIdentifier));
+    co_return warnings.text().isEmpty() ? done() : failed(warnings.text());
+}
+
+CommandAnswer ClientCommands::photos(const QString& word) {
+    if (word != QLatin1String("status"))
+        client_.photoConsent().decide(word == QLatin1String("allow"));
+    const QJsonObject data = photosData(client_);
+    return done(photosText(data), data);
 }
 
 } // namespace vennic

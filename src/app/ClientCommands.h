@@ -19,12 +19,16 @@ private:
     Task<CommandAnswer> run(CommandRequest request);
     Task<CommandAnswer> pair(QString code);
     Task<CommandAnswer> search(QString words);
+    Task<CommandAnswer> ask(QString text);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
-    CommandAnswer shares();
-    CommandAnswer unshare(const QStringList& names);
+    Task<CommandAnswer> shares();
+    Task<CommandAnswer> unshare(QStringList names);
+    Task<CommandAnswer> status();
     CommandAnswer bridge(bool on);
     Task<CommandAnswer> open(QString address);
+    Task<CommandAnswer> openPhoto(QString percentEncodedIdentifier);
+    CommandAnswer photos(const QString& word);
 
     Client& client_;
     std::function<void()> quit_;

@@ -12,11 +12,23 @@ namespace vennic {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds{90};         // the pairing call may take 80
+constexpr auto patience = std::chrono::seconds{90};
+/// A pairing call may take 80 seconds; then the keyring may have its user unlock it, for two minutes, first to let go
+/// of the old token and again to take the new one.
+constexpr auto credentialPatience = std::chrono::minutes{6};
+constexpr auto replyPatience = std::chrono::seconds{970};   // a reply may stream for 960
 constexpr qsizetype maxRequestBytes = qsizetype{64} * 1024; // what the client reads of a request
 
-CommandRequest requestOf(const CommandLine& line) {
-    CommandRequest request{*line.verb, line.arguments, {}};
+std::chrono::milliseconds patienceWith(const QString& verb) {
+    const bool writesCredentials =
+        verb == QLatin1String("pair") || verb == QLatin1String("token") || verb == QLatin1String("sign-out");
+    if (verb == QLatin1String("ask"))
+        return replyPatience;
+    return writesCredentials ? std::chrono::milliseconds{credentialPatience} : patience;
+}
+
+CommandRequest requestOf(const QString& verb, const QStringList& arguments) {
+    CommandRequest request{verb, arguments, {}};
     // Paths are relative to where the user stands, which only this process knows.
     if (request.verb == QLatin1String("share")) {
         for (QString& path : request.arguments)
@@ -27,30 +39,29 @@ CommandRequest requestOf(const CommandLine& line) {
     return request;
 }
 
-/// Data and reports go to standard output whatever they say; a bare reason of failure goes to standard error.
 ExitStatus print(const CommandAnswer& answer, bool json) {
-    const bool report = answer.status == ExitStatus::done || !answer.data.isEmpty();
-    if (!report)
-        writeError(answer.text + QLatin1Char('\n'));
-    else if (json)
+    if (json && !answer.data.isEmpty())
         writeOutput(QString::fromUtf8(QJsonDocument(answer.data).toJson(QJsonDocument::Indented)));
     else if (!answer.text.isEmpty())
         writeOutput(answer.text + QLatin1Char('\n'));
+    if (!answer.reason.isEmpty())
+        writeError(answer.reason + QLatin1Char('\n'));
     return answer.status;
 }
 
 } // namespace
 
 ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instance) {
+    const QString verb = line.verb.value_or(QString());
     try {
-        if (*line.verb == QLatin1String("doctor"))
+        if (verb == QLatin1String("doctor"))
             return print(examine(paths, instance), line.json);
-        const QByteArray request = encodeCommandRequest(requestOf(line));
+        const QByteArray request = encodeCommandRequest(requestOf(verb, line.arguments));
         if (request.size() > maxRequestBytes) {
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
             return ExitStatus::usage;
         }
-        const auto answer = instance.ask(request, patience);
+        const auto answer = instance.ask(request, patienceWith(verb));
         if (!answer) {
             writeError(QStringLiteral("Vennic ne tourne pas. Lance « vennic » d'abord.\n"));
             return ExitStatus::noClient;

@@ -28,13 +28,22 @@ constexpr std::array verbTable{
     Verb{QLatin1String("bridge"), QLatin1String("on|off"), 1, 1, false, u"active ou désactive le pont local", u""},
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
          u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
+    Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
+         u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre", u""},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
-         u"ouvre un document trouvé, par son adresse vennic://local_file/open/...",
-         u"Les adresses sont celles que donne « vennic search » ; elles valent jusqu'à la fin de Vennic."},
+         u"ouvre un document trouvé ou une photo, par son adresse",
+         u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "
+         u"fin de Vennic. Celles des photos, vennic://local_photo/view/..., restent valables."},
+    Verb{QLatin1String("photos"), QLatin1String("allow|deny|status"), 1, 1, true,
+         u"autorise ou refuse l'accès aux photos, ou dit où il en est",
+         u"Le backend peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
+         u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
 };
+
+const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QStringLiteral("status")};
 
 const Verb* find(const QString& name) {
     const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
@@ -67,6 +76,8 @@ std::optional<QString> check(const CommandLine& line) {
     if (verb.name == QLatin1String("bridge") && line.arguments[0] != QLatin1String("on") &&
         line.arguments[0] != QLatin1String("off"))
         return QStringLiteral("« %1 » n'est ni « on » ni « off ».").arg(line.arguments[0]);
+    if (verb.name == QLatin1String("photos") && !photoWords.contains(line.arguments[0]))
+        return QStringLiteral("« %1 » n'est ni « allow », ni « deny », ni « status ».").arg(line.arguments[0]);
     return std::nullopt;
 }
 
@@ -123,16 +134,24 @@ QString helpText(const std::optional<QString>& name) {
         return text;
     }
     QString text = QStringLiteral("Usage : vennic [COMMANDE] [ARGUMENTS]\n\n"
-                                  "Sans commande, démarre Vennic, ou rappelle celui qui tourne déjà.\n\nCommandes :\n");
-    for (const Verb& verb : verbTable) {
-        const QString left =
-            QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
-        text += QStringLiteral("  %1 %2\n").arg(left, -18).arg(verb.summary);
-    }
-    text += QStringLiteral("\nOptions :\n  --json             données en JSON (status, shares, search, doctor)\n"
-                           "  --help             cette aide, ou celle d'une commande\n"
-                           "  --version          version de Vennic\n\n"
-                           "État de sortie : 0 fait, 1 échec, 2 mauvais usage, 3 Vennic ne tourne pas.\n");
+                                  "Sans commande, démarre Vennic ; s'il tourne déjà, le dit.\n\nCommandes :\n");
+    const auto left = [](const Verb& verb) {
+        return QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
+    };
+    qsizetype width = 0;
+    for (const Verb& verb : verbTable)
+        width = std::max(width, left(verb).size());
+    const auto row = [width](const QString& word, QStringView meaning) {
+        return QStringLiteral("  %1  %2\n").arg(word, -static_cast<int>(width)).arg(meaning);
+    };
+    for (const Verb& verb : verbTable)
+        text += row(left(verb), verb.summary);
+    text += QStringLiteral("\nOptions :\n");
+    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, doctor)");
+    text += row(QStringLiteral("--"), u"ce qui suit n'est plus une option, même avec un tiret");
+    text += row(QStringLiteral("--help"), u"cette aide, ou celle d'une commande");
+    text += row(QStringLiteral("--version"), u"version de Vennic");
+    text += QStringLiteral("\nÉtat de sortie : 0 fait, 1 échec, 2 mauvais usage, 3 Vennic ne tourne pas.\n");
     return text;
 }
 

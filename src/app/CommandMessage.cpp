@@ -31,7 +31,8 @@ std::optional<CommandRequest> decodeCommandRequest(const QByteArray& line) {
 QByteArray encodeCommandAnswer(const CommandAnswer& answer) {
     const QJsonObject object{{QStringLiteral("status"), static_cast<int>(answer.status)},
                              {QStringLiteral("text"), answer.text},
-                             {QStringLiteral("data"), answer.data}};
+                             {QStringLiteral("data"), answer.data},
+                             {QStringLiteral("reason"), answer.reason}};
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
@@ -42,7 +43,8 @@ std::optional<CommandAnswer> decodeCommandAnswer(const QByteArray& line) {
         if (status < 0 || status > static_cast<int>(ExitStatus::noClient))
             return std::nullopt;
         return CommandAnswer{static_cast<ExitStatus>(status), requiredString(object, QLatin1String("text")),
-                             requiredObject(object, QLatin1String("data"))};
+                             requiredObject(object, QLatin1String("data")),
+                             requiredString(object, QLatin1String("reason"))};
     } catch (const DecodingError&) {
         return std::nullopt;
     }

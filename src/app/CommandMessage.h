@@ -18,11 +18,13 @@ struct CommandRequest {
     bool operator==(const CommandRequest&) const = default;
 };
 
-/// What the client answers: data for --json and a text for people, or an error.
+/// What the client answers: data for --json and a text for people, and why something wasn't done. An answer may have
+/// both: of several folders some were shared and some weren't.
 struct CommandAnswer {
     ExitStatus status = ExitStatus::done;
-    QString text;
+    QString text; // for standard output
     QJsonObject data;
+    QString reason = {}; // for standard error
     bool operator==(const CommandAnswer&) const = default;
 };
 

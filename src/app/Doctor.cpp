@@ -1,19 +1,25 @@
 #include "app/Doctor.h"
 
+#include "app/PhotosReport.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
+#include "base/RecognitionLanguage.h"
+#include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/UserPresencePolkit.h"
+#include "linux/WorkspaceGio.h"
 #include "linux/thumbnail/InstalledThumbnailer.h"
 #include "linux/thumbnail/SandboxedCommand.h"
 #include "linux/worker/BoxedThumbnail.h"
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/TextRecognizerWorker.h"
 #include "linux/worker/WorkerLane.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -48,18 +54,19 @@ Finding pinnedRoots(const Paths& paths) {
     return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
 
-Finding worker(const Paths& paths) {
-    const QString remedy = QStringLiteral("Réinstalle vennic-worker à côté de vennic ; il a besoin d'un noyau avec "
-                                          "Landlock et seccomp.");
+/// Has one of the boxed programs read a document of `bytes`; `read` says whether it did so rightly.
+Finding boxed(const QString& program, const QByteArray& bytes, const std::function<bool(const QString&)>& read) {
+    const QString remedy = QStringLiteral("Réinstalle %1 à côté de vennic ; il a besoin d'un noyau avec Landlock et "
+                                          "seccomp.")
+                               .arg(QFileInfo(program).fileName());
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai.txt"));
+    const QString path = folder.filePath(QStringLiteral("essai"));
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write("été") != 5)
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
     file.close();
-    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.textWorker()));
     try {
-        if (reader.plainText(path, 100).text != QStringLiteral("été"))
+        if (!read(path))
             return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(), remedy};
@@ -93,6 +100,45 @@ Finding thumbnails(const Paths& paths) {
     if (!installedThumbnailer(QStringLiteral("video/mp4"), dataFolders()))
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe ffmpegthumbnailer.")};
     return {Verdict::good, QStringLiteral("images, dessins, pages de PDF et vidéos"), {}};
+}
+
+Finding textWorker(const Paths& paths) {
+    DocumentReaderWorker reader(DocumentWorkerOptions::interactive(paths.textWorker()));
+    return boxed(paths.textWorker(), "été",
+                 [&](const QString& path) { return reader.plainText(path, 100).text == QStringLiteral("été"); });
+}
+
+Finding pictureWorker(const Paths& paths) {
+    TextRecognizerWorker recognizer(
+        std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(paths.pictureWorker())));
+    return boxed(paths.pictureWorker(),
+                 "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                 "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+                 "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
+                 [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+}
+
+bool isInstalled(const RecognitionLanguage& language) {
+    return std::ranges::any_of(recognitionDataFolders, [&](const char* folder) {
+        return QFileInfo::exists(
+            QStringLiteral("%1/%2.traineddata").arg(QLatin1String(folder), QLatin1String(language.data)));
+    });
+}
+
+Finding recognition() {
+    QStringList names;
+    QStringList missing;
+    for (const RecognitionLanguage& language : recognitionLanguages) {
+        if (isInstalled(language))
+            names.append(QString::fromUtf8(language.name));
+        else
+            missing.append(QString::fromLatin1(language.package));
+    }
+    if (missing.isEmpty())
+        return {Verdict::good, names.join(QStringLiteral(", ")), {}};
+    const QString words = names.isEmpty() ? QStringLiteral("aucune langue n'est installée")
+                                          : QStringLiteral("seulement en ") + names.join(QStringLiteral(", "));
+    return {Verdict::limited, words, QStringLiteral("Installe %1.").arg(missing.join(QStringLiteral(" et ")))};
 }
 
 Finding credentials(const Paths& paths) {
@@ -130,6 +176,60 @@ Finding types() {
         return {Verdict::limited, QStringLiteral("seule la table intégrée est connue"),
                 QStringLiteral("Installe shared-mime-info.")};
     return {Verdict::good, QStringLiteral("shared-mime-info"), {}};
+}
+
+/// What the running client says; without one nobody knows what the user has decided.
+Finding photoAccess(Instance& instance) {
+    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("photos"), {QStringLiteral("status")}, {}}),
+                                     std::chrono::seconds{5});
+    const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
+    if (!decoded)
+        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
+    const QJsonObject& data = decoded->data;
+    const bool isAllowed = data[QLatin1String("access")] == QLatin1String("allowed");
+    Finding finding{isAllowed ? Verdict::good : Verdict::limited, photosAccessSentence(data), {}};
+    const bool isUndecided = data[QLatin1String("access")] == QLatin1String("undetermined");
+    if (isUndecided)
+        finding.remedy = QStringLiteral("« vennic photos allow » l'autorise, « vennic photos deny » le refuse.");
+    if (!isAllowed)
+        return finding;
+    const bool isRead = data[QLatin1String("ready")].toBool();
+    if (isRead && data[QLatin1String("folder")].toString().isEmpty())
+        return {Verdict::limited, QStringLiteral("autorisé, mais ce Mac n'a pas de dossier d'images"),
+                QStringLiteral("Choisis-en un : « xdg-user-dirs-update --set PICTURES CHEMIN ».")};
+    if (data[QLatin1String("missing")].toBool())
+        return {Verdict::limited, QStringLiteral("autorisé, mais le dossier d'images n'existe pas"),
+                QStringLiteral("Crée %1.").arg(data[QLatin1String("folder")].toString())};
+    if (const QString problem = data[QLatin1String("problem")].toString(); !problem.isEmpty())
+        return {Verdict::limited, problem, {}};
+    return finding;
+}
+
+Finding applications() {
+    const auto known = WorkspaceGio().applications();
+    if (known.empty())
+        return {Verdict::limited, QStringLiteral("aucune application de bureau n'est installée"),
+                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le backend pourra les "
+                               "ouvrir.")};
+    return {Verdict::good, QStringLiteral("%1 application(s) que le backend peut ouvrir").arg(known.size()), {}};
+}
+
+Finding automations(const Paths& paths) {
+    const QString folder = paths.data + QStringLiteral("/shortcuts");
+    AutomationToolProgram tool(paths.programs + QStringLiteral("/vennic-shortcuts"));
+    try {
+        const AutomationRun run = tool.run({QStringLiteral("list")}, std::nullopt, {});
+        if (run.status != 0)
+            return {Verdict::limited, QString::fromUtf8(run.error).trimmed(),
+                    QStringLiteral("Corrige le propriétaire et les droits de %1.").arg(folder)};
+        if (run.output.isEmpty())
+            return {
+                Verdict::good, QStringLiteral("aucune ; les programmes exécutables de %1 en seront").arg(folder), {}};
+        return {Verdict::good, QStringLiteral("%1 dans %2").arg(run.output.count('\n')).arg(folder), {}};
+    } catch (const LocalizedError& error) {
+        return {Verdict::limited, error.errorDescription(),
+                QStringLiteral("Réinstalle vennic-shortcuts à côté de vennic.")};
+    }
 }
 
 Finding client(Instance& instance) {
@@ -170,12 +270,17 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
         {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
-        {QStringLiteral("Lecteur de documents"), [&] { return worker(paths); }},
+        {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
+        {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
+        {QStringLiteral("Reconnaissance de texte"), recognition},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
+        {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
+        {QStringLiteral("Applications"), applications},
+        {QStringLiteral("Automatisations"), [&] { return automations(paths); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };
     CommandAnswer answer;

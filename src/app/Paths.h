@@ -14,6 +14,8 @@ struct Paths {
     /// The boxed programs, which stand beside the client.
     QString textWorker() const { return programs + QStringLiteral("/vennic-worker"); }
     QString pictureWorker() const { return programs + QStringLiteral("/vennic-picture-worker"); }
+    /// The program that shows a dialog.
+    QString dialogProgram() const { return programs + QStringLiteral("/vennic-dialog"); }
 
     /// Read from the environment and /proc.
     static Paths ofThisProcess();

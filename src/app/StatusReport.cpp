@@ -1,6 +1,5 @@
 #include "app/StatusReport.h"
 
-#include "Bridge/BookmarkResolver.h"
 #include "base/Dates.h"
 
 #include <QLocale>
@@ -69,20 +68,18 @@ QString indexSentence(const QJsonObject& index) {
 
 } // namespace
 
-QJsonArray sharesData(Client& client) {
-    QJsonArray shares;
-    const BookmarkResolver resolver(client.folders());
-    for (const BookmarkEntry& entry : client.bookmarks().entries()) {
-        const auto resolved = resolver.resolveIfPossible(entry);
-        shares.append(QJsonObject{{QStringLiteral("id"), entry.id.toString(QUuid::WithoutBraces).toUpper()},
-                                  {QStringLiteral("name"), entry.displayName},
-                                  {QStringLiteral("path"), resolved ? resolved->url.path : QString()},
-                                  {QStringLiteral("found"), resolved.has_value()}});
+QJsonArray sharesData(const std::vector<ResolvedShare>& shares) {
+    QJsonArray data;
+    for (const ResolvedShare& share : shares) {
+        data.append(QJsonObject{{QStringLiteral("id"), uuidString(share.grant.id)},
+                                {QStringLiteral("name"), share.grant.displayName},
+                                {QStringLiteral("path"), share.folder ? share.folder->path : QString()},
+                                {QStringLiteral("found"), share.folder.has_value()}});
     }
-    return shares;
+    return data;
 }
 
-QJsonObject statusData(Client& client) {
+QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares) {
     const AppSession& session = client.session();
     const BridgeService& bridge = client.bridge();
     const std::optional<BridgeTaskKind> task = bridge.status().kind;
@@ -99,7 +96,7 @@ QJsonObject statusData(Client& client) {
             {QStringLiteral("last_task_at"), last ? QJsonValue(iso8601(*last)) : QJsonValue()},
             {QStringLiteral("device_id"), client.keychain().bridgeDeviceId()},
             {QStringLiteral("nickname"), session.localLLMDeviceNickname()},
-            {QStringLiteral("shares"), sharesData(client)},
+            {QStringLiteral("shares"), sharesData(shares)},
             {QStringLiteral("index"), indexData(client.index().status())},
             {QStringLiteral("credential_store"), client.credentials().kind()},
             {QStringLiteral("provider"), QString(rawValue(session.provider()))},

@@ -6,12 +6,12 @@
 
 namespace vennic {
 
-/// What `vennic status --json` prints.
-QJsonObject statusData(Client& client);
+/// What `vennic status --json` prints; `shares` are the client's.
+QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares);
 /// The same for people, in French.
 QString statusText(const QJsonObject& status);
 
 /// The shared folders as objects of `id`, `name`, `path` and `found`.
-QJsonArray sharesData(Client& client);
+QJsonArray sharesData(const std::vector<ResolvedShare>& shares);
 
 } // namespace vennic

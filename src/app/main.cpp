@@ -7,7 +7,11 @@
 #include "linux/Terminal.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QScopeGuard>
+
+#include <thread>
 
 using namespace vennic;
 
@@ -15,22 +19,38 @@ namespace {
 
 constexpr auto handOverPatience = std::chrono::seconds{10};
 
+/// Has the running client come forward. None when nobody takes requests: it has yet to begin, or is ending.
+std::optional<ExitStatus> handOver(InstanceSocket& instance) {
+    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("activate"), {}, {}}), handOverPatience);
+    if (!answer)
+        return std::nullopt;
+    const auto decoded = decodeCommandAnswer(*answer);
+    if (!decoded)
+        throw LocalizedError(QStringLiteral("Vennic a donné une réponse incompréhensible."));
+    writeOutput(decoded->text + QLatin1Char('\n'));
+    return decoded->status;
+}
+
 /// Runs the client until it is asked to end, or hands over to the one that runs already.
 ExitStatus runClient(const Paths& paths, InstanceSocket& instance) {
     std::optional<ClientCommands> commands;
     // The place is taken before anything is opened: two clients never share a store.
-    const bool first = instance.claim([&commands](QByteArray request) { return commands->answer(std::move(request)); });
-    if (!first) {
-        const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("activate"), {}, {}}), handOverPatience);
-        const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
-        if (!decoded)
+    const auto answer = [&commands](QByteArray request) { return commands->answer(std::move(request)); };
+    const QDeadlineTimer deadline(handOverPatience);
+    while (!instance.claim(answer)) {
+        if (const auto status = handOver(instance))
+            return *status;
+        if (deadline.hasExpired())
             throw LocalizedError(QStringLiteral("Vennic tourne déjà, mais ne répond pas."));
-        writeOutput(decoded->text + QLatin1Char('\n'));
-        return decoded->status;
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
     }
     Client client(paths, Deployment::load(paths.resources + QStringLiteral("/deployment.json")));
+    // Before the client goes, which the requests still being answered use.
+    const auto hangUp = qScopeGuard([&instance] { instance.hangUp(); });
     // From the event loop, so that who asked for the end is answered first.
-    const auto quit = [] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); };
+    const auto quit = [&client] {
+        client.end([] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
+    };
     commands.emplace(client, quit);
     const SignalWatch endings(quit);
     return static_cast<ExitStatus>(QCoreApplication::exec());

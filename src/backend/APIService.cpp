@@ -1,6 +1,7 @@
 #include "backend/APIService.h"
 
 #include "backend/APIConfig.h"
+#include "backend/CompletionExchange.h"
 #include "backend/ResponseBody.h"
 #include "base/Json.h"
 
@@ -52,6 +53,37 @@ Task<std::optional<BridgeTask>> poll(VennicHTTP* http, std::optional<SecretText>
     co_return decodeBridgeTask(response.body);
 }
 
+Task<UserPrefs> fetchPrefs(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    const auto response = co_await sendSignedIn(http, std::move(token), std::move(request));
+    co_return UserPrefs::decode(response.body);
+}
+
+Task<std::vector<RecentDiscussion>> fetchDiscussions(VennicHTTP* http, std::optional<SecretText> token,
+                                                     HttpRequest request) {
+    const auto response = co_await sendSignedIn(http, std::move(token), std::move(request));
+    co_return RecentDiscussion::decodeList(response.body);
+}
+
+Task<std::optional<qint64>> fileTurn(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    if (!token || token->isEmpty())
+        throw APIError::notAuthenticated();
+    request.secretHeaders.push_back({"X-User-Token", *token});
+    const auto response = co_await http->vennicData(std::move(request));
+    const int status = response.status.value_or(-1);
+    if (!isSuccess(status))
+        throw APIError::http(status, utf8Text(response.body));
+    co_return integerIn(QJsonDocument::fromJson(response.body).object(), QLatin1String("discussion_id"));
+}
+
+Task<ChatReply> answerTo(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request,
+                         std::optional<qint64> discussionId, CompletionStream::OnDelta onDelta) {
+    if (!token || token->isEmpty())
+        throw APIError::notAuthenticated();
+    request.secretHeaders.push_back({"X-User-Token", *token});
+    Task<ChatReply> reply = exchangeCompletion(http, std::move(request), discussionId, std::move(onDelta));
+    co_return co_await reply;
+}
+
 Task<> failBeforeSending(std::optional<SecretText> token) {
     if (!token || token->isEmpty())
         throw APIError::notAuthenticated();
@@ -95,6 +127,36 @@ Task<> APIService::revokeCurrentSession() const {
     return sendIgnoringAnswer(http_, token_, std::move(revokeRequest));
 }
 
+Task<UserPrefs> APIService::fetchUserPrefs() const {
+    return fetchPrefs(http_, token_, request("GET", config_->endpointURL(QStringLiteral("/me.json")), seconds{15}));
+}
+
+Task<> APIService::patchUserPrefs(qint64 userId, const UserPrefsChange& change) const {
+    auto patch = request("PATCH", config_->userURL(userId), seconds{15});
+    patch.headers.push_back(jsonContent());
+    patch.body = change.encode();
+    return sendIgnoringAnswer(http_, token_, std::move(patch));
+}
+
+Task<std::vector<RecentDiscussion>> APIService::fetchRecentDiscussions(qint64 limit) const {
+    return fetchDiscussions(http_, token_, request("GET", config_->recentDiscussionsURL(limit), seconds{12}));
+}
+
+Task<ChatReply> APIService::complete(const CompletionRequest& query, CompletionStream::OnDelta onDelta) const {
+    auto post = request("POST", config_->endpointURL(QStringLiteral("/queries.json")), seconds{240});
+    post.headers = {jsonContent(), {"Accept", "text/event-stream"}};
+    post.body = query.encode();
+    post.maxAnswerBytes = 64LL * 1024 * 1024; // the reply has a bound of its own; the rest is what frames it
+    return answerTo(http_, token_, std::move(post), query.discussionId, std::move(onDelta));
+}
+
+Task<std::optional<qint64>> APIService::importLocalTurn(const LocalTurn& turn) const {
+    auto post = request("POST", config_->endpointURL(QStringLiteral("/queries/import.json")), seconds{15});
+    post.headers.push_back(jsonContent());
+    post.body = turn.encode();
+    return fileTurn(http_, token_, std::move(post));
+}
+
 Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
     // The time-out follows what was asked, not what the address was clamped to.
     const qint64 patience = std::clamp<qint64>(wait, -9, std::numeric_limits<int>::max()) + 10;
@@ -104,7 +166,11 @@ Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
 }
 
 Task<> APIService::reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const {
-    return sendBridgeTaskUpdate(id, encodeBridgeSuccessBody(result));
+    return reportBridgeTaskSuccess(id, encodeBridgeSuccessBody(result));
+}
+
+Task<> APIService::reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const {
+    return sendBridgeTaskUpdate(id, std::move(encodedBody));
 }
 
 Task<> APIService::reportBridgeTaskError(const QString& id, const QString& message) const {

@@ -1,6 +1,13 @@
 #pragma once
 #include "Bridge/BridgeTypes.h"
 #include "backend/APIError.h"
+#include "backend/ChatReply.h"
+#include "backend/CompletionRequest.h"
+#include "backend/CompletionStream.h"
+#include "backend/LocalTurn.h"
+#include "backend/RecentDiscussion.h"
+#include "backend/UserPrefs.h"
+#include "backend/UserPrefsChange.h"
 #include "backend/VennicHTTP.h"
 #include "base/SecretText.h"
 #include "base/Task.h"
@@ -36,10 +43,23 @@ public:
     static Task<PairingClaimResponse> claimPairing(VennicHTTP& http, const APIConfig& config, const QString& code);
     /// DELETE /session: ends this token at the backend.
     Task<> revokeCurrentSession() const;
+    /// GET /me.json: the account's defaults.
+    Task<UserPrefs> fetchUserPrefs() const;
+    /// PATCH /users/ID.json: writes the account's defaults.
+    Task<> patchUserPrefs(qint64 userId, const UserPrefsChange& change) const;
+    /// GET /discussions.json: the account's latest discussions, in the server's order.
+    Task<std::vector<RecentDiscussion>> fetchRecentDiscussions(qint64 limit) const;
+    /// POST /queries.json: the answer to one text, read as it comes. The one call that trusts the system's roots
+    /// instead of the pinned ones and doesn't announce a 401.
+    Task<ChatReply> complete(const CompletionRequest& request, CompletionStream::OnDelta onDelta = {}) const;
+    /// POST /queries/import.json: files a turn; the id of its discussion where the answer has one.
+    Task<std::optional<qint64>> importLocalTurn(const LocalTurn& turn) const;
     /// GET /bridge/tasks/next: the next task, none when the wait (in seconds) ended without one (204).
     Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
     /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
     Task<> reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const;
+    /// The same with what `encodeBridgeSuccessBody` gave: a large result is encoded where it is made.
+    Task<> reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const;
     /// PATCH /bridge/tasks/ID with the "error" envelope.
     Task<> reportBridgeTaskError(const QString& id, const QString& message) const;
     /// PATCH /bridge/tasks/ID with the "streaming" envelope around a piece of output.

@@ -22,4 +22,14 @@ Task<HttpResponse> VennicHTTP::vennicData(HttpRequest request) {
     co_return response;
 }
 
+Task<HttpResponse> VennicHTTP::sharedData(HttpRequest request) {
+    request.anchors = nullptr;
+    return transport_.send(std::move(request));
+}
+
+Task<std::unique_ptr<HttpStream>> VennicHTTP::sharedStream(HttpRequest request) {
+    request.anchors = nullptr;
+    return transport_.open(std::move(request));
+}
+
 } // namespace vennic

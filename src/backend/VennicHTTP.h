@@ -20,6 +20,11 @@ public:
     /// Sends a request that carries the token: a 401 is announced, then handed back as usual.
     Task<HttpResponse> vennicData(HttpRequest request);
 
+    /// Requests outside the pinned session: any host is judged by the system's trust store, a 401 is an answer like
+    /// any other.
+    Task<HttpResponse> sharedData(HttpRequest request);
+    Task<std::unique_ptr<HttpStream>> sharedStream(HttpRequest request);
+
     AuthFailureNotification& authFailure() { return authFailure_; }
 
 private:

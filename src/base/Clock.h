@@ -2,6 +2,7 @@
 #include "base/Task.h"
 
 #include <QDateTime>
+#include <QTimeZone>
 
 #include <chrono>
 
@@ -13,6 +14,8 @@ public:
     virtual ~Clock() = default;
     /// The present moment, UTC.
     virtual QDateTime now() const = 0;
+    /// The zone that the machine is in now.
+    virtual QTimeZone zone() const = 0;
     /// Waits on the main thread; cancellable. Raises Cancelled.
     virtual Task<> sleep(std::chrono::nanoseconds duration) = 0;
 };
@@ -21,6 +24,7 @@ public:
 class SystemClock final : public Clock {
 public:
     QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
+    QTimeZone zone() const override { return QTimeZone::systemTimeZone(); }
     Task<> sleep(std::chrono::nanoseconds duration) override;
 };
 

@@ -1,4 +1,6 @@
 #pragma once
+#include "base/PhotoFacts.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -21,7 +23,10 @@ enum class Form : std::uint16_t {
     pdf = 3,         // mostCharacters -> UTF-8
     pdfPages = 4,    // -> PageCount; unparsable where the document has no page
     pdfPageText = 5, // page -> UTF-8, the page's text layer
-    thumbnail = 6,   // edge -> PictureSize and a PNG; unparsable where there is nothing to draw
+    pdfPageScan = 6, // page -> UTF-8, the lines recognised on the page's picture
+    imageText = 7,   // -> UTF-8, the lines recognised in an image
+    thumbnail = 8,   // edge -> PictureSize and a PNG; unparsable where there is nothing to draw
+    photoFacts = 9,  // -> PhotoFacts; what is no picture says so there
 };
 
 /// A form reads those that it takes; the others are 0.
@@ -50,8 +55,9 @@ enum class Outcome : std::uint16_t {
     done = 0,       // the body follows
     unreadable = 1, // `systemError` says why
     unparsable = 2,
-    tooLarge = 3,  // the file is beyond its ceiling
-    beyondBox = 4, // the file, or what it unfolds to, takes more memory than the box allows
+    tooLarge = 3,    // the file is beyond its ceiling
+    beyondBox = 4,   // the file, or what it unfolds to, takes more memory than the box allows
+    unavailable = 5, // what the form needs isn't installed
 };
 
 /// What the document process could give up before it reads its first document. Anything but `boxed` ends it.
@@ -69,6 +75,7 @@ struct Request {
     std::uint16_t version = wire::version;
     Form form = Form::plainText;
     std::uint64_t number = 0;
+    std::uint64_t document = 0; // the client's number of the open file, the same as long as it stays open
     Parameters parameters;
 };
 
@@ -83,7 +90,7 @@ struct Answer {
     std::uint32_t truncated = 0; // 0 or 1; 1 only where a text was cut
 };
 
-static_assert(sizeof(Hello) == 8 && sizeof(Request) == 32 && sizeof(Answer) == 40 && sizeof(PageCount) == 4 &&
+static_assert(sizeof(Hello) == 8 && sizeof(Request) == 40 && sizeof(Answer) == 40 && sizeof(PageCount) == 4 &&
               sizeof(PictureSize) == 8);
 
 /// What a form may be given, give and use. A form with a larger file is refused on both sides.
@@ -97,6 +104,10 @@ struct Ceilings {
 inline constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 /// A PDF's text is cut here whatever was asked: a page's text has no bound of its own.
 inline constexpr std::uint64_t mostPdfTextBytes = 64 * mebibyte;
+/// A page of text holds some kilobytes; this is one of noise.
+inline constexpr std::uint64_t mostRecognizedBytes = 4 * mebibyte;
+/// The picture of a page that has no text layer, in pixels for each inch.
+inline constexpr double recognitionDpi = 200;
 /// The largest thumbnail, hardly compressed.
 inline constexpr std::uint64_t mostThumbnailBytes = 5 * mebibyte;
 /// What is mapped, not read, is bounded by the libraries, which count bytes in an int.
@@ -116,8 +127,13 @@ constexpr Ceilings ceilingsOf(Form form) {
         return {mostMappedBytes, sizeof(PageCount), 0, 10};
     case Form::pdfPageText:
         return {mostMappedBytes, mostPdfTextBytes, 0, 10};
+    case Form::pdfPageScan:
+    case Form::imageText:
+        return {mostMappedBytes, mostRecognizedBytes, 0, 60};
     case Form::thumbnail:
         return {mostMappedBytes, mostThumbnailBytes, 0, 10};
+    case Form::photoFacts:
+        return {mostMappedBytes, sizeof(PhotoFacts), 0, 10};
     }
     return {};
 }

@@ -24,12 +24,17 @@ QJsonValue present(const QJsonObject& object, QLatin1String key) {
 
 bool absent(const QJsonValue& value) { return value.isUndefined() || value.isNull(); }
 
-qint64 integer(const QJsonValue& value, QLatin1String key) {
+std::optional<qint64> integer(const QJsonValue& value) {
     // Two different fall-backs tell a real number from a missing conversion.
     const qint64 number = value.toInteger(0);
-    if (!value.isDouble() || number != value.toInteger(1))
+    return value.isDouble() && number == value.toInteger(1) ? std::optional(number) : std::nullopt;
+}
+
+qint64 integer(const QJsonValue& value, QLatin1String key) {
+    const auto number = integer(value);
+    if (!number)
         wrongType(key);
-    return number;
+    return *number;
 }
 
 QString string(const QJsonValue& value, QLatin1String key) {
@@ -38,16 +43,34 @@ QString string(const QJsonValue& value, QLatin1String key) {
     return value.toString();
 }
 
+QJsonDocument parse(const QByteArray& bytes) {
+    QJsonParseError error;
+    QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        throw DecodingError(QStringLiteral("Données illisibles : le texte reçu n'est pas du JSON."));
+    return document;
+}
+
 } // namespace
 
 QJsonObject parseJsonObject(const QByteArray& bytes) {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
-    if (error.error != QJsonParseError::NoError)
-        throw DecodingError(QStringLiteral("Données illisibles : le texte reçu n'est pas du JSON."));
+    const QJsonDocument document = parse(bytes);
     if (!document.isObject())
         throw DecodingError(QStringLiteral("Données illisibles : un objet JSON était attendu."));
     return document.object();
+}
+
+QJsonArray parseJsonArray(const QByteArray& bytes) {
+    const QJsonDocument document = parse(bytes);
+    if (!document.isArray())
+        throw DecodingError(QStringLiteral("Données illisibles : une liste JSON était attendue."));
+    return document.array();
+}
+
+QJsonObject objectOf(const QJsonValue& element) {
+    if (!element.isObject())
+        throw DecodingError(QStringLiteral("Données illisibles : un objet JSON était attendu."));
+    return element.toObject();
 }
 
 QString requiredString(const QJsonObject& object, QLatin1String key) { return string(present(object, key), key); }
@@ -90,6 +113,10 @@ QJsonArray requiredArray(const QJsonObject& object, QLatin1String key) {
     return value.toArray();
 }
 
+std::optional<bool> optionalBoolean(const QJsonObject& object, QLatin1String key) {
+    return absent(object.value(key)) ? std::nullopt : std::optional(requiredBoolean(object, key));
+}
+
 bool requiredBoolean(const QJsonObject& object, QLatin1String key) {
     const QJsonValue value = present(object, key);
     if (!value.isBool())
@@ -103,5 +130,7 @@ double requiredNumber(const QJsonObject& object, QLatin1String key) {
         wrongType(key);
     return value.toDouble();
 }
+
+std::optional<qint64> integerIn(const QJsonObject& object, QLatin1String key) { return integer(object.value(key)); }
 
 } // namespace vennic

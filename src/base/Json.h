@@ -16,6 +16,10 @@ public:
 
 /// Parses a JSON object (RFC 8259), nested 1024 deep at most. Raises DecodingError.
 QJsonObject parseJsonObject(const QByteArray& bytes);
+/// The same of a JSON array.
+QJsonArray parseJsonArray(const QByteArray& bytes);
+/// The object that an element of an array is. Raises DecodingError.
+QJsonObject objectOf(const QJsonValue& element);
 
 /// Fields of an object. The required ones raise DecodingError when missing, null or of another type; the optional
 /// ones are none when missing or null and raise when of another type. Integers are numbers without a fraction that
@@ -25,9 +29,13 @@ std::optional<QString> optionalString(const QJsonObject& object, QLatin1String k
 qint64 requiredInteger(const QJsonObject& object, QLatin1String key);
 std::optional<qint64> optionalInteger(const QJsonObject& object, QLatin1String key);
 std::optional<QStringList> optionalStrings(const QJsonObject& object, QLatin1String key);
+std::optional<bool> optionalBoolean(const QJsonObject& object, QLatin1String key);
 QJsonObject requiredObject(const QJsonObject& object, QLatin1String key);
 QJsonArray requiredArray(const QJsonObject& object, QLatin1String key);
 bool requiredBoolean(const QJsonObject& object, QLatin1String key);
 double requiredNumber(const QJsonObject& object, QLatin1String key);
+
+/// The integer under `key`; none when there is anything else. Never raises.
+std::optional<qint64> integerIn(const QJsonObject& object, QLatin1String key);
 
 } // namespace vennic

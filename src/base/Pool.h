@@ -3,6 +3,7 @@
 #include "base/Task.h"
 
 #include <functional>
+#include <stop_token>
 #include <tuple>
 
 namespace vennic {
@@ -53,6 +54,40 @@ auto onPool(F work, A... arguments) -> Task<std::invoke_result_t<F, A...>> {
         co_await done;
     else
         co_return co_await done;
+}
+
+namespace detail {
+
+/// Lets the pool start another thread instead of the one that it lives on, as long as it lives.
+class PlaceGivenUp {
+public:
+    PlaceGivenUp();
+    PlaceGivenUp(const PlaceGivenUp&) = delete;
+    PlaceGivenUp& operator=(const PlaceGivenUp&) = delete;
+    ~PlaceGivenUp();
+};
+
+struct Interest {
+    std::stop_source source;
+    Interest() = default;
+    Interest(const Interest&) = delete;
+    Interest& operator=(const Interest&) = delete;
+    ~Interest() { source.request_stop(); }
+};
+
+} // namespace detail
+
+/// As `onPool`, for work that waits for something outside, perhaps for hours: it takes no place away from other work.
+/// Before its arguments `work` gets a token that is told to stop once nobody waits for the result any more, because
+/// the waiting job was cancelled or its owner has ended. It has to end soon then: the program's end waits for it.
+template <class F, class... A>
+auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::stop_token, A...>> {
+    const detail::Interest interest;
+    auto apart = [work = std::move(work)](std::stop_token stop, A... given) mutable {
+        const detail::PlaceGivenUp place;
+        return work(std::move(stop), std::move(given)...);
+    };
+    co_return co_await onPool(std::move(apart), interest.source.get_token(), std::move(arguments)...);
 }
 
 } // namespace vennic

@@ -1,20 +1,11 @@
 #include "core/AppSession.h"
 
-#include "backend/APIService.h"
 #include "base/Json.h"
 #include "base/Localized.h"
 
 namespace vennic {
 
 namespace {
-
-/// Ends the token at the backend. Holds nothing of the session.
-Task<> revoke(APIService api) {
-    try {
-        co_await api.revokeCurrentSession();
-    } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): signing out doesn't depend on the backend
-    }
-}
 
 Task<> tellTelemetry(LocalLLMTelemetrySink* telemetry, std::optional<QString> endpoint, std::optional<bool> enabled) {
     if (endpoint)
@@ -248,8 +239,10 @@ bool AppSession::setToken(const SecretText& raw) {
 }
 
 void AppSession::signOut() {
-    if (isAuthenticated())
+    if (isAuthenticated()) {
+        ++revoking_;
         jobs_.start(revoke(APIService{with_.http, with_.config, userToken_, {}}));
+    }
     forgetStoredToken();
     setUserToken(std::nullopt);
     setUserEmail(std::nullopt);
@@ -296,6 +289,16 @@ void AppSession::persistConversation() {
 }
 
 void AppSession::scheduleServerSync() { with_.preferences.schedule(this); }
+
+/// Ends the token of `api` at the backend.
+Task<> AppSession::revoke(APIService api) {
+    try {
+        co_await api.revokeCurrentSession();
+    } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): signing out doesn't depend on the backend
+    }
+    --revoking_;
+    Q_EMIT tokenRevoked();
+}
 
 Task<> AppSession::hydrateFromServer() { co_await with_.preferences.hydrate(this); }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include "backend/APIConfig.h"
+#include "backend/APIService.h"
 #include "backend/KeychainStore.h"
 #include "backend/VennicHTTP.h"
 #include "core/BridgeControl.h"
@@ -132,6 +133,8 @@ public:
     /// Signs in with a token, whose ends are trimmed; an empty one signs out. False when the credential store
     /// refused the token: `lastError` says why, and nothing else has changed.
     bool setToken(const SecretText& raw);
+    /// Whether the backend has yet to hear that a token was given up. `tokenRevoked` tells each end, a failed one too.
+    bool isRevoking() const { return revoking_ > 0; }
     /// Forgets the messages and the discussion; a reply that streams goes on.
     void clearConversation();
     /// Sets the mode that `summonBehavior` asks for.
@@ -163,6 +166,7 @@ Q_SIGNALS:
     void localLLMEndpointChanged();
     void localLLMModelChanged();
     void localLLMDeviceNicknameChanged();
+    void tokenRevoked();
 
 private:
     using Signal = void (AppSession::*)();
@@ -187,6 +191,7 @@ private:
     void scheduleServerSync();
     void handleAuthFailure();
     Task<> hydrateFromServer();
+    Task<> revoke(APIService api);
     Task<> answerAuthFailure();
 
     static AppSession* shared_;
@@ -218,6 +223,7 @@ private:
     std::optional<qint64> userId_;
     std::optional<QString> userEmail_;
     ConversationEncoding encoding_;
+    int revoking_ = 0;
     Scope jobs_;
 };
 

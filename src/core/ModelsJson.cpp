@@ -1,4 +1,5 @@
 #include "base/Dates.h"
+#include "base/Identifier.h"
 #include "base/Json.h"
 #include "core/Models.h"
 
@@ -55,10 +56,9 @@ QByteArray shortestDecimal(double number) {
 }
 
 QUuid uuid(const QString& text) {
-    const QUuid id = QUuid::fromString(text);
-    if (id.toString(QUuid::WithoutBraces).compare(text, Qt::CaseInsensitive) != 0)
-        unreadable(QStringLiteral("l'identifiant d'un message n'est pas un UUID"));
-    return id;
+    if (const auto id = uuidFromText(text))
+        return *id;
+    unreadable(QStringLiteral("l'identifiant d'un message n'est pas un UUID"));
 }
 
 QDateTime moment(double seconds) {

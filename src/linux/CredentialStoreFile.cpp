@@ -10,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vennic {
 
@@ -26,6 +28,7 @@ namespace {
 constexpr qsizetype maxFileBytes = 1024LL * 1024;
 constexpr qsizetype maxSecretBytes = 512LL * 1024;
 
+constexpr qint64 version = 1;
 const auto versionKey = QStringLiteral("version");
 const auto itemsKey = QStringLiteral("items");
 const auto serviceKey = QStringLiteral("service");
@@ -54,6 +57,8 @@ std::optional<QByteArray> readAll(int fd, qsizetype limit) {
     wipe(bytes);
     return std::nullopt;
 }
+
+QByteArray folderOf(const QString& path) { return QFile::encodeName(QFileInfo(path).absolutePath()); }
 
 bool writeAll(int fd, QByteArrayView bytes) {
     while (!bytes.isEmpty()) {
@@ -120,7 +125,29 @@ std::optional<CredentialProtection> CredentialStoreFile::protectionOf(const Cred
     return std::nullopt;
 }
 
+bool CredentialStoreFile::isFolderSafe() const {
+    struct stat status{};
+    if (stat(folderOf(path_).constData(), &status) != 0)
+        return errno == ENOENT;
+    return S_ISDIR(status.st_mode) && status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+void CredentialStoreFile::removeLeftovers() const {
+    // One writer at a time: the client, whose place is locked. `store` gives the names.
+    const QRegularExpression ending(QRegularExpression::anchoredPattern(QStringLiteral("\\.[A-Za-z0-9]{6}")));
+    const QFileInfo vault(path_);
+    const auto flags = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
+    for (const QString& name : vault.absoluteDir().entryList(flags)) {
+        if (name.startsWith(vault.fileName()) && ending.match(name.mid(vault.fileName().size())).hasMatch())
+            unlink(QFile::encodeName(vault.absoluteDir().filePath(name)).constData());
+    }
+}
+
 CredentialStoreFile::Content CredentialStoreFile::load() const {
+    if (!isFolderSafe())
+        return {Condition::unreadable, {}};
+    if (!std::exchange(tidied_, true))
+        removeLeftovers();
     // O_NONBLOCK: a pipe in the file's place must not hold us.
     const FileDescriptor file(
         ::open(QFile::encodeName(path_).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -140,7 +167,9 @@ CredentialStoreFile::Content CredentialStoreFile::load() const {
 
 CredentialStoreFile::Content CredentialStoreFile::parse(const QByteArray& bytes) {
     const QJsonObject root = QJsonDocument::fromJson(bytes).object();
-    if (root.value(versionKey).toInteger() != 1 || !root.value(itemsKey).isArray())
+    if (root.value(versionKey).toInteger() > version)
+        return {Condition::unreadable, {}}; // sound, and of a program that knows more
+    if (root.value(versionKey).toInteger() != version || !root.value(itemsKey).isArray())
         return {Condition::damaged, {}};
     Content content;
     for (const auto& value : root.value(itemsKey).toArray()) {
@@ -168,11 +197,12 @@ bool CredentialStoreFile::store(const std::vector<Entry>& entries) const {
                           QByteArray::fromRawData(entry.data.reveal().data(), entry.data.reveal().size()).toBase64())},
             {presenceKey, entry.requiresUserPresence}});
     }
-    QByteArray bytes = QJsonDocument(QJsonObject{{versionKey, 1}, {itemsKey, items}}).toJson(QJsonDocument::Compact);
+    QByteArray bytes =
+        QJsonDocument(QJsonObject{{versionKey, version}, {itemsKey, items}}).toJson(QJsonDocument::Compact);
     if (bytes.size() > maxFileBytes)
         return false;
 
-    const QByteArray folder = QFile::encodeName(QFileInfo(path_).absolutePath());
+    const QByteArray folder = folderOf(path_);
     if (!QFileInfo::exists(QFile::decodeName(folder))) {
         QDir().mkpath(QFile::decodeName(folder));
         chmod(folder.constData(), 0700);

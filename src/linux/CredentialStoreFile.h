@@ -7,9 +7,11 @@
 namespace vennic {
 
 /// Secrets in one file that its owner alone may read (0600 in a folder of 0700), for machines without a Secret
-/// Service. Replaced as a whole and synced, so that a crash leaves the old or the new one. A file that is not a plain
-/// file, belongs to somebody else, lets group or others in, or is larger than 1 MiB is refused with ioFailed. One
-/// that can't be understood is set aside under a dated name before the next one is written.
+/// Service. Replaced as a whole and synced, so that a crash leaves the old or the new one; what a killed writer left
+/// beside it is removed by the first use. Refused with ioFailed and left alone are a file that is not a plain file,
+/// belongs to somebody else, lets group or others in, is larger than 1 MiB or of a newer format, and a folder that
+/// belongs to somebody else or where group or others may write. A file that can't be understood is set aside under a
+/// dated name before the next one is written.
 class CredentialStoreFile final : public CredentialStore {
 public:
     /// `presence` outlives the store.
@@ -38,11 +40,15 @@ private:
 
     Content load() const;
     static Content parse(const QByteArray& bytes);
+    /// Whether nobody but its owner can put another file in this one's place. A missing folder will be made so.
+    bool isFolderSafe() const;
+    void removeLeftovers() const;
     bool store(const std::vector<Entry>& entries) const;
     bool setAside() const;
 
     QString path_;
     UserPresence& presence_;
+    mutable bool tidied_ = false;
 };
 
 } // namespace vennic

@@ -10,7 +10,6 @@ namespace vennic {
 namespace {
 
 constexpr qint64 maxHeaderBytes = 256LL * 1024;
-constexpr qsizetype firstBodyReserve = 1024LL * 1024;
 constexpr int totalDeadlineFactor = 4;
 
 // RFC 9110, 5.6.2: what a method and a field name are made of.
@@ -188,10 +187,8 @@ int CurlTransfer::allowSending() {
 
 std::size_t CurlTransfer::takeHeaderLine(QByteArrayView line) {
     headerBytes_ += line.size();
-    if (headerBytes_ > maxHeaderBytes) {
-        overflowed_ = true;
-        return 0;
-    }
+    if (headerBytes_ > maxHeaderBytes)
+        return overflow();
     const auto size = static_cast<std::size_t>(line.size());
     if (line.startsWith("HTTP/") && !headersEnded_) {
         headers_.clear(); // those of an interim answer
@@ -202,7 +199,8 @@ std::size_t CurlTransfer::takeHeaderLine(QByteArrayView line) {
     }
     const auto text = line.trimmed();
     if (text.isEmpty()) {
-        headersEnded_ = lastStatus_ >= 200;
+        if (lastStatus_ >= 200 && !std::exchange(headersEnded_, true))
+            headEnded();
         return size;
     }
     if (headersEnded_)
@@ -217,18 +215,20 @@ std::size_t CurlTransfer::takeHeaderLine(QByteArrayView line) {
     return size;
 }
 
-std::size_t CurlTransfer::takeBody(QByteArrayView bytes) {
-    if (body_.size() + bytes.size() > request_.maxAnswerBytes) {
-        overflowed_ = true;
-        return 0;
-    }
-    if (body_.isEmpty()) {
-        curl_off_t length = -1;
-        curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-        body_.reserve(std::clamp<qsizetype>(static_cast<qsizetype>(length), bytes.size(), firstBodyReserve));
-    }
-    body_.append(bytes.data(), bytes.size());
-    return static_cast<std::size_t>(bytes.size());
+std::size_t CurlTransfer::overflow() {
+    overflowed_ = true;
+    return 0;
+}
+
+qint64 CurlTransfer::announcedBytes() const {
+    curl_off_t length = -1;
+    curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    return length;
+}
+
+void CurlTransfer::goOn() {
+    if (onTheLoop_)
+        curl_easy_pause(easy_, CURLPAUSE_CONT);
 }
 
 std::size_t CurlTransfer::onHeader(char* at, std::size_t size, std::size_t count, void* self) {
@@ -256,7 +256,7 @@ void CurlTransfer::watchTime() {
         return;
     }
     finish();
-    done_.fail(std::make_exception_ptr(TransportError(TransportFault::timedOut)));
+    completed(TransportFault::timedOut);
 }
 
 void CurlTransfer::finish() {
@@ -274,22 +274,12 @@ void CurlTransfer::ended(CURLcode code) {
     if (headerCutShort)
         code = CURLE_PARTIAL_FILE;
     if (code == CURLE_OK || endedAfterInterim) {
-        done_.set(takeResponse());
+        completed(std::nullopt);
         return;
     }
     long systemError = 0;
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
-    const auto fault = overflowed_ ? TransportFault::tooLarge : curlFault(code, systemError, detail_.data());
-    done_.fail(std::make_exception_ptr(TransportError(fault)));
-}
-
-HttpResponse CurlTransfer::takeResponse() {
-    HttpResponse response;
-    if (lastStatus_ != 0)
-        response.status = lastStatus_;
-    response.headers = std::move(headers_);
-    response.body = std::move(body_);
-    return response;
+    completed(overflowed_ ? TransportFault::tooLarge : curlFault(code, systemError, detail_.data()));
 }
 
 } // namespace vennic

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/TransportError.h"
 #include "linux/CurlLoop.h"
 #include "ports/HttpTransport.h"
 
@@ -12,8 +13,8 @@ struct CurlTrust {
     QByteArray systemFolder;
 };
 
-/// One exchange on a CurlLoop. Its end takes it off the wire.
-class CurlTransfer final : public CurlListener {
+/// One exchange on a CurlLoop; what becomes of its body is for the classes below it. Its end takes it off the wire.
+class CurlTransfer : public CurlListener {
 public:
     CurlTransfer(std::shared_ptr<CurlLoop> loop, HttpRequest request, CurlTrust trust);
     CurlTransfer(const CurlTransfer&) = delete;
@@ -22,10 +23,28 @@ public:
 
     /// Puts the request on its way. Raises TransportError.
     void start();
-    Event<HttpResponse>& done() { return done_; }
 
     void wireMoved() override;
     void ended(CURLcode code) override;
+
+protected:
+    /// Takes bytes of the body. The result is what libcurl's write callback gives: their number when they were taken,
+    /// CURL_WRITEFUNC_PAUSE to be given them again after `goOn`.
+    virtual std::size_t takeBody(QByteArrayView bytes) = 0;
+    /// The header is whole; the body follows.
+    virtual void headEnded() {}
+    /// The exchange has ended; a fault says that it has failed. Called once at most.
+    virtual void completed(std::optional<TransportFault> fault) = 0;
+
+    qint64 maxAnswerBytes() const { return request_.maxAnswerBytes; }
+    /// Of the last header that came; 0 while none has, or when the answer isn't HTTP.
+    int lastStatus() const { return lastStatus_; }
+    std::vector<HttpHeader> takeHeaders() { return std::move(headers_); }
+    /// Bytes that the header announces; -1 when it doesn't.
+    qint64 announcedBytes() const;
+    /// Fails the exchange: more came than may come. To be returned by `takeBody`.
+    std::size_t overflow();
+    void goOn();
 
 private:
     using Instant = std::chrono::steady_clock::time_point;
@@ -40,10 +59,8 @@ private:
     void addHeaderLine(const char* line);
     void watchTime();
     void finish();
-    HttpResponse takeResponse();
 
     std::size_t takeHeaderLine(QByteArrayView line);
-    std::size_t takeBody(QByteArrayView bytes);
     int allowSending();
     static std::size_t onHeader(char* at, std::size_t size, std::size_t count, void* self);
     static std::size_t onBody(char* at, std::size_t size, std::size_t count, void* self);
@@ -60,7 +77,6 @@ private:
     std::array<char, CURL_ERROR_SIZE> detail_{};
 
     std::vector<HttpHeader> headers_;
-    QByteArray body_;
     qint64 headerBytes_ = 0;
     int lastStatus_ = 0;
     bool headersEnded_ = false;
@@ -69,7 +85,6 @@ private:
     Instant begun_;
     Instant lastMoved_;
     QTimer timer_;
-    Event<HttpResponse> done_;
 };
 
 } // namespace vennic

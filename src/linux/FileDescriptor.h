@@ -16,10 +16,14 @@ public:
     }
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
+    ~FileDescriptor() { close(); }
+
+    void close() noexcept {
         if (fd_ >= 0)
-            ::close(fd_);
+            ::close(std::exchange(fd_, -1));
     }
+    /// Gives the number up: whoever takes it closes it.
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
     bool isOpen() const noexcept { return fd_ >= 0; }
     int number() const noexcept { return fd_; }
 

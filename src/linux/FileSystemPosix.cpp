@@ -1,16 +1,15 @@
 #include "linux/FileSystemPosix.h"
 
+#include "linux/FileStatus.h"
+#include "linux/FolderListingPosix.h"
 #include "linux/FolderWalkPosix.h"
 #include "linux/NativePath.h"
-
-#include <QTimeZone>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <pwd.h>
-#include <sys/stat.h>
 
 namespace vennic {
 
@@ -26,10 +25,6 @@ std::optional<QString> folderPath(const char* bytes) {
     return path;
 }
 
-QDateTime moment(const statx_timestamp& at) {
-    return QDateTime::fromMSecsSinceEpoch(at.tv_sec * 1000 + at.tv_nsec / 1'000'000, Qt::UTC);
-}
-
 } // namespace
 
 std::optional<FileValues> FileSystemPosix::values(const QString& path) {
@@ -37,7 +32,7 @@ std::optional<FileValues> FileSystemPosix::values(const QString& path) {
     if (!native)
         return std::nullopt;
     struct statx status{};
-    if (statx(AT_FDCWD, native->constData(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &status) != 0) {
+    if (statx(AT_FDCWD, native->constData(), 0, fileStatusMask, &status) != 0) {
         switch (errno) {
         case EACCES:
         case EPERM:
@@ -50,17 +45,14 @@ std::optional<FileValues> FileSystemPosix::values(const QString& path) {
             return std::nullopt;
         }
     }
-    FileValues values;
-    values.isDirectory = S_ISDIR(status.stx_mode);
-    if (S_ISREG(status.stx_mode) && (status.stx_mask & STATX_SIZE) != 0)
-        values.size = static_cast<qint64>(status.stx_size);
-    if ((status.stx_mask & STATX_MTIME) != 0)
-        values.changedAt = moment(status.stx_mtime);
+    FileValues values = fileValues(status);
     values.volumeIsLocal = volumes_.isLocal(status.stx_dev_major, status.stx_dev_minor, *native);
     return values;
 }
 
 std::unique_ptr<FolderWalk> FileSystemPosix::walk(const QString& root) { return FolderWalkPosix::open(root); }
+
+std::unique_ptr<FolderListing> FileSystemPosix::list(const QString& path) { return FolderListingPosix::open(path); }
 
 QString FileSystemPosix::homeDirectory() {
     if (const auto home = folderPath(std::getenv("HOME")))

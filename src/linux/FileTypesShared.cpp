@@ -1,7 +1,9 @@
 #include "linux/FileTypesShared.h"
 
 #include "linux/DynamicType.h"
+#include "linux/MimeByExtension.h"
 #include "linux/MimeKinship.h"
+#include "linux/PublicMimeTypes.h"
 #include "linux/PublicTypes.h"
 
 #include <algorithm>
@@ -35,6 +37,16 @@ std::optional<QString> FileTypesShared::typeForExtension(const QString& extensio
     if (const std::string_view type = publicType(utf8); !type.empty())
         return QLatin1String(type.data(), static_cast<qsizetype>(type.size()));
     return dynamicType(lower);
+}
+
+std::optional<QString> FileTypesShared::mimeTypeForExtension(const QString& extension) const {
+    if (!canBeExtension(extension))
+        return std::nullopt;
+    const QString lower = extension.toLower();
+    const std::string_view mime = publicMimeType(publicType(lower.toStdString()));
+    if (!mime.empty())
+        return QLatin1String(mime.data(), static_cast<qsizetype>(mime.size()));
+    return mimeByExtension(lower);
 }
 
 bool FileTypesShared::conforms(const QString& type, const QString& ancestor) const {

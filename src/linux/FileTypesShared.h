@@ -16,6 +16,8 @@ public:
     /// None also for what can't be an extension: more than 64 UTF-16 units, a slash, a control character, half a
     /// surrogate pair.
     std::optional<QString> typeForExtension(const QString& extension) const override;
+    /// For an extension outside the table, that of shared-mime-info with the greatest weight.
+    std::optional<QString> mimeTypeForExtension(const QString& extension) const override;
     /// An identifier that nobody knows conforms to itself alone.
     bool conforms(const QString& type, const QString& ancestor) const override;
     QString typeForFile(const QString& name, bool isDirectory) const override;

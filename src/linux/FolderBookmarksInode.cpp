@@ -2,14 +2,13 @@
 
 #include "base/LocalizedError.h"
 #include "linux/FileSystemPosix.h"
+#include "linux/FolderFault.h"
 #include "linux/MovedFolderSearch.h"
 #include "linux/NativePath.h"
+#include "linux/OpenedPath.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <linux/openat2.h>
-#include <sys/syscall.h>
 
 namespace vennic {
 
@@ -21,37 +20,8 @@ constexpr auto firstPause = 30s;
 constexpr auto longestPause = 600s;
 constexpr qsizetype mostRemembered = 256;
 
-QString reason(int error) {
-    switch (error) {
-    case ENOENT:
-        return QStringLiteral("ce dossier n'existe pas");
-    case ENOTDIR:
-        return QStringLiteral("ce n'est pas un dossier");
-    case EACCES:
-    case EPERM:
-        return QStringLiteral("vous n'avez pas l'autorisation d'y accéder");
-    case ELOOP:
-        return QStringLiteral("ses liens symboliques ne mènent nulle part");
-    case ENAMETOOLONG:
-        return QStringLiteral("son chemin est trop long");
-    case EIO:
-        return QStringLiteral("le disque a signalé une erreur");
-    case EINVAL:
-        return QStringLiteral("son chemin n'est pas valable");
-    default:
-        return QString::fromLocal8Bit(strerror(error));
-    }
-}
-
 [[noreturn]] void refuse(int error) {
-    throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(reason(error)));
-}
-
-FileHandle openToAccess(const QByteArray& path) {
-    open_how how{};
-    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_MAGICLINKS;
-    return FileHandle(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how)));
+    throw LocalizedError(QStringLiteral("Impossible de mémoriser le dossier : %1.").arg(folderFault(error)));
 }
 
 } // namespace
@@ -75,6 +45,7 @@ QByteArray FolderBookmarksInode::create(const QString& path) {
         refuse(errno);
     identity->path = QString::fromUtf8(*native);
     identity->fileSystem = fileSystemIdentity(*native);
+    identity->handle = folderHandle(-1, *native, true);
     return encoded(*identity);
 }
 
@@ -82,12 +53,12 @@ ResolvedFolder FolderBookmarksInode::resolve(const QByteArray& bookmark) {
     const auto wanted = decodedFolderIdentity(bookmark);
     if (!wanted)
         throw LocalizedError(QStringLiteral("Le dossier partagé est illisible."));
-    const auto present = folderIdentity(-1, wanted->path.toUtf8(), true);
-    if (present && present->isSameFolder(*wanted))
+    const QByteArray path = wanted->path.toUtf8();
+    if (folderIfSame(*wanted, -1, path, true))
         return {wanted->path, false};
     if (const auto moved = searchFor(bookmark, *wanted))
         return {*moved, true};
-    if (present)
+    if (folderIdentity(-1, path, true))
         return {wanted->path, true};
     throw LocalizedError(QStringLiteral("Le dossier partagé est introuvable."));
 }
@@ -99,8 +70,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
         known = searched_.value(bookmark);
     }
     if (!known.found.isEmpty()) {
-        const auto there = folderIdentity(-1, known.found.toUtf8(), false);
-        if (there && there->isSameFolder(wanted))
+        if (folderIfSame(wanted, -1, known.found.toUtf8(), false))
             return known.found;
         known = {};
     }
@@ -119,7 +89,7 @@ std::optional<QString> FolderBookmarksInode::searchFor(const QByteArray& bookmar
 
 bool FolderBookmarksInode::startAccessing(const QString& path) {
     const auto native = nativePath(path);
-    FileHandle folder = native ? openToAccess(*native) : FileHandle();
+    FileDescriptor folder = native ? openedPath(*native, O_PATH | O_DIRECTORY) : FileDescriptor();
     if (!folder.isOpen())
         return false;
     const std::lock_guard lock(mutex_);

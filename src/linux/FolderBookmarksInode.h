@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/FileHandle.h"
+#include "linux/FileDescriptor.h"
 #include "linux/FolderIdentity.h"
 #include "ports/FolderBookmarks.h"
 
@@ -12,11 +12,11 @@
 
 namespace vennic {
 
-/// Bookmarks that hold a folder's path, file system, inode and time of birth.
+/// Bookmarks that hold a folder's path, file system, inode, time of birth and, where there is one, handle.
 ///
-/// A folder that is where it was costs one call of the system. One that isn't is looked for (MovedFolderSearch); where
-/// it was found, or that it wasn't, is remembered, so that the next resolving is cheap again: after a search in vain
-/// the next one waits for half a minute, then twice as long each time, up to ten minutes.
+/// A folder that is where it was costs a few calls of the system. One that isn't is looked for (MovedFolderSearch);
+/// where it was found, or that it wasn't, is remembered, so that the next resolving is cheap again: after a search in
+/// vain the next one waits for half a minute, then twice as long each time, up to ten minutes.
 class FolderBookmarksInode final : public FolderBookmarks {
 public:
     using Moment = std::chrono::steady_clock::time_point;
@@ -38,7 +38,7 @@ private:
         std::chrono::seconds pause{0};
     };
     struct Access {
-        FileHandle folder;
+        FileDescriptor folder;
         int count = 0;
     };
     std::optional<QString> searchFor(const QByteArray& bookmark, const FolderIdentity& wanted);

@@ -1,13 +1,16 @@
 #include "linux/FolderIdentity.h"
 
 #include "base/Json.h"
+#include "linux/FileDescriptor.h"
 #include "linux/NativePath.h"
 
 #include <QJsonDocument>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/vfs.h>
@@ -24,6 +27,8 @@ constexpr auto fileSystemKey = QLatin1String("fileSystem");
 constexpr auto deviceKey = QLatin1String("device");
 constexpr auto inodeKey = QLatin1String("inode");
 constexpr auto birthSecondsKey = QLatin1String("birthSeconds");
+constexpr auto handleKey = QLatin1String("handle");
+constexpr qsizetype mostHandleBytes = 128; // MAX_HANDLE_SZ
 constexpr auto birthNanosecondsKey = QLatin1String("birthNanoseconds");
 
 // As text: JSON's numbers don't hold 64 bits everywhere.
@@ -35,13 +40,40 @@ quint64 requiredHexadecimal(const QJsonObject& object, QLatin1String key) {
     return number;
 }
 
+/// None in a bookmark of a file system without handles, and in one from before they were kept.
+QByteArray handleIn(const QJsonObject& object) {
+    const QByteArray text = optionalString(object, handleKey).value_or(QString()).toLatin1();
+    const QByteArray handle = QByteArray::fromHex(text);
+    if (handle.toHex() != text || handle.size() > mostHandleBytes + qsizetype{sizeof(int)})
+        throw DecodingError(QStringLiteral("%1 n'est pas un identifiant de dossier.").arg(handleKey));
+    return handle;
+}
+
+/// File systems that keep generations on the disk, or as long as their folders. Elsewhere (FUSE, FAT) a handle may be
+/// another one after the next mount, and the folder would be lost.
+bool keepsHandles(const struct statfs& fileSystem) {
+    constexpr decltype(fileSystem.f_type) f2fs = 0xF2F52010; // not in every linux/magic.h
+    switch (fileSystem.f_type) {
+    case EXT4_SUPER_MAGIC: // of ext2 and ext3 too
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+    case f2fs:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 bool FolderIdentity::isSameFolder(const FolderIdentity& other) const {
     if (inode != other.inode)
         return false;
-    return !hasBirth() || !other.hasBirth() ||
-           (birthSeconds == other.birthSeconds && birthNanoseconds == other.birthNanoseconds);
+    if (hasBirth() && other.hasBirth() &&
+        (birthSeconds != other.birthSeconds || birthNanoseconds != other.birthNanoseconds))
+        return false;
+    return handle.isEmpty() || other.handle.isEmpty() || handle == other.handle;
 }
 
 bool FolderIdentity::isOnSameFileSystem(const FolderIdentity& other) const {
@@ -68,6 +100,32 @@ std::optional<FolderIdentity> folderIdentity(int parent, const QByteArray& path,
     return identity;
 }
 
+std::optional<FolderIdentity> folderIfSame(const FolderIdentity& wanted, int parent, const QByteArray& path,
+                                           bool followLink) {
+    auto identity = folderIdentity(parent, path, followLink);
+    if (!identity || !identity->isSameFolder(wanted))
+        return std::nullopt;
+    if (!wanted.handle.isEmpty())
+        identity->handle = folderHandle(parent, path, followLink);
+    return identity->isSameFolder(wanted) ? identity : std::nullopt;
+}
+
+QByteArray folderHandle(int parent, const QByteArray& path, bool followLink) {
+    const int flags = O_PATH | O_DIRECTORY | O_CLOEXEC | (followLink ? 0 : O_NOFOLLOW);
+    const FileDescriptor folder(openat(parent < 0 ? AT_FDCWD : parent, path.constData(), flags));
+    struct statfs status{};
+    if (!folder.isOpen() || fstatfs(folder.number(), &status) != 0 || !keepsHandles(status))
+        return {};
+    alignas(file_handle) std::array<char, sizeof(file_handle) + mostHandleBytes> room{};
+    auto* handle = reinterpret_cast<file_handle*>(room.data());
+    handle->handle_bytes = mostHandleBytes;
+    int mount = 0;
+    if (name_to_handle_at(folder.number(), "", handle, &mount, AT_EMPTY_PATH) != 0)
+        return {};
+    return QByteArray(reinterpret_cast<const char*>(&handle->handle_type), sizeof handle->handle_type) +
+           QByteArray(reinterpret_cast<const char*>(handle->f_handle), static_cast<qsizetype>(handle->handle_bytes));
+}
+
 quint64 fileSystemIdentity(const QByteArray& path) {
     struct statfs status{};
     if (statfs(path.constData(), &status) != 0)
@@ -79,7 +137,7 @@ quint64 fileSystemIdentity(const QByteArray& path) {
 }
 
 QByteArray encoded(const FolderIdentity& identity) {
-    const QJsonObject object{
+    QJsonObject object{
         {versionKey, version},
         {pathKey, identity.path},
         {fileSystemKey, QString::number(identity.fileSystem, 16)},
@@ -88,6 +146,8 @@ QByteArray encoded(const FolderIdentity& identity) {
         {birthSecondsKey, identity.birthSeconds},
         {birthNanosecondsKey, static_cast<qint64>(identity.birthNanoseconds)},
     };
+    if (!identity.handle.isEmpty())
+        object.insert(handleKey, QString::fromLatin1(identity.handle.toHex()));
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
@@ -104,6 +164,7 @@ std::optional<FolderIdentity> decodedFolderIdentity(const QByteArray& bytes) {
             .inode = requiredHexadecimal(object, inodeKey),
             .birthSeconds = requiredInteger(object, birthSecondsKey),
             .birthNanoseconds = static_cast<quint32>(nanoseconds),
+            .handle = handleIn(object),
         };
         const auto path = nativePath(identity.path);
         if (requiredInteger(object, versionKey) != version || nanoseconds < 0 || nanoseconds > 999'999'999 || !path)

@@ -23,11 +23,11 @@ struct EntryHead {
 };
 constexpr std::size_t nameOffset = 19;
 
-FileHandle openFolder(int parent, const char* name, int extraFlags) {
+FileDescriptor openFolder(int parent, const char* name, int extraFlags) {
     const int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC | extraFlags;
-    FileHandle folder(openat(parent, name, flags | O_NOATIME));
+    FileDescriptor folder(openat(parent, name, flags | O_NOATIME));
     if (!folder.isOpen() && errno == EPERM) // another user's folder
-        folder = FileHandle(openat(parent, name, flags));
+        folder = FileDescriptor(openat(parent, name, flags));
     return folder;
 }
 
@@ -43,7 +43,7 @@ bool append(QString& path, QByteArrayView name) {
     return true;
 }
 
-bool isFolderWithin(const FileHandle& folder, quint64 device, quint64 inode) {
+bool isFolderWithin(const FileDescriptor& folder, quint64 device, quint64 inode) {
     struct stat status{};
     return folder.isOpen() && fstat(folder.number(), &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
@@ -59,7 +59,7 @@ std::unique_ptr<FolderWalk> FolderWalkPosix::open(const QString& root) {
     auto path = nativePath(root);
     if (!path)
         return nullptr;
-    FileHandle folder = openFolder(AT_FDCWD, path->constData(), 0);
+    FileDescriptor folder = openFolder(AT_FDCWD, path->constData(), 0);
     if (!folder.isOpen())
         return nullptr;
     if (!path->endsWith('/'))
@@ -119,7 +119,7 @@ bool FolderWalkPosix::isFolder(const Level& level, const Entry& entry) {
 }
 
 void FolderWalkPosix::enter(const char* name, QString path, qsizetype pathBytes) {
-    FileHandle folder = openFolder(levels_.back().folder.number(), name, O_NOFOLLOW);
+    FileDescriptor folder = openFolder(levels_.back().folder.number(), name, O_NOFOLLOW);
     if (!folder.isOpen())
         return;
     push(std::move(folder), std::move(path), pathBytes);
@@ -127,7 +127,7 @@ void FolderWalkPosix::enter(const char* name, QString path, qsizetype pathBytes)
         suspend(levels_[levels_.size() - 1 - mostOpenLevels]);
 }
 
-void FolderWalkPosix::push(FileHandle folder, QString path, qsizetype pathBytes) {
+void FolderWalkPosix::push(FileDescriptor folder, QString path, qsizetype pathBytes) {
     Level level;
     level.folder = std::move(folder);
     level.path = std::move(path);
@@ -152,7 +152,7 @@ void FolderWalkPosix::suspend(Level& level) {
 
 // The level is done. The one above may have to be opened again; when it isn't where it was, it is done too.
 void FolderWalkPosix::leave() {
-    FileHandle child = std::move(levels_.back().folder);
+    FileDescriptor child = std::move(levels_.back().folder);
     spareBuffers_.push_back(std::move(levels_.back().buffer));
     levels_.pop_back();
     while (!levels_.empty() && !levels_.back().folder.isOpen() && !reopen(levels_.back(), child)) {
@@ -161,8 +161,8 @@ void FolderWalkPosix::leave() {
     }
 }
 
-bool FolderWalkPosix::reopen(Level& level, const FileHandle& child) {
-    FileHandle folder = openFolder(child.number(), "..", 0);
+bool FolderWalkPosix::reopen(Level& level, const FileDescriptor& child) {
+    FileDescriptor folder = openFolder(child.number(), "..", 0);
     if (!isFolderWithin(folder, level.device, level.inode))
         folder = openFolder(AT_FDCWD, level.path.toUtf8().constData(), O_NOFOLLOW);
     if (!isFolderWithin(folder, level.device, level.inode) ||

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/FileHandle.h"
+#include "linux/FileDescriptor.h"
 #include "ports/FileSystem.h"
 
 #include <array>
@@ -22,8 +22,8 @@ public:
 private:
     static constexpr std::size_t bufferBytes = 32'768;
     struct Level {
-        FileHandle folder; // closed while 64 deeper ones are open
-        QString path;      // with a slash at its end
+        FileDescriptor folder; // closed while 64 deeper ones are open
+        QString path;          // with a slash at its end
         qsizetype pathBytes = 0;
         quint64 device = 0; // with the inode, once it was closed
         quint64 inode = 0;
@@ -38,10 +38,10 @@ private:
     static bool fill(Level& level);
     static bool isFolder(const Level& level, const Entry& entry);
     void enter(const char* name, QString path, qsizetype pathBytes);
-    void push(FileHandle folder, QString path, qsizetype pathBytes);
+    void push(FileDescriptor folder, QString path, qsizetype pathBytes);
     static void suspend(Level& level);
     void leave();
-    static bool reopen(Level& level, const FileHandle& child);
+    static bool reopen(Level& level, const FileDescriptor& child);
 
     std::vector<Level> levels_;
     std::vector<std::unique_ptr<char[]>> spareBuffers_;

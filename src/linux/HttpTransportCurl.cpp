@@ -1,6 +1,7 @@
 #include "linux/HttpTransportCurl.h"
 
-#include "linux/CurlTransfer.h"
+#include "linux/CurlExchange.h"
+#include "linux/CurlStream.h"
 
 #include <QFile>
 
@@ -38,6 +39,11 @@ HttpTransportCurl::HttpTransportCurl(const QString& systemTrustFolder)
 
 HttpTransportCurl::~HttpTransportCurl() = default;
 
+QString HttpTransportCurl::usualTrustFolder() {
+    const QString folders = QFile::decodeName(qgetenv("SSL_CERT_DIR"));
+    return folders.isEmpty() ? QStringLiteral("/etc/ssl/certs") : folders;
+}
+
 QByteArray HttpTransportCurl::pemOf(const std::shared_ptr<const TrustAnchors>& anchors) {
     if (lastAnchors_.lock() != anchors) {
         lastPem_ = pemText(*anchors);
@@ -46,16 +52,30 @@ QByteArray HttpTransportCurl::pemOf(const std::shared_ptr<const TrustAnchors>& a
     return lastPem_;
 }
 
-Task<HttpResponse> HttpTransportCurl::send(HttpRequest request) {
+CurlTrust HttpTransportCurl::trustOf(const HttpRequest& request) {
     CurlTrust trust;
     if (request.anchors)
         trust.anchorsPem = pemOf(request.anchors);
     else
         trust.systemFolder = systemTrustFolder_;
-    // The transfer keeps the loop alive: a caller that outlives the transport still gets its answer.
-    CurlTransfer transfer(loop_, std::move(request), std::move(trust));
-    transfer.start();
-    co_return co_await transfer.done();
+    return trust;
+}
+
+// An exchange keeps the loop alive: a caller that outlives the transport still gets its answer.
+
+Task<HttpResponse> HttpTransportCurl::send(HttpRequest request) {
+    CurlTrust trust = trustOf(request);
+    CurlExchange exchange(loop_, std::move(request), std::move(trust));
+    exchange.start();
+    co_return co_await exchange.done();
+}
+
+Task<std::unique_ptr<HttpStream>> HttpTransportCurl::open(HttpRequest request) {
+    CurlTrust trust = trustOf(request);
+    auto stream = std::make_unique<CurlStream>(loop_, std::move(request), std::move(trust));
+    stream->start();
+    co_await stream->untilHead();
+    co_return stream;
 }
 
 } // namespace vennic

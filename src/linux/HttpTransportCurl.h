@@ -4,6 +4,7 @@
 namespace vennic {
 
 class CurlLoop;
+struct CurlTrust;
 
 /// libcurl in Qt's event loop, HTTP/1.1 over kept-alive connections.
 ///
@@ -14,15 +15,21 @@ class CurlLoop;
 /// anchor is left the request fails with tlsRefused before anything reaches the network.
 class HttpTransportCurl final : public HttpTransport {
 public:
-    /// `systemTrustFolder` holds the certificates of the system's trust store under their hashed names.
-    explicit HttpTransportCurl(const QString& systemTrustFolder = QStringLiteral("/etc/ssl/certs"));
+    /// `systemTrustFolder` holds the certificates of the system's trust store under their hashed names; several are
+    /// separated by colons.
+    explicit HttpTransportCurl(const QString& systemTrustFolder = usualTrustFolder());
     HttpTransportCurl(const HttpTransportCurl&) = delete;
     HttpTransportCurl& operator=(const HttpTransportCurl&) = delete;
     ~HttpTransportCurl() override;
 
+    /// What the environment's SSL_CERT_DIR says (openssl-env(7)), else Debian's folder.
+    static QString usualTrustFolder();
+
     Task<HttpResponse> send(HttpRequest request) override;
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override;
 
 private:
+    CurlTrust trustOf(const HttpRequest& request);
     QByteArray pemOf(const std::shared_ptr<const TrustAnchors>& anchors);
 
     QByteArray systemTrustFolder_;

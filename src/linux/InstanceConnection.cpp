@@ -10,7 +10,7 @@
 namespace vennic {
 
 namespace {
-constexpr qsizetype maxRequestBytes = 64 * 1024;
+constexpr qsizetype maxRequestBytes = qsizetype{64} * 1024;
 constexpr auto patience = std::chrono::seconds{10};
 } // namespace
 
@@ -61,9 +61,10 @@ Task<> InstanceConnection::answer(QByteArray request) {
 }
 
 void InstanceConnection::write() {
+    // Never empty here, so that the system can't answer 0.
     const ssize_t count =
         ::send(descriptor_, pending_.constData(), static_cast<std::size_t>(pending_.size()), MSG_NOSIGNAL);
-    if (count <= 0 && errno != EAGAIN && errno != EINTR)
+    if (count < 0 && errno != EAGAIN && errno != EINTR)
         return end();
     pending_.remove(0, std::max<ssize_t>(count, 0));
     if (pending_.isEmpty())

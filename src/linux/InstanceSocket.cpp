@@ -22,7 +22,7 @@ namespace vennic {
 namespace {
 
 constexpr std::size_t maxConnections = 32;
-constexpr qsizetype maxAnswerBytes = 16 * 1024 * 1024;
+constexpr qsizetype maxAnswerBytes = qsizetype{16} * 1024 * 1024;
 
 QString systemReason() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
@@ -50,17 +50,6 @@ bool ready(int descriptor, short events, const QDeadlineTimer& deadline) {
     }
 }
 
-struct Descriptor {
-    int number = -1;
-    explicit Descriptor(int n) : number(n) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number >= 0)
-            ::close(number);
-    }
-};
-
 [[noreturn]] void noAnswer() { throw LocalizedError(QStringLiteral("Vennic tourne, mais n'a pas répondu à temps.")); }
 
 } // namespace
@@ -73,15 +62,15 @@ public:
 
 InstanceSocket::InstanceSocket(QString directory) : directory_(std::move(directory)) {}
 
-InstanceSocket::~InstanceSocket() {
+InstanceSocket::~InstanceSocket() { hangUp(); }
+
+void InstanceSocket::hangUp() {
     connections_.clear();
     incoming_.reset();
-    if (listener_ >= 0) {
-        ::close(listener_);
-        ::unlink(QFile::encodeName(socketPath()).constData());
-    }
-    if (lock_ >= 0)
-        ::close(lock_);
+    if (!listener_.isOpen())
+        return;
+    listener_.close();
+    ::unlink(QFile::encodeName(socketPath()).constData());
 }
 
 QString InstanceSocket::socketPath() const { return directory_ + QStringLiteral("/socket"); }
@@ -100,14 +89,12 @@ void InstanceSocket::makeDirectory() const {
 bool InstanceSocket::claim(Handler handler) {
     makeDirectory();
     const QByteArray lockPath = QFile::encodeName(directory_ + QStringLiteral("/lock"));
-    lock_ = ::open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (lock_ < 0)
+    FileDescriptor lock(::open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock.isOpen())
         throw LocalizedError(QStringLiteral("Le verrou de Vennic ne peut pas être créé : %1").arg(systemReason()));
-    if (::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-        ::close(lock_);
-        lock_ = -1;
+    if (::flock(lock.number(), LOCK_EX | LOCK_NB) != 0)
         return false;
-    }
+    lock_ = std::move(lock);
     handler_ = std::move(handler);
     listen();
     return true;
@@ -116,19 +103,20 @@ bool InstanceSocket::claim(Handler handler) {
 void InstanceSocket::listen() {
     const sockaddr_un address = addressOf(socketPath());
     ::unlink(address.sun_path); // the lock is ours: what stands there is a leftover
-    listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    listener_ = FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     // The folder's mode keeps others out between bind and chmod.
-    if (listener_ < 0 || ::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::chmod(address.sun_path, 0600) != 0 || ::listen(listener_, 16) != 0)
+    if (!listener_.isOpen() ||
+        ::bind(listener_.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::chmod(address.sun_path, 0600) != 0 || ::listen(listener_.number(), 16) != 0)
         throw LocalizedError(
             QStringLiteral("Le point d'accès de Vennic ne peut pas être créé : %1").arg(systemReason()));
-    incoming_ = std::make_unique<QSocketNotifier>(listener_, QSocketNotifier::Read);
+    incoming_ = std::make_unique<QSocketNotifier>(listener_.number(), QSocketNotifier::Read);
     QObject::connect(incoming_.get(), &QSocketNotifier::activated, incoming_.get(), [this] { accept(); });
 }
 
 void InstanceSocket::accept() {
     for (;;) {
-        const int descriptor = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        const int descriptor = ::accept4(listener_.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (descriptor < 0)
             return;
         ucred peer{};
@@ -151,14 +139,14 @@ void InstanceSocket::drop(Connection* connection) {
 std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::chrono::milliseconds limit) {
     const QDeadlineTimer deadline(limit);
     const sockaddr_un address = addressOf(socketPath());
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (::connect(socket.number, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         return std::nullopt;
     QByteArray rest = request + '\n';
     while (!rest.isEmpty()) {
         const ssize_t sent =
-            ready(socket.number, POLLOUT, deadline)
-                ? ::send(socket.number, rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL)
+            ready(socket.number(), POLLOUT, deadline)
+                ? ::send(socket.number(), rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL)
                 : -1;
         if (sent <= 0)
             noAnswer();
@@ -166,8 +154,8 @@ std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::ch
     }
     QByteArray answer;
     char buffer[16384];
-    while (ready(socket.number, POLLIN, deadline)) {
-        const ssize_t count = ::recv(socket.number, buffer, sizeof buffer, 0);
+    while (ready(socket.number(), POLLIN, deadline)) {
+        const ssize_t count = ::recv(socket.number(), buffer, sizeof buffer, 0);
         if (count <= 0)
             break;
         answer.append(buffer, count);

@@ -1,4 +1,5 @@
 #pragma once
+#include "linux/FileDescriptor.h"
 #include "ports/Instance.h"
 
 #include <QSocketNotifier>
@@ -20,6 +21,7 @@ public:
     ~InstanceSocket() override;
 
     bool claim(Handler handler) override;
+    void hangUp() override;
     std::optional<QByteArray> ask(const QByteArray& request, std::chrono::milliseconds limit) override;
 
     QString socketPath() const;
@@ -33,8 +35,8 @@ private:
 
     QString directory_;
     Handler handler_;
-    int lock_ = -1;
-    int listener_ = -1;
+    FileDescriptor lock_;
+    FileDescriptor listener_;
     std::unique_ptr<QSocketNotifier> incoming_;
     std::list<std::unique_ptr<Connection>> connections_;
 };

@@ -11,7 +11,7 @@ namespace {
 constexpr auto firstRetry = 500ms;
 constexpr auto longestRetry = 30s;
 constexpr auto longestRest = 250ms;
-constexpr qint64 bytesPerRest = 1024 * 1024;
+constexpr qint64 bytesPerRest = qint64{1024} * 1024;
 
 qsizetype sizeOf(const StoredValue& value) {
     if (const auto* text = std::get_if<QString>(&value))
@@ -58,7 +58,7 @@ void KeyValueStoreSqlite::set(const QString& key, StoredValue value) {
     const std::lock_guard lock(mutex_);
     if (const auto found = values_.constFind(key); found != values_.constEnd() && *found == value)
         return;
-    values_.insert(key, std::move(value));
+    values_.insert(key, value);
     change(key);
 }
 

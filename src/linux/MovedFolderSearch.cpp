@@ -1,6 +1,6 @@
 #include "linux/MovedFolderSearch.h"
 
-#include "linux/FileHandle.h"
+#include "linux/FileDescriptor.h"
 #include "linux/NativePath.h"
 
 #include <cerrno>
@@ -86,7 +86,7 @@ std::optional<QByteArray> MovedFolderSearch::findBelow(const QByteArray& top, co
             QByteArray found = path + name;
             if (!QUtf8StringView(found).isValidUtf8())
                 continue;
-            if (identity->hasBirth() && identity->isSameFolder(progress.wanted))
+            if (identity->hasBirth() && folderIfSame(progress.wanted, dirfd(folder.get()), name, false))
                 return found;
             waiting.push_back(found + '/');
         }

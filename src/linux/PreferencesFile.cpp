@@ -1,6 +1,7 @@
 #include "linux/PreferencesFile.h"
 
-#include <QDateTime>
+#include "linux/SetAside.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -178,17 +179,10 @@ void PreferencesFile::commit(const Changes& changes) {
 
 void PreferencesFile::setAside(const QString& reason) {
     close();
-    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const QString base = QStringLiteral("%1.%2-%3").arg(path_, reason, stamp);
-    QString target = base;
-    for (int number = 2; QFileInfo::exists(target); ++number)
-        target = QStringLiteral("%1-%2").arg(base).arg(number);
-    if (!QFile::rename(path_, target))
+    const auto name = vennic::setAside(path_, reason);
+    if (!name)
         throw SqliteError(SQLITE_CANTOPEN, "the damaged file could not be renamed");
-    // The log belongs to the file: together they may still be read by hand.
-    QFile::rename(path_ + QStringLiteral("-wal"), target + QStringLiteral("-wal"));
-    QFile::remove(path_ + QStringLiteral("-shm"));
-    asideName_ = QFileInfo(target).fileName();
+    asideName_ = *name;
 }
 
 } // namespace vennic

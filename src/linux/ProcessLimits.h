@@ -6,8 +6,8 @@ namespace vennic {
 /// memory arenas: called first thing in main().
 void limitProcess();
 
-/// In a child that will run a program of the user's: what it makes is for whom the user's umask says. Safe between fork
-/// and exec.
-void restoreUserMask();
+/// Gives a program that is about to be started for the user what `limitProcess` had found: whom its files are for,
+/// and its core files. Called in the child between fork and exec, where little is allowed.
+void restoreLimits() noexcept;
 
 } // namespace vennic

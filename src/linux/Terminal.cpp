@@ -12,7 +12,7 @@ namespace vennic {
 
 namespace {
 
-constexpr qsizetype maxLine = 16 * 1024;
+constexpr qsizetype maxLine = qsizetype{16} * 1024;
 
 /// Names of files and words of the backend may hold sequences that command a terminal: none gets through to one.
 QString withoutCommands(QString text) {

@@ -3,10 +3,19 @@
 
 namespace vennic {
 
-/// Default handlers of the desktop (freedesktop.org MIME applications), by GIO.
+/// Desktop entries and default handlers of the desktop (Desktop Entry Specification, MIME Applications,
+/// freedesktop.org), by GIO. Without state, from any thread.
 class WorkspaceGio final : public Workspace {
 public:
+    /// `systemData` is the data folder of what came with the system (Filesystem Hierarchy Standard 3.0, 4.11).
+    explicit WorkspaceGio(QString systemData = QStringLiteral("/usr/share")) : systemData_(std::move(systemData)) {}
+
+    std::vector<Application> applications() override;
+    void openApplication(const QString& entry, std::stop_token stop) override;
     void open(const QString& path) override;
+
+private:
+    QString systemData_;
 };
 
 } // namespace vennic

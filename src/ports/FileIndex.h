@@ -62,12 +62,15 @@ struct IndexStatus {
 /// The index of names and text over the shared folders. It follows changes on disk by itself.
 class FileIndex {
 public:
+    /// The most that one query gathers: it is kept in memory.
+    static constexpr qint64 mostHits = 10'000;
+
     virtual ~FileIndex() = default;
     /// Sets the folders that are indexed (absolute paths). What no longer lies under one of them is forgotten at
     /// once: not found by a query begun after this call, its text deleted from disk soon after.
     virtual void setFolders(const QStringList& folders) = 0;
-    /// A query for the newest `limit` matches within `scopes` (absolute paths of folders; what lies outside every
-    /// indexed folder is not found).
+    /// A query for the newest `limit` matches, at most `mostHits`, within `scopes` (absolute paths of folders; what
+    /// lies outside every indexed folder is not found).
     virtual std::unique_ptr<IndexQuery> query(const IndexPredicate& predicate, const QStringList& scopes,
                                               qint64 limit) = 0;
     virtual IndexStatus status() const = 0;

@@ -15,6 +15,9 @@ public:
     virtual std::optional<QString> typeForExtension(const QString& extension) const = 0;
     /// Whether `type` is `ancestor` or descends from it.
     virtual bool conforms(const QString& type, const QString& ancestor) const = 0;
+    /// The MIME type that files of an extension (any case, without the dot) are best known by; none for an unknown or
+    /// empty one.
+    virtual std::optional<QString> mimeTypeForExtension(const QString& extension) const = 0;
     /// The identifier of a file by its name; "public.folder" for a directory, "public.data" without extension.
     virtual QString typeForFile(const QString& name, bool isDirectory) const = 0;
 };

@@ -49,6 +49,17 @@ struct HttpResponse {
     QByteArray body;
 };
 
+/// An answer whose body is taken as it comes. Main thread only; its end ends the exchange.
+class HttpStream {
+public:
+    virtual ~HttpStream() = default;
+    /// None when the answer is not HTTP at all.
+    virtual std::optional<int> status() const = 0;
+    /// The next bytes of the body, at least one; none at its end. Raises TransportError, and Cancelled when the job is
+    /// cancelled. One caller at a time.
+    virtual Task<std::optional<QByteArray>> next() = 0;
+};
+
 /// Sends requests. No redirect is followed, no cookie kept, nothing sent twice, no header of its own but those that
 /// HTTP requires. Main thread only.
 class HttpTransport {
@@ -56,6 +67,8 @@ public:
     virtual ~HttpTransport() = default;
     /// Raises TransportError; Cancelled when the job is cancelled, which also ends the exchange.
     virtual Task<HttpResponse> send(HttpRequest request) = 0;
+    /// The same, but hands the answer over as soon as its header is there.
+    virtual Task<std::unique_ptr<HttpStream>> open(HttpRequest request) = 0;
 };
 
 } // namespace vennic

@@ -20,6 +20,8 @@ public:
     /// Takes the place of the only client and answers requests from then on. False when another client holds it.
     /// Raises LocalizedError when the place can't be made at all. Main thread only.
     virtual bool claim(Handler handler) = 0;
+    /// Gives up the requests that are still being answered and takes no more; the place stays taken. Main thread only.
+    virtual void hangUp() = 0;
     /// Asks the running client and waits for its answer, at most `limit`. None when no client runs. Raises
     /// LocalizedError when one runs and gives no answer. Needs no event loop.
     virtual std::optional<QByteArray> ask(const QByteArray& request, std::chrono::milliseconds limit) = 0;

@@ -1,6 +1,6 @@
 #include "worker/BoxedProgram.h"
 
-#include "worker/IdlePriority.h"
+#include "base/IdlePriority.h"
 #include "worker/Serve.h"
 
 #include <csignal>

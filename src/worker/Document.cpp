@@ -8,7 +8,7 @@
 namespace vennic::worker {
 
 void Document::refuse(wire::Outcome outcome, int error) {
-    *this = Document();
+    *this = Document(number_);
     outcome_ = outcome;
     systemError_ = error;
 }
@@ -27,8 +27,8 @@ bool Document::measure(int file, std::int64_t mostBytes) {
     return outcome_ == wire::Outcome::done;
 }
 
-Document Document::read(int file, std::int64_t mostBytes) {
-    Document document;
+Document Document::read(int file, std::uint64_t number, std::int64_t mostBytes) {
+    Document document(number);
     if (!document.measure(file, mostBytes))
         return document;
     const std::size_t size = document.size_;
@@ -51,8 +51,8 @@ Document Document::read(int file, std::int64_t mostBytes) {
     return document;
 }
 
-Document Document::map(int file, std::int64_t mostBytes) {
-    Document document;
+Document Document::map(int file, std::uint64_t number, std::int64_t mostBytes) {
+    Document document(number);
     if (!document.measure(file, mostBytes) || document.size_ == 0)
         return document;
     const std::size_t size = document.size_;

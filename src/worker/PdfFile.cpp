@@ -41,10 +41,10 @@ std::unique_ptr<poppler::document> openPdf(std::string_view bytes) {
     return document;
 }
 
-std::string pdfPageText(const poppler::document& document, int index) {
+std::optional<std::string> pdfPageText(const poppler::document& document, int index) {
     const std::unique_ptr<poppler::page> page(document.create_page(index));
     if (!page)
-        return {};
+        return std::nullopt;
     const auto utf8 = page->text(poppler::rectf(), poppler::page::non_raw_non_physical_layout).to_utf8();
     const std::string_view text(utf8.data(), utf8.size());
     const std::size_t last = text.find_last_not_of("\n\r\f ");

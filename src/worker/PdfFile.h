@@ -1,5 +1,6 @@
 #pragma once
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,7 +17,7 @@ void warmUpPdf();
 std::unique_ptr<poppler::document> openPdf(std::string_view bytes);
 
 /// The text layer of page `index` from 0 on, UTF-8, without the line ends and the page mark that Poppler adds at its
-/// end; empty when there is no such page.
-std::string pdfPageText(const poppler::document& document, int index);
+/// end; nothing when there is no such page.
+std::optional<std::string> pdfPageText(const poppler::document& document, int index);
 
 } // namespace vennic::worker

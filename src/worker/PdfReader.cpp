@@ -15,7 +15,7 @@ std::optional<PdfText> pdfText(std::string_view bytes, std::size_t most, std::si
     std::size_t characters = 0;
     const int pages = document->pages();
     for (int index = 0; index < pages; ++index) {
-        const std::string text = pdfPageText(*document, index);
+        const std::string text = pdfPageText(*document, index).value_or(std::string());
         if (text.empty())
             continue;
         if (text.size() + 1 > mostBytes - result.text.size()) {

@@ -21,7 +21,7 @@ int main(int count, char** arguments) {
     const worker::BoxedProgram program{
         .name = "vennic-picture-worker",
         .warmUp = worker::warmUpPictureReaders,
-        .rules = {.mappedBytes = wire::mostMappedBytes,
+        .rules = {.mappedBytes = 2 * wire::mostMappedBytes, // the document, and the one before it
                   .cpuSeconds = wire::pictureLife.mostCpuSeconds,
                   .threads = true,
                   .readableFolders = libraryData},

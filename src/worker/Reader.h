@@ -15,6 +15,7 @@ struct ReadResult {
 
     static ReadResult unparsable() { return {wire::Outcome::unparsable, {}, false}; }
     static ReadResult beyondBox() { return {wire::Outcome::beyondBox, {}, false}; }
+    static ReadResult unavailable() { return {wire::Outcome::unavailable, {}, false}; }
     /// A body of one record.
     template <class Record>
     static ReadResult record(const Record& record) {

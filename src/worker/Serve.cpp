@@ -92,8 +92,8 @@ Work work(const Received& received, const Reader& reader, const BoxedProgram& pr
     work.answer.number = received.request.number;
     try {
         const std::int64_t mostBytes = wire::ceilingsOf(reader.form).fileBytes;
-        const int file = received.file.number();
-        const Document document = program.mapsFiles ? Document::map(file, mostBytes) : Document::read(file, mostBytes);
+        const auto open = program.mapsFiles ? Document::map : Document::read;
+        const Document document = open(received.file.number(), received.request.document, mostBytes);
         work.answer.outcome = document.outcome();
         work.answer.systemError = document.systemError();
         if (document.outcome() != wire::Outcome::done)

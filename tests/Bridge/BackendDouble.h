@@ -37,6 +37,11 @@ public:
         return given(HttpResponse{.status = 200, .headers = {}, .body = "{}"});
     }
 
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest) override { // the bridge streams nothing
+        throw TransportError(TransportFault::badRequest);
+        co_return nullptr;
+    }
+
     void preparePoll(const QByteArray& task) {
         preparedPolls.push_back(HttpResponse{.status = 200, .headers = {}, .body = task});
     }

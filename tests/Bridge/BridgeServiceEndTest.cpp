@@ -111,7 +111,8 @@ TEST_F(BridgeServiceTest, aFailureThatAHandlerDoesNotExpectIsAnsweredWithItsWord
     } broken;
     world.share(QStringLiteral("/d"));
     BridgeService other({world.http, world.config, world.clock, world.context, nullptr, world.store, broken,
-                         world.bookmarks, world.files, world.types, world.reader, world.workspace, world.thumbnailer});
+                         world.bookmarks, world.files, world.types, world.reader, world.photos, world.workspace,
+                         world.automations, world.thumbnailer, world.recognizer});
     other.start(SecretText("token"));
     ASSERT_TRUE(polling(1));
     world.backend.answerPoll(200, taskJson("search", R"({"query":"edf"})"));

@@ -123,7 +123,7 @@ private:
             return model_.failed();
         }
         default: {
-            constexpr std::array kinds{"search", "read", "list_folders", "llm_infer"};
+            constexpr std::array kinds{"search", "read", "llm_infer"}; // each answers at once
             world_.context.enabled = upTo(3) > 0;
             world_.backend.answerPoll(200, taskJson(kinds.at(upTo(kinds.size())),
                                                     R"({"query":"a","document_id":"x","openai_body_json":""})"));

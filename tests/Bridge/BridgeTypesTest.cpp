@@ -302,10 +302,10 @@ TEST(BridgeTypes, aRequiredFieldIsWrittenAlsoWhenEmptyOrZero) {
 
 TEST(BridgeTypes, theThreeEnvelopesHaveTheirFields) {
     EXPECT_EQ(encodeBridgeSuccessBody(BridgeOkResult{true, QStringLiteral("e")}),
-              R"({"result":{"error":"e","ok":true},"status":"done"})");
+              R"({"status":"done","result":{"ok":true,"error":"e"}})");
     EXPECT_EQ(encodeBridgeErrorBody(QStringLiteral("L'é \"x\"")),
-              QByteArray("{\"error_message\":\"L'é \\\"x\\\"\",\"status\":\"error\"}"));
-    EXPECT_EQ(encodeBridgeStreamBody({}), R"({"delta":"","status":"streaming"})");
+              QByteArray("{\"status\":\"error\",\"error_message\":\"L'é \\\"x\\\"\"}"));
+    EXPECT_EQ(encodeBridgeStreamBody({}), R"({"status":"streaming","delta":""})");
 }
 
 TEST(BridgeTypes, aNumberThatIsNotFiniteCannotBeWritten) {

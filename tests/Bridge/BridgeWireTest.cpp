@@ -22,6 +22,7 @@ public:
             request.timeout = *patience;
         return inner_.send(std::move(request));
     }
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override { return inner_.open(std::move(request)); }
     std::optional<std::chrono::milliseconds> patience;
 
 private:
@@ -40,7 +41,8 @@ struct BridgeWireTest : ::testing::Test {
                                              .packageManagerSite = {}}};
     VennicHTTP http{transport, QStringLiteral("127.0.0.1"), LoopbackServer::authority().anchors()};
     BridgeService service{{http, config, world.clock, world.context, nullptr, world.store, world.index, world.bookmarks,
-                           world.files, world.types, world.reader, world.workspace, world.thumbnailer}};
+                           world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
+                           world.thumbnailer, world.recognizer}};
 
     QString origin() const { return QStringLiteral("https://127.0.0.1:%1").arg(server.port()); }
     void start() { service.start(SecretText("t0ken")); }

@@ -5,10 +5,13 @@
 #include "Bridge/DocumentReaderScript.h"
 #include "Bridge/FileIndexScript.h"
 #include "backend/APIConfig.h"
+#include "fakes/AutomationToolFake.h"
 #include "fakes/FileSystemFake.h"
 #include "fakes/FileTypesFake.h"
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "fakes/PhotoLibraryFake.h"
+#include "fakes/TextRecognizerFake.h"
 #include "fakes/ThumbnailerFake.h"
 #include "fakes/WorkspaceFake.h"
 #include "support/TestClock.h"
@@ -47,8 +50,11 @@ struct BridgeWorld {
     std::shared_ptr<FileSystemFake> files = std::make_shared<FileSystemFake>();
     std::shared_ptr<FileTypesFake> types = std::make_shared<FileTypesFake>();
     std::shared_ptr<DocumentReaderScript> reader = std::make_shared<DocumentReaderScript>();
+    std::shared_ptr<PhotoLibraryFake> photos = std::make_shared<PhotoLibraryFake>();
     std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
+    std::shared_ptr<AutomationToolFake> automations = std::make_shared<AutomationToolFake>();
     std::shared_ptr<ThumbnailerFake> thumbnailer = std::make_shared<ThumbnailerFake>();
+    std::shared_ptr<TextRecognizerFake> recognizer = std::make_shared<TextRecognizerFake>();
     FileIndexScript index;
     TestClock clock;
     BridgeContextFake context;
@@ -60,7 +66,7 @@ struct BridgeWorld {
                                        .packageManagerSite = {}}};
     VennicHTTP http{backend, QStringLiteral("vennic.example"), nullptr};
     BookmarkStore grants{store, *bookmarks, *files, clock};
-    std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(BridgeService::Surroundings{
+    BridgeService::Surroundings surroundings{
         .http = http,
         .config = config,
         .clock = clock,
@@ -72,9 +78,13 @@ struct BridgeWorld {
         .files = files,
         .types = types,
         .reader = reader,
+        .photos = photos,
         .workspace = workspace,
+        .automations = automations,
         .thumbnailer = thumbnailer,
-    });
+        .recognizer = recognizer,
+    };
+    std::unique_ptr<BridgeService> service = std::make_unique<BridgeService>(surroundings);
 
     BookmarkEntry share(const QString& path) {
         files->addFolder(path);

@@ -35,6 +35,21 @@ TEST(FileURL, standardisingTakesOutDotsAndEmptyPieces) {
     EXPECT_EQ(at(u"//a/...").standardized(), at(u"/a/..."));
 }
 
+TEST(FileURL, aComponentIsAppendedWithOneSlash) {
+    EXPECT_EQ(at(u"/a").appendingPathComponent(QStringLiteral("b c")), at(u"/a/b c"));
+    EXPECT_EQ(at(u"/a/").appendingPathComponent(QStringLiteral("b")), at(u"/a/b"));
+    EXPECT_EQ(at(u"/").appendingPathComponent(QStringLiteral("b")), at(u"/b"));
+}
+
+TEST(FileURL, aPathLiesUnderAFolderThatItBeginsWithAndASlash) {
+    EXPECT_TRUE(at(u"/a/b").isOrLiesUnder(at(u"/a/b")));
+    EXPECT_TRUE(at(u"/a/b/c").isOrLiesUnder(at(u"/a/b")));
+    EXPECT_FALSE(at(u"/a/bc").isOrLiesUnder(at(u"/a/b")));
+    EXPECT_FALSE(at(u"/a").isOrLiesUnder(at(u"/a/b")));
+    EXPECT_FALSE(at(u"/A/B/c").isOrLiesUnder(at(u"/a/b")));
+    EXPECT_FALSE(at(u"/a").isOrLiesUnder(at(u"/")));
+}
+
 TEST(FileURL, theHomeDirectoryIsShownAsATilde) {
     const QString home = QStringLiteral("/home/marie");
     EXPECT_EQ(displayPath(QStringLiteral("/home/marie/Documents"), home), QStringLiteral("~/Documents"));

@@ -46,7 +46,7 @@ const QJsonObject notShared = error(QStringLiteral("Le document n'est plus dans 
 TEST_F(OpenDocumentHandlerTest, aDocumentOfASharedFolderIsOpened) {
     world.share(QStringLiteral("/d"));
     EXPECT_EQ(openShared(QStringLiteral("/d/x/a.pdf")), opened);
-    EXPECT_EQ(world.workspace->opened(), QStringList{QStringLiteral("/d/x/a.pdf")});
+    EXPECT_EQ(world.workspace->opened, QStringList{QStringLiteral("/d/x/a.pdf")});
     EXPECT_EQ(world.bookmarks->started, 0); // the file is handed to the system: no access is opened here
 }
 
@@ -55,7 +55,7 @@ TEST_F(OpenDocumentHandlerTest, aHandleOfAFolderOpensTheFolder) {
     world.files->addFolder(QStringLiteral("/d/photos"));
     EXPECT_EQ(openShared(QStringLiteral("/d/photos")), opened);
     EXPECT_EQ(openShared(QStringLiteral("/d")), opened);
-    EXPECT_EQ(world.workspace->opened(), (QStringList{QStringLiteral("/d/photos"), QStringLiteral("/d")}));
+    EXPECT_EQ(world.workspace->opened, (QStringList{QStringLiteral("/d/photos"), QStringLiteral("/d")}));
 }
 
 TEST_F(OpenDocumentHandlerTest, anUnknownHandleTellsToSearchAgain) {
@@ -70,7 +70,7 @@ TEST_F(OpenDocumentHandlerTest, withdrawingTheGrantCutsOffItsHandlesAtOnce) {
     openShared(QStringLiteral("/d/a.txt"));
     world.grants.remove(grant.id);
     EXPECT_EQ(open(QStringLiteral("/d/a.txt")), notShared);
-    EXPECT_EQ(world.workspace->opened().size(), 1);
+    EXPECT_EQ(world.workspace->opened.size(), 1);
 }
 
 TEST_F(OpenDocumentHandlerTest, aNeighbourWhosePathBeginsLikeAFoldersCountsAsWithinIt) {
@@ -92,7 +92,7 @@ TEST_F(OpenDocumentHandlerTest, aGrantThatCannotBeResolvedIsSkipped) {
 
 TEST_F(OpenDocumentHandlerTest, whatTheDesktopCannotOpenIsDoneWithoutBeingOk) {
     world.share(QStringLiteral("/d"));
-    world.workspace->refused.insert(QStringLiteral("/d/a.xyz"), QStringLiteral("No application is registered"));
+    world.workspace->failures[QStringLiteral("/d/a.xyz")] = QStringLiteral("No application is registered");
     EXPECT_EQ(openShared(QStringLiteral("/d/a.xyz")),
               done({{QStringLiteral("ok"), false}, {QStringLiteral("error"), QStringLiteral("open_failed")}}));
 }

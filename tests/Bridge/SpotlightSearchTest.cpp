@@ -63,6 +63,18 @@ TEST_F(SpotlightSearchTest, everyWordIsAskedForFirstAndTheIndexsOrderStays) {
                                          4}));
 }
 
+TEST_F(SpotlightSearchTest, aHitOnAVolumeThatIsNotLocalIsRemote) {
+    for (const char16_t* path : {u"/d/ici.txt", u"/d/ailleurs.txt", u"/d/muet.txt"})
+        files->addFile(QStringView(path).toString());
+    files->entries[QStringLiteral("/d/ailleurs.txt")].volumeIsLocal = false;
+    files->entries[QStringLiteral("/d/muet.txt")].volumeIsLocal = std::nullopt;
+    answer({u"/d/ici.txt", u"/d/ailleurs.txt", u"/d/muet.txt", u"/d/parti.txt"});
+    const auto results = await(search.search(QStringLiteral("x"), folders, 10, 5.0));
+    ASSERT_EQ(results.size(), 4U);
+    for (std::size_t at = 0; at < results.size(); ++at)
+        EXPECT_EQ(results[at].isRemote, at == 1) << at;
+}
+
 TEST_F(SpotlightSearchTest, aSingleWordWithoutHitEndsThere) {
     files->addFile(QStringLiteral("/d/edf.pdf"));
     EXPECT_EQ(found(u"edf"), QString());

@@ -55,6 +55,15 @@ TEST(CommandLine, bridgeTakesOnlyOnAndOff) {
     EXPECT_TRUE(parse({"bridge", "ON"}).error);
 }
 
+TEST(CommandLine, photosTakesOnlyItsThreeWords) {
+    for (const char* word : {"allow", "deny", "status"})
+        EXPECT_FALSE(parse({"photos", word}).error) << word;
+    EXPECT_TRUE(parse({"photos"}).error);
+    EXPECT_TRUE(parse({"photos", "Allow"}).error);
+    EXPECT_TRUE(parse({"photos", "allow", "deny"}).error);
+    EXPECT_FALSE(parse({"photos", "status", "--json"}).error);
+}
+
 TEST(CommandLine, jsonIsForVerbsThatPrintData) {
     EXPECT_FALSE(parse({"status", "--json"}).error);
     EXPECT_TRUE(parse({"quit", "--json"}).error);
@@ -73,6 +82,12 @@ TEST(CommandLine, aHugeLineIsRefused) {
         arguments.append(QStringLiteral("mot"));
     EXPECT_TRUE(parseCommandLine(arguments).error);
     EXPECT_TRUE(parseCommandLine({QStringLiteral("search"), QString(70'000, QLatin1Char('x'))}).error);
+}
+
+TEST(CommandLine, theHelpNamesEveryOption) {
+    const QString help = helpText(std::nullopt);
+    for (const char* option : {"--json", "--help", "--version", "-- "})
+        EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + QLatin1String(option))) << option;
 }
 
 TEST(CommandLine, everyVerbHasHelpThatNamesIt) {

@@ -12,7 +12,8 @@ TEST(CommandMessage, aRequestComesBackAsItWas) {
 }
 
 TEST(CommandMessage, anAnswerComesBackAsItWas) {
-    const CommandAnswer answer{ExitStatus::failed, QStringLiteral("à\nb"), {{QStringLiteral("n"), 3}}};
+    const CommandAnswer answer{
+        ExitStatus::failed, QStringLiteral("à\nb"), {{QStringLiteral("n"), 3}}, QStringLiteral("c")};
     EXPECT_EQ(decodeCommandAnswer(encodeCommandAnswer(answer)), answer);
 }
 

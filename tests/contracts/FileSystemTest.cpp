@@ -51,6 +51,15 @@ protected:
             paths << path->sliced(holder_.root().size() + 1);
         return paths;
     }
+    /// The names of a folder below the root, or of the root.
+    QStringList listed(const QString& below = {}) {
+        const auto listing = holder_.files().list(holder_.root() + below);
+        QStringList names;
+        while (const auto entry = listing->next())
+            names << entry->name;
+        names.sort();
+        return names;
+    }
     F holder_;
 };
 using FileSystems = testing::Types<FakeFiles, PosixFiles>;
@@ -100,6 +109,50 @@ TYPED_TEST(FileSystemContract, aWalkOfAnEmptyFolderEndsAndStaysAtItsEnd) {
     ASSERT_TRUE(walk);
     EXPECT_EQ(walk->next(), std::nullopt);
     EXPECT_EQ(walk->next(), std::nullopt);
+}
+
+TYPED_TEST(FileSystemContract, aListingGivesOneLevelWithItsValues) {
+    this->holder_.addFolder(QStringLiteral("a"));
+    this->holder_.addFolder(QStringLiteral("a/b"));
+    this->holder_.addFile(QStringLiteral("a/b/c.txt"), 1);
+    this->holder_.addFile(QStringLiteral("été.pdf"), 12);
+    EXPECT_EQ(this->listed(), (QStringList{QStringLiteral("a"), QStringLiteral("été.pdf")}));
+    EXPECT_EQ(this->listed(QStringLiteral("/a")), QStringList{QStringLiteral("b")});
+    EXPECT_EQ(this->listed(QStringLiteral("/a/")), QStringList{QStringLiteral("b")});
+    const auto listing = this->holder_.files().list(this->holder_.root());
+    while (const auto entry = listing->next()) {
+        auto values = this->holder_.files().values(this->holder_.root() + u'/' + entry->name);
+        ASSERT_TRUE(values);
+        values->volumeIsLocal.reset();
+        EXPECT_EQ(entry->values, values) << entry->name.toStdString();
+    }
+}
+
+TYPED_TEST(FileSystemContract, aListingLeavesOutWhatIsHidden) {
+    this->holder_.addFolder(QStringLiteral(".git"));
+    this->holder_.addFile(QStringLiteral(".profile"), 1);
+    this->holder_.addFile(QStringLiteral("..x"), 1);
+    this->holder_.addFile(QStringLiteral("seen"), 1);
+    EXPECT_EQ(this->listed(), QStringList{QStringLiteral("seen")});
+}
+
+TYPED_TEST(FileSystemContract, aListingShowsAPackageAsOneEntryAndLooksIntoItWhenAsked) {
+    this->holder_.addFolder(QStringLiteral("Éditeur.app"));
+    this->holder_.addFolder(QStringLiteral("Éditeur.app/Contents"));
+    EXPECT_EQ(this->listed(), QStringList{QStringLiteral("Éditeur.app")});
+    EXPECT_EQ(this->listed(QStringLiteral("/Éditeur.app")), QStringList{QStringLiteral("Contents")});
+}
+
+TYPED_TEST(FileSystemContract, aListingOfAnEmptyFolderEndsAndStaysAtItsEnd) {
+    const auto listing = this->holder_.files().list(this->holder_.root());
+    EXPECT_EQ(listing->next(), std::nullopt);
+    EXPECT_EQ(listing->next(), std::nullopt);
+}
+
+TYPED_TEST(FileSystemContract, whatIsNoFolderCannotBeListed) {
+    this->holder_.addFile(QStringLiteral("file"), 1);
+    for (const char* below : {"/file", "/missing", "/missing/deeper"})
+        EXPECT_THROW(this->listed(QString::fromUtf8(below)), LocalizedError) << below;
 }
 
 TYPED_TEST(FileSystemContract, theHomeDirectoryIsAbsoluteWithoutASlashAtItsEnd) {

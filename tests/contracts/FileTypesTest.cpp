@@ -38,6 +38,20 @@ TYPED_TEST(FileTypesContract, anUnknownExtensionHasAnIdentifierOfItsOwn) {
 
 TYPED_TEST(FileTypesContract, anEmptyExtensionHasNone) { EXPECT_EQ(this->typeOf(""), "none"); }
 
+TYPED_TEST(FileTypesContract, knownExtensionsHaveAMimeTypeInAnyCaseAndOthersNone) {
+    const auto mimeOf = [this](const char* extension) {
+        return this->types_.mimeTypeForExtension(QString::fromUtf8(extension))
+            .value_or(QStringLiteral("none"))
+            .toStdString();
+    };
+    EXPECT_EQ(mimeOf("pdf"), "application/pdf");
+    EXPECT_EQ(mimeOf("PDF"), "application/pdf");
+    EXPECT_EQ(mimeOf("txt"), "text/plain");
+    EXPECT_EQ(mimeOf("md"), "text/markdown");
+    EXPECT_EQ(mimeOf("xyzzy"), "none");
+    EXPECT_EQ(mimeOf(""), "none");
+}
+
 TYPED_TEST(FileTypesContract, aTypeConformsToItselfAndToItsAncestors) {
     EXPECT_TRUE(this->conforms("public.plain-text", "public.plain-text"));
     EXPECT_TRUE(this->conforms("public.plain-text", "public.text"));

@@ -18,6 +18,7 @@ public:
     virtual void answerWith(int status, const QByteArray& body, const QByteArray& headerName,
                             const QByteArray& headerValue) = 0;
     virtual void failWithCutOff() = 0;
+    virtual void failWithNoAnswer() = 0;
     virtual void hold() = 0; // the next request gets no answer
     virtual bool requestIsWaiting() = 0;
 };
@@ -30,6 +31,7 @@ public:
         fake_.answerWith(status, body, {{name, value}});
     }
     void failWithCutOff() override { fake_.failWith(TransportFault::cutOff); }
+    void failWithNoAnswer() override { fake_.failWith(TransportFault::cutOff); }
     void hold() override { fake_.hold(); }
     bool requestIsWaiting() override { return fake_.waiting() == 1; }
 
@@ -47,6 +49,7 @@ public:
     void failWithCutOff() override {
         server_.onRequest(answers::bytesThenCut("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf"));
     }
+    void failWithNoAnswer() override { server_.onRequest(answers::bytesThenCut({})); }
     void hold() override { server_.onRequest(answers::bytesThenSilence({})); }
     bool requestIsWaiting() override { return server_.requests().size() == 1; }
 
@@ -102,6 +105,25 @@ TYPED_TEST(HttpTransportContract, aFailureOfTheWireRaisesItsFault) {
         EXPECT_EQ(error.fault(), TransportFault::cutOff);
         EXPECT_EQ(error.errorDescription(), QStringLiteral("La connexion au serveur a été coupée."));
     }
+}
+
+TYPED_TEST(HttpTransportContract, aStreamGivesItsStatusAndItsBodyWhole) {
+    const QByteArray body(100'000, 'b');
+    this->world_.answerWith(200, body, "X-Kind", "stream");
+    const auto stream = await(this->world_.transport().open(this->world_.request()));
+    EXPECT_EQ(stream->status(), 200);
+    QByteArray all;
+    while (const auto piece = await(stream->next())) {
+        EXPECT_FALSE(piece->isEmpty());
+        all += *piece;
+    }
+    EXPECT_EQ(all, body);
+    EXPECT_FALSE(await(stream->next()));
+}
+
+TYPED_TEST(HttpTransportContract, aStreamThatCanNotBeginRaisesItsFault) {
+    this->world_.failWithNoAnswer();
+    EXPECT_THROW(await(this->world_.transport().open(this->world_.request())), TransportError);
 }
 
 TYPED_TEST(HttpTransportContract, aCancelledJobEndsItsRequest) {

@@ -92,6 +92,24 @@ TEST_F(Account, aFailedRevokeIsIgnored) {
     EXPECT_EQ(session().lastError(), std::nullopt);
 }
 
+TEST_F(Account, aSignOutIsUnderWayUntilTheBackendHasHeardOrCannotBeTold) {
+    for (const bool reachable : {true, false}) {
+        signedIn();
+        const test::Announcements ends(&session(), &AppSession::tokenRevoked);
+        transport.hold();
+        session().setToken({});
+        EXPECT_TRUE(session().isRevoking());
+        settle();
+        EXPECT_TRUE(session().isRevoking());
+        EXPECT_EQ(ends.count(), 0);
+        reachable ? transport.answerWith(204) : transport.failWith(TransportFault::noNetwork);
+        transport.release();
+        settle();
+        EXPECT_FALSE(session().isRevoking());
+        EXPECT_EQ(ends.count(), 1);
+    }
+}
+
 TEST_F(Account, aRevokeThatIsAnsweredWith401ShowsNothing) {
     signedIn();
     transport.answerWith(401);

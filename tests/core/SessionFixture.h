@@ -61,6 +61,7 @@ struct SessionFixture : testing::Test {
     }
     /// Signs in and forgets what that caused.
     AppSession& signedIn() {
+        built.reset();
         putToken("tok");
         session();
         settle();

@@ -1,7 +1,9 @@
 #pragma once
+#include "base/LocalizedError.h"
 #include "ports/FileSystem.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -21,12 +23,20 @@ public:
             return nullptr;
         return std::make_unique<Walk>(*this, root + u'/');
     }
+    std::unique_ptr<FolderListing> list(const QString& path) override {
+        const auto folder = entries.find(path.size() > 1 && path.endsWith(u'/') ? path.chopped(1) : path);
+        if (folder == entries.end() || !folder->second.isDirectory)
+            throw LocalizedError(QStringLiteral("Ce dossier n'existe pas."));
+        if (unreadable.contains(path))
+            throw LocalizedError(QStringLiteral("Le disque a signalé une erreur."));
+        return std::make_unique<Listing>(*this, path.endsWith(u'/') ? path : path + u'/');
+    }
     QString homeDirectory() override { return home; }
 
     void addFolder(const QString& path) {
         entries[path] = {.isDirectory = true, .size = {}, .changedAt = {}, .volumeIsLocal = true};
     }
-    void addFile(const QString& path, std::optional<qint64> size = 0, std::optional<QDateTime> changedAt = {}) {
+    void addFile(const QString& path, std::optional<qint64> size = 0, const std::optional<QDateTime>& changedAt = {}) {
         entries[path] = {.isDirectory = false, .size = size, .changedAt = changedAt, .volumeIsLocal = true};
     }
 
@@ -34,7 +44,8 @@ public:
     std::set<QString> unreadable; // values and walks of these fail; their entry is met all the same
     QString home = QStringLiteral("/home/marie");
     bool walksGiveHidden = false;
-    std::atomic<qint64> walked = 0; // entries that walks have given
+    std::function<void()> beforeNext; // called by listings, on the thread that lists; may raise
+    std::atomic<qint64> walked = 0;   // entries that walks have given
 
 private:
     class Walk final : public FolderWalk {
@@ -48,6 +59,32 @@ private:
                     continue;
                 ++files_.walked;
                 return (at_++)->first;
+            }
+            return std::nullopt;
+        }
+
+    private:
+        FileSystemFake& files_;
+        QString prefix_;
+        std::map<QString, FileValues>::const_iterator at_;
+    };
+
+    class Listing final : public FolderListing {
+    public:
+        Listing(FileSystemFake& files, QString prefix)
+            : files_(files), prefix_(std::move(prefix)), at_(files.entries.lower_bound(prefix_)) {}
+        std::optional<FolderEntry> next() override {
+            if (files_.beforeNext)
+                files_.beforeNext();
+            for (; at_ != files_.entries.end() && at_->first.startsWith(prefix_); ++at_) {
+                QString name = at_->first.sliced(prefix_.size());
+                if (name.isEmpty() || name.startsWith(u'.') || name.contains(u'/'))
+                    continue;
+                FolderEntry entry{std::move(name), files_.values(at_->first)};
+                if (entry.values)
+                    entry.values->volumeIsLocal.reset();
+                ++at_;
+                return entry;
             }
             return std::nullopt;
         }

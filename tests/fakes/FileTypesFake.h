@@ -24,11 +24,15 @@ public:
             at = parent->second;
         }
     }
+    std::optional<QString> mimeTypeForExtension(const QString& extension) const override {
+        const auto mime = mimes.find(extension.toLower());
+        return mime == mimes.end() ? std::nullopt : std::optional(mime->second);
+    }
     QString typeForFile(const QString& name, bool isDirectory) const override {
         if (isDirectory)
             return QStringLiteral("public.folder");
         const qsizetype dot = name.lastIndexOf(u'.');
-        return dot > 0 ? *typeForExtension(name.sliced(dot + 1)) : QStringLiteral("public.data");
+        return dot > 0 ? typeForExtension(name.sliced(dot + 1)).value_or(QString()) : QStringLiteral("public.data");
     }
 
     std::map<QString, QString> types{
@@ -39,6 +43,11 @@ public:
         {QStringLiteral("text"), QStringLiteral("public.plain-text")},
         {QStringLiteral("zip"), QStringLiteral("public.zip-archive")},
         {QStringLiteral("docx"), QStringLiteral("org.openxmlformats.wordprocessingml.document")},
+    };
+    std::map<QString, QString> mimes{
+        {QStringLiteral("pdf"), QStringLiteral("application/pdf")},
+        {QStringLiteral("txt"), QStringLiteral("text/plain")},
+        {QStringLiteral("md"), QStringLiteral("text/markdown")},
     };
     std::map<QString, QString> parents{
         {QStringLiteral("com.adobe.illustrator.ai-image"), QStringLiteral("com.adobe.pdf")},

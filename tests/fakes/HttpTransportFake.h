@@ -6,6 +6,29 @@
 
 namespace vennic::test {
 
+/// The body of an answer from memory, in the pieces that were given; then its end, or a fault.
+class HttpStreamFake final : public HttpStream {
+public:
+    HttpStreamFake(std::optional<int> status, std::deque<QByteArray> pieces, std::optional<TransportFault> fault)
+        : status_(status), pieces_(std::move(pieces)), fault_(fault) {}
+    std::optional<int> status() const override { return status_; }
+    Task<std::optional<QByteArray>> next() override {
+        if (pieces_.empty()) {
+            if (fault_)
+                throw TransportError(*fault_);
+            co_return std::nullopt;
+        }
+        QByteArray piece = std::move(pieces_.front());
+        pieces_.pop_front();
+        co_return piece;
+    }
+
+private:
+    std::optional<int> status_;
+    std::deque<QByteArray> pieces_;
+    std::optional<TransportFault> fault_;
+};
+
 /// Answers requests from memory, in order, and remembers each. Without an answer left it raises noNetwork.
 class HttpTransportFake final : public HttpTransport {
 public:
@@ -31,6 +54,17 @@ public:
     }
     std::size_t waiting() const { return waiting_.size(); }
 
+    /// How streamed bodies are cut, and what ends them; without a fault they end well.
+    qsizetype pieceBytes = 7;
+    std::optional<TransportFault> streamFault;
+
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
+        HttpResponse response = co_await send(std::move(request));
+        std::deque<QByteArray> pieces;
+        for (qsizetype at = 0; at < response.body.size(); at += pieceBytes)
+            pieces.push_back(response.body.mid(at, pieceBytes));
+        co_return std::make_unique<HttpStreamFake>(response.status, std::move(pieces), streamFault);
+    }
     Task<HttpResponse> send(HttpRequest request) override {
         const std::size_t at = requests.size();
         requests.push_back(std::move(request));

@@ -20,8 +20,8 @@ public:
         return found == values.constEnd() ? std::nullopt : std::optional(*found);
     }
     void set(const QString& key, StoredValue value) override {
-        writes.emplace_back(key, value);
-        values.insert(key, std::move(value));
+        values.insert(key, value);
+        writes.emplace_back(key, std::move(value));
     }
     void remove(const QString& key) override {
         writes.emplace_back(key, std::nullopt);

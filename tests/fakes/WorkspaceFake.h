@@ -2,32 +2,52 @@
 #include "base/LocalizedError.h"
 #include "ports/Workspace.h"
 
-#include <QHash>
-#include <QMutex>
 #include <QStringList>
+
+#include <algorithm>
+#include <map>
 
 namespace vennic::test {
 
-/// Opens nothing and remembers what it was asked to.
+/// Applications in memory; remembers what was opened, in order.
 class WorkspaceFake final : public Workspace {
 public:
-    /// Paths that can't be opened, each with the platform's words.
-    QHash<QString, QString> refused;
-
+    std::vector<Application> applications() override {
+        ++listings;
+        if (unreadable)
+            throw LocalizedError(*unreadable);
+        return known;
+    }
+    void openApplication(const QString& entry, std::stop_token) override {
+        const auto isIt = [&](const Application& application) { return application.entry == entry; };
+        if (std::ranges::none_of(known, isIt))
+            throw LocalizedError(QStringLiteral("L'application n'est plus installée."));
+        open(entry);
+    }
     void open(const QString& path) override {
-        const QMutexLocker lock(&guard_);
-        if (refused.contains(path))
-            throw LocalizedError(refused.value(path));
-        opened_ << path;
-    }
-    QStringList opened() const {
-        const QMutexLocker lock(&guard_);
-        return opened_;
+        if (const auto words = failures.find(path); words != failures.end())
+            throw LocalizedError(words->second);
+        opened.append(path);
     }
 
-private:
-    mutable QMutex guard_;
-    QStringList opened_;
+    /// One of the folder /apps, or of one below it; its name is the file's.
+    Application& add(const QString& pathInFolder, Application::Place place = Application::Place::installed) {
+        Application application;
+        application.entry = QStringLiteral("/apps/") + pathInFolder;
+        application.identifier = QString(pathInFolder).replace(u'/', u'-');
+        application.pathInFolder = pathInFolder;
+        application.name = pathInFolder.section(u'/', -1).chopped(8);
+        application.localizedName = application.name;
+        application.place = place;
+        known.push_back(application);
+        return known.back();
+    }
+
+    std::vector<Application> known;
+    std::map<QString, QString> failures; // by path
+    std::optional<QString> unreadable;
+    QStringList opened;
+    int listings = 0;
 };
 
 } // namespace vennic::test

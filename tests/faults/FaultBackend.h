@@ -16,6 +16,11 @@ public:
             request.timeout /= 50;
         return transport_.send(std::move(request));
     }
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
+        if (hurried)
+            request.timeout /= 50;
+        return transport_.open(std::move(request));
+    }
     bool hurried = false;
 
 private:

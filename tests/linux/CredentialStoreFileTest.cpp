@@ -6,8 +6,10 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vennic::test {
@@ -95,7 +97,7 @@ TEST_F(CredentialStoreFileTest, aLargeFileOrSecretIsRefused) {
 
 TEST_F(CredentialStoreFileTest, contentThatMakesNoSenseIsSetAsideBeforeTheNextWrite) {
     int aside = 0;
-    for (const QByteArray& content : {QByteArray("junk"), QByteArray("{}"), QByteArray("{\"version\":2,\"items\":[]}"),
+    for (const QByteArray& content : {QByteArray("junk"), QByteArray("{}"), QByteArray("{\"version\":0,\"items\":[]}"),
                                       QByteArray("{\"version\":1,\"items\":[{\"service\":1}]}"), QByteArray(),
                                       QByteArray("{\"version\":1,\"items\":[{\"service\":\"a\",\"account\":\"b\","
                                                  "\"data\":\"*\",\"user-presence\":false}]}")}) {
@@ -105,6 +107,80 @@ TEST_F(CredentialStoreFileTest, contentThatMakesNoSenseIsSetAsideBeforeTheNextWr
         EXPECT_EQ(store_.add(item_, secret_, {}), CredentialStatus::success);
         EXPECT_EQ(*store_.read(item_, std::nullopt).data, secret_);
         EXPECT_EQ(QDir(folder_.path()).entryList({QStringLiteral("vault.corrupt-*")}, QDir::Files).size(), ++aside);
+    }
+}
+
+TEST_F(CredentialStoreFileTest, aFileOfANewerFormatIsRefusedAndLeftWhereItIs) {
+    const QByteArray newer = "{\"version\":2,\"secrets\":{}}";
+    write(newer);
+    EXPECT_EQ(store_.read(item_, std::nullopt).status, CredentialStatus::ioFailed);
+    EXPECT_EQ(store_.add(item_, secret_, {}), CredentialStatus::ioFailed);
+    EXPECT_EQ(store_.remove(item_), CredentialStatus::ioFailed);
+    EXPECT_EQ(store_.protectionOf(item_), std::nullopt);
+    EXPECT_EQ(contentOf(path_), newer);
+    EXPECT_EQ(QDir(folder_.path()).entryList(QDir::Files), QStringList{QStringLiteral("vault")});
+}
+
+TEST_F(CredentialStoreFileTest, whatAKilledWriterLeftIsRemovedByTheFirstUseAndNothingElse) {
+    ASSERT_EQ(store_.add(item_, secret_, {}), CredentialStatus::success);
+    const QStringList others{QStringLiteral("vault.bak"), QStringLiteral("vault.corrupt-20250101-000000"),
+                             QStringLiteral("vault2.abcDEF"), QStringLiteral("vault.abcDEFg")};
+    for (const QString& name : others + QStringList{QStringLiteral("vault.abcDEF"), QStringLiteral("vault.0aZ9xY")}) {
+        QFile file(folder_.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("s3cret");
+    }
+    CredentialStoreFile again(path_, presence_);
+    EXPECT_EQ(*again.read(item_, std::nullopt).data, secret_);
+    QStringList kept = others + QStringList{QStringLiteral("vault")};
+    kept.sort();
+    EXPECT_EQ(QDir(folder_.path()).entryList(QDir::Files, QDir::Name), kept);
+}
+
+TEST_F(CredentialStoreFileTest, aWriterKilledAtAnyMomentLeavesTheOldOrTheNewAndNoSecretBeside) {
+    ASSERT_EQ(store_.add(item_, secret_, {}), CredentialStatus::success);
+    for (int round = 0; round < 30; ++round) {
+        const pid_t writer = fork();
+        ASSERT_GE(writer, 0);
+        if (writer == 0) {
+            CredentialStoreFile store(path_, presence_);
+            for (;;) {
+                store.add({QStringLiteral("other"), QStringLiteral("o")}, SecretText("x"), {});
+                store.remove({QStringLiteral("other"), QStringLiteral("o")});
+            }
+        }
+        usleep(static_cast<useconds_t>(500 + round * 700));
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+        CredentialStoreFile again(path_, presence_);
+        const auto result = again.read(item_, std::nullopt);
+        ASSERT_EQ(result.status, CredentialStatus::success) << round;
+        EXPECT_EQ(*result.data, secret_);
+        EXPECT_EQ(QDir(folder_.path()).entryList(QDir::Files), QStringList{QStringLiteral("vault")});
+    }
+}
+
+TEST_F(CredentialStoreFileTest, aFolderWhereOthersMayWriteIsRefused) {
+    ASSERT_EQ(store_.add(item_, secret_, {}), CredentialStatus::success);
+    const QByteArray folder = QFile::encodeName(folder_.path());
+    for (const mode_t mode : {0720u, 0702u, 0777u, 01777u}) {
+        chmod(folder.constData(), mode);
+        EXPECT_EQ(store_.read(item_, std::nullopt).status, CredentialStatus::ioFailed) << mode;
+        EXPECT_EQ(store_.add({QStringLiteral("a"), QStringLiteral("b")}, secret_, {}), CredentialStatus::ioFailed);
+    }
+    chmod(folder.constData(), 0755);
+    EXPECT_EQ(*store_.read(item_, std::nullopt).data, secret_);
+}
+
+TEST_F(CredentialStoreFileTest, aFolderOfSomebodyElseIsRefused) {
+    // The file would be the owner's own; whoever has the folder can put another in its place.
+    if (geteuid() == 0) {
+        ASSERT_EQ(store_.add(item_, secret_, {}), CredentialStatus::success);
+        ASSERT_EQ(chown(QFile::encodeName(folder_.path()).constData(), 65534, 65534), 0);
+        EXPECT_EQ(store_.read(item_, std::nullopt).status, CredentialStatus::ioFailed);
+    } else {
+        CredentialStoreFile store(QStringLiteral("/vault"), presence_);
+        EXPECT_EQ(store.read(item_, std::nullopt).status, CredentialStatus::ioFailed);
     }
 }
 

@@ -1,5 +1,7 @@
 #include "linux/FileTypesShared.h"
 
+#include "linux/PublicMimeTypes.h"
+
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>
@@ -10,6 +12,9 @@ class FileTypesSharedTest : public testing::Test {
 protected:
     std::string typeOf(const char* extension) const {
         return types_.typeForExtension(QString::fromUtf8(extension)).value_or(QStringLiteral("none")).toStdString();
+    }
+    std::string mimeOf(const char* extension) const {
+        return types_.mimeTypeForExtension(QString::fromUtf8(extension)).value_or(QStringLiteral("none")).toStdString();
     }
     bool is(const char* extension, const char* ancestor) const {
         return types_.conforms(types_.typeForExtension(QString::fromUtf8(extension)).value_or(QString()),
@@ -167,6 +172,55 @@ TEST_F(FileTypesSharedTest, unknownIdentifiersConformToThemselvesAlone) {
     EXPECT_FALSE(conforms(QStringLiteral("dyn.or4hi"), "public.data"));
 }
 
+TEST_F(FileTypesSharedTest, everyExtensionOfTheTableHasAMimeTypeWithoutTheSystemsData) {
+    for (const char* extension :
+         {"7z",    "aac",  "ai",   "aif", "aiff", "avi",      "avif", "bash",  "bmp",  "bz2",  "c",    "cc",
+          "cpp",   "css",  "csv",  "cxx", "deb",  "diff",     "dmg",  "doc",   "docx", "eml",  "eps",  "epub",
+          "flac",  "gif",  "go",   "gz",  "h",    "heic",     "heif", "hh",    "hpp",  "htm",  "html", "hxx",
+          "ico",   "ics",  "iso",  "jar", "java", "jp2",      "jpe",  "jpeg",  "jpg",  "js",   "json", "jsx",
+          "log",   "lua",  "m",    "m4a", "m4v",  "markdown", "md",   "mid",   "mjs",  "mkv",  "mm",   "mov",
+          "mp3",   "mp4",  "mpeg", "mpg", "odg",  "odp",      "ods",  "odt",   "oga",  "ogg",  "opus", "otf",
+          "patch", "pdf",  "php",  "pl",  "pm",   "png",      "ppt",  "pptx",  "ps",   "psd",  "py",   "rar",
+          "rb",    "rs",   "rtf",  "s",   "sh",   "sql",      "svg",  "swift", "tar",  "tex",  "text", "tgz",
+          "tif",   "tiff", "ts",   "tsv", "tsx",  "ttf",      "txt",  "vcf",   "wav",  "webm", "webp", "xht",
+          "xhtml", "xls",  "xlsx", "xml", "xz",   "yaml",     "yml",  "zip",   "zsh"}) {
+        const std::string type = typeOf(extension);
+        EXPECT_FALSE(type.starts_with("dyn.")) << extension;
+        EXPECT_FALSE(publicMimeType(type).empty()) << extension;
+        EXPECT_EQ(mimeOf(extension), publicMimeType(type)) << extension;
+    }
+    EXPECT_EQ(publicMimeType(""), "");
+    EXPECT_EQ(publicMimeType("public.data"), "");
+    EXPECT_EQ(publicMimeType("zzz"), "");
+}
+
+TEST_F(FileTypesSharedTest, mimeTypesAreTheRegisteredOnes) {
+    EXPECT_EQ(mimeOf("html"), "text/html");
+    EXPECT_EQ(mimeOf("HTM"), "text/html");
+    EXPECT_EQ(mimeOf("Jpg"), "image/jpeg");
+    EXPECT_EQ(mimeOf("rtf"), "text/rtf");
+    EXPECT_EQ(mimeOf("svg"), "image/svg+xml");
+    EXPECT_EQ(mimeOf("docx"), "application/vnd.openxmlformats-officedocument.wordprocessingml.document");
+    EXPECT_EQ(mimeOf("odt"), "application/vnd.oasis.opendocument.text");
+    EXPECT_EQ(mimeOf("ts"), "text/x-typescript"); // and no video
+}
+
+TEST_F(FileTypesSharedTest, otherExtensionsHaveTheMimeTypeOfTheSystem) {
+    EXPECT_EQ(mimeOf("flv"), "video/x-flv");
+    EXPECT_EQ(mimeOf("KT"), "text/x-kotlin");
+    EXPECT_EQ(mimeOf("ini"), "text/plain");
+    EXPECT_EQ(mimeOf("xcf"), "image/x-xcf");
+}
+
+TEST_F(FileTypesSharedTest, whatNobodyKnowsHasNoMimeType) {
+    for (const char* text :
+         {"", "xyzzy", "20240101", "a/b", "/", "a\nb", "\x01", "*", "?df", "pdf ", " pdf", "p.df.", ".."})
+        EXPECT_EQ(mimeOf(text), "none") << text;
+    EXPECT_EQ(types_.mimeTypeForExtension(QString(QChar(0xd83c))), std::nullopt);
+    EXPECT_EQ(types_.mimeTypeForExtension(QStringLiteral("pdf") + QChar::Null), std::nullopt);
+    EXPECT_EQ(types_.mimeTypeForExtension(QString(10'000'000, u'a')), std::nullopt);
+}
+
 TEST_F(FileTypesSharedTest, randomTextBreaksNothing) {
     std::mt19937 random(11);
     for (int i = 0; i < 10'000; ++i) {
@@ -175,6 +229,8 @@ TEST_F(FileTypesSharedTest, randomTextBreaksNothing) {
             text += QChar(static_cast<char16_t>(random() % 4 == 0 ? random() : random() % 128));
         if (const auto type = types_.typeForExtension(text))
             EXPECT_TRUE(types_.conforms(*type, QStringLiteral("public.data")));
+        if (const auto mime = types_.mimeTypeForExtension(text))
+            EXPECT_TRUE(mime->contains(u'/')) << mime->toStdString();
         EXPECT_FALSE(types_.conforms(QStringLiteral("dyn.") + text, QStringLiteral("com.adobe.pdf")));
         EXPECT_FALSE(types_.typeForFile(text, false).isEmpty());
     }

@@ -217,6 +217,52 @@ TEST_F(FolderBookmarksInodeTest, anInodeWithAnotherTimeOfBirthIsAnotherFolder) {
     EXPECT_EQ(refusal(encoded(*identity)), lost_);
 }
 
+TEST_F(FolderBookmarksInodeTest, anInodeWithAnotherHandleIsAnotherFolder) {
+    const QString path = make(QStringLiteral("a"));
+    auto identity = decodedFolderIdentity(bookmarks_.create(path));
+    ASSERT_TRUE(identity);
+    if (identity->handle.isEmpty())
+        GTEST_SKIP() << "the temporary folder's file system gives no lasting handles";
+    EXPECT_EQ(bookmarks_.resolve(encoded(*identity)), (ResolvedFolder{path, false}));
+    identity->handle.back() = static_cast<char>(identity->handle.back() ^ 1);
+    EXPECT_EQ(bookmarks_.resolve(encoded(*identity)), (ResolvedFolder{path, true}));
+    identity->path = in(QStringLiteral("b"));
+    now_ += 1min;
+    EXPECT_EQ(refusal(encoded(*identity)), lost_);
+}
+
+TEST_F(FolderBookmarksInodeTest, aFolderMadeWithinTheSameTickOfTheClockAsADeletionIsAnother) {
+    const QByteArray path = in(QStringLiteral("a")).toUtf8();
+    for (int i = 0; i < 2000; ++i) {
+        make(QStringLiteral("a"));
+        const auto before = decodedFolderIdentity(bookmarks_.create(in(QStringLiteral("a"))));
+        ASSERT_TRUE(before);
+        ASSERT_TRUE(QDir().rmdir(in(QStringLiteral("a"))));
+        make(QStringLiteral("a"));
+        const auto after = folderIdentity(-1, path, true);
+        ASSERT_TRUE(after);
+        if (after->isSameFolder(*before)) { // inode and time of birth: the handle isn't known yet
+            EXPECT_FALSE(before->handle.isEmpty());
+            EXPECT_FALSE(folderIfSame(*before, -1, path, true));
+            return;
+        }
+        ASSERT_TRUE(QDir().rmdir(in(QStringLiteral("a"))));
+    }
+    GTEST_SKIP() << "the temporary folder's file system gave no inode again within one tick";
+}
+
+TEST_F(FolderBookmarksInodeTest, aBookmarkFromBeforeHandlesWereKeptServesOn) {
+    const QString path = make(QStringLiteral("a"));
+    auto identity = decodedFolderIdentity(bookmarks_.create(path));
+    ASSERT_TRUE(identity);
+    identity->handle.clear();
+    const QByteArray old = encoded(*identity);
+    EXPECT_FALSE(old.contains("handle"));
+    EXPECT_EQ(bookmarks_.resolve(old), (ResolvedFolder{path, false}));
+    move(QStringLiteral("a"), QStringLiteral("b"));
+    EXPECT_EQ(bookmarks_.resolve(old), (ResolvedFolder{in(QStringLiteral("b")), true}));
+}
+
 TEST_F(FolderBookmarksInodeTest, withoutATimeOfBirthOnlyTheSamePathCounts) {
     auto identity = decodedFolderIdentity(bookmarks_.create(make(QStringLiteral("a"))));
     ASSERT_TRUE(identity);
@@ -265,7 +311,8 @@ TEST_F(FolderBookmarksInodeTest, bytesOfAnIdentityGiveItBack) {
                                   .device = 1ULL << 63U,
                                   .inode = (1ULL << 63U) + 1,
                                   .birthSeconds = -1,
-                                  .birthNanoseconds = 999'999'999};
+                                  .birthNanoseconds = 999'999'999,
+                                  .handle = QByteArray(132, '\xff')};
     EXPECT_EQ(decodedFolderIdentity(encoded(identity)), identity);
 }
 
@@ -298,6 +345,10 @@ TEST_F(FolderBookmarksInodeTest, hostileBytesAreRefused) {
         with("\"birthNanoseconds\":", "\"birthNanoseconds\":-"),
         with("\"birthNanoseconds\":", "\"birthNanoseconds\":9999999999"),
         with("\"device\"", "\"other\""),
+        with("\"version\"", "\"handle\":7,\"version\""),
+        with("\"version\"", "\"handle\":\"0\",\"version\""),
+        with("\"version\"", "\"handle\":\"zz\",\"version\""),
+        with("\"version\"", "\"handle\":\"" + QByteArray(133, 'a').toHex() + "\",\"version\""),
     };
     for (const QByteArray& bytes : hostile)
         EXPECT_EQ(refusal(bytes), unreadable_) << bytes.left(200).toStdString();

@@ -5,8 +5,28 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <openssl/ssl.h>
 
 namespace vennic::test {
+
+namespace {
+
+/// The version that a server on loopback settles on with a client that takes any.
+int offeredVersion(quint16 port) {
+    SSL_CTX* context = SSL_CTX_new(TLS_client_method());
+    SSL_CTX_set_min_proto_version(context, TLS1_VERSION);
+    SSL_CTX_set_cipher_list(context, "DEFAULT:@SECLEVEL=0");
+    BIO* peer = BIO_new_ssl_connect(context);
+    BIO_set_conn_hostname(peer, ("127.0.0.1:" + QByteArray::number(port)).constData());
+    SSL* session = nullptr;
+    BIO_get_ssl(peer, &session);
+    const int version = BIO_do_connect(peer) == 1 ? SSL_version(session) : 0;
+    BIO_free_all(peer);
+    SSL_CTX_free(context);
+    return version;
+}
+
+} // namespace
 
 class HttpTransportTrustTest : public testing::Test {
 protected:
@@ -55,6 +75,15 @@ TEST_F(HttpTransportTrustTest, oneGoodAnchorAmongOthersIsEnough) {
     const auto anchors = std::make_shared<const TrustAnchors>(
         TrustAnchors{{foreign_.der(), "not a certificate", LoopbackServer::authority().der()}});
     EXPECT_EQ(faultOf(server.url(), anchors), std::nullopt);
+}
+
+TEST_F(HttpTransportTrustTest, aTlsOlderThan12IsRefusedWhoeverIsTrusted) {
+    LoopbackServer server({.greeting = Greeting::tls11Only});
+    EXPECT_EQ(faultOf(server.url(), nullptr), TransportFault::tlsRefused);
+    EXPECT_EQ(faultOf(server.url(), good_), TransportFault::tlsRefused);
+    EXPECT_TRUE(server.requests().empty());
+    // The same server speaks to a client that would have it: what is refused is the version.
+    EXPECT_EQ(offeredVersion(server.port()), TLS1_1_VERSION);
 }
 
 TEST_F(HttpTransportTrustTest, noAnchorLeftFailsBeforeAnythingReachesTheNetwork) {

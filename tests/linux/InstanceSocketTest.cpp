@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -23,6 +24,14 @@ namespace {
 Task<QByteArray> echo(QByteArray request) { co_return "echo " + request; }
 
 Task<QByteArray> never(QByteArray) {
+    Event<QByteArray> event;
+    co_return co_await event;
+}
+
+/// Sets `state` to -1 when it begins, and to 1 when it is given up.
+Task<QByteArray> neverButTold(int* state) {
+    const auto told = qScopeGuard([state] { *state = 1; });
+    *state = -1;
     Event<QByteArray> event;
     co_return co_await event;
 }
@@ -170,4 +179,27 @@ TEST_F(InstanceSocketTest, manyIdleAskersLeaveRoomOnceTheyGo) {
         }
     }
     EXPECT_EQ(askFromElsewhere(directory, "a"), QByteArray("echo a"));
+}
+
+TEST_F(InstanceSocketTest, whatIsBeingAnsweredWhenItHangsUpEndsWithoutAnAnswerAndThePlaceStaysTaken) {
+    int ended = 0;
+    InstanceSocket client(directory);
+    ASSERT_TRUE(client.claim([&ended](QByteArray) { return neverButTold(&ended); }));
+    const RawAsker asker(client.socketPath());
+    asker.send("a\n");
+    ASSERT_TRUE(test::waitUntil([&] { return ended == -1; }));
+    client.hangUp();
+    EXPECT_EQ(ended, 1);
+    EXPECT_EQ(asker.answer(), QByteArray());
+    EXPECT_EQ(InstanceSocket(directory).ask("b", 1s), std::nullopt);
+    EXPECT_FALSE(InstanceSocket(directory).claim(echo));
+}
+
+TEST_F(InstanceSocketTest, hangingUpTwiceOrUnclaimedIsNothing) {
+    InstanceSocket client(directory);
+    client.hangUp();
+    ASSERT_TRUE(client.claim(echo));
+    client.hangUp();
+    client.hangUp();
+    EXPECT_FALSE(InstanceSocket(directory).claim(echo));
 }

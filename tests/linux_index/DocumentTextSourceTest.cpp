@@ -1,6 +1,7 @@
 #include "linux/index/DocumentTextSource.h"
 
 #include "base/TextExtensions.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
 #include <QTemporaryFile>
@@ -15,6 +16,8 @@ using namespace vennic::index;
 class ReaderFake final : public OpenDocumentReader {
 public:
     DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) override {
+        if (cause)
+            throw WorkerFailure(*cause, QStringLiteral("non"));
         if (fault)
             throw DocumentReadError(*fault, QStringLiteral("non"));
         asked = maxChars;
@@ -27,6 +30,7 @@ public:
     bool isEnding() const override { return ending; }
     bool ending = false;
     std::optional<DocumentFault> fault;
+    std::optional<WorkerFailure::Cause> cause;
     std::optional<DocumentForm> asForm;
     qint64 asked = 0;
 };
@@ -37,6 +41,7 @@ public:
         return extension == QStringLiteral("tex") ? QStringLiteral("public.text") : QStringLiteral("dyn.x");
     }
     bool conforms(const QString& type, const QString& ancestor) const override { return type == ancestor; }
+    std::optional<QString> mimeTypeForExtension(const QString&) const override { return std::nullopt; }
     QString typeForFile(const QString&, bool) const override { return {}; }
 };
 
@@ -72,14 +77,22 @@ TEST_F(DocumentTextSourceTest, givesTheReaderTheOpenFileAndAsksForAllOfIt) {
 }
 
 TEST_F(DocumentTextSourceTest, aReaderThatIsEndingSaysNothingOfTheDocument) {
-    reader.fault = DocumentFault::worker;
+    reader.cause = WorkerFailure::Cause::interrupted;
     reader.ending = true;
     EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::ended);
 }
 
-TEST_F(DocumentTextSourceTest, tellsADeadReaderFromAnUnreadableDocument) {
-    reader.fault = DocumentFault::worker;
-    EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::failed);
+TEST_F(DocumentTextSourceTest, tellsWhoseFaultItIsThatADocumentGaveNoText) {
+    const auto outcomeOf = [&](WorkerFailure::Cause cause) {
+        reader.cause = cause;
+        return source.read(0, "x.txt").outcome;
+    };
+    EXPECT_EQ(outcomeOf(WorkerFailure::Cause::unavailable), TextSource::Outcome::unavailable);
+    EXPECT_EQ(outcomeOf(WorkerFailure::Cause::interrupted), TextSource::Outcome::interrupted);
+    EXPECT_EQ(outcomeOf(WorkerFailure::Cause::document), TextSource::Outcome::crashed);
+    reader.cause.reset();
+    reader.fault = DocumentFault::unreadable; // of an open file: a disk or a network that fails
+    EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::interrupted);
     reader.fault = DocumentFault::unparsable;
     EXPECT_EQ(source.read(0, "x.txt").outcome, TextSource::Outcome::refused);
     EXPECT_EQ(source.read(0, "x.bin").outcome, TextSource::Outcome::refused);

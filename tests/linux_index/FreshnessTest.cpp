@@ -1,8 +1,12 @@
 #include "linux_index/IndexedFolder.h"
 #include "support/Await.h"
 
+#include <atomic>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <future>
+#include <sys/stat.h>
 
 namespace {
 
@@ -86,6 +90,98 @@ TEST_F(FreshnessTest, aFolderReplacedByAnotherOfThatNameIsWalkedAgain) {
     EXPECT_TRUE(world.finds(s("premier"), {}));
     world.put("a/quatre.txt", "quatrième");
     EXPECT_TRUE(world.finds(s("quatrième"), {s("a/quatre.txt")}));
+}
+
+TEST_F(FreshnessTest, aFolderMovedAwayAndMadeAnewAtOnceIsFollowed) {
+    fs::rename(world.path() + "/a", world.base() + "/ailleurs");
+    world.put("a/trois.txt", "troisième");
+    EXPECT_TRUE(world.finds(s("troisième"), {s("a/trois.txt")}));
+    EXPECT_TRUE(world.finds(s("premier"), {}));
+    world.put("a/quatre.txt", "quatrième"); // the watch is on the new folder
+    EXPECT_TRUE(world.finds(s("quatrième"), {s("a/quatre.txt")}));
+    std::ofstream(world.base() + "/ailleurs/cinq.txt") << "cinquième";
+    world.put("b/signal.txt", "signal");
+    EXPECT_TRUE(world.finds(s("signal"), {s("b/signal.txt")}));
+    EXPECT_TRUE(world.finds(s("cinquième"), {}));
+}
+
+/// An index whose thread stands still in the reading of a document, and whose queue of events is full by then.
+class OverflowTest : public FreshnessTest {
+protected:
+    void SetUp() override {
+        world.close();
+        world.texts.during = [this](std::string_view name) {
+            if (name != "halte.txt" || stood_.exchange(true))
+                return;
+            standing_.set_value();
+            go_.get_future().wait();
+        };
+        world.reopen();
+        FreshnessTest::SetUp();
+    }
+    /// Fills the queue; what happens afterwards is told to nobody.
+    void standStill() {
+        std::size_t most = 0;
+        std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
+        ASSERT_GT(most, 0U);
+        ASSERT_LT(most, 200000U) << "the queue of this machine can't be filled in reasonable time";
+        fs::create_directories(world.path() + "/c");
+        world.put("c/rempli.bin", "x");
+        EXPECT_TRUE(world.finds(s("rempli"), {s("c/rempli.bin")})); // watched by now
+        world.put("halte.txt", "halte");
+        standing_.get_future().wait();
+        // Two files by turns, since equal neighbours in the queue become one event.
+        for (std::size_t i = 0; i < most / 2 + 16; ++i) {
+            for (const char* name : {"/c/rempli.bin", "/a/un.txt"})
+                utimensat(AT_FDCWD, (world.path() + name).c_str(), nullptr, 0);
+        }
+    }
+    void goOn() { go_.set_value(); }
+
+private:
+    std::atomic<bool> stood_ = false;
+    std::promise<void> standing_, go_;
+};
+
+TEST_F(OverflowTest, whatIsDoneWhileTheQueueOfEventsIsFullIsFoundAllTheSame) {
+    standStill();
+    world.put("b/perdu.txt", "pervenche");
+    world.put("b/deux.txt", "changé sans un mot");
+    fs::remove(world.path() + "/a/un.txt");
+    world.put("d/e/neuf.txt", "capucine");
+    goOn();
+    EXPECT_TRUE(world.finds(s("pervenche"), {s("b/perdu.txt")}));
+    EXPECT_TRUE(world.finds(s("changé"), {s("b/deux.txt")}));
+    EXPECT_TRUE(world.finds(s("second"), {}));
+    EXPECT_TRUE(world.finds(s("premier"), {}));
+    EXPECT_TRUE(world.finds(s("capucine"), {s("d/e/neuf.txt")}));
+}
+
+TEST_F(OverflowTest, aFolderReplacedMeanwhileIsFollowedAfterwards) {
+    standStill();
+    fs::rename(world.path() + "/b", world.base() + "/ailleurs"); // its watch goes with it
+    world.put("b/trois.txt", "troisième");
+    goOn();
+    EXPECT_TRUE(world.finds(s("troisième"), {s("b/trois.txt")}));
+    EXPECT_TRUE(world.finds(s("second"), {}));
+    world.settle();
+    world.put("b/quatre.txt", "quatrième");
+    EXPECT_TRUE(world.finds(s("quatrième"), {s("b/quatre.txt")}));
+}
+
+TEST_F(FreshnessTest, onARemoteVolumeItSaysThatChangesAreFoundLater) {
+    world.settings.reconciler.volumeOf = [](int) { return index::Volume::remote; };
+    world.reopen();
+    world.share();
+    world.settle();
+    EXPECT_FALSE(world.index().status().watchLimited); // the system isn't short of anything
+    EXPECT_EQ(world.index().status().problem, s("Des dossiers partagés se trouvent sur un volume distant : les "
+                                                "changements y sont trouvés plus tard."));
+    world.settings.reconciler.volumeOf = index::volumeOf;
+    world.reopen();
+    world.share();
+    world.settle();
+    EXPECT_TRUE(world.index().status().problem.isEmpty());
 }
 
 TEST_F(FreshnessTest, aBurstInOneFolderIsFoundWhole) {

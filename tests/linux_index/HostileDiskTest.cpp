@@ -139,14 +139,11 @@ TEST_F(HostileDiskTest, aReaderThatCanNeverBeHadLeavesTheDocumentsWaiting) {
     for (int i = 0; i < 30; ++i)
         world.put("f" + std::to_string(i) + ".txt", "kwartzite");
     world.share();
-    EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 16; }));
-    EXPECT_TRUE(test::waitUntil([&] { return world.index().status().pending == 30; }));
-    EXPECT_EQ(world.find(s("f2")).size(), 11); // by name meanwhile
+    EXPECT_TRUE(test::waitUntil([&] { return world.texts.reads >= 5; })); // always later
+    EXPECT_EQ(world.find(s("f2")).size(), 11);                            // by name meanwhile
+    EXPECT_EQ(world.index().status().pending, 30);
     EXPECT_FALSE(world.index().status().ready);
-    EXPECT_EQ(world.texts.reads, 16); // eight documents, two tries each
     world.texts.dead = false;
-    world.reopen();
-    world.share();
     world.settle();
     EXPECT_EQ(world.find(s("kwartzite")).size(), 30);
 }

@@ -19,6 +19,8 @@ QString ExtensionTypes::typeForFile(const QString& name, bool isDirectory) const
 IndexedFolder::IndexedFolder() {
     fs::create_directories(path());
     settings.directory = store();
+    settings.reconciler.firstRetry = std::chrono::milliseconds(2);
+    settings.reconciler.tick = settings.reconciler.coarseTick = {}; // tests read what they have just written
     reopen();
 }
 

@@ -14,6 +14,7 @@ class ExtensionTypes final : public FileTypes {
 public:
     std::optional<QString> typeForExtension(const QString& extension) const override { return extension; }
     bool conforms(const QString& type, const QString& ancestor) const override { return type == ancestor; }
+    std::optional<QString> mimeTypeForExtension(const QString&) const override { return std::nullopt; }
     QString typeForFile(const QString& name, bool isDirectory) const override;
 };
 

@@ -4,6 +4,17 @@
 
 namespace vennic::index::test {
 
+namespace {
+
+bool takeOne(std::atomic<int>& left) {
+    if (left <= 0)
+        return false;
+    --left;
+    return true;
+}
+
+} // namespace
+
 TextSource::Form PlainTextSource::formOf(std::string_view name) const {
     return name.ends_with(".txt") ? Form::plain : name.ends_with(".rtf") ? Form::rich : Form::none;
 }
@@ -12,10 +23,16 @@ TextSource::Result PlainTextSource::read(int file, std::string_view name) {
     ++reads;
     if (ended)
         return {Outcome::ended, {}};
-    if (killed > 0 && killed-- > 0)
-        return {Outcome::failed, {}};
-    if (dead || name.find(deadly) != std::string_view::npos)
-        return {Outcome::failed, {}};
+    if (dead)
+        return {Outcome::unavailable, {}};
+    if (takeOne(killed))
+        return {Outcome::interrupted, {}};
+    if (name.find(deadly) != std::string_view::npos)
+        return {Outcome::crashed, {}};
+    if (during)
+        during(name);
+    if (takeOne(halves))
+        return {Outcome::refused, {}};
     Result result{Outcome::text, {}};
     char buffer[65536];
     off_t at = 0;

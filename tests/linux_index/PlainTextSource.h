@@ -2,6 +2,7 @@
 #include "linux/index/TextSource.h"
 
 #include <atomic>
+#include <functional>
 #include <set>
 #include <string>
 
@@ -14,10 +15,12 @@ public:
     Result read(int file, std::string_view name) override;
 
     std::atomic<int> reads = 0;
-    std::string deadly = "deadly";   // a file whose name holds this kills the reader
-    std::atomic<bool> dead = false;  // the reader can't be had at all
-    std::atomic<bool> ended = false; // the reader ends with the program
-    std::atomic<int> killed = 0;     // so many times more it is ended from outside while it reads
+    std::string deadly = "deadly";                     // a file whose name holds this crashes the reader
+    std::atomic<bool> dead = false;                    // the reader can't be had at all
+    std::atomic<bool> ended = false;                   // the reader ends with the program
+    std::atomic<int> killed = 0;                       // so many times more it is ended from outside while it reads
+    std::atomic<int> halves = 0;                       // so many times more what it reads hasn't the form of a document
+    std::function<void(std::string_view name)> during; // while a file is read; set before the index is open
 };
 
 } // namespace vennic::index::test

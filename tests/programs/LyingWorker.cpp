@@ -1,6 +1,7 @@
 // Answers as a document process that somebody took over might. Which lie it tells is in the name it is started by.
 #include "base/DocumentWire.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -53,6 +54,38 @@ wire::Request hear() {
     return request;
 }
 
+std::string_view bytesOf(const wire::PageCount& count) { return {reinterpret_cast<const char*>(&count), sizeof count}; }
+
+// A PDF of two pages.
+void answerOfPages(std::string_view lie, const wire::Request& request) {
+    wire::Answer answer;
+    answer.number = request.number;
+    answer.fileBytes = 4;
+    wire::PageCount count{2};
+    if (lie == "no-page")
+        count.pages = 0;
+    if (lie == "more-pages-than-can-be")
+        count.pages = wire::mostPages + 1;
+    std::string body(request.form == wire::Form::pdfPages ? bytesOf(count) : "ab");
+    if (lie == "longer-count")
+        body += "x";
+    if (lie == "shorter-count")
+        body.pop_back();
+    if (lie == "truncated-page")
+        answer.truncated = 1;
+    if (lie == "page-not-utf8")
+        body = "a\xC3";
+    if (lie == "nothing-installed-for-a-layer")
+        answer.outcome = wire::Outcome::unavailable;
+    if (lie == "beyond-the-box-with-a-body")
+        answer.outcome = wire::Outcome::beyondBox;
+    if (lie == "nothing-installed-for-a-layer")
+        body.clear();
+    answer.bodyBytes = lie == "endless-page" ? wire::mostPdfTextBytes + 1 : body.size();
+    say(answer);
+    sayText(body);
+}
+
 // Every document here has four bytes and at most two characters are asked of it.
 void answer(std::string_view lie, const wire::Request& request) {
     wire::Answer answer;
@@ -60,6 +93,8 @@ void answer(std::string_view lie, const wire::Request& request) {
     answer.fileBytes = 4;
     std::string text = "ab";
     answer.truncated = 1;
+    if (lie == "crashes")
+        abort();
     if (lie == "never-answers")
         pause();
     if (lie == "busy-for-ever")
@@ -124,6 +159,8 @@ int main(int, char** arguments) {
     const std::string_view path = arguments[0];
     const std::string_view lie = path.substr(path.rfind('/') + 1);
     greet(lie);
-    while (true)
-        answer(lie, hear());
+    while (true) {
+        const wire::Request request = hear();
+        (request.form == wire::Form::plainText ? answer : answerOfPages)(lie, request);
+    }
 }

@@ -38,6 +38,15 @@ class Life(Scene):
         self.assertEqual(self.client.process.wait(20), 0)
         self.assertEqual(self.client.workers(), [])
 
+    def test_a_start_right_after_quit_takes_the_place_once_it_is_free(self):
+        self.start_all()
+        for _ in range(5):
+            old = self.client.process
+            self.assertEqual(self.client.verb("quit").returncode, 0)
+            self.client.start()
+            self.assertEqual(old.wait(20), 0)
+            self.assertIsNone(self.client.process.poll())
+
     def test_status_has_every_promised_field(self):
         self.start_all()
         status = self.client.status()
@@ -145,7 +154,7 @@ class Life(Scene):
         process = pathlib.Path("/proc", str(self.client.process.pid))
         for place in (process / "cmdline", process / "environ", self.client.log, self.folder / "server.log"):
             self.assertNotIn(token, place.read_bytes(), place)
-        self.assertRegex((process / "limits").read_text(), r"Max core file size\s+0\s+0")
+        self.assertRegex((process / "limits").read_text(), r"Max core file size\s+0\s")
         holders = [path for path in self.folder.rglob("*") if path.is_file() and (token in path.read_bytes() or stored in path.read_bytes())]
         self.assertEqual([path.parent.name for path in holders], ["vennic"], holders)
         self.assertEqual(holders[0].stat().st_mode & 0o777, 0o600)
@@ -193,7 +202,7 @@ class Life(Scene):
 
     def test_an_address_that_leads_to_no_document_is_refused(self):
         self.start_all()
-        for address, words in (("https://example.test/", "Cette adresse n'est pas celle d'un document : "
+        for address, words in (("https://example.test/", "Cette adresse n'est ni celle d'un document ni celle d'une photo : "
                                                          "https://example.test/\n"),
                                ("vennic://local_file/open/00000000-0000-4000-8000-000000000000",
                                 "Document introuvable ; relance la recherche.\n")):
@@ -211,6 +220,9 @@ class Life(Scene):
         checks = json.loads(answer.stdout)["checks"] if answer.stdout else answer.stderr
         self.assertEqual(answer.returncode, 0, checks)
         self.assertGreater(len(checks), 5)
+        findings = {check["name"]: (check["verdict"], check["finding"]) for check in checks}
+        self.assertEqual(findings["Lecteur d'images"], ("ok", "enfermé, et lit"))
+        self.assertEqual(findings["Reconnaissance de texte"], ("ok", "français, anglais"))
 
     def vault(self):
         vault = [path for path in (self.folder / "data" / "vennic").iterdir()

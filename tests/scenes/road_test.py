@@ -69,9 +69,28 @@ class Road(Scene):
 
     def test_a_kind_that_is_not_served_yet_is_answered(self):
         self.start_all()
-        answer = self.backend.run(self.device, "list_folders")
+        answer = self.backend.run(self.device, "llm_infer", {"openai_body_json": "{}"})
         self.assertEqual((answer["state"], answer["error_message"]),
                          ("error", "Cette tâche n'est pas encore disponible sur ce Mac."))
+
+    def test_shared_folders_are_listed_level_by_level_and_what_is_listed_can_be_read(self):
+        self.write("Reçus/edf.txt", "hortensia")
+        self.write("Reçus/.caché", "x")
+        self.write("à lire.md", "x")
+        self.start_all()
+        folders = self.backend.run(self.device, "list_folders")["result"]["folders"]
+        self.assertEqual([f["id"] for f in folders], [s["id"] for s in self.client.status()["shares"]])
+        args = {"folder_id": folders[0]["id"]}
+        top = self.backend.run(self.device, "list_dir", args)["result"]
+        self.assertEqual([(i["name"], i["type"], i["mime"]) for i in top["items"]],
+                         [("à lire.md", "file", "text/markdown"), ("Reçus", "folder", "inode/directory")])
+        below = self.backend.run(self.device, "list_dir", args | {"sub_path": top["items"][1]["sub_path"]})["result"]
+        self.assertEqual([i["name"] for i in below["items"]], ["edf.txt"])
+        self.assertEqual(below["sub_path"], "Reçus")
+        text = self.backend.run(self.device, "read", {"document_id": below["items"][0]["id"]})
+        self.assertEqual(text["result"]["content"], "hortensia")
+        answer = self.backend.run(self.device, "list_dir", args | {"sub_path": "../.."})
+        self.assertEqual(answer["error_message"], "sub_path invalide.")
 
     def test_files_made_changed_renamed_and_deleted_are_followed(self):
         self.start_all()

@@ -2,6 +2,8 @@
 
 Each scene has its own installation, home, sockets and port, so that scenes run side by side."""
 import contextlib
+import http.client
+import io
 import json
 import os
 import pathlib
@@ -13,8 +15,8 @@ import tempfile
 import time
 import unittest
 import urllib.error
-import urllib.request
 
+BOXED = ("vennic-worker", "vennic-picture-")  # the boxed document processes, as the kernel cuts their names
 PATIENCE = 60  # seconds that a condition may take on a loaded machine
 
 
@@ -30,13 +32,22 @@ def wait_for(condition, what, seconds=PATIENCE):
         time.sleep(0.02)
 
 
+def memory(pid, part="Pss"):
+    """In kB: the process's own pages and its share of the common ones. The part Pss_Anon leaves out what is mapped from
+    files, whose share changes with every other process that comes and goes."""
+    for line in pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
+        if line.startswith(part + ":"):
+            return int(line.split()[1])
+    raise RuntimeError(f"no line {part}")
+
+
 class Backend:
     """The reference backend as a child process, and its owner's API."""
 
     def __init__(self, program, folder):
         self.program, self.folder = program, folder
         self.ready_file = folder / "ready.json"
-        self.process = None
+        self.process = self.connection = None
 
     def start(self, *options):
         self.ready_file.unlink(missing_ok=True)
@@ -47,31 +58,49 @@ class Backend:
         self.ready = json.loads(self.ready_file.read_text(encoding="utf-8"))
         self.key = pathlib.Path(self.ready["owner_key_file"]).read_text(encoding="ascii").strip()
         self.trust = ssl.create_default_context(cafile=self.ready["ca"])
+        self.connection = http.client.HTTPSConnection("localhost", self.port(), context=self.trust, timeout=75)
 
     def _is_ready(self):
         if self.process.poll() is not None:
             raise AssertionError("the backend ended: " + (self.folder / "server.log").read_text(errors="replace"))
         return self.ready_file.exists()
 
+    def port(self):
+        return int(self.ready["url"].rsplit(":", 1)[1])
+
     def kill(self):
         self.process.kill()
         self.process.wait()
 
     def stop(self):
+        if self.connection:
+            self.connection.close()
         if self.process and self.process.poll() is None:
             self.process.terminate()
             self.process.wait(PATIENCE)
 
     def call(self, method, path, body=None, headers=None):
-        request = urllib.request.Request(self.ready["url"] + path, method=method)
-        for name, value in (headers or {"X-Owner-Key": self.key}).items():
-            request.add_header(name, value)
-        data = None
+        """One call on a connection that is kept, since a scene makes thousands of them."""
+        fields = dict(headers or {"X-Owner-Key": self.key})
         if body is not None:
-            data = json.dumps(body).encode()
-            request.add_header("Content-Type", "application/json")
-        with urllib.request.urlopen(request, data=data, timeout=75, context=self.trust) as answer:
-            return json.loads(answer.read() or b"null")
+            fields["Content-Type"] = "application/json"
+        data = None if body is None else json.dumps(body)
+        try:
+            answer, text = self._exchange(method, path, data, fields)
+        except http.client.RemoteDisconnected:  # it was idle for too long
+            answer, text = self._exchange(method, path, data, fields)
+        if answer.status >= 400:
+            raise urllib.error.HTTPError(path, answer.status, answer.reason, answer.headers, io.BytesIO(text))
+        return json.loads(text or b"null")
+
+    def _exchange(self, *request):
+        try:
+            self.connection.request(*request)
+            answer = self.connection.getresponse()
+            return answer, answer.read()
+        except BaseException:
+            self.connection.close()
+            raise
 
     def send(self, device, kind, arguments=None, **more):
         return self.call("POST", "/owner/tasks",
@@ -105,6 +134,7 @@ class Client:
             # No bus: the vault is the credential store, and nothing of the machine's user is touched.
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={folder}/no-bus",
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={folder}/no-bus",
+            "SSL_CERT_DIR": str(folder / "trust"),
         }
         for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"):
             if name in os.environ:
@@ -136,19 +166,28 @@ class Client:
         return subprocess.run([self.program, *arguments], env=self.environment, capture_output=True, text=True,
                               timeout=100, check=False, **options)
 
+    def show_on(self, screen):
+        """From its next start on the client has that screen."""
+        self.environment["DISPLAY"] = screen
+
     def status(self):
         answer = self.verb("status", "--json")
         return json.loads(answer.stdout) if answer.returncode == 0 else None
 
+    def children(self):
+        """The child processes of this client: number, name as the kernel keeps it, state."""
+        found = []
+        for entry in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                name, fields = (entry / "stat").read_text().split("(", 1)[1].rsplit(")", 1)
+                state, parent = fields.split()[:2]
+                if int(parent) == self.process.pid:
+                    found.append((int(entry.name), name, state))
+        return found
+
     def workers(self):
         """Process ids of the boxed document processes of this client."""
-        found = []
-        for entry in pathlib.Path("/proc").iterdir():
-            with contextlib.suppress(OSError, ValueError, IndexError):
-                fields = (entry / "stat").read_text().rsplit(")", 1)[1].split()
-                if int(fields[1]) == self.process.pid:
-                    found.append(int(entry.name))
-        return found
+        return [pid for pid, name, _ in self.children() if name in BOXED]
 
 
 class Scene(unittest.TestCase):
@@ -159,8 +198,9 @@ class Scene(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         programs = self.folder / "bin"
         programs.mkdir()
-        for variable in ("VENNIC", "VENNIC_WORKER", "VENNIC_PICTURE_WORKER", "VENNIC_SERVER"):
-            source = pathlib.Path(os.environ[variable])
+        # The client finds its helper programs beside itself.
+        client, server = pathlib.Path(os.environ["VENNIC"]), pathlib.Path(os.environ["VENNIC_SERVER"])
+        for source in [*client.parent.glob("vennic*"), server]:
             try:
                 os.link(source, programs / source.name)
             except OSError:
@@ -169,18 +209,28 @@ class Scene(unittest.TestCase):
         self.resources.mkdir(parents=True)
         self.shared = self.folder / "documents"
         self.shared.mkdir()
-        self.backend = Backend(programs / "vennic-server", self.folder)
-        self.client = Client(programs / "vennic", self.folder)
+        self.backend = Backend(programs / server.name, self.folder)
+        self.client = Client(programs / client.name, self.folder)
         self.addCleanup(self.backend.stop)
         self.addCleanup(self.client.stop)
 
     def deploy(self):
+        """Leads the client to the backend."""
         ready = self.backend.ready
-        settings = {"backend_url": ready["url"], "backend_domain": ready["backend_domain"],
+        self.deploy_to(ready["url"], ready["ca"])
+
+    def deploy_to(self, url, roots):
+        ready = self.backend.ready
+        settings = {"backend_url": url, "backend_domain": ready["backend_domain"],
                     "api_host": ready["api_host"], "pairing_page": ready["pairing_page"],
                     "package_manager_site": ready["url"]}
         (self.resources / "deployment.json").write_text(json.dumps(settings), encoding="utf-8")
-        shutil.copy(ready["ca"], self.resources / "pinned-roots.pem")
+        shutil.copy(roots, self.resources / "pinned-roots.pem")
+        # What stands for the system's roots: the backend's authority under OpenSSL's name for it.
+        name = subprocess.run(["openssl", "x509", "-noout", "-subject_hash", "-in", ready["ca"]], capture_output=True,
+                              text=True, check=True).stdout.strip()
+        (self.folder / "trust").mkdir(exist_ok=True)
+        shutil.copy(ready["ca"], self.folder / "trust" / f"{name}.0")
 
     def start_all(self, *server_options):
         self.backend.start(*server_options)
@@ -218,4 +268,4 @@ class Scene(unittest.TestCase):
         return self.backend.run(self.device, "read", {"document_id": document, **arguments})
 
 
-__all__ = ["Scene", "wait_for", "signal", "urllib", "PATIENCE"]
+__all__ = ["BOXED", "Scene", "memory", "wait_for", "signal", "urllib", "PATIENCE"]

@@ -7,7 +7,7 @@ import unittest
 import xml.etree.ElementTree
 
 PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
-VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "open", "doctor", "quit"}
+VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "ask", "open", "photos", "doctor", "quit"}
 SERVER_OPTIONS = {"--data", "--listen", "--host", "--ready-file", "--owner-email", "--task-timeout", "--help", "--version"}
 
 
@@ -45,6 +45,27 @@ class PackagingTest(unittest.TestCase):
         options = set(re.findall(r"^ {7}(--[a-z-]+)", page.split("\nOPTIONS\n")[1].split("\nSTATUT DE SORTIE\n")[0], re.MULTILINE))
         self.assertEqual(options, SERVER_OPTIONS)
 
+    def testTheManualPageOfTheAutomationsNamesEverything(self):
+        page = manual("vennic-shortcuts.1")
+        verbs = page.split("\nVERBES\n")[1].split("\nOPTIONS\n")[0]
+        self.assertEqual(re.findall(r"^ {7}([a-z]+)\s", verbs, re.MULTILINE), ["list", "run"])
+        status = page.split("\nSTATUT DE SORTIE\n")[1].split("\nENVIRONNEMENT\n")[0]
+        self.assertEqual(re.findall(r"^ {7}(\d+)\b", status, re.MULTILINE), ["0", "1", "2", "126", "127"])
+
+    def testBashOffersTheAutomationsAsTheyAreNamed(self):
+        self.assertEqual(complete("vennic-shortcuts", ""), ["--help", "--version", "list", "run"])
+        with tempfile.TemporaryDirectory() as folder:
+            tool = pathlib.Path(folder, "vennic-shortcuts")
+            path = folder + ":/usr/bin:/bin"
+            tool.write_text("#!/bin/sh\n[ \"$*\" = list ] && printf 'Éteindre\\nA b\\n$(x) *\\n'\n", encoding="utf-8")
+            tool.chmod(0o755)
+            self.assertEqual(complete("vennic-shortcuts", "run", "", path=path), ["$(x) *", "A b", "Éteindre"])
+            self.assertEqual(complete("vennic-shortcuts", "run", "A", path=path), ["A b"])
+            self.assertEqual(complete("vennic-shortcuts", "run", "x", "", path=path), [])
+            self.assertEqual(complete("vennic-shortcuts", "list", "", path=path), [])
+            tool.write_text("#!/bin/sh\necho 'Le dossier ne peut pas être lu' >&2\nexit 1\n", encoding="utf-8")
+            self.assertEqual(complete("vennic-shortcuts", "run", "", path=path), [])
+
     def testBashOffersTheVerbs(self):
         self.assertEqual(set(complete("vennic", "")), VERBS | {"--help", "--version"})
         self.assertEqual(complete("vennic", "sh"), ["share", "shares"])
@@ -53,8 +74,9 @@ class PackagingTest(unittest.TestCase):
     def testBashOffersTheOptionsOfAVerb(self):
         for verb in VERBS:
             offered = set(complete("vennic", verb, "-"))
-            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "doctor") else set()), verb)
+            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "ask", "photos", "doctor") else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
+        self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)
         self.assertEqual(complete("vennic-server", "--listen", ""), [])
 

@@ -1,3 +1,5 @@
+#include "server/BridgeApi.h"
+
 #include "server/RunningServer.h"
 
 #include <QJsonArray>
@@ -20,6 +22,13 @@ struct BridgeApiTest : ::testing::Test {
     }
     Answer patch(const QByteArray& id, const QByteArray& body, const QByteArray& device = "A") {
         return server.connect().request("PATCH", "/api/v1/bridge/tasks/" + id, clientFields(token, device), body);
+    }
+    /// A connection on which an answer was announced by `field`, its body still to come.
+    TlsPeer announcing(const QByteArray& id, const QByteArray& device, const QByteArray& field) {
+        TlsPeer peer = server.connect();
+        peer.send("PATCH /api/v1/bridge/tasks/" + id + " HTTP/1.1\r\nHost: localhost\r\n" +
+                  clientFields(token, device) + field + "\r\n\r\n");
+        return peer;
     }
     QString state(const QByteArray& id) { return server.task(id).value(QLatin1String("state")).toString(); }
     RunningServer server;
@@ -134,6 +143,54 @@ TEST_F(BridgeApiTest, takesAResultOfFifteenMebibytes) {
               content.size());
 }
 
+TEST_F(BridgeApiTest, takesTheListingOfAHundredThousandEntries) {
+    const QByteArray id = server.submit("A", "list_dir");
+    server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
+    QByteArray items;
+    const QByteArray folder = "Photos de famille/Été 2024/Originaux de l'appareil/";
+    for (int number = 0; number < 100'000; ++number) {
+        const QByteArray name = "Anniversaire de Grand-mère, image " + QByteArray::number(number) + ".jpg";
+        items += (number > 0 ? "," : "") +
+                 (R"({"id":"3A90EE14-131C-4A34-BB94-1AFD29E541D1","name":")" + name +
+                  R"(","type":"file","mime":"image/jpeg","size":3204118,"modified_at":"2024-07-14T21:30:00Z",)" +
+                  R"("sub_path":")" + folder + name + "\"}");
+    }
+    EXPECT_GT(items.size(), 25 * 1024 * 1024);
+    EXPECT_EQ(patch(id, R"({"status":"done","result":{"folder_id":"x","sub_path":"","items":[)" + items + "]}}").status,
+              204);
+    const QJsonArray listed = server.task(id).value(QLatin1String("result"))[QLatin1String("items")].toArray();
+    ASSERT_EQ(listed.size(), 100'000);
+    EXPECT_EQ(listed.last()[QLatin1String("name")].toString(),
+              QStringLiteral("Anniversaire de Grand-mère, image 99999.jpg"));
+}
+
+TEST_F(BridgeApiTest, anAnswerBeyondTheCeilingIsRefusedUnreadAndEndsItsTaskWithTheReason) {
+    const QByteArray id = server.submit("A", "list_dir");
+    server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
+    EXPECT_EQ(announcing(id, "A", "Content-Length: " + QByteArray::number(longestAnswer + 1)).read().status, 413);
+    const QJsonObject task = server.task(id);
+    EXPECT_EQ(task.value(QLatin1String("state")), QStringLiteral("error"));
+    EXPECT_EQ(task.value(QLatin1String("error_message")), QStringLiteral("La réponse de la machine dépasse 64 Mio."));
+}
+
+TEST_F(BridgeApiTest, aChunkedAnswerBeyondTheCeilingIsCutOffThere) {
+    const QByteArray id = server.submit("A", "list_dir");
+    server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
+    TlsPeer peer = announcing(id, "A", "Transfer-Encoding: chunked");
+    const QByteArray chunk = "100000\r\n" + QByteArray(0x100000, ' ') + "\r\n";
+    for (int sent = 0; sent < 65 && peer.send(chunk); ++sent) {
+    }
+    EXPECT_EQ(peer.read().status, 413);
+    EXPECT_EQ(state(id), QStringLiteral("error"));
+}
+
+TEST_F(BridgeApiTest, anOversizedAnswerToAnotherMachinesTaskChangesNothing) {
+    const QByteArray id = server.submit("A", "list_dir");
+    server.connect().request("GET", nextTask + "1", clientFields(token, "A"));
+    EXPECT_EQ(announcing(id, "B", "Content-Length: 99999999999").read().status, 403);
+    EXPECT_EQ(state(id), QStringLiteral("delivered"));
+}
+
 TEST_F(BridgeApiTest, wantsATokenAndADevice) {
     EXPECT_EQ(server.connect().request("GET", nextTask + "1", clientFields("wrong", "A")).status, 401);
     EXPECT_EQ(server.connect().request("GET", nextTask + "1").status, 401);
@@ -141,6 +198,17 @@ TEST_F(BridgeApiTest, wantsATokenAndADevice) {
     EXPECT_EQ(server.connect().request("GET", nextTask + "1", clientFields(token, QByteArray(201, 'x'))).status, 400);
     EXPECT_EQ(server.connect().request("PATCH", "/api/v1/bridge/tasks/x", clientFields("wrong", "A"), "{}").status,
               401);
+}
+
+TEST_F(BridgeApiTest, theListingOfAHugeFolderIsTaken) {
+    TlsPeer peer = polling("A");
+    const QByteArray id = server.submit("A", "list_dir");
+    peer.read();
+    const QByteArray name(20'000'000, 'n');
+    EXPECT_EQ(patch(id, R"({"status":"done","result":{"items":[{"name":")" + name + R"("}]}})").status, 204);
+    EXPECT_EQ(
+        server.task(id)[QLatin1String("result")][QLatin1String("items")][0][QLatin1String("name")].toString().size(),
+        name.size());
 }
 
 TEST_F(BridgeApiTest, keepsWhatThePollSaysOfItsMachine) {

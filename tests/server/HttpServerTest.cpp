@@ -1,6 +1,10 @@
 #include "server/RunningServer.h"
 
+#include <QRegularExpression>
+#include <QUrl>
+
 #include <gtest/gtest.h>
+#include <map>
 
 using namespace std::chrono_literals;
 
@@ -138,18 +142,49 @@ TEST(HttpServerTest, aHeadOfAPollTakesNoTask) {
     EXPECT_EQ(server.task(id).value(QLatin1String("state")), QStringLiteral("queued"));
 }
 
-TEST(HttpServerTest, pagesComeWithAStrictPolicyAndHeadWithoutABody) {
+TEST(HttpServerTest, everyFileThatThePagesNameComesWithItsTypeAndAStrictPolicy) {
     const RunningServer server;
     TlsPeer peer = server.connect();
-    for (const char* path : {"/console", "/pairing", "/pages/console.js", "/pages/style.css"}) {
-        const Answer page = peer.request("GET", path);
-        EXPECT_EQ(page.status, 200) << path;
-        EXPECT_TRUE(page.head.contains("Content-Security-Policy: default-src 'none'; script-src 'self';")) << path;
-        EXPECT_FALSE(page.head.contains("unsafe")) << path;
-        EXPECT_FALSE(page.body.contains("https://")) << path;
-        EXPECT_FALSE(page.body.contains("<script>")) << path;
-        EXPECT_FALSE(page.body.contains("innerHTML")) << path;
+    // What a browser would load: attributes of a page, imports of a script, masks of the style sheet.
+    static const QRegularExpression named(
+        QStringLiteral(R"re((?:(?:src|href)=|\bfrom |url\()"([^"#]+\.(?:js|css|svg))")re"));
+    const std::map<QString, QByteArray> types{{QStringLiteral("js"), "text/javascript; charset=utf-8"},
+                                              {QStringLiteral("css"), "text/css; charset=utf-8"},
+                                              {QStringLiteral("svg"), "image/svg+xml"}};
+    QStringList addresses{QStringLiteral("/console"), QStringLiteral("/pairing")};
+    for (qsizetype at = 0; at < addresses.size(); ++at) {
+        const QString address = addresses.at(at);
+        const std::string name = address.toStdString();
+        const Answer file = peer.request("GET", address.toUtf8());
+        ASSERT_EQ(file.status, 200) << name;
+        const auto type = types.find(address.section(u'.', 1));
+        EXPECT_TRUE(file.head.contains(
+            "Content-Type: " + (type == types.end() ? "text/html; charset=utf-8" : type->second) + "\r\n"))
+            << name;
+        EXPECT_TRUE(file.head.contains(
+            "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
+            "img-src 'self' data:; form-action 'none'; base-uri 'none'; frame-ancestors 'none'; "
+            "require-trusted-types-for 'script'; trusted-types 'none'\r\n"))
+            << name;
+        EXPECT_TRUE(file.head.contains("X-Content-Type-Options: nosniff\r\n")) << name;
+        for (const char* bad : {"https://", "<script>", "innerHTML", "outerHTML", "insertAdjacentHTML", "eval(",
+                                "style=\"", " onclick=\""})
+            EXPECT_FALSE(file.body.contains(bad)) << name << ' ' << bad;
+        for (auto each = named.globalMatch(QString::fromUtf8(file.body)); each.hasNext();) {
+            const QUrl found = QUrl(address).resolved(QUrl(each.next().captured(1)));
+            if (!addresses.contains(found.path()))
+                addresses.append(found.path());
+        }
     }
+    EXPECT_GT(addresses.size(), 15);
+    EXPECT_TRUE(addresses.contains(QStringLiteral("/pages/results/documents.js")));
+    EXPECT_TRUE(addresses.contains(QStringLiteral("/pages/folder.svg")));
+    EXPECT_EQ(peer.request("GET", "/pages/console.html").status, 404);
+    EXPECT_EQ(peer.request("GET", "/pages/../console").status, 404);
+}
+
+TEST(HttpServerTest, aHeadOfAPageHasNoBody) {
+    const RunningServer server;
     TlsPeer other = server.connect();
     other.send(requestText("HEAD", "/console", "Connection: close\r\n", {}));
     const QByteArray head = other.readToEnd();

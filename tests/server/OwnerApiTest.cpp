@@ -116,6 +116,18 @@ TEST_F(OwnerApiTest, aRemovedMachineLosesItsToken) {
     EXPECT_EQ(server.owner("DELETE", "/owner/machines/a%20b%2Fc").status, 404);
 }
 
+TEST_F(OwnerApiTest, aRemovedMachineLosesTheTokensOfEarlierPairingsToo) {
+    const QByteArray newer = server.pair();
+    const QByteArray others = server.pair();
+    for (const QByteArray& each : {token, newer})
+        server.connect().request("GET", "/api/v1/bridge/tasks/next?wait=1", clientFields(each, "A"));
+    server.connect().request("GET", "/api/v1/bridge/tasks/next?wait=1", clientFields(others, "B"));
+    EXPECT_EQ(server.owner("DELETE", "/owner/machines/A").status, 204);
+    for (const QByteArray& each : {token, newer})
+        EXPECT_EQ(server.connect().request("GET", "/api/v1/me.json", clientFields(each)).status, 401);
+    EXPECT_EQ(server.connect().request("GET", "/api/v1/me.json", clientFields(others)).status, 200);
+}
+
 TEST_F(OwnerApiTest, thePairingPageSeesItsCodeUsed) {
     const QByteArray code =
         server.owner("POST", "/owner/pairings").json().value(QLatin1String("code")).toString().toUtf8();

@@ -167,6 +167,19 @@ TEST_F(TaskDeskTest, anUnansweredTaskTimesOut) {
     EXPECT_EQ(refusal([&] { desk->succeeded(first, id, "{}", time.elapsed()); }), 409);
 }
 
+TEST_F(TaskDeskTest, aSlowKindOfTaskIsWaitedForTenTimesAsLongAlsoByANewProcess) {
+    for (const char* kind : {"ocr_image", "photos_recent", "photos_by_date", "shortcut_run", "llm_infer"}) {
+        const QString id = submit(kind, first);
+        poll(first)->end.written(true);
+        time.advance(300s);
+        desk = std::make_unique<TaskDesk>(store, time, 60s);
+        time.advance(299s);
+        EXPECT_EQ(task(id).state, TaskState::Delivered) << kind;
+        time.advance(1s);
+        EXPECT_EQ(task(id).state, TaskState::Timeout) << kind;
+    }
+}
+
 TEST_F(TaskDeskTest, aQueuedTaskNeverTimesOut) {
     const QString id = submit("read", first);
     time.advance(24h);
@@ -182,6 +195,21 @@ TEST_F(TaskDeskTest, eachStreamedPieceRenewsThePatience) {
     desk->streamed(first, id, QStringLiteral("jour"));
     EXPECT_EQ(task(id).state, TaskState::Streaming);
     EXPECT_EQ(store.deltas(task(id)), (QStringList{QStringLiteral("Bon"), QStringLiteral("jour")}));
+    time.advance(60s);
+    EXPECT_EQ(task(id).state, TaskState::Timeout);
+}
+
+TEST_F(TaskDeskTest, aPieceForATaskThatIsBackInTheQueueIsRefusedAndTheTaskGoesOutAgain) {
+    const QString id = submit("search", first);
+    poll(first)->end.written(true);
+    poll(first)->end.written(false); // delivered again, and that one never left
+    ASSERT_EQ(task(id).state, TaskState::Queued);
+    ASSERT_EQ(task(id).deliveries, 1);
+    EXPECT_EQ(refusal([&] { desk->streamed(first, id, QStringLiteral("la fin")); }), 409);
+    EXPECT_EQ(task(id).state, TaskState::Queued);
+    const auto again = poll(first);
+    EXPECT_EQ(again->end.task.id, id);
+    again->end.written(true);
     time.advance(60s);
     EXPECT_EQ(task(id).state, TaskState::Timeout);
 }
@@ -299,6 +327,17 @@ TEST_F(TaskDeskTest, theHistoryForgetsTheOldestPastItsCeilings) {
     store.prune(1, 4, 1);
     EXPECT_TRUE(store.find(ids.at(5)));
     EXPECT_TRUE(store.find(queued));
+}
+
+TEST_F(TaskDeskTest, largeAnswersDoNotWaitForTheHistoryToBeTrimmed) {
+    QStringList ids;
+    for (int i = 0; i < 5; ++i) {
+        ids.append(submit("list_dir", first));
+        poll(first)->end.written(true);
+        desk->succeeded(first, ids.last(), QByteArray(60 * 1024 * 1024, 'x'), time.elapsed());
+    }
+    EXPECT_FALSE(store.find(ids.first())); // 300 MiB are more than a history may hold
+    EXPECT_TRUE(store.find(ids.at(1)));
 }
 
 } // namespace vennic::server::test

@@ -10,6 +10,7 @@ namespace vennic::test {
 class TestClock final : public Clock {
 public:
     QDateTime now() const override { return now_; }
+    QTimeZone zone() const override { return inZone; }
     Task<> sleep(std::chrono::nanoseconds duration) override;
 
     /// Moves time on and wakes who has slept long enough.
@@ -17,6 +18,7 @@ public:
     /// Sleepers that have not been woken.
     std::size_t sleeping() const { return sleepers_.size(); }
     std::vector<std::chrono::nanoseconds> asked; // every sleep, in order
+    QTimeZone inZone = QTimeZone::utc();
 
 private:
     struct Sleeper {

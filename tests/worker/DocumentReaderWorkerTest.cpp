@@ -186,7 +186,7 @@ TEST_F(DocumentReaderWorkerTest, aKilledProcessIsOneFailedRequestAndTheNextWorks
             std::this_thread::yield();
         kill(process, SIGKILL);
     });
-    EXPECT_EQ(faultOf([&] { reader_.pdf(bomb, 100); }), DocumentFault::worker);
+    EXPECT_EQ(causeOf([&] { reader_.pdf(bomb, 100); }), WorkerFailure::Cause::interrupted);
     killer.join();
     EXPECT_EQ(reader_.plainText(add("abc"), 9).text, QStringLiteral("abc"));
     EXPECT_NE(onlyChild(), process);
@@ -204,7 +204,7 @@ TEST_F(DocumentReaderWorkerTest, aProcessKilledBetweenRequestsIsReplacedWithoutA
 TEST_F(DocumentReaderWorkerTest, aBombEndsAtItsProcessorTimeAndTheNextRequestWorks) {
     DocumentReaderWorker hurried({.executable = workerProgram(), .mostCpu = 300ms});
     const QString bomb = folder_.add(QStringLiteral("bomb"), flateBomb(4096));
-    EXPECT_EQ(faultOf([&] { hurried.pdf(bomb, 100); }), DocumentFault::worker);
+    EXPECT_EQ(causeOf([&] { hurried.pdf(bomb, 100); }), WorkerFailure::Cause::document);
     EXPECT_EQ(hurried.pdf(add(pdfSaying("apres")), 100).text, QStringLiteral("apres\n"));
 }
 
@@ -311,7 +311,7 @@ TEST_F(DocumentReaderWorkerTest, closingFailsWhoWaitsAndWhoComesLater) {
     reader_.close();
     EXPECT_EQ(waiting.get(), DocumentFault::worker);
     EXPECT_TRUE(waitUntil([] { return childProcesses().isEmpty(); }));
-    EXPECT_EQ(faultOf([&] { reader_.plainText(add("abc"), 9); }), DocumentFault::worker);
+    EXPECT_EQ(causeOf([&] { reader_.plainText(add("abc"), 9); }), WorkerFailure::Cause::unavailable);
 }
 
 TEST_F(DocumentReaderWorkerTest, theProcessEndsWithItsClient) {
@@ -344,7 +344,7 @@ TEST_F(DocumentReaderWorkerTest, theProcessEndsWithItsClient) {
 TEST_F(DocumentReaderWorkerTest, withoutAProgramToStartEveryRequestFails) {
     DocumentReaderWorker nowhere(DocumentWorkerOptions::interactive(QStringLiteral("/nulle/part")));
     const QString path = add("abc");
-    EXPECT_EQ(faultOf([&] { nowhere.plainText(path, 9); }), DocumentFault::worker);
+    EXPECT_EQ(causeOf([&] { nowhere.plainText(path, 9); }), WorkerFailure::Cause::unavailable);
     EXPECT_EQ(faultOf([&] { nowhere.plainText(path, 9); }), DocumentFault::worker);
 }
 

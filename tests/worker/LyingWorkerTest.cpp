@@ -1,3 +1,4 @@
+#include "linux/worker/WorkerLane.h"
 #include "worker/WorkerFolder.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +27,31 @@ private:
     DocumentReaderWorker reader_;
 };
 
+/// A PDF of two pages in a lane whose process tells one lie about them.
+class PageLiar {
+public:
+    explicit PageLiar(const QString& lie) {
+        EXPECT_TRUE(QFile::link(QStringLiteral(VENNIC_LYING_WORKER), folder_.path(lie)));
+        lane_ = std::make_unique<WorkerLane>(DocumentWorkerOptions{.executable = folder_.path(lie), .mostCpu = 200ms});
+    }
+    QByteArray ask(wire::Form form) {
+        const QString path = folder_.add(QStringLiteral("document"), "abcd");
+        return lane_->ask(form, {}, OpenedDocument(path, 4)).body;
+    }
+
+private:
+    WorkerFolder folder_;
+    std::unique_ptr<WorkerLane> lane_;
+};
+
+class LyingAboutPageCounts : public ::testing::TestWithParam<const char*> {};
+class LyingAboutPageTexts : public ::testing::TestWithParam<const char*> {};
+
+std::string nameOfLie(const ::testing::TestParamInfo<const char*>& info) {
+    QString name = QString::fromLatin1(info.param);
+    return name.remove(u'-').toStdString();
+}
+
 class LyingWorker : public ::testing::TestWithParam<const char*> {};
 
 } // namespace
@@ -45,12 +71,57 @@ INSTANTIATE_TEST_SUITE_P(Lies, LyingWorker,
                                            "not-utf8", "surrogate", "more-than-asked", "cut-too-early",
                                            "error-with-text", "endless-text", "more-text-than-possible",
                                            "unparsable-text-file", "too-large-a-file", "strange-error",
-                                           "half-an-answer", "half-a-text", "busy-for-ever", "never-answers",
+                                           "half-an-answer", "half-a-text", "crashes", "busy-for-ever", "never-answers",
                                            "silent-from-the-start"),
-                         [](const auto& info) {
-                             QString name = QString::fromLatin1(info.param);
-                             return name.remove(u'-').toStdString();
-                         });
+                         nameOfLie);
+
+TEST_P(LyingAboutPageCounts, isNotBelieved) {
+    PageLiar liar(QString::fromLatin1(GetParam()));
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::pdfPages); }), DocumentFault::worker);
+    EXPECT_TRUE(childProcesses().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutPageCounts,
+                         ::testing::Values("no-page", "more-pages-than-can-be", "longer-count", "shorter-count",
+                                           "truncated-page", "nothing-installed-for-a-layer",
+                                           "beyond-the-box-with-a-body"),
+                         nameOfLie);
+
+TEST_P(LyingAboutPageTexts, isNotBelieved) {
+    PageLiar liar(QString::fromLatin1(GetParam()));
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::pdfPageText); }), DocumentFault::worker);
+    EXPECT_TRUE(childProcesses().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutPageTexts,
+                         ::testing::Values("truncated-page", "page-not-utf8", "nothing-installed-for-a-layer",
+                                           "beyond-the-box-with-a-body", "endless-page"),
+                         nameOfLie);
+
+TEST(LyingWorkerOnce, honestPagesAreTaken) {
+    PageLiar liar(QStringLiteral("honest"));
+    EXPECT_EQ(liar.ask(wire::Form::pdfPages), QByteArray("\2\0\0\0", 4));
+    EXPECT_EQ(liar.ask(wire::Form::pdfPageText), "ab");
+    EXPECT_EQ(liar.ask(wire::Form::imageText), "ab");
+}
+
+TEST(LyingWorkerOnce, whatFailedSaysWhetherTheDocumentMayBeToBlame) {
+    using Cause = WorkerFailure::Cause;
+    for (const auto& [lie, cause] : {std::pair{"strange-hello", Cause::unavailable},
+                                     {"hello-of-tomorrow", Cause::unavailable},
+                                     {"unboxed", Cause::unavailable},
+                                     {"ends-at-once", Cause::unavailable},
+                                     {"crashes", Cause::document},
+                                     {"half-an-answer", Cause::document},
+                                     {"strange-answer", Cause::document},
+                                     {"not-utf8", Cause::document},
+                                     {"busy-for-ever", Cause::document},
+                                     {"never-answers", Cause::interrupted}}) {
+        Liar liar(QString::fromLatin1(lie));
+        const QString document = liar.document();
+        EXPECT_EQ(causeOf([&] { liar.reader().plainText(document, 2); }), cause) << lie;
+    }
+}
 
 TEST(LyingWorkerOnce, anHonestAnswerIsTaken) {
     Liar liar(QStringLiteral("honest"));

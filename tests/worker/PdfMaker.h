@@ -40,17 +40,28 @@ inline QByteArray pdfSaying(const QByteArray& asciiLine) {
     return onePagePdf("5 0 R", {pdfStream("BT /F1 12 Tf 72 700 Td (" + asciiLine + ") Tj ET")});
 }
 
-/// A page whose contents unfold to `megabytes` of operators, and take a fraction of it on disk.
-inline QByteArray flateBomb(int megabytes) {
+/// Contents that unfold to `megabytes` of operators and take a fraction of it on disk: the object, which is to have
+/// number `number`, and the references to it.
+struct UnfoldingContents {
+    QByteArray object;
+    QByteArray references;
+};
+inline UnfoldingContents unfoldingContents(int megabytes, int number) {
     constexpr int atOnce = 16;
     QByteArray operators;
     while (operators.size() < (atOnce << 20))
         operators += "q Q ";
     const QByteArray packed = qCompress(operators, 9).mid(4); // without Qt's length
-    QByteArray contents = "[";
+    QByteArray references = "[";
     for (int unfolded = 0; unfolded < megabytes; unfolded += atOnce)
-        contents += "5 0 R ";
-    return onePagePdf(contents + "]", {pdfStream(packed, "/Filter /FlateDecode ")});
+        references += QByteArray::number(number) + " 0 R ";
+    return {pdfStream(packed, "/Filter /FlateDecode "), references + "]"};
+}
+
+/// One page of such contents.
+inline QByteArray flateBomb(int megabytes) {
+    const UnfoldingContents contents = unfoldingContents(megabytes, 5);
+    return onePagePdf(contents.references, {contents.object});
 }
 
 } // namespace vennic::test

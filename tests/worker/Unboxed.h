@@ -12,7 +12,7 @@ inline worker::ReadResult readUnboxed(std::span<const worker::Reader> readers, w
                                       const wire::Parameters& parameters) {
     const qint64 most = wire::ceilingsOf(form).fileBytes;
     const OpenedDocument opened(path, most);
-    const auto document = worker::Document::read(opened.descriptor(), most);
+    const auto document = worker::Document::read(opened.descriptor(), opened.number(), most);
     const auto reader = std::ranges::find(readers, form, &worker::Reader::form);
     return reader->read(document, parameters);
 }

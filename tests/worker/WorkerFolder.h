@@ -1,5 +1,6 @@
 #pragma once
 #include "linux/worker/DocumentReaderWorker.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QDir>
 #include <QFile>
@@ -58,6 +59,18 @@ inline QList<pid_t> childProcesses() {
             children.append(process);
     }
     return children;
+}
+
+/// What a failed reading says of its document, where the fault is its process's.
+template <class Read>
+std::optional<WorkerFailure::Cause> causeOf(Read read) {
+    try {
+        read();
+    } catch (const WorkerFailure& failure) {
+        return failure.cause();
+    } catch (const DocumentReadError&) { // NOLINT(bugprone-empty-catch): a fault of the document
+    }
+    return std::nullopt;
 }
 
 template <class Read>

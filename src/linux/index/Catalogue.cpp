@@ -9,14 +9,15 @@ namespace vennic::index {
 
 namespace {
 
-constexpr int version = 1;
+constexpr int version = 2;
 constexpr int deepestFolder = 1000; // a chain of parents that is longer has a circle in it
 
 const char* const schema = R"(
 CREATE TABLE dir(id INTEGER PRIMARY KEY AUTOINCREMENT, parent INTEGER NOT NULL, name BLOB NOT NULL);
 CREATE UNIQUE INDEX dir_child ON dir(parent, name);
 CREATE TABLE file(id INTEGER PRIMARY KEY, dir INTEGER NOT NULL, name BLOB NOT NULL, modified INTEGER NOT NULL,
-  changed INTEGER NOT NULL, size INTEGER NOT NULL, kind INTEGER NOT NULL, state INTEGER NOT NULL);
+  changed INTEGER NOT NULL, size INTEGER NOT NULL, kind INTEGER NOT NULL, state INTEGER NOT NULL,
+  failures INTEGER NOT NULL, retry INTEGER NOT NULL);
 CREATE INDEX file_dir ON file(dir);
 CREATE INDEX file_waiting ON file(modified) WHERE state = 1;
 CREATE TABLE pend(id INTEGER PRIMARY KEY, words BLOB NOT NULL);
@@ -53,17 +54,16 @@ Catalogue::Catalogue(const std::string& path) : database_(path, Database::Mode::
     removeFiles_ = database_.prepare("DELETE FROM file WHERE dir=? RETURNING id");
     removePending_ = database_.prepare("DELETE FROM pend WHERE id IN (SELECT id FROM file WHERE dir=?)");
     removeTexts_ = database_.prepare("DELETE FROM xtext WHERE id IN (SELECT id FROM file WHERE dir=?)");
-    entries_ = database_.prepare("SELECT id, dir, name, modified, changed, size, kind, state FROM file WHERE dir=?");
-    entry_ = database_.prepare("SELECT id, dir, name, modified, changed, size, kind, state FROM file WHERE dir=? AND "
-                               "name=?");
+    entries_ = database_.prepare("SELECT * FROM file WHERE dir=?");
+    entry_ = database_.prepare("SELECT * FROM file WHERE dir=? AND name=?");
     exists_ = database_.prepare("SELECT 1 FROM file WHERE id=?");
-    add_ = database_.prepare("INSERT INTO file VALUES(?,?,?,?,?,?,?,?)");
+    add_ = database_.prepare("INSERT INTO file VALUES(?,?,?,?,?,?,?,?,?,?)");
     remove_ = database_.prepare("DELETE FROM file WHERE id=?");
     removeOnePending_ = database_.prepare("DELETE FROM pend WHERE id=?");
     removeOneText_ = database_.prepare("DELETE FROM xtext WHERE id=?");
     setText_ = database_.prepare("UPDATE file SET state=? WHERE id=?");
-    waiting_ = database_.prepare("SELECT id, dir, name, modified, changed, size, kind, state FROM file WHERE state=1 "
-                                 "ORDER BY modified DESC LIMIT ?");
+    waiting_ = database_.prepare("SELECT * FROM file WHERE state=1 AND (retry<=? OR retry>?) ORDER BY modified "
+                                 "DESC LIMIT ?");
     identifiers_ = database_.prepare("SELECT id FROM file WHERE id BETWEEN ? AND ? ORDER BY id");
     addPending_ = database_.prepare("INSERT INTO pend VALUES(?,?)");
     pending_ = database_.prepare("SELECT pend.id, dir, modified, words FROM pend JOIN file ON file.id=pend.id");
@@ -72,7 +72,9 @@ Catalogue::Catalogue(const std::string& path) : database_(path, Database::Mode::
     nextSegment_ = database_.integer("SELECT seg FROM next");
 }
 
-void Catalogue::begin() {
+void Catalogue::begin(bool lasting) {
+    if (lasting != std::exchange(lasting_, lasting)) // can't be changed within a transaction
+        database_.execute(lasting ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL");
     begin_.run();
     writing_ = true;
 }
@@ -168,6 +170,8 @@ Entry Catalogue::readEntry(const Statement& row) const {
     entry.size = row.integer(5);
     entry.kind = static_cast<EntryKind>(row.integer(6));
     entry.text = static_cast<TextState>(row.integer(7));
+    entry.failures = static_cast<int>(row.integer(8));
+    entry.retryAt = row.integer(9);
     return entry;
 }
 
@@ -197,7 +201,8 @@ void Catalogue::add(Entry& entry) {
         throw DamagedIndex("out of identifiers"); // after four thousand million changes: begin anew
     entry.id = nextId_++;
     add_.with(entry.id, entry.folder, entry.name, entry.modified, entry.changed, entry.size,
-              static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.text))
+              static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.text),
+              static_cast<std::int64_t>(entry.failures), entry.retryAt)
         .run();
 }
 
@@ -211,12 +216,14 @@ void Catalogue::setText(std::uint32_t id, TextState state) {
     setText_.with(static_cast<std::int64_t>(state), id).run();
 }
 
-std::vector<Entry> Catalogue::waiting(int limit) {
+std::vector<Entry> Catalogue::waiting(int limit, std::int64_t now) {
     std::vector<Entry> rows;
-    for (waiting_.with(limit); waiting_.step();)
+    for (waiting_.with(now, now + longestRetry, limit); waiting_.step();)
         rows.push_back(readEntry(waiting_));
     return rows;
 }
+
+std::int64_t Catalogue::nextRetry() { return database_.integer("SELECT min(retry) FROM file WHERE state=1"); }
 
 std::int64_t Catalogue::count() { return database_.integer("SELECT count(*) FROM file"); }
 

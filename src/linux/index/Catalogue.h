@@ -18,7 +18,7 @@ enum class TextState : std::uint8_t {
     none,    // nothing to read
     waiting, // to be read
     indexed, // its words are in
-    refused, // couldn't be read; not tried again until it changes
+    refused, // can't be read; not tried again until it changes
 };
 
 /// One entry on disk and in the catalogue. An identifier is never given twice: what changes gets a new one.
@@ -31,12 +31,17 @@ struct Entry {
     std::int64_t size = 0;
     EntryKind kind = EntryKind::file;
     TextState text = TextState::none;
+    int failures = 0;         // of reading its text in vain, where the fault may be its own
+    std::int64_t retryAt = 0; // milliseconds since 1970: not read before
 
     bool sameOnDisk(const Entry& other) const {
         return modified == other.modified && changed == other.changed && size == other.size && kind == other.kind;
     }
     DocumentFacts facts() const { return {id, folder, modified / 1'000'000}; }
 };
+
+/// The longest wait of a document that was read in vain before it is read again, in milliseconds.
+constexpr std::int64_t longestRetry = 24LL * 3600 * 1000;
 
 struct FolderRow {
     std::uint32_t id = 0;
@@ -50,7 +55,9 @@ public:
     /// Opens or makes the catalogue. Raises DatabaseError, and DamagedIndex for another version.
     explicit Catalogue(const std::string& path);
 
-    void begin();
+    /// A program that is killed loses nothing that was committed; what is also to outlive a loss of power before the
+    /// disk is written in due course is `lasting`.
+    void begin(bool lasting = false);
     void commit(); // keeps the next identifier too
     void rollback();
     bool writing() const { return writing_; }
@@ -74,8 +81,11 @@ public:
     void add(Entry& entry);
     void remove(std::uint32_t id);
     void setText(std::uint32_t id, TextState state);
-    /// Newest first.
-    std::vector<Entry> waiting(int limit);
+    /// Those that may be read at `now`, in milliseconds since 1970; newest first. No wait is longer than
+    /// `longestRetry`, even if the clock has been set back.
+    std::vector<Entry> waiting(int limit, std::int64_t now);
+    /// When the first of those that wait may be read, in milliseconds since 1970.
+    std::int64_t nextRetry();
     std::int64_t count();
     std::int64_t countWaiting();
     /// Calls `found` with each identifier in use between two, ascending.
@@ -123,6 +133,7 @@ private:
     std::int64_t nextSegment_ = 1;
     std::int64_t folderChanges_ = 0;
     bool writing_ = false;
+    bool lasting_ = false;
 };
 
 } // namespace vennic::index

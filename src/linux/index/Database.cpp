@@ -1,5 +1,6 @@
 #include "linux/index/Database.h"
 
+#include <cerrno>
 #include <sqlite3.h>
 
 namespace vennic::index {
@@ -7,7 +8,8 @@ namespace vennic::index {
 namespace {
 
 [[noreturn]] void fail(sqlite3* database, int code) {
-    throw DatabaseError(code & 0xFF, database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
+    throw DatabaseError(code & 0xFF, database ? sqlite3_system_errno(database) : 0,
+                        database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
 }
 
 } // namespace
@@ -15,6 +17,13 @@ namespace {
 bool DatabaseError::damaged() const noexcept {
     return code_ == SQLITE_CORRUPT || code_ == SQLITE_NOTADB || code_ == SQLITE_FORMAT || code_ == SQLITE_ERROR ||
            code_ == SQLITE_CONSTRAINT || code_ == SQLITE_MISMATCH || code_ == SQLITE_SCHEMA;
+}
+
+int DatabaseError::systemError() const noexcept {
+    if (code_ == SQLITE_FULL)
+        return ENOSPC;
+    const bool ofTheSystem = code_ == SQLITE_IOERR || code_ == SQLITE_CANTOPEN;
+    return ofTheSystem && systemError_ ? systemError_ : EIO;
 }
 
 Statement::Statement(sqlite3* database, const char* text) {
@@ -63,8 +72,9 @@ Database::Database(const std::string& path, Mode mode) {
     const int code = sqlite3_open_v2(path.c_str(), &database_, flags, nullptr);
     if (code != SQLITE_OK) {
         const std::string what = database_ ? sqlite3_errmsg(database_) : sqlite3_errstr(code);
+        const int systemError = database_ ? sqlite3_system_errno(database_) : 0;
         sqlite3_close(database_);
-        throw DatabaseError(code & 0xFF, what);
+        throw DatabaseError(code & 0xFF, systemError, what);
     }
     sqlite3_busy_timeout(database_, mode == Mode::write ? 200 : 2000);
 }

@@ -10,16 +10,19 @@ struct sqlite3_stmt;
 
 namespace vennic::index {
 
-/// A failed operation of the catalogue's database, with SQLite's primary result code.
+/// A failed operation of the catalogue's database, with SQLite's primary result code and the system's error behind it.
 class DatabaseError : public std::runtime_error {
 public:
-    DatabaseError(int code, const std::string& what) : std::runtime_error(what), code_(code) {}
+    DatabaseError(int code, int systemError, const std::string& what)
+        : std::runtime_error(what), code_(code), systemError_(systemError) {}
     int code() const noexcept { return code_; }
+    int systemError() const noexcept;
     /// The file isn't a whole database.
     bool damaged() const noexcept;
 
 private:
     int code_;
+    int systemError_;
 };
 
 /// A prepared statement, used by one thread. Columns are valid until the next step.

@@ -102,9 +102,14 @@ std::optional<Entry> statAt(int folder, const std::string& name) {
 
 std::optional<Entry> statOf(int file) { return statusOf(file, "", AT_EMPTY_PATH); }
 
-std::optional<std::vector<Entry>> listFolder(int folder) {
-    std::vector<Entry> entries;
-    alignas(8) std::array<char, 32768> buffer;
+bool tellsOfAbsence(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == EACCES || error == EPERM ||
+           error == ENAMETOOLONG;
+}
+
+std::optional<Listing> listFolder(int folder) {
+    Listing listing;
+    alignas(8) std::array<char, 32768> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): the kernel fills it
     if (lseek(folder, 0, SEEK_SET) < 0)
         return std::nullopt;
     for (;;) {
@@ -112,17 +117,20 @@ std::optional<std::vector<Entry>> listFolder(int folder) {
         if (got < 0)
             return std::nullopt;
         if (got == 0)
-            return entries;
+            return listing;
         for (long at = 0; at < got;) {
             const auto* raw = reinterpret_cast<const KernelEntry*>(buffer.data() + at);
             at += raw->length;
             if (raw->name[0] == '.')
                 continue;
             auto entry = statusOf(folder, raw->name, AT_SYMLINK_NOFOLLOW);
-            if (!entry)
+            if (!entry) {
+                if (!tellsOfAbsence(errno))
+                    listing.unseen.emplace_back(raw->name);
                 continue; // gone since
+            }
             entry->name = raw->name;
-            entries.push_back(std::move(*entry));
+            listing.entries.push_back(std::move(*entry));
         }
     }
 }

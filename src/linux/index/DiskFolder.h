@@ -25,8 +25,16 @@ std::optional<Entry> statAt(int folder, const std::string& name);
 /// The same of an open file.
 std::optional<Entry> statOf(int file);
 
-/// All entries of a folder that aren't hidden; nothing when it can't be read.
-std::optional<std::vector<Entry>> listFolder(int folder);
+/// Whether an error of opening or looking at something tells that it isn't there or isn't ours to see. Others (out of
+/// descriptors or memory, a disk or a network that fails) say nothing of what stands on disk.
+bool tellsOfAbsence(int error);
+
+struct Listing {
+    std::vector<Entry> entries;      // that aren't hidden
+    std::vector<std::string> unseen; // names of entries that couldn't be looked at, for reasons that aren't theirs
+};
+/// All of a folder; nothing when it can't be read.
+std::optional<Listing> listFolder(int folder);
 
 inline bool isHidden(std::string_view name) { return name.empty() || name.front() == '.'; }
 

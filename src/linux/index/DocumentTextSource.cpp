@@ -1,8 +1,25 @@
 #include "linux/index/DocumentTextSource.h"
 
 #include "base/TextExtensions.h"
+#include "linux/worker/WorkerFailure.h"
 
 namespace vennic::index {
+
+namespace {
+
+TextSource::Outcome outcomeOf(WorkerFailure::Cause cause) {
+    switch (cause) {
+    case WorkerFailure::Cause::unavailable:
+        return TextSource::Outcome::unavailable;
+    case WorkerFailure::Cause::interrupted:
+        return TextSource::Outcome::interrupted;
+    case WorkerFailure::Cause::document:
+        return TextSource::Outcome::crashed;
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
 
 std::optional<DocumentForm> DocumentTextSource::documentFormOf(std::string_view name) const {
     const auto dot = name.rfind('.');
@@ -34,10 +51,11 @@ TextSource::Result DocumentTextSource::read(int file, std::string_view name) {
     try {
         const QString shown = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
         return {Outcome::text, reader_.readOpen(*form, file, shown, allCharacters).text.toStdString()};
+    } catch (const WorkerFailure& failure) {
+        return {reader_.isEnding() ? Outcome::ended : outcomeOf(failure.cause()), {}};
     } catch (const DocumentReadError& error) {
-        if (reader_.isEnding())
-            return {Outcome::ended, {}};
-        return {error.fault() == DocumentFault::worker ? Outcome::failed : Outcome::refused, {}};
+        // It is open and a regular file: what can't be read of it is the disk's or the network's fault.
+        return {error.fault() == DocumentFault::unparsable ? Outcome::refused : Outcome::interrupted, {}};
     }
 }
 

@@ -10,7 +10,6 @@ namespace vennic {
 
 namespace {
 
-constexpr qint64 mostResults = 10000;
 constexpr qsizetype mostPatterns = 256;
 constexpr qsizetype longestPattern = 4096;
 
@@ -81,12 +80,15 @@ QString problemOf(const index::IndexerStatus& status) {
     if (status.watchLimited)
         return QStringLiteral("Le système ne permet pas de surveiller tous les dossiers : les changements y sont "
                               "trouvés plus tard.");
+    if (status.remote)
+        return QStringLiteral("Des dossiers partagés se trouvent sur un volume distant : les changements y sont "
+                              "trouvés plus tard.");
     return {};
 }
 
 } // namespace
 
-FileIndexSegments::FileIndexSegments(index::IndexerSettings settings, index::TextSource& texts,
+FileIndexSegments::FileIndexSegments(const index::IndexerSettings& settings, index::TextSource& texts,
                                      index::TextSource& queryTexts, const FileTypes& types)
     : types_(types), indexer_(std::make_unique<index::Indexer>(settings, texts)),
       queries_(std::make_shared<index::QueryThread>(settings.directory, *indexer_, queryTexts)) {}
@@ -103,7 +105,7 @@ std::unique_ptr<IndexQuery> FileIndexSegments::query(const IndexPredicate& predi
     }
     request.groups = predicate.anyOf;
     request.scopes = bytesOf(scopes);
-    request.limit = static_cast<std::size_t>(std::clamp<qint64>(limit, 0, mostResults));
+    request.limit = static_cast<std::size_t>(std::clamp<qint64>(limit, 0, mostHits));
     return std::make_unique<SegmentsQuery>(queries_, types_, std::move(request), possible);
 }
 

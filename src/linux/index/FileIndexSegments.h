@@ -12,7 +12,7 @@ class FileIndexSegments final : public FileIndex {
 public:
     /// `texts` is read for the index, `queryTexts` for a query that somebody waits for, so that it never stands behind
     /// the index's own reading; they may be one. All outlive it.
-    FileIndexSegments(index::IndexerSettings settings, index::TextSource& texts, index::TextSource& queryTexts,
+    FileIndexSegments(const index::IndexerSettings& settings, index::TextSource& texts, index::TextSource& queryTexts,
                       const FileTypes& types);
 
     void setFolders(const QStringList& folders) override;

@@ -19,9 +19,10 @@ void FolderWalk::enter(std::uint32_t folder, Descriptor open, int error, std::ui
         return; // forgotten meanwhile
     struct stat status{};
     if (!open || fstat(open.get(), &status) != 0) {
-        // Out of descriptors or memory says nothing about the folder.
-        if (error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP)
+        if (tellsOfAbsence(error))
             reconciler_.empty(folder);
+        else
+            reconciler_.setIncomplete();
         return;
     }
     if (status.st_dev != parentDevice && volumeOf(open.get()) == Volume::none) {

@@ -290,7 +290,8 @@ void IndexStore::finishMerge() {
     const auto bytes = merge_->documents() > 0 ? static_cast<std::int64_t>(merge_->finish()) : 0;
     merge_.reset();
     commit();
-    begin();
+    // The inputs are unlinked below, so a loss of power must not bring a catalogue back that names them.
+    catalogue_.begin(true);
     for (const std::string& input : mergeInputs_) {
         catalogue_.removeSegment(input);
         std::erase(worn_, input);

@@ -1,7 +1,8 @@
 #include "linux/index/Indexer.h"
 
-#include "linux/index/IdlePriority.h"
+#include "base/IdlePriority.h"
 #include "linux/index/IndexerWork.h"
+#include "linux/index/WallTime.h"
 
 #include <algorithm>
 #include <array>
@@ -23,8 +24,12 @@ using std::chrono::steady_clock;
 
 constexpr milliseconds slice{20};               // the longest stretch of background work without a look around
 constexpr std::chrono::seconds longestBatch{3}; // of this thread's work, until what it found in bulk becomes visible
-constexpr milliseconds retryDelay{5000};
+constexpr milliseconds longestRepeat = std::chrono::minutes{5};
 constexpr milliseconds publishInterval{250};
+
+milliseconds doubled(milliseconds first, int times, milliseconds most) {
+    return std::min(first * (1 << std::min(times, 20)), most);
+}
 
 /// How long this thread has run. On a busy machine an idle thread hardly does, and its batches stay as large.
 std::chrono::nanoseconds ownTime() {
@@ -82,7 +87,7 @@ bool Indexer::waitUntilOpen() {
 
 void Indexer::refreshUnwatched(milliseconds limit) {
     std::unique_lock lock(mutex_);
-    if (!status_.watchLimited)
+    if (!status_.watchLimited && !status_.remote)
         return;
     refreshAsked_ = true;
     wake();
@@ -109,7 +114,7 @@ void Indexer::run() {
             if (error.damaged())
                 damaged_ = true;
             else
-                fail(EIO);
+                fail(error.systemError());
         } catch (const std::system_error& error) {
             fail(error.code().value() ? error.code().value() : EIO);
         }
@@ -137,11 +142,12 @@ void Indexer::fail(int fault) {
     }
     opened_.notify_all();
     pollfd waited{wake_.get(), POLLIN, 0};
-    const auto until = steady_clock::now() + retryDelay;
+    const milliseconds delay = doubled(settings_.repeatInterval, faultsInRow_++, longestRepeat);
+    const auto until = steady_clock::now() + delay;
     while (!stop_ && steady_clock::now() < until) {
         eventfd_t ignored = 0;
         eventfd_read(wake_.get(), &ignored);
-        poll(&waited, 1, static_cast<int>(retryDelay.count()));
+        poll(&waited, 1, static_cast<int>(delay.count()));
     }
 }
 
@@ -184,7 +190,7 @@ void Indexer::cycle() {
     settleDirty();
     Work& work = *work_;
     const auto now = steady_clock::now();
-    if (now >= work.nextRescan)
+    if (now >= work.nextRescan || now >= work.repeatDue)
         work.fullWalkDue = true;
     if (work.fullWalkDue && !work.walk.active() && !work.roots.empty())
         fullWalk();
@@ -208,8 +214,12 @@ void Indexer::cycle() {
         work.reconciler.adoptable.clear();
         if (!work.reconciler.unwatched().empty())
             work.nextRescan = now + settings_.rescanInterval;
+        if (!work.reconciler.incomplete())
+            work.incompleteInRow = 0;
         busy = true;
     }
+    if (work.reconciler.incomplete() && work.repeatDue == Moment::max() && !work.walk.active())
+        repeatIncomplete(now);
     const bool batchIsOld = ownTime() - work.batchBegan > longestBatch;
     if (work.store.changing() && (work.urgent || work.store.full() || batchIsOld || !busy)) {
         commit();
@@ -230,7 +240,10 @@ void Indexer::commit() {
     if (!work_)
         return;
     Work& work = *work_;
+    const bool changing = work.store.changing();
     work.store.commit();
+    if (changing)
+        faultsInRow_ = 0;
     work.urgent = false;
     if (work.folderChanges != work.store.catalogue().changesOfFolders()) {
         work.folderChanges = work.store.catalogue().changesOfFolders();
@@ -249,6 +262,7 @@ void Indexer::publish(bool ready) {
     status_.waiting = work.store.waiting();
     status_.bytes = bytes;
     status_.watchLimited = work.reconciler.watchLimited();
+    status_.remote = work.reconciler.remote();
     status_.ready = ready && !foldersSet_;
 }
 
@@ -257,12 +271,17 @@ void Indexer::sleep(bool busy) {
     const auto now = steady_clock::now();
     std::optional<Moment> due = work.dirty.nextDue();
     const auto earlier = [&](Moment moment) { due = due ? std::min(*due, moment) : moment; };
-    for (const Moment moment : {work.nextRescan, work.lostRootsDue}) {
+    for (const Moment moment : {work.nextRescan, work.repeatDue, work.lostRootsDue}) {
         if (moment != Moment::max())
             earlier(moment);
     }
-    if (work.store.waiting() > 0 && !work.reconciler.readerAnswers())
+    if (work.store.waiting() > 0 && !busy && !work.reconciler.readerAnswers()) {
         earlier(work.reconciler.pausedUntil());
+    } else if (work.store.waiting() > 0 && !busy && work.dirty.empty()) {
+        // What waits has been read in vain: else there would be something to do.
+        const auto left = milliseconds(work.store.catalogue().nextRetry() - wallTime());
+        earlier(now + std::clamp(left, milliseconds(0), milliseconds(longestRetry)));
+    }
     if (work.store.logLingers())
         earlier(now + milliseconds(100));
     int timeout = -1;
@@ -279,12 +298,16 @@ void Indexer::sleep(bool busy) {
         work.store.truncateLog();
 }
 
+void Indexer::repeatIncomplete(Moment now) {
+    work_->repeatDue = now + doubled(settings_.repeatInterval, work_->incompleteInRow++, longestRepeat);
+}
+
 void Indexer::fullWalk() {
     Work& work = *work_;
     work.fullWalkDue = false;
     work.fullWalkRunning = true;
     work.reconciler.beginFullWalk();
-    work.nextRescan = Moment::max();
+    work.nextRescan = work.repeatDue = Moment::max();
     for (const std::uint32_t root : work.roots)
         work.walk.push(root, FolderWalk::Depth::all);
 }
@@ -307,7 +330,7 @@ bool Indexer::readWaiting(Moment end) {
     Work& work = *work_;
     if (work.store.waiting() == 0 || !work.reconciler.readerAnswers())
         return false;
-    const auto waiting = work.store.catalogue().waiting(64);
+    const auto waiting = work.store.catalogue().waiting(64, wallTime());
     if (waiting.empty())
         return false;
     bool any = false;

@@ -22,6 +22,9 @@ struct IndexerSettings {
     std::size_t watchBudget = 0;                              // 0: half of what the system allows
     std::chrono::milliseconds rescanInterval{20 * 60 * 1000}; // where changes aren't told
     std::chrono::milliseconds lostRootInterval{10 * 1000};    // between looks for a folder that isn't there
+    /// Until another try after a failure of the surroundings (a full disk, no descriptors left); doubled each time.
+    std::chrono::milliseconds repeatInterval{5 * 1000};
+    ReconcilerSettings reconciler;
     StoreLimits limits;
 };
 
@@ -29,8 +32,9 @@ struct IndexerSettings {
 struct IndexerStatus {
     std::int64_t files = 0, waiting = 0, bytes = 0;
     bool ready = false, watchLimited = false;
-    int fault = 0;      // errno of what keeps it from working, 0 when all is well
-    bool inUse = false; // another process has the index
+    bool remote = false; // some folders lie where changes aren't told
+    int fault = 0;       // errno of what keeps it from working, 0 when all is well
+    bool inUse = false;  // another process has the index
 };
 
 /// Keeps the index in line with the disk on one idle-priority thread, which sleeps until something happens. Its
@@ -70,6 +74,7 @@ private:
     void takeChanges();
     void takeChange(const Change& change);
     void settleDirty();
+    void dropWatch(const DirtySet::Key& entry);
     void refreshFolderEntries(const std::vector<std::uint32_t>& folders);
     /// The granted folders that are not there.
     std::vector<std::uint32_t> lostRoots() const;
@@ -77,6 +82,7 @@ private:
     bool readWaiting(Moment end);
     void lookAtUnwatched(Moment end);
     void fullWalk();
+    void repeatIncomplete(Moment now);
     void commit();
     void publish(bool ready);
     void sleep(bool busy);
@@ -89,7 +95,7 @@ private:
     const Descriptor wake_;
     Descriptor lock_;
     std::unique_ptr<Work> work_;
-    Moment retryAt_{};
+    int faultsInRow_ = 0;
 
     mutable std::mutex mutex_;
     std::condition_variable opened_, refreshed_;

@@ -157,9 +157,16 @@ void Indexer::takeChange(const Change& change) {
                 work.reconciler.forget(work.store.removeTree(*child));
         }
         work.urgent = true;
+    } else if (change.isFolder && change.isOther) {
+        dropWatch({change.folder, change.name});
     }
     if (!isHidden(change.name))
         work.dirty.touch(change.folder, change.name, now);
+}
+
+void Indexer::dropWatch(const DirtySet::Key& entry) {
+    if (const auto child = work_->store.catalogue().child(entry.first, entry.second))
+        work_->watches.remove(*child); // the look at its name puts one on the folder that has the name now
 }
 
 void Indexer::settleDirty() {
@@ -168,8 +175,11 @@ void Indexer::settleDirty() {
         return;
     const auto now = steady_clock::now();
     std::map<std::uint32_t, std::vector<DirtySet::Key>> byFolder;
-    for (DirtySet::Key& key : work.dirty.takeNames(now))
+    for (DirtySet::Key& key : work.dirty.takeNames(now)) {
+        if (std::erase_if(work.moves, [&](const auto& move) { return move.second == key; }) > 0)
+            dropWatch(key); // it has gone to where nobody saw it arrive
         byFolder[key.first].push_back(std::move(key));
+    }
     std::vector<std::uint32_t> touched;
     for (const auto& [folder, keys] : byFolder) {
         touched.push_back(folder);

@@ -119,7 +119,6 @@ bool LikePattern::matchesAt(Stretch stretch, std::string_view text, std::size_t&
 bool LikePattern::findStretch(Stretch stretch, std::string_view text, std::size_t& at, const std::atomic<bool>* stop) {
     while (!stop || !*stop) {
         const Atom& first = stretch.front();
-        std::size_t begin = at;
         if (first.literal.empty()) { // question marks alone
             return skipCharacters(text, at, first.skip);
         }
@@ -132,7 +131,7 @@ bool LikePattern::findStretch(Stretch stretch, std::string_view text, std::size_
         if (!found)
             return false;
         std::size_t end = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
-        begin = end;
+        const std::size_t begin = end;
         end += first.literal.size();
         if (matchesAt(stretch.subspan(1), text, end)) {
             at = end;

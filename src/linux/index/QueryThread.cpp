@@ -1,5 +1,7 @@
 #include "linux/index/QueryThread.h"
 
+#include <system_error>
+
 namespace vennic::index {
 
 namespace {
@@ -96,6 +98,8 @@ void QueryThread::answer(Gathering& gathering) {
         searcher_.reopen();
         if (error.damaged() && indexGeneration_ == indexer_.indexGeneration())
             indexer_.reportDamage();
+    } catch (const std::system_error&) { // out of descriptors or memory: the next query may fare better
+        searcher_.reopen();
     }
 }
 

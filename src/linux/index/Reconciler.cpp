@@ -1,25 +1,33 @@
 #include "linux/index/Reconciler.h"
 
+#include "linux/index/WallTime.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 
 namespace vennic::index {
 
 namespace {
 
-/// So many failures in a row mean that the reader is at fault, not the documents.
-constexpr std::size_t mostSuspects = 8;
-constexpr std::chrono::minutes readerPause{5};
+/// A document is given up, until it changes, when its reader has crashed on it so often...
+constexpr int mostCrashes = 4;
+/// ...or was ended from outside while it read it. By then a day has passed: whoever ends readers by chance doesn't meet
+/// the same document each time, and one that gets them killed (for their memory, say) isn't tried for ever.
+constexpr int mostInterruptions = 10;
+constexpr std::chrono::milliseconds longestPause = std::chrono::minutes{5};
 
 } // namespace
 
-Reconciler::Reconciler(IndexStore& store, Watches& watches, TextSource& texts)
-    : store_(store), watches_(watches), texts_(texts) {}
+Reconciler::Reconciler(IndexStore& store, Watches& watches, TextSource& texts, ReconcilerSettings settings)
+    : store_(store), watches_(watches), texts_(texts), settings_(std::move(settings)) {}
 
 void Reconciler::watch(std::uint32_t folder, int open) {
     const bool limited = !watches_.add(folder, open);
+    const bool remote = settings_.volumeOf(open) == Volume::remote;
     watchLimited_ = watchLimited_ || limited;
-    if (limited || volumeOf(open) == Volume::remote) {
+    remote_ = remote_ || remote;
+    if (limited || remote) {
         const auto status = statOf(open);
         unwatched_[folder] = status ? status->modified : 0;
     } else {
@@ -40,7 +48,7 @@ void Reconciler::addNew(Entry found) {
 
 void Reconciler::applyChange(Entry known, Entry found) {
     found.text = expectedText(found);
-    if (found.text == TextState::waiting && known.text == TextState::waiting)
+    if (found.text == TextState::waiting && known.text == TextState::waiting && known.retryAt == 0)
         return;
     if (found.text == TextState::waiting && known.text == TextState::indexed) {
         store_.setText(known, TextState::waiting); // its former words answer until the new ones are read
@@ -86,15 +94,17 @@ std::vector<Reconciler::Subfolder> Reconciler::syncFolder(std::uint32_t folder, 
     watch(folder, open); // before the listing, so that nothing slips between the two
     std::vector<Subfolder> subfolders;
     auto listed = listFolder(open);
-    if (!listed)
+    if (!listed) {
+        incomplete_ = true;
         return subfolders;
+    }
     std::unordered_map<std::string, Entry> known;
     for (Entry& entry : store_.catalogue().entries(folder))
         known.emplace(entry.name, std::move(entry));
     std::unordered_map<std::string, std::uint32_t> children;
     for (FolderRow& row : store_.catalogue().children(folder))
         children.emplace(std::move(row.name), row.id);
-    for (Entry& found : *listed) {
+    for (Entry& found : listed->entries) {
         found.folder = folder;
         const bool isFolder = found.kind == EntryKind::folder;
         const std::string name = found.name;
@@ -120,6 +130,11 @@ std::vector<Reconciler::Subfolder> Reconciler::syncFolder(std::uint32_t folder, 
         if (!fresh)
             children.erase(child);
     }
+    for (const std::string& name : listed->unseen) {
+        incomplete_ = true;
+        known.erase(name);
+        children.erase(name);
+    }
     for (const auto& [name, row] : known)
         store_.remove(row);
     for (const auto& [name, child] : children)
@@ -138,10 +153,13 @@ Reconciler::Look Reconciler::syncEntry(std::uint32_t folder, const std::string& 
         return {};
     const Descriptor open = openFolder(components);
     auto found = open ? statAt(open.get(), name) : std::nullopt;
+    const int error = errno;
     const auto known = store_.catalogue().entry(folder, name);
     Look look;
     if (!found) {
-        if (known)
+        if (!tellsOfAbsence(error))
+            incomplete_ = true;
+        else if (known)
             removeEntry(*known);
         return look;
     }
@@ -169,61 +187,121 @@ Reconciler::Look Reconciler::syncEntry(std::uint32_t folder, const std::string& 
     return look;
 }
 
+std::chrono::milliseconds Reconciler::tickOf(const Entry& entry) const {
+    return entry.changed % 1'000'000'000 == 0 ? settings_.coarseTick : settings_.tick;
+}
+
 void Reconciler::readText(std::uint32_t folder, const std::string& name) {
     const auto known = store_.catalogue().entry(folder, name);
-    if (known && known->text == TextState::waiting)
+    if (known && known->text == TextState::waiting && known->retryAt <= wallTime())
         readText(*known);
 }
 
 void Reconciler::readText(const Entry& known) {
     const Descriptor folder = openFolder(store_.catalogue().components(known.folder));
     const Descriptor file = folder ? openFileAt(folder.get(), known.name) : Descriptor();
-    const bool missing = !file && (errno == ENOENT || errno == ENOTDIR);
-    auto found = file ? statOf(file.get()) : folder ? statAt(folder.get(), known.name) : std::nullopt;
-    if (missing || !found) {
-        removeEntry(known);
+    if (!file) {
+        notOpened(known, folder.get(), errno);
+        return;
+    }
+    const std::int64_t now = wallTime();
+    auto found = statOf(file.get());
+    if (!found) {
+        readInVain(known, known, mostInterruptions);
         return;
     }
     found->folder = known.folder;
     found->name = known.name;
-    found->text = TextState::refused;
-    TextSource::Result result;
-    const TextState expected = expectedText(*found);
-    if (file && expected == TextState::waiting) {
-        result = texts_.read(file.get(), known.name);
-        // The reader may have been ended by somebody else: a document is to blame when it happens twice.
-        if (result.outcome == TextSource::Outcome::failed)
-            result = texts_.read(file.get(), known.name);
-    } else if (expected == TextState::none) {
-        found->text = TextState::none;
-    }
-    if (result.outcome == TextSource::Outcome::ended) { // it stays waiting for the next start
-        pausedUntil_ = std::chrono::steady_clock::now() + readerPause;
+    found->failures = known.sameOnDisk(*found) ? known.failures : 0;
+    if (expectedText(*found) == TextState::none) {
+        replace(known, *found, TextState::none);
         return;
     }
-    const bool read = result.outcome == TextSource::Outcome::text;
-    if (read)
-        found->text = TextState::indexed;
-    store_.remove(known);
-    store_.add(*found, result.text);
-    if (read && texts_.formOf(known.name) == TextSource::Form::rich)
-        store_.keepText(*found, result.text);
-    if (result.outcome == TextSource::Outcome::failed)
-        readerFailed(*found);
-    else if (read)
-        suspects_.clear();
+    const TextSource::Result result = texts_.read(file.get(), known.name);
+    const auto after = statOf(file.get());
+    const bool changing = !after || !after->sameOnDisk(*found);
+    if (result.outcome != TextSource::Outcome::unavailable)
+        pausesInRow_ = 0;
+    switch (result.outcome) {
+    case TextSource::Outcome::refused:
+        if (changing) { // half a document may not have its form
+            readLater(known, *found);
+            return;
+        }
+        [[fallthrough]];
+    case TextSource::Outcome::text:
+        if (std::abs(now - found->changed / 1'000'000) < tickOf(*found).count())
+            --found->changed; // so that the next look takes it for changed
+        replace(known, *found, result.outcome == TextSource::Outcome::text ? TextState::indexed : TextState::refused,
+                result.text);
+        return;
+    case TextSource::Outcome::crashed:
+        readInVain(known, *found, changing ? mostInterruptions : mostCrashes);
+        return;
+    case TextSource::Outcome::interrupted:
+        readInVain(known, *found, mostInterruptions);
+        return;
+    case TextSource::Outcome::unavailable:
+        pauseReader();
+        return;
+    case TextSource::Outcome::ended: // it stays waiting for the next start
+        pausedUntil_ = std::chrono::steady_clock::now() + longestPause;
+        return;
+    }
 }
 
-void Reconciler::readerFailed(const Entry& entry) {
-    suspects_.push_back(entry);
-    if (suspects_.size() < mostSuspects)
+void Reconciler::notOpened(const Entry& known, int folder, int error) {
+    if (error == EMFILE || error == ENFILE || error == ENOMEM) {
+        pauseReader();
         return;
-    for (Entry& suspect : suspects_) {
-        if (store_.catalogue().exists(suspect.id))
-            store_.setText(suspect, TextState::waiting);
     }
-    suspects_.clear();
-    pausedUntil_ = std::chrono::steady_clock::now() + readerPause;
+    auto found = folder >= 0 ? statAt(folder, known.name) : std::nullopt;
+    if (!found) {
+        const int cause = folder >= 0 ? errno : error;
+        if (cause == ENOENT || cause == ENOTDIR || cause == ELOOP)
+            removeEntry(known);
+        else
+            readInVain(known, known, mostInterruptions);
+        return;
+    }
+    found->folder = known.folder;
+    found->failures = known.sameOnDisk(*found) ? known.failures : 0;
+    if (expectedText(*found) == TextState::none)
+        replace(known, *found, TextState::none);
+    else if (error == EACCES || error == EPERM) // as it will be until that changes, which a look at it shows
+        replace(known, *found, TextState::refused);
+    else
+        readInVain(known, *found, mostInterruptions);
+}
+
+void Reconciler::replace(const Entry& known, Entry found, TextState text, std::string_view words) {
+    found.text = text;
+    found.failures = text == TextState::waiting ? found.failures : 0;
+    store_.remove(known);
+    store_.add(found, words);
+    if (text == TextState::indexed && texts_.formOf(found.name) == TextSource::Form::rich)
+        store_.keepText(found, words);
+}
+
+void Reconciler::readInVain(const Entry& known, Entry found, int most) {
+    if (++found.failures >= most) {
+        replace(known, std::move(found), TextState::refused);
+        return;
+    }
+    const int doublings = std::min(2 * (found.failures - 1), 30);
+    found.retryAt = wallTime() + std::min(settings_.firstRetry.count() << doublings, longestRetry);
+    replace(known, std::move(found), TextState::waiting);
+}
+
+void Reconciler::readLater(const Entry& known, Entry found) {
+    found.retryAt = wallTime() + settings_.firstRetry.count();
+    replace(known, std::move(found), TextState::waiting);
+}
+
+void Reconciler::pauseReader() {
+    const std::chrono::milliseconds pause = settings_.firstRetry * (1 << std::min(2 * pausesInRow_, 20));
+    ++pausesInRow_;
+    pausedUntil_ = std::chrono::steady_clock::now() + std::min<std::chrono::milliseconds>(pause, longestPause);
 }
 
 bool Reconciler::moveFolder(std::uint32_t from, const std::string& oldName, std::uint32_t to,

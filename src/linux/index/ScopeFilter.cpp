@@ -35,6 +35,7 @@ ScopeFilter::ScopeFilter(const Database& database, const FolderTree& tree, const
       child_(database.prepare("SELECT id FROM dir WHERE parent=? AND name=?")),
       roots_(database.prepare("SELECT id, name FROM dir WHERE parent=0 ORDER BY length(name) DESC")) {
     std::vector<std::string> grants;
+    grants.reserve(allowed.size());
     for (const std::string& folder : allowed)
         grants.push_back(canonicalPath(folder));
     for (const std::string& scope : scopes) {

@@ -3,9 +3,11 @@
 #include "linux/index/ByteScan.h"
 #include "linux/index/Varint.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace vennic::index {
@@ -35,16 +37,22 @@ bool plausible(const SegmentHeader& header, std::uint64_t size) {
 
 Segment::Segment(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (file < 0 && errno != ENOENT && errno != ELOOP) // out of descriptors: that says nothing of the segment
+        throw std::system_error(errno, std::generic_category(), "segment");
     if (file < 0)
         throw DamagedIndex("segment can't be opened");
     struct stat status{};
+    int error = 0;
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
         static_cast<std::uint64_t>(status.st_size) >= sizeof(SegmentHeader)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
         void* map = mmap(nullptr, size_, PROT_READ, MAP_SHARED, file, 0);
         map_ = map == MAP_FAILED ? nullptr : static_cast<const std::uint8_t*>(map);
+        error = map_ ? 0 : errno;
     }
     close(file);
+    if (error)
+        throw std::system_error(error, std::generic_category(), "segment");
     if (!map_)
         throw DamagedIndex("segment can't be mapped");
     SegmentHeader header;

@@ -18,9 +18,11 @@ public:
     };
     enum class Outcome {
         text,
-        refused, // there is none to be had until the file changes
-        failed,  // the reader died or couldn't be started
-        ended,   // the reader has been ended with the program: nothing is said of the document
+        refused,     // there is none to be had until the file changes
+        crashed,     // the reader crashed on it or took too much for it
+        interrupted, // the reader was ended by somebody else, or the file couldn't be read to its end
+        unavailable, // no reader could be had: nothing is said of the document
+        ended,       // the reader has been ended with the program: nothing is said of the document
     };
     struct Result {
         Outcome outcome = Outcome::refused;

@@ -26,13 +26,16 @@ Watches::Watches(std::size_t budget)
     : budget_(budget ? budget : halfOfTheSystems()), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
 
 bool Watches::add(std::uint32_t folder, int openFolder) {
-    if (has(folder))
-        return true;
-    if (!inotify_ || byFolder_.size() >= budget_)
+    const auto known = byFolder_.find(folder);
+    if (!inotify_ || (known == byFolder_.end() && byFolder_.size() >= budget_))
         return false;
     // By the open descriptor: the name could lead elsewhere by now.
     const std::string path = "/proc/self/fd/" + std::to_string(openFolder);
     const int watch = inotify_add_watch(inotify_.get(), path.c_str(), interest);
+    if (known != byFolder_.end() && known->second == watch)
+        return true; // the same folder has the same number
+    if (known != byFolder_.end())
+        remove(folder); // another one has taken its place
     if (watch < 0)
         return false;
     if (const auto old = byWatch_.find(watch); old != byWatch_.end())
@@ -55,6 +58,7 @@ void Watches::clear() { *this = Watches(budget_); }
 
 std::vector<Change> Watches::read() {
     std::vector<Change> changes;
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the kernel fills it
     alignas(inotify_event) std::array<char, 65536> buffer;
     // Who writes without end must not keep us here.
     for (int round = 0; round < mostRounds; ++round) {
@@ -90,6 +94,7 @@ std::vector<Change> Watches::read() {
             if (change.name.empty() && change.kind != Change::Kind::self)
                 continue; // the folder's own attributes: its parent tells too
             change.isFolder = event->mask & IN_ISDIR;
+            change.isOther = event->mask & (IN_CREATE | IN_DELETE);
             change.cookie = event->cookie;
             changes.push_back(std::move(change));
         }

@@ -15,6 +15,7 @@ struct Change {
     std::uint32_t folder = 0;
     std::string name;
     bool isFolder = false;
+    bool isOther = false;     // made or deleted: not what had this name before
     std::uint32_t cookie = 0; // the same in both halves of a move
 };
 
@@ -25,7 +26,8 @@ public:
     explicit Watches(std::size_t budget);
 
     int descriptor() const { return inotify_.get(); }
-    /// Watches an open folder. False when the budget or the system's limit is reached.
+    /// Watches an open folder, in place of what had its identifier before. False when the budget or the system's limit
+    /// is reached.
     bool add(std::uint32_t folder, int openFolder);
     void remove(std::uint32_t folder);
     bool has(std::uint32_t folder) const { return byFolder_.contains(folder); }

@@ -5,7 +5,11 @@
 #include "linux/worker/AnswerRecord.h"
 #include "linux/worker/PlainPng.h"
 
+#include <QDate>
+#include <QTime>
+
 #include <algorithm>
+#include <cmath>
 
 namespace vennic {
 
@@ -14,6 +18,17 @@ using wire::Outcome;
 
 namespace {
 std::string_view viewOf(const QByteArray& bytes) { return {bytes.constData(), static_cast<std::size_t>(bytes.size())}; }
+
+bool arePossible(const PhotoFacts& facts) {
+    const bool isDate = facts.dated == 1 && QDate::isValid(facts.year, facts.month, facts.day) && facts.year <= 9999 &&
+                        QTime::isValid(facts.hour, facts.minute, facts.second, facts.millisecond);
+    const bool isZone = facts.zoned == 1 && facts.dated == 1 && std::abs(facts.offsetMinutes) <= 14 * 60;
+    // Not-a-number is within no bounds.
+    const bool isPlace = facts.placed == 1 && std::abs(facts.latitude) <= 90 && std::abs(facts.longitude) <= 180;
+    return facts.format <= PictureFormat::raw && (facts.dated == 0 || isDate) && (facts.zoned == 0 || isZone) &&
+           (facts.placed == 0 || isPlace) &&
+           (facts.format != PictureFormat::none || (facts.dated == 0 && facts.placed == 0));
+}
 } // namespace
 
 AnswerCheck::AnswerCheck(const wire::Request& request, qint64 sizeBefore, qint64 sizeAfter)
@@ -40,6 +55,8 @@ bool AnswerCheck::allows(const wire::Answer& answer) const {
         return most_ > mostFileBytes;
     case Outcome::beyondBox:
         return true;
+    case Outcome::unavailable:
+        return request_.form == Form::pdfPageScan || request_.form == Form::imageText;
     }
     return false;
 }
@@ -57,7 +74,13 @@ bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) con
         return answer.truncated == 0 && count && count->pages > 0 && count->pages <= wire::mostPages;
     }
     case Form::pdfPageText:
+    case Form::pdfPageScan:
+    case Form::imageText:
         return answer.truncated == 0 && isUtf8(viewOf(body));
+    case Form::photoFacts: {
+        const auto facts = recordOf<PhotoFacts>(body);
+        return answer.truncated == 0 && facts && arePossible(*facts);
+    }
     case Form::thumbnail:
         return answer.truncated == 0 && allowsThumbnail(body);
     }

@@ -27,6 +27,13 @@ struct DocumentWorkerOptions {
     static DocumentWorkerOptions pictures(const QString& executable) {
         return {.executable = executable, .mostWall = std::chrono::minutes{3}, .life = wire::pictureLife};
     }
+    /// Pictures, for the photo library.
+    static DocumentWorkerOptions backgroundPictures(const QString& executable) {
+        return {.executable = executable,
+                .background = true,
+                .mostWall = std::chrono::minutes{10},
+                .life = wire::pictureLife};
+    }
 };
 
 } // namespace vennic

@@ -10,7 +10,7 @@ class OpenDocumentReader {
 public:
     virtual ~OpenDocumentReader() = default;
     /// As DocumentReader reads a path; `descriptor` stays the caller's, `name` stands in sentences. Blocks. Raises
-    /// DocumentReadError.
+    /// DocumentReadError, and WorkerFailure where the fault is the reader's.
     virtual DocumentText readOpen(DocumentForm form, int descriptor, const QString& name, qint64 maxChars) = 0;
     /// Whether the reader has been told to end: what fails from then on says nothing of the document.
     virtual bool isEnding() const = 0;

@@ -1,10 +1,11 @@
 #include "linux/worker/OpenedDocument.h"
 
-#include "ports/DocumentReadError.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
 #include <QFileInfo>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -29,9 +30,14 @@ int openReadOnly(const QByteArray& path) {
     throw DocumentReadError(DocumentFault::unreadable, unreadableSentence(path, number));
 }
 
+quint64 nextNumber() {
+    static std::atomic<quint64> last = 0;
+    return ++last;
+}
+
 } // namespace
 
-OpenedDocument::OpenedDocument(const QString& path, qint64 mostBytes) : path_(path) {
+OpenedDocument::OpenedDocument(const QString& path, qint64 mostBytes) : number_(nextNumber()), path_(path) {
     if (!path.startsWith(u'/') || path.contains(QChar::Null))
         refuse(path, ENOENT);
     file_ = FileDescriptor(openReadOnly(QFile::encodeName(path)));
@@ -39,7 +45,9 @@ OpenedDocument::OpenedDocument(const QString& path, qint64 mostBytes) : path_(pa
 }
 
 OpenedDocument::OpenedDocument(int descriptor, const QString& name, qint64 mostBytes)
-    : path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
+    : number_(nextNumber()), path_(name), file_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)) {
+    if (!file_.isOpen() && errno != EBADF) // none is left
+        throw WorkerFailure(WorkerFailure::Cause::unavailable, unreadableSentence(path_, errno));
     check(mostBytes);
 }
 

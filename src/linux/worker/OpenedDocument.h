@@ -11,8 +11,11 @@ namespace vennic {
 class OpenedDocument {
 public:
     OpenedDocument(const QString& path, qint64 mostBytes);
-    /// The same of a file that somebody has opened already; `name` stands in sentences.
+    /// The same of a file that somebody has opened already; `name` stands in sentences. Raises WorkerFailure
+    /// (unavailable) when there are no descriptors left.
     OpenedDocument(int descriptor, const QString& name, qint64 mostBytes);
+    /// No other object of this program has had it.
+    quint64 number() const { return number_; }
     int descriptor() const { return file_.number(); }
     const QString& path() const { return path_; }
     /// The size now; it may change while the file is open.
@@ -21,6 +24,7 @@ public:
 private:
     void check(qint64 mostBytes) const;
 
+    quint64 number_;
     QString path_;
     FileDescriptor file_;
 };

@@ -1,14 +1,14 @@
 #include "linux/worker/WorkerLane.h"
 
-#include "ports/DocumentReadError.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <sys/eventfd.h>
 
 namespace vennic {
 namespace {
 
-DocumentReadError abandoned() {
-    return {DocumentFault::worker, QStringLiteral("La lecture du document a été abandonnée.")};
+WorkerFailure abandoned() {
+    return {WorkerFailure::Cause::unavailable, QStringLiteral("La lecture du document a été abandonnée.")};
 }
 
 void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
@@ -20,8 +20,11 @@ void raiseUnlessDone(const wire::Answer& answer, const QString& path) {
     case wire::Outcome::tooLarge:
         throw DocumentReadError(DocumentFault::unreadable, tooLargeSentence(path));
     case wire::Outcome::beyondBox:
-        throw DocumentReadError(DocumentFault::worker,
-                                QStringLiteral("La lecture du document demande trop de mémoire."));
+        throw WorkerFailure(WorkerFailure::Cause::document,
+                            QStringLiteral("La lecture du document demande trop de mémoire."));
+    case wire::Outcome::unavailable:
+        throw WorkerFailure(WorkerFailure::Cause::unavailable,
+                            QStringLiteral("Ce qu'il faut pour lire le document n'est pas installé."));
     case wire::Outcome::unparsable:
         break;
     }
@@ -99,7 +102,8 @@ void WorkerLane::answer(Job& job) {
 }
 
 WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
-    const wire::Request request{.form = job.form, .number = ++lastNumber_, .parameters = job.parameters};
+    const wire::Request request{
+        .form = job.form, .number = ++lastNumber_, .document = job.document->number(), .parameters = job.parameters};
     if (process_ != nullptr && !process_->isFit())
         process_.reset();
     while (true) {
@@ -107,12 +111,18 @@ WorkerProcess::Reply WorkerLane::exchange(const Job& job) {
         if (isFresh)
             process_ = std::make_unique<WorkerProcess>(options_, abandon_.number());
         const qint64 sizeBefore = job.document->size();
-        if (process_->send(request, *job.document))
-            return process_->receive(request, *job.document, sizeBefore);
+        if (process_->send(request, *job.document)) {
+            WorkerProcess::Reply reply = process_->receive(request, *job.document, sizeBefore);
+            // Its memory is spent, and it ends by itself behind this answer: the next request must not find it.
+            if (reply.answer.outcome == wire::Outcome::beyondBox)
+                process_.reset();
+            return reply;
+        }
         // A process that waited may die before the request reaches it, which is nobody's fault.
         process_.reset();
         if (isFresh)
-            throw DocumentReadError(DocumentFault::worker, QStringLiteral("La lecture du document s'est interrompue."));
+            throw WorkerFailure(WorkerFailure::Cause::unavailable,
+                                QStringLiteral("La lecture du document s'est interrompue."));
     }
 }
 

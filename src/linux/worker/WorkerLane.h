@@ -19,7 +19,8 @@ public:
     ~WorkerLane();
     Q_DISABLE_COPY_MOVE(WorkerLane)
 
-    /// Blocks until the document's body is there, checked. Raises DocumentReadError. From any thread.
+    /// Blocks until the document's body is there, checked. Raises DocumentReadError, and WorkerFailure where no answer
+    /// came. From any thread.
     WorkerProcess::Reply ask(wire::Form form, const wire::Parameters& parameters, const OpenedDocument& document);
     /// Ends the process and fails every request, those to come too. From any thread.
     void close();

@@ -1,7 +1,7 @@
 #include "linux/worker/WorkerProcess.h"
 
 #include "linux/worker/AnswerCheck.h"
-#include "ports/DocumentReadError.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
 
@@ -15,6 +15,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 namespace vennic {
@@ -25,15 +26,34 @@ using Monotonic = std::chrono::steady_clock;
 
 constexpr int workerSocket = 3; // where the program expects its end
 
-[[noreturn]] void fail(const QString& sentence) { throw DocumentReadError(DocumentFault::worker, sentence); }
-[[noreturn]] void failDied() { fail(QStringLiteral("La lecture du document s'est interrompue.")); }
-[[noreturn]] void failSlow() { fail(QStringLiteral("La lecture du document a pris trop de temps.")); }
-[[noreturn]] void failStart() { fail(QStringLiteral("Le programme de lecture des documents n'a pas pu démarrer.")); }
-[[noreturn]] void failLie() { fail(QStringLiteral("La lecture du document a donné une réponse incohérente.")); }
-[[noreturn]] void failUnboxed() {
-    fail(QStringLiteral("Ce système ne permet pas d'isoler la lecture des documents : rien n'est lu."));
+using Cause = WorkerFailure::Cause;
+
+[[noreturn]] void failDied(Cause cause) {
+    throw WorkerFailure(cause, QStringLiteral("La lecture du document s'est interrompue."));
 }
-[[noreturn]] void failAbandoned() { fail(QStringLiteral("La lecture du document a été abandonnée.")); }
+[[noreturn]] void failSlow(Cause cause) {
+    throw WorkerFailure(cause, QStringLiteral("La lecture du document a pris trop de temps."));
+}
+[[noreturn]] void failStart() {
+    throw WorkerFailure(Cause::unavailable,
+                        QStringLiteral("Le programme de lecture des documents n'a pas pu démarrer."));
+}
+[[noreturn]] void failLie(Cause cause) {
+    throw WorkerFailure(cause, QStringLiteral("La lecture du document a donné une réponse incohérente."));
+}
+[[noreturn]] void failUnboxed() {
+    throw WorkerFailure(Cause::unavailable, QStringLiteral("Ce système ne permet pas d'isoler la lecture des "
+                                                           "documents : rien n'est lu."));
+}
+[[noreturn]] void failAbandoned() {
+    throw WorkerFailure(Cause::unavailable, QStringLiteral("La lecture du document a été abandonnée."));
+}
+
+/// Whether these signals come from somebody else: a crash gives others, and so do the limits of the box, but for the
+/// hard one of processor time, before which a process is replaced.
+bool isSentByOthers(int signal) {
+    return signal == SIGKILL || signal == SIGTERM || signal == SIGHUP || signal == SIGINT || signal == SIGQUIT;
+}
 
 /// The environment of the process: nothing of ours, but for what a sanitizer's run-time needs.
 std::vector<char*> workerEnvironment() {
@@ -93,15 +113,16 @@ public:
     void await() const {
         while (true) {
             // Processor time can't pass faster than the clock, so nothing can be over before this.
-            const auto left =
-                std::min<std::chrono::nanoseconds>(cpuEnd_ - process_.cpuTime(), wallEnd_ - Monotonic::now());
+            const std::chrono::nanoseconds cpuLeft = cpuEnd_ - process_.cpuTime();
+            const std::chrono::nanoseconds left =
+                std::min<std::chrono::nanoseconds>(cpuLeft, wallEnd_ - Monotonic::now());
             if (left <= 0ns)
-                failSlow();
+                failSlow(cpuLeft <= 0ns ? Cause::document : Cause::interrupted);
             std::array<pollfd, 2> waited{{{process_.socket_.number(), POLLIN, 0}, {process_.abandon_, POLLIN, 0}}};
             const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
             const int ready = poll(waited.data(), waited.size(), static_cast<int>(milliseconds));
             if (ready < 0 && errno != EINTR)
-                failDied();
+                failDied(Cause::interrupted);
             if (ready > 0 && waited[1].revents != 0)
                 failAbandoned();
             if (ready > 0)
@@ -162,9 +183,22 @@ void WorkerProcess::awaitHello() {
         failStart();
     }
     if (hello.magic != wire::magic || hello.version != wire::version)
-        failLie();
+        failLie(Cause::unavailable);
     if (hello.box != wire::BoxState::boxed)
         failUnboxed();
+}
+
+WorkerFailure::Cause WorkerProcess::causeOfEnd() const {
+    // Its socket closes a moment before the process can be asked how it ended.
+    const FileDescriptor ended(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
+    pollfd waited{ended.number(), POLLIN, 0};
+    constexpr int mostMilliseconds = 1000;
+    if (ended.isOpen())
+        poll(&waited, 1, mostMilliseconds);
+    siginfo_t end{};
+    const bool known =
+        waitid(P_PID, static_cast<id_t>(process_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid == process_;
+    return known && end.si_code == CLD_KILLED && isSentByOthers(end.si_status) ? Cause::interrupted : Cause::document;
 }
 
 std::chrono::nanoseconds WorkerProcess::cpuTime() const {
@@ -212,7 +246,7 @@ void WorkerProcess::readExactly(void* data, std::size_t size, const Patience& pa
         if (got < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK))
             continue;
         if (got <= 0)
-            failDied();
+            failDied(causeOfEnd());
         at += got;
         size -= static_cast<std::size_t>(got);
     }
@@ -226,7 +260,7 @@ WorkerProcess::Reply WorkerProcess::receive(const wire::Request& request, const 
     readExactly(&reply.answer, sizeof reply.answer, patience);
     const AnswerCheck check(request, sizeBefore, document.size());
     if (!check.allows(reply.answer))
-        failLie();
+        failLie(Cause::document);
     // Room is made as the body comes, not as it is announced.
     const auto announced = static_cast<qsizetype>(reply.answer.bodyBytes);
     while (reply.body.size() < announced) {
@@ -237,7 +271,7 @@ WorkerProcess::Reply WorkerProcess::receive(const wire::Request& request, const 
         readExactly(reply.body.data() + had, static_cast<std::size_t>(next), patience);
     }
     if (!check.allows(reply.answer, reply.body))
-        failLie();
+        failLie(Cause::document);
     return reply;
 }
 

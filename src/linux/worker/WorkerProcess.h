@@ -3,6 +3,7 @@
 #include "linux/FileDescriptor.h"
 #include "linux/worker/DocumentWorkerOptions.h"
 #include "linux/worker/OpenedDocument.h"
+#include "linux/worker/WorkerFailure.h"
 
 #include <QByteArray>
 
@@ -11,7 +12,7 @@
 namespace vennic {
 
 /// One running document process and the socket to it. It dies with this object, and with the thread that made it.
-/// Failures raise DocumentReadError (worker); after one the process is good for nothing and is to be dropped.
+/// Failures raise WorkerFailure; after one the process is good for nothing and is to be dropped.
 class WorkerProcess {
 public:
     struct Reply {
@@ -37,6 +38,8 @@ private:
     void start();
     void awaitHello();
     void end();
+    /// Once its socket is closed.
+    WorkerFailure::Cause causeOfEnd() const;
     void readExactly(void* data, std::size_t size, const Patience& patience);
     std::chrono::nanoseconds cpuTime() const;
 

@@ -1,0 +1,188 @@
+#include "Bridge/ListDirHandler.h"
+
+#include "Bridge/BookmarkResolver.h"
+#include "Bridge/ScopedAccess.h"
+#include "Bridge/SubPath.h"
+#include "base/Dates.h"
+#include "base/NameCollation.h"
+#include "base/Pool.h"
+#include "base/StableSort.h"
+#include "base/StopsAtEnd.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <ranges>
+
+namespace vennic {
+
+namespace {
+
+/// All that one listing is made from.
+struct Order {
+    std::shared_ptr<FolderBookmarks> bookmarks;
+    std::shared_ptr<FileSystem> files;
+    std::shared_ptr<FileTypes> types;
+    IdentifierSource identifiers;
+    std::vector<BookmarkEntry> grants;
+    ListDirArgs args;
+    qint64 mostHandles = 0;
+    std::stop_token stop;
+};
+
+struct Listing {
+    QByteArray body; // of the success; encoded here, since 100,000 entries take half a second of the main thread
+    std::vector<std::pair<QString, FileURL>> handles;
+};
+
+struct Outcome {
+    std::variant<Listing, QString> answer; // or the sentence that says why there is none
+    std::optional<ScopedAccess> access;    // closed when the answer has been sent or given up
+};
+
+/// Makes one listing; lives on the pool, where a folder on a slow disk holds up nothing else.
+class Lister {
+public:
+    explicit Lister(Order order) : order_(std::move(order)) {}
+
+    Outcome run() {
+        const auto id = uuidFromText(order_.args.folderId);
+        if (!id)
+            return refused(QStringLiteral("folder_id mal formé."));
+        const auto grant = std::ranges::find(order_.grants, *id, &BookmarkEntry::id);
+        if (grant == order_.grants.end())
+            return refused(QStringLiteral("Ce dossier n'est plus partagé sur le Mac."));
+        const auto root = BookmarkResolver(*order_.bookmarks).resolveIfPossible(*grant);
+        if (!root)
+            return refused(QStringLiteral("Impossible de résoudre le bookmark (dossier déplacé ?)."));
+        const auto subPath = SubPath::parse(order_.args.subPath.value_or(QString()));
+        if (!subPath)
+            return refused(QStringLiteral("sub_path invalide."));
+        Outcome outcome;
+        outcome.access.emplace(order_.bookmarks, root->url);
+        outcome.answer = listed(*subPath, root->url);
+        return outcome;
+    }
+
+private:
+    static Outcome refused(const QString& sentence) { return {sentence, std::nullopt}; }
+
+    std::variant<Listing, QString> listed(const SubPath& subPath, const FileURL& root) {
+        const auto folder = subPath.below(root);
+        if (!folder)
+            return QStringLiteral("sub_path échappe du dossier partagé.");
+        try {
+            BridgeListDirResult result;
+            result.folder_id = order_.args.folderId;
+            result.sub_path = subPath.normalized();
+            result.items = items(sortedEntries(*folder), result.sub_path);
+            Listing listing;
+            listing.handles = handles(result.items, *folder);
+            listing.body = encodeBridgeSuccessBody(std::move(result));
+            return listing;
+        } catch (const LocalizedError& error) {
+            return QStringLiteral("Lecture du dossier impossible: ") + error.errorDescription();
+        }
+    }
+
+    std::vector<FolderEntry> sortedEntries(const FileURL& folder) const {
+        struct Keyed {
+            NameCollation::Key key;
+            FolderEntry entry;
+        };
+        const NameCollation collation;
+        const auto listing = order_.files->list(folder.path);
+        std::vector<Keyed> keyed;
+        while (auto entry = listing->next()) {
+            if (order_.stop.stop_requested())
+                break;
+            auto key = collation.key(entry->name);
+            keyed.push_back({std::move(key), *std::move(entry)});
+        }
+        keyed = stablySorted(std::move(keyed), [](const Keyed& a, const Keyed& b) { return a.key < b.key; });
+        std::vector<FolderEntry> entries;
+        entries.reserve(keyed.size());
+        for (Keyed& each : keyed)
+            entries.push_back(std::move(each.entry));
+        return entries;
+    }
+
+    std::vector<BridgeListDirResult::Item> items(std::vector<FolderEntry> entries, const QString& subPath) {
+        std::vector<BridgeListDirResult::Item> items;
+        items.reserve(entries.size());
+        const QString prefix = subPath.isEmpty() ? QString() : subPath + u'/';
+        for (FolderEntry& entry : entries) {
+            if (order_.stop.stop_requested())
+                break;
+            items.push_back(item(std::move(entry), prefix));
+        }
+        return items;
+    }
+
+    BridgeListDirResult::Item item(FolderEntry entry, const QString& prefix) {
+        const FileValues values = entry.values.value_or(FileValues{});
+        QString mime = values.isDirectory ? QStringLiteral("inode/directory") : mimeOf(entry.name);
+        QString below = prefix.isEmpty() ? entry.name : prefix + entry.name;
+        return {.id = order_.identifiers(),
+                .name = std::move(entry.name),
+                .type = values.isDirectory ? QStringLiteral("folder") : QStringLiteral("file"),
+                .mime = std::move(mime),
+                .size = values.size.value_or(0),
+                .modified_at = values.changedAt ? std::optional(iso8601(*values.changedAt)) : std::nullopt,
+                .sub_path = std::move(below)};
+    }
+
+    /// The last ones, since the cache would forget any others again before anybody could name them.
+    std::vector<std::pair<QString, FileURL>> handles(const std::vector<BridgeListDirResult::Item>& items,
+                                                     const FileURL& folder) const {
+        const auto count = static_cast<qint64>(items.size());
+        std::vector<std::pair<QString, FileURL>> handles;
+        for (const auto& item : items | std::views::drop(std::max<qint64>(0, count - order_.mostHandles)))
+            handles.emplace_back(item.id, folder.appendingPathComponent(item.name));
+        return handles;
+    }
+
+    QString mimeOf(const QString& name) {
+        const QString extension = FileURL{name}.pathExtension().toLower();
+        const auto known = mimes_.constFind(extension);
+        if (known != mimes_.constEnd())
+            return *known;
+        const auto mime = order_.types->mimeTypeForExtension(extension);
+        return *mimes_.insert(extension, mime.value_or(QStringLiteral("application/octet-stream")));
+    }
+
+    Order order_;
+    QHash<QString, QString> mimes_; // of the extensions met so far
+};
+
+} // namespace
+
+ListDirHandler::ListDirHandler(BookmarkPersistence grants, std::shared_ptr<FolderBookmarks> bookmarks,
+                               std::shared_ptr<FileSystem> files, std::shared_ptr<FileTypes> types,
+                               BridgeIDCache& idCache, const TaskAnswer& answer, IdentifierSource identifiers)
+    : grants_(grants), bookmarks_(std::move(bookmarks)), files_(std::move(files)), types_(std::move(types)),
+      idCache_(idCache), answer_(answer), identifiers_(std::move(identifiers)) {}
+
+Task<> ListDirHandler::handleListDir(BridgeTask task, ListDirArgs args, APIService api) {
+    const StopsAtEnd end;
+    Order order{.bookmarks = bookmarks_,
+                .files = files_,
+                .types = types_,
+                .identifiers = identifiers_,
+                .grants = grants_.load(),
+                .args = std::move(args),
+                .mostHandles = idCache_.capacity(),
+                .stop = end.source.get_token()};
+    auto work = [](Order order) { return Lister(std::move(order)).run(); };
+    Outcome outcome = co_await onPool(work, std::move(order));
+    if (const auto* failure = std::get_if<QString>(&outcome.answer)) {
+        co_await TaskAnswer::error(std::move(api), task.id, *failure);
+        co_return;
+    }
+    auto& listing = std::get<Listing>(outcome.answer);
+    for (const auto& [id, url] : listing.handles)
+        idCache_.put(id, url);
+    co_await answer_.encodedSuccess(std::move(api), task.id, std::move(listing.body));
+}
+
+} // namespace vennic

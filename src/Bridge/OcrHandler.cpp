@@ -1,0 +1,33 @@
+#include "Bridge/OcrHandler.h"
+
+#include "Bridge/SharedDocument.h"
+#include "base/Pool.h"
+
+namespace vennic {
+
+namespace {
+
+using Outcome = std::variant<BridgeOcrResult, QString>;
+
+Outcome recognizeShared(const std::shared_ptr<FolderBookmarks>& bookmarks, const OcrEngine& engine,
+                        const std::vector<BookmarkEntry>& grants, const FileURL& url, const std::stop_token& stop) {
+    return inSharedFolder(bookmarks, grants, url, [&] { return engine.recognize(url, stop); });
+}
+
+} // namespace
+
+Task<> OcrHandler::handleOcrImage(BridgeTask task, OcrImageArgs args, APIService api) {
+    const auto url = idCache_.get(args.documentId);
+    if (!url) {
+        co_await TaskAnswer::error(std::move(api), task.id, documentNotFound());
+        co_return;
+    }
+    const std::stop_token stop = co_await StopToken{};
+    const Outcome outcome = co_await onPool(recognizeShared, bookmarks_, engine_, grants_.load(), *url, stop);
+    if (const auto* failure = std::get_if<QString>(&outcome))
+        co_await TaskAnswer::error(std::move(api), task.id, *failure);
+    else
+        co_await answer_.success(std::move(api), task.id, std::get<BridgeOcrResult>(outcome));
+}
+
+} // namespace vennic

@@ -1,0 +1,127 @@
+#include "backend/ChatView.h"
+
+namespace vennic {
+
+namespace {
+
+constexpr std::chrono::seconds localPatience{2};
+
+} // namespace
+
+/// Whoever waits for the end of a turn, for as long as they do.
+class ChatView::Waiter {
+public:
+    explicit Waiter(std::vector<Event<TurnEnd>*>& waiting) : waiting_(waiting) { waiting_.push_back(&ended_); }
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
+    ~Waiter() { std::erase(waiting_, &ended_); }
+    Event<TurnEnd>& ended() { return ended_; }
+
+private:
+    std::vector<Event<TurnEnd>*>& waiting_;
+    Event<TurnEnd> ended_;
+};
+
+ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
+    connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
+}
+
+void ChatView::setDraft(const QString& draft) {
+    if (draft_ == draft)
+        return;
+    draft_ = draft;
+    Q_EMIT draftChanged();
+    Q_EMIT canSendChanged();
+}
+
+void ChatView::setInputFocused(bool focused) {
+    if (inputFocused_ == focused)
+        return;
+    inputFocused_ = focused;
+    Q_EMIT inputFocusedChanged();
+}
+
+bool ChatView::canSend() const { return !draft_.trimmed().isEmpty() && !with_.session.isStreaming(); }
+
+void ChatView::send() {
+    if (!canSend())
+        return;
+    const QString text = draft_;
+    setDraft({});
+    begin(text);
+}
+
+Task<std::optional<ChatView::TurnEnd>> ChatView::ask(QString text) {
+    if (!begin(text))
+        co_return std::nullopt;
+    Waiter waiter(waiting_);
+    co_return co_await waiter.ended();
+}
+
+void ChatView::newConversation() {
+    with_.session.clearConversation();
+    setInputFocused(true);
+}
+
+bool ChatView::begin(const QString& text) {
+    AppSession& session = with_.session;
+    const QString prompt = text.trimmed();
+    if (prompt.isEmpty() || session.isStreaming())
+        return false;
+    session.appendMessage(ChatMessage::make(ChatMessage::Role::user, prompt, with_.clock.now()));
+    session.setIsStreaming(true);
+    session.setLastError(std::nullopt);
+    jobs_.start(run({prompt, session.userToken(), session.provider(), session.discussionId()}));
+    return true;
+}
+
+Task<> ChatView::run(Turn turn) {
+    const TurnEnd end = co_await answer(std::move(turn));
+    for (Event<TurnEnd>* waiting : waiting_)
+        waiting->set(end);
+}
+
+Task<ChatView::TurnEnd> ChatView::answer(Turn turn) {
+    AppSession& session = with_.session;
+    if (turn.provider == Provider::local) {
+        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localPatience)) {
+            co_await with_.local.runDirectLocal(turn.prompt);
+            const QString last = session.messages().empty() ? QString() : session.messages().back().content;
+            co_return TurnEnd{session.lastError().has_value(), session.lastError().value_or(last)};
+        }
+    }
+    std::optional<QString> failure;
+    try {
+        const ChatReply reply = co_await complete(turn);
+        if (session.discussionId() != reply.discussionId)
+            session.setDiscussionId(reply.discussionId);
+        say(reply.text);
+        session.setIsStreaming(false);
+        co_return TurnEnd{false, reply.text};
+    } catch (const std::exception& error) {
+        failure = localizedDescription(error);
+    }
+    session.setLastError(failure);
+    say(QStringLiteral("⚠️ ") + *failure);
+    session.setIsStreaming(false);
+    co_return TurnEnd{true, *failure};
+}
+
+Task<ChatReply> ChatView::complete(Turn turn) {
+    CompletionRequest request;
+    request.prompt = turn.prompt;
+    request.provider = turn.provider;
+    request.discussionId = turn.discussionId;
+    if (turn.provider == Provider::local)
+        request.localModel = with_.session.selectedLocalModel();
+    else
+        request.cloudModel = with_.session.selectedCloudModel();
+    const APIService api(with_.http, with_.config, turn.token, {});
+    co_return co_await api.complete(request);
+}
+
+void ChatView::say(const QString& text) {
+    with_.session.appendMessage(ChatMessage::make(ChatMessage::Role::assistant, text, with_.clock.now()));
+}
+
+} // namespace vennic

@@ -1,0 +1,82 @@
+#pragma once
+#include "backend/APIService.h"
+#include "backend/DirectLocalChat.h"
+#include "base/Clock.h"
+#include "core/AppSession.h"
+
+#include <QObject>
+
+#include <vector>
+
+namespace vennic {
+
+/// The conversation's input: turns a draft into a message, decides who answers, and files the answer. One turn at a
+/// time in the whole session. It outlives what shows it, and so do its turns. Main thread only.
+class ChatView final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString draft READ draft WRITE setDraft NOTIFY draftChanged)
+    Q_PROPERTY(bool canSend READ canSend NOTIFY canSendChanged)
+    Q_PROPERTY(bool inputFocused READ inputFocused WRITE setInputFocused NOTIFY inputFocusedChanged)
+public:
+    /// All that a turn needs; each outlives the view.
+    struct Surroundings {
+        AppSession& session;
+        VennicHTTP& http;
+        const APIConfig& config;
+        Clock& clock;
+        DirectLocalChat& local;
+    };
+
+    /// How a turn ended: the reply, or the sentence of the failure.
+    struct TurnEnd {
+        bool failed = false;
+        QString text;
+    };
+
+    explicit ChatView(Surroundings surroundings);
+
+    const QString& draft() const { return draft_; }
+    void setDraft(const QString& draft);
+    /// Whether the draft holds more than blanks and no turn runs.
+    bool canSend() const;
+    bool inputFocused() const { return inputFocused_; }
+    void setInputFocused(bool focused);
+
+    /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens.
+    Q_INVOKABLE void send();
+    /// Sends `text` as `send` would a draft, leaving the draft alone, and waits for the turn's end. None when there
+    /// is nothing to send or a turn runs. A cancelled wait leaves the turn running.
+    Task<std::optional<TurnEnd>> ask(QString text);
+    /// Forgets the conversation and gives the input the focus.
+    Q_INVOKABLE void newConversation();
+
+Q_SIGNALS:
+    void draftChanged();
+    void canSendChanged();
+    void inputFocusedChanged();
+
+private:
+    /// What a turn keeps of the moment when it was sent.
+    struct Turn {
+        QString prompt;
+        std::optional<SecretText> token;
+        Provider provider = Provider::openai;
+        std::optional<qint64> discussionId;
+    };
+    class Waiter;
+
+    /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
+    bool begin(const QString& text);
+    Task<> run(Turn turn);
+    Task<TurnEnd> answer(Turn turn);
+    Task<ChatReply> complete(Turn turn);
+    void say(const QString& text);
+
+    Surroundings with_;
+    QString draft_;
+    bool inputFocused_ = false;
+    std::vector<Event<TurnEnd>*> waiting_; // for the end of the turn that runs
+    Scope jobs_;
+};
+
+} // namespace vennic

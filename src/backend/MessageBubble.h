@@ -1,0 +1,28 @@
+#pragma once
+#include "core/Models.h"
+
+#include <QUrl>
+
+#include <functional>
+
+namespace vennic {
+
+/// How one message of the conversation is shown, and what its links do.
+namespace MessageBubble {
+
+/// The message as rich text (the subset of HTML that Qt reads). A user's text stands as it is; an assistant's shows its
+/// inline Markdown, line by line. Nothing in it loads anything.
+QString renderedContent(const ChatMessage& message);
+/// The message as a person or a screen reader would read it aloud.
+QString plainContent(const ChatMessage& message);
+
+/// What a click on a link may do.
+struct LinkActions {
+    std::function<void(const QString& id)> openDocument; // a handle of the document cache
+    std::function<void(const QString& percentEncodedIdentifier)> openPhoto;
+};
+/// Follows a link of the program's own. False for any other, which is the system's to open.
+bool handleURL(const QUrl& url, const LinkActions& actions);
+
+} // namespace MessageBubble
+} // namespace vennic

@@ -1,0 +1,30 @@
+#include "linux/FolderFault.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace vennic {
+
+QString folderFault(int error) {
+    switch (error) {
+    case ENOENT:
+        return QStringLiteral("ce dossier n'existe pas");
+    case ENOTDIR:
+        return QStringLiteral("ce n'est pas un dossier");
+    case EACCES:
+    case EPERM:
+        return QStringLiteral("vous n'avez pas l'autorisation d'y accéder");
+    case ELOOP:
+        return QStringLiteral("ses liens symboliques ne mènent nulle part");
+    case ENAMETOOLONG:
+        return QStringLiteral("son chemin est trop long");
+    case EIO:
+        return QStringLiteral("le disque a signalé une erreur");
+    case EINVAL:
+        return QStringLiteral("son chemin n'est pas valable");
+    default:
+        return QString::fromLocal8Bit(strerror(error));
+    }
+}
+
+} // namespace vennic

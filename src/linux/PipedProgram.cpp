@@ -1,0 +1,227 @@
+#include "linux/PipedProgram.h"
+
+#include "linux/GlibOwned.h"
+#include "linux/ProgramOfTheUser.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vennic {
+
+namespace {
+
+constexpr std::size_t chunk = std::size_t{64} << 10;
+constexpr int politeMilliseconds = 500;
+constexpr int killMilliseconds = 2000; // a process that the kernel itself holds up is left behind
+
+/// Writes without the SIGPIPE by which a reader that has gone would end this process.
+ssize_t writeQuietly(int descriptor, const char* data, std::size_t size) {
+    sigset_t pipe;
+    sigset_t before;
+    sigset_t pending;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    sigpending(&pending);
+    pthread_sigmask(SIG_BLOCK, &pipe, &before);
+    const ssize_t written = ::write(descriptor, data, size);
+    const int error = errno;
+    if (written < 0 && error == EPIPE && sigismember(&pending, SIGPIPE) == 0) {
+        const timespec now{};
+        while (sigtimedwait(&pipe, nullptr, &now) < 0 && errno == EINTR) {
+        }
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = error;
+    return written;
+}
+
+QString reasonOf(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
+
+bool isForLater(int error) { return error == EAGAIN || error == EINTR; }
+
+void neverBlock(int descriptor) { ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK); }
+
+bool isReadable(int descriptor, int milliseconds) {
+    pollfd waited{descriptor, POLLIN, 0};
+    int ready = 0;
+    do
+        ready = ::poll(&waited, 1, milliseconds);
+    while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
+GlibTexts environmentForTheUser() {
+    gchar** environment = g_get_environ();
+    for (const char* const* name = variablesOfThisProcess(); *name != nullptr; ++name)
+        environment = g_environ_unsetenv(environment, *name);
+    return GlibTexts(environment);
+}
+
+/// A descriptor that becomes readable when somebody asks to stop.
+class StopDescriptor {
+public:
+    explicit StopDescriptor(std::stop_token stop)
+        : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), onStop_(std::move(stop), Tell{descriptor_.number()}) {}
+    int number() const { return descriptor_.number(); }
+
+private:
+    struct Tell {
+        int descriptor;
+        void operator()() const {
+            const std::uint64_t one = 1;
+            [[maybe_unused]] const ssize_t written = ::write(descriptor, &one, sizeof one);
+        }
+    };
+    FileDescriptor descriptor_;
+    std::stop_callback<Tell> onStop_;
+};
+
+} // namespace
+
+PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments, std::optional<QByteArray> input)
+    : input_(std::move(input).value_or(QByteArray())) {
+    std::vector<QByteArray> words{QFile::encodeName(executable)};
+    for (const QString& argument : arguments) {
+        if (argument.contains(QChar::Null))
+            throw LocalizedError(QStringLiteral("Un argument contient un caractère nul, ce que le système refuse."));
+        words.push_back(argument.toUtf8());
+    }
+    std::vector<const gchar*> given;
+    for (const QByteArray& word : words)
+        given.push_back(word.constData());
+    given.push_back(nullptr);
+    const gchar* const home = g_get_home_dir();
+    int toInput = -1;
+    int fromOutput = -1;
+    int fromError = -1;
+    GError* error = nullptr;
+    const auto started = g_spawn_async_with_pipes_and_fds(
+        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(),
+        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES), becomeProgramOfTheUser, nullptr, -1, -1, -1,
+        nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr, &fromOutput, &fromError, &error);
+    if (started == FALSE)
+        raiseGlibError(error);
+    inputPipe_ = FileDescriptor(toInput);
+    output_.pipe = FileDescriptor(fromOutput);
+    error_.pipe = FileDescriptor(fromError);
+    for (const int pipe : {toInput, fromOutput, fromError})
+        neverBlock(pipe);
+    process_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+    if (!process_.isOpen()) {
+        const QString words = reasonOf(errno);
+        ::kill(-pid_, SIGKILL);
+        ended();
+        throw LocalizedError(words);
+    }
+}
+
+PipedProgram::~PipedProgram() {
+    if (pid_ != 0)
+        end();
+}
+
+PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop) {
+    const StopDescriptor stopped(std::move(stop));
+    while (true) {
+        // A closed one has the number -1, which poll leaves out.
+        std::array<pollfd, 5> waited{{{stopped.number(), POLLIN, 0},
+                                      {process_.number(), POLLIN, 0},
+                                      {inputPipe_.number(), POLLOUT, 0},
+                                      {output_.pipe.number(), POLLIN, 0},
+                                      {error_.pipe.number(), POLLIN, 0}}};
+        if (::poll(waited.data(), waited.size(), -1) < 0) {
+            if (errno != EINTR)
+                throw LocalizedError(reasonOf(errno));
+            continue;
+        }
+        const auto isReady = [&](std::size_t which) { return waited.at(which).revents != 0; };
+        if (isReady(0)) {
+            end();
+            return End::stopped;
+        }
+        const bool hasEnded = isReady(1); // asked before its pipes are read, so that nothing is left in them
+        if (isReady(2))
+            writeSome();
+        if (isReady(3))
+            readSome(output_);
+        if (isReady(4))
+            readSome(error_);
+        if (hasEnded) {
+            readWhatIsLeft(output_);
+            readWhatIsLeft(error_);
+        }
+        if (output_.text.size() > mostOutput || error_.text.size() > mostOutput) {
+            end();
+            return End::tooMuch;
+        }
+        if (hasEnded)
+            return ended();
+    }
+}
+
+void PipedProgram::writeSome() {
+    if (written_ < input_.size()) {
+        const auto size = std::min<std::size_t>(chunk, static_cast<std::size_t>(input_.size() - written_));
+        const ssize_t count = writeQuietly(inputPipe_.number(), input_.constData() + written_, size);
+        if (count < 0 && isForLater(errno))
+            return;
+        // Who reads no further doesn't have to.
+        written_ = count < 0 ? input_.size() : written_ + count;
+    }
+    if (written_ == input_.size())
+        inputPipe_ = FileDescriptor();
+}
+
+void PipedProgram::readSome(Output& from) {
+    std::array<char, chunk> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills what is used
+    const ssize_t count = ::read(from.pipe.number(), bytes.data(), bytes.size());
+    if (count > 0)
+        from.text.append(bytes.data(), count);
+    else if (count == 0 || !isForLater(errno))
+        from.pipe = FileDescriptor();
+}
+
+void PipedProgram::readWhatIsLeft(Output& from) {
+    // What the program wrote before its end fits into the pipe; whoever else holds it may write without an end.
+    const qsizetype most = from.text.size() + std::max(::fcntl(from.pipe.number(), F_GETPIPE_SZ), 0);
+    qsizetype before = -1;
+    while (from.pipe.isOpen() && from.text.size() < most && from.text.size() != before) {
+        before = from.text.size();
+        readSome(from);
+    }
+}
+
+PipedProgram::End PipedProgram::ended() {
+    siginfo_t about{};
+    while (::waitid(P_PID, static_cast<id_t>(pid_), &about, WEXITED) < 0 && errno == EINTR) {
+    }
+    pid_ = 0;
+    number_ = about.si_status;
+    return about.si_code == CLD_EXITED ? End::exited : End::signalled;
+}
+
+void PipedProgram::end() {
+    // Until it is waited for, its number and its group's belong to nobody else.
+    ::kill(-pid_, SIGTERM);
+    isReadable(process_.number(), politeMilliseconds);
+    ::kill(-pid_, SIGKILL);
+    if (isReadable(process_.number(), killMilliseconds))
+        ended();
+    pid_ = 0;
+}
+
+} // namespace vennic

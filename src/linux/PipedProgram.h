@@ -1,0 +1,63 @@
+#pragma once
+#include "linux/FileDescriptor.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+#include <optional>
+#include <stop_token>
+#include <sys/types.h>
+
+namespace vennic {
+
+/// A program that runs for the user (see ProgramOfTheUser.h), in the home folder, with pipes as its standard streams,
+/// all of which are served while it runs. Gone with this object.
+class PipedProgram {
+public:
+    enum class End {
+        exited,    // `number` is the exit status
+        signalled, // `number` is the signal's
+        stopped,   // `stop` asked for it
+        tooMuch,   // it wrote more than `mostOutput` bytes on one of its streams
+    };
+
+    /// Starts it. `executable` is an absolute path; an absent `input` is /dev/null. Raises LocalizedError in the
+    /// platform's own words.
+    PipedProgram(const QString& executable, const QStringList& arguments, std::optional<QByteArray> input);
+    ~PipedProgram();
+    PipedProgram(const PipedProgram&) = delete;
+    PipedProgram& operator=(const PipedProgram&) = delete;
+
+    /// Blocks until the program has ended; once. Where it doesn't end by itself, its whole process group is asked to
+    /// end (SIGTERM), and half a second later made to (SIGKILL).
+    ///
+    /// What the program leaves behind may hold the pipes open for as long as it likes; it isn't waited for.
+    End await(qsizetype mostOutput, std::stop_token stop);
+
+    int number() const { return number_; }
+    const QByteArray& output() const { return output_.text; }
+    const QByteArray& error() const { return error_.text; }
+
+private:
+    struct Output {
+        FileDescriptor pipe;
+        QByteArray text;
+    };
+
+    void writeSome();
+    static void readSome(Output& from);
+    static void readWhatIsLeft(Output& from);
+    End ended();
+    void end();
+
+    pid_t pid_ = 0;          // 0 once it has been waited for
+    FileDescriptor process_; // readable once the program has ended
+    FileDescriptor inputPipe_;
+    QByteArray input_;
+    qsizetype written_ = 0;
+    Output output_;
+    Output error_;
+    int number_ = 0;
+};
+
+} // namespace vennic

@@ -1,0 +1,51 @@
+#include "linux/dialog/DialogRequest.h"
+
+#include "base/Json.h"
+
+#include <QJsonDocument>
+
+namespace vennic {
+
+namespace {
+constexpr auto titleKey = QLatin1String("title");
+constexpr auto textKey = QLatin1String("text");
+constexpr auto acceptKey = QLatin1String("accept");
+constexpr auto refuseKey = QLatin1String("refuse");
+constexpr auto warningKey = QLatin1String("warning");
+} // namespace
+
+DialogRequest DialogRequest::ofQuestion(const DialogQuestion& question) {
+    return {.question = question, .isWarning = false};
+}
+
+DialogRequest DialogRequest::ofWarning(const QString& title, const QString& informativeText) {
+    return {
+        .question = {.title = title, .informativeText = informativeText, .accept = QStringLiteral("OK"), .refuse = {}},
+        .isWarning = true};
+}
+
+QByteArray encoded(const DialogRequest& request) {
+    const QJsonObject object{{titleKey, request.question.title},
+                             {textKey, request.question.informativeText},
+                             {acceptKey, request.question.accept},
+                             {refuseKey, request.question.refuse},
+                             {warningKey, request.isWarning}};
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+std::optional<DialogRequest> decodedDialogRequest(const QByteArray& json) {
+    if (json.size() > DialogRequest::mostBytes)
+        return std::nullopt;
+    try {
+        const QJsonObject object = parseJsonObject(json);
+        return DialogRequest{.question = {.title = requiredString(object, titleKey),
+                                          .informativeText = requiredString(object, textKey),
+                                          .accept = requiredString(object, acceptKey),
+                                          .refuse = requiredString(object, refuseKey)},
+                             .isWarning = requiredBoolean(object, warningKey)};
+    } catch (const DecodingError&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace vennic

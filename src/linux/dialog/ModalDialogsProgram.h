@@ -1,0 +1,24 @@
+#pragma once
+#include "linux/dialog/DialogRequest.h"
+#include "ports/ModalDialogs.h"
+
+namespace vennic {
+
+/// Dialogs shown by a small program of our own, which is started for each and ends with it. It goes with the client.
+class ModalDialogsProgram final : public ModalDialogs {
+public:
+    /// Absolute path of vennic-dialog.
+    explicit ModalDialogsProgram(QString executable) : executable_(std::move(executable)) {}
+
+    /// By the environment, as all programs of the desktop do.
+    bool hasScreen() const override;
+    Task<DialogAnswer> ask(DialogQuestion question) override;
+    Task<> warn(QString title, QString informativeText) override;
+
+private:
+    Task<DialogExit> show(DialogRequest request) const;
+
+    QString executable_;
+};
+
+} // namespace vennic

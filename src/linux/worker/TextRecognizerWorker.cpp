@@ -1,0 +1,51 @@
+#include "linux/worker/TextRecognizerWorker.h"
+
+#include "base/RecognitionLanguage.h"
+#include "linux/worker/AnswerRecord.h"
+#include "linux/worker/WorkerLane.h"
+
+namespace vennic {
+namespace {
+
+RecognizedText recognized(const WorkerProcess::Reply& reply) {
+    RecognizedText result{QString::fromUtf8(reply.body), {}};
+    for (const RecognitionLanguage& language : recognitionLanguages)
+        result.languages.append(QString::fromLatin1(language.tag));
+    return result;
+}
+
+OpenedDocument opened(wire::Form form, const QString& path) {
+    return OpenedDocument(path, wire::ceilingsOf(form).fileBytes);
+}
+
+class PdfPagesWorker final : public PdfPages {
+public:
+    PdfPagesWorker(std::shared_ptr<WorkerLane> pictures, const QString& path)
+        : pictures_(std::move(pictures)), document_(opened(wire::Form::pdfPages, path)),
+          count_(recordOf<wire::PageCount>(ask(wire::Form::pdfPages, 0).body).value().pages) {}
+
+    qint64 count() const override { return count_; }
+    QString text(qint64 page) override { return QString::fromUtf8(ask(wire::Form::pdfPageText, page).body); }
+    RecognizedText recognize(qint64 page) override { return recognized(ask(wire::Form::pdfPageScan, page)); }
+
+private:
+    WorkerProcess::Reply ask(wire::Form form, qint64 page) const {
+        return pictures_->ask(form, {.page = static_cast<std::uint32_t>(page)}, document_);
+    }
+
+    std::shared_ptr<WorkerLane> pictures_;
+    OpenedDocument document_;
+    qint64 count_;
+};
+
+} // namespace
+
+RecognizedText TextRecognizerWorker::image(const QString& path) {
+    return recognized(pictures_->ask(wire::Form::imageText, {}, opened(wire::Form::imageText, path)));
+}
+
+std::unique_ptr<PdfPages> TextRecognizerWorker::openPdf(const QString& path) {
+    return std::make_unique<PdfPagesWorker>(pictures_, path);
+}
+
+} // namespace vennic

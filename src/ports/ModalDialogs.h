@@ -1,0 +1,36 @@
+#pragma once
+#include "base/Task.h"
+
+#include <QString>
+
+namespace vennic {
+
+/// A question with two answers. All of it is plain text.
+struct DialogQuestion {
+    QString title;
+    QString informativeText;
+    QString accept; // the words of the two buttons
+    QString refuse;
+    bool operator==(const DialogQuestion&) const = default;
+};
+
+enum class DialogAnswer {
+    accepted,
+    refused, // closing the dialog refuses too
+    none,    // nobody could be asked
+};
+
+/// Dialogs that the user has to close before they go on. Main thread.
+class ModalDialogs {
+public:
+    virtual ~ModalDialogs() = default;
+    /// Whether there is somebody to see a dialog.
+    virtual bool hasScreen() const = 0;
+    /// Waits for the answer, however long it takes. Cancelling takes the dialog away.
+    virtual Task<DialogAnswer> ask(DialogQuestion question) = 0;
+    /// A warning, plain text; ends when the user has closed it. Without a screen it goes to standard error and ends at
+    /// once.
+    virtual Task<> warn(QString title, QString informativeText) = 0;
+};
+
+} // namespace vennic

@@ -1,0 +1,158 @@
+#include "Bridge/EscapeWorld.h"
+
+#include "linux/FileSystemPosix.h"
+#include "linux/FileTypesShared.h"
+#include "linux/FolderBookmarksInode.h"
+#include "linux/worker/OpenedDocument.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace vennic::test {
+
+namespace {
+
+/// Opens documents as the program does and reads their bytes as they are, like a document process without a box.
+class OpeningReader final : public DocumentReader {
+public:
+    DocumentText plainText(const QString& path, qint64 maxChars) override {
+        const OpenedDocument document(path, 1'000'000);
+        QByteArray bytes(64, '\0'); // enough to tell what it is
+        const ssize_t got = ::read(document.descriptor(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+        if (got < 0)
+            throw DocumentReadError(DocumentFault::unreadable, QStringLiteral("Illisible."));
+        const QString text = QString::fromUtf8(bytes.first(got));
+        return {text.left(maxChars), text.size() > maxChars, document.size()};
+    }
+    DocumentText rtf(const QString& path, qint64 maxChars) override { return plainText(path, maxChars); }
+    DocumentText pdf(const QString& path, qint64 maxChars) override { return plainText(path, maxChars); }
+};
+
+void require(bool held, const char* what) {
+    if (!held)
+        throw std::runtime_error(what);
+}
+
+void makeFolder(const QString& path) { require(QDir().mkpath(path), "mkpath"); }
+
+void write(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(), "write");
+}
+
+void link(const QString& target, const QString& path) {
+    require(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0, "symlink");
+}
+
+void bindSocket(const QString& folder, const char* name) {
+    const FileDescriptor open(::open(QFile::encodeName(folder).constData(), O_PATH | O_CLOEXEC));
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    // By way of the descriptor, since the address of a socket is short.
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", open.number(), name);
+    require(::bind(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "bind");
+}
+
+} // namespace
+
+EscapeWorld::EscapeWorld()
+    : bookmarks(std::make_shared<FolderBookmarksInode>([this](const FolderIdentity&) { return movedTo; },
+                                                       [] { return FolderBookmarksInode::Moment::clock::now(); })),
+      files(std::make_shared<FileSystemPosix>()), grants(world.store, *bookmarks, *files, world.clock) {
+    layOutFiles();
+    layOutLinks();
+    layOutWhatIsNoFile();
+    grant = grants.add(FileURL{at("grant")});
+    BridgeService::Surroundings surroundings = world.surroundings;
+    surroundings.bookmarks = bookmarks;
+    surroundings.files = files;
+    surroundings.types = std::make_shared<FileTypesShared>();
+    surroundings.reader = std::make_shared<OpeningReader>();
+    service = std::make_unique<BridgeService>(surroundings);
+    service->start(SecretText("token"));
+}
+
+EscapeWorld::~EscapeWorld() { service->stop(); }
+
+void EscapeWorld::layOutFiles() {
+    for (const char* folder : {"grant/inner", "grant/Reçus", "grant/folder.txt", "grant/-rf", "grant/a\nb", "grant/..x",
+                               "grant/...", "grant/.hidden", "grantor", "grant-old", "Grant", "outside"})
+        makeFolder(at(folder));
+    makeFolder(at("grant/") + QString(255, u'd'));
+    for (const char* name : {"plain.txt", "inner/deep.txt", "été.txt", "nfd-e\u0301.txt", "a\nb.txt", "-rf.txt",
+                             " .txt", "%2f.txt", "$(reboot).txt", "\u202etxt.txt", "\u200b.txt", "a\\b.txt",
+                             "'\"`;.txt", ".hidden/x.txt", "..x/x.txt", "Reçus/edf.txt"})
+        write(at("grant/") + QString::fromUtf8(name), "shared");
+    write(at("grant/") + QString(251, u'n') + QStringLiteral(".txt"), "shared");
+    for (const char* path : {"grantor/near.txt", "grant-old/near.txt", "grant.txt", "Grant/plain.txt",
+                             "outside/secret.txt", "outside/hard.txt"})
+        write(at(path), "secret");
+}
+
+void EscapeWorld::layOutLinks() {
+    const QString secret = QStringLiteral("../outside/secret.txt");
+    link(secret, at("grant/link.txt"));
+    link(at("outside/secret.txt"), at("grant/absolute.txt"));
+    link(QStringLiteral("../outside"), at("grant/dir"));
+    link(QStringLiteral("."), at("grant/self"));
+    link(QStringLiteral(".."), at("grant/up"));
+    link(at("grant"), at("outside/back"));
+    link(QStringLiteral("loop.txt"), at("grant/loop.txt"));
+    link(QStringLiteral("nothing"), at("grant/dangling.txt"));
+    // Links to links: the kernel follows 40.
+    link(secret, at("grant/chain0.txt"));
+    link(QStringLiteral("inner"), at("grant/hop0"));
+    for (int step = 1; step < 50; ++step) {
+        link(QStringLiteral("chain%1.txt").arg(step - 1), at("grant/chain%1.txt").arg(step));
+        link(QStringLiteral("hop%1").arg(step - 1), at("grant/hop%1").arg(step));
+    }
+    for (const auto& [from, to] :
+         {std::pair("outside/hard.txt", "grant/hard.txt"), std::pair("grant/plain.txt", "outside/hard-back.txt")})
+        require(::link(QFile::encodeName(at(from)).constData(), QFile::encodeName(at(to)).constData()) == 0, "link");
+}
+
+void EscapeWorld::layOutWhatIsNoFile() {
+    require(::mkfifo(QFile::encodeName(at("grant/pipe.txt")).constData(), 0600) == 0, "mkfifo");
+    bindSocket(at("grant"), "socket.txt");
+    for (const char* device : {"zero", "null", "random", "tty", "full", "stdin"})
+        link(QStringLiteral("/dev/%1").arg(QLatin1String(device)), at("grant/%1.txt").arg(QLatin1String(device)));
+    link(QStringLiteral("/proc/self/root"), at("grant/magic"));
+    link(QStringLiteral("/proc/self/cwd"), at("grant/cwd"));
+    link(QStringLiteral("/proc/self/fd/0"), at("grant/descriptor.txt"));
+    link(QStringLiteral("/proc/self/exe"), at("grant/program.txt"));
+}
+
+QString EscapeWorld::handleOf(const QString& path) {
+    const QString id = QStringLiteral("H-%1").arg(++handles_);
+    service->idCache().put(id, FileURL{path});
+    return id;
+}
+
+QJsonObject EscapeWorld::answer(const char* kind, const QJsonObject& args) {
+    const std::size_t before = world.backend.updates.size();
+    const QByteArray task =
+        taskJson(kind, QJsonDocument(args).toJson(QJsonDocument::Compact), QByteArray::number(++asked_));
+    if (!waitUntil([&] { return world.backend.openPolls() == 1; }))
+        throw std::runtime_error("the bridge doesn't poll");
+    world.backend.answerPoll(200, task);
+    if (!waitUntil([&] { return world.backend.updates.size() > before; }))
+        throw std::runtime_error("the bridge doesn't answer");
+    return world.backend.updates.back().body;
+}
+
+std::string shownPath(const QString& path) {
+    return QJsonDocument(QJsonArray{path.left(300)}).toJson(QJsonDocument::Compact).toStdString();
+}
+
+} // namespace vennic::test

@@ -1,0 +1,93 @@
+#include "app/Doctor.h"
+
+#include "app/ClientWorld.h"
+#include "fakes/InstanceFake.h"
+
+#include <QJsonArray>
+
+using namespace vennic;
+
+namespace {
+
+struct DoctorTest : test::ClientWorld {
+    DoctorTest() {
+        deploy(R"({"backend_url":"https://api.vennic.test","backend_domain":"vennic.test",
+        "api_host":"api.vennic.test","pairing_page":"https://vennic.test/p","package_manager_site":"https://p.test"})");
+    }
+    void deploy(const QByteArray& json) {
+        QFile file(paths.resources + QStringLiteral("/deployment.json"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(json);
+    }
+    QJsonObject check(const CommandAnswer& answer, const QString& name) {
+        for (const auto& each : answer.data[QLatin1String("checks")].toArray()) {
+            if (each[QLatin1String("name")] == name)
+                return each.toObject();
+        }
+        return {};
+    }
+    QString verdict(const QString& name) {
+        return check(examine(paths, instance), name)[QLatin1String("verdict")].toString();
+    }
+
+    test::InstanceFake instance;
+};
+
+} // namespace
+
+TEST_F(DoctorTest, aSoundInstallationIsDoneAndEachCheckHasItsLine) {
+    const CommandAnswer answer = examine(paths, instance);
+    EXPECT_EQ(answer.status, ExitStatus::done) << answer.text.toStdString();
+    const QJsonArray checks = answer.data[QLatin1String("checks")].toArray();
+    EXPECT_EQ(checks.size(), 14);
+    for (const auto& each : checks) {
+        const QString line =
+            QStringLiteral(" %1 : %2")
+                .arg(each[QLatin1String("name")].toString(), each[QLatin1String("finding")].toString());
+        EXPECT_TRUE(answer.text.contains(line)) << line.toStdString();
+        if (each[QLatin1String("verdict")] != QLatin1String("ok")) {
+            EXPECT_TRUE(answer.text.contains(QStringLiteral("    ") + each[QLatin1String("remedy")].toString()));
+        }
+    }
+    EXPECT_EQ(check(answer, QStringLiteral("Réglages du déploiement"))[QLatin1String("finding")],
+              QStringLiteral("https://api.vennic.test"));
+    EXPECT_EQ(check(answer, QStringLiteral("Lecteur de documents"))[QLatin1String("verdict")], QStringLiteral("ok"));
+}
+
+TEST_F(DoctorTest, withoutDeploymentSettingsItFailsAndNamesTheFile) {
+    ASSERT_TRUE(QFile::remove(paths.resources + QStringLiteral("/deployment.json")));
+    const CommandAnswer answer = examine(paths, instance);
+    EXPECT_EQ(answer.status, ExitStatus::failed);
+    const QJsonObject found = check(answer, QStringLiteral("Réglages du déploiement"));
+    EXPECT_EQ(found[QLatin1String("verdict")], QStringLiteral("bad"));
+    EXPECT_TRUE(found[QLatin1String("finding")].toString().contains(QStringLiteral("deployment.json")));
+}
+
+TEST_F(DoctorTest, withoutAPinnedRootItFails) {
+    ASSERT_TRUE(QFile::remove(paths.resources + QStringLiteral("/pinned-roots.pem")));
+    const CommandAnswer answer = examine(paths, instance);
+    EXPECT_EQ(answer.status, ExitStatus::failed);
+    EXPECT_EQ(check(answer, QStringLiteral("Racines du backend"))[QLatin1String("verdict")], QStringLiteral("bad"));
+}
+
+TEST_F(DoctorTest, withoutTheDocumentProcessItFailsAndSaysWhatToDo) {
+    paths.programs = root.filePath(QStringLiteral("nulle-part"));
+    const CommandAnswer answer = examine(paths, instance);
+    EXPECT_EQ(answer.status, ExitStatus::failed);
+    const QJsonObject found = check(answer, QStringLiteral("Lecteur de documents"));
+    EXPECT_EQ(found[QLatin1String("verdict")], QStringLiteral("bad"));
+    EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(QStringLiteral("vennic-worker")));
+}
+
+TEST_F(DoctorTest, withoutBusesTheKeyringAndTheUsersPresenceAreLimitedNotMissing) {
+    EXPECT_EQ(verdict(QStringLiteral("Trousseau")), QStringLiteral("limited"));
+    EXPECT_EQ(verdict(QStringLiteral("Présence de l'utilisateur")), QStringLiteral("limited"));
+}
+
+TEST_F(DoctorTest, theRunningClientIsAskedAndItsSilenceIsAFault) {
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("limited"));
+    instance.answer = encodeCommandAnswer({});
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("ok"));
+    instance.silent = true;
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("bad"));
+}

@@ -1,0 +1,130 @@
+#include "linux/dialog/ModalDialogsProgram.h"
+
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <gtest/gtest.h>
+
+using namespace vennic;
+using namespace vennic::test;
+
+namespace {
+
+class ModalDialogsProgramTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        qputenv("DISPLAY", ":7");
+        qunsetenv("WAYLAND_DISPLAY");
+    }
+    /// A stand-in for the program, which keeps what it is told.
+    ModalDialogsProgram program(const QByteArray& script) {
+        QFile file(folder_.filePath(QStringLiteral("dialog")));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\ncat >" + told().toUtf8() + "\n" + script + "\n");
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return ModalDialogsProgram(file.fileName());
+    }
+    QString told() const { return folder_.filePath(QStringLiteral("told")); }
+    std::optional<DialogRequest> request() const {
+        QFile file(told());
+        return file.open(QIODevice::ReadOnly) ? decodedDialogRequest(file.readAll()) : std::nullopt;
+    }
+    DialogAnswer answerOf(const QByteArray& script) {
+        ModalDialogsProgram dialogs = program(script);
+        return await(dialogs.ask(question));
+    }
+
+    const DialogQuestion question{QStringLiteral("« Titre »"), QStringLiteral("<b>Texte</b>\n\"à\" lire"),
+                                  QStringLiteral("Oui"), QStringLiteral("Non")};
+    QTemporaryDir folder_;
+};
+
+} // namespace
+
+TEST_F(ModalDialogsProgramTest, theProgramIsToldTheQuestionAndItsEndIsTheAnswer) {
+    EXPECT_EQ(answerOf("exit 10"), DialogAnswer::accepted);
+    EXPECT_EQ(request(), DialogRequest::ofQuestion(question));
+    EXPECT_EQ(answerOf("exit 11"), DialogAnswer::refused);
+}
+
+TEST_F(ModalDialogsProgramTest, anyOtherEndMeansThatNobodyWasAsked) {
+    for (const char* script : {"exit 0", "exit 1", "exit 12", "kill -ABRT $$", "kill -KILL $$", "exit 255"})
+        EXPECT_EQ(answerOf(script), DialogAnswer::none) << script;
+    ModalDialogsProgram absent(QStringLiteral("/nulle/part"));
+    EXPECT_EQ(await(absent.ask(question)), DialogAnswer::none);
+}
+
+TEST_F(ModalDialogsProgramTest, aProgramThatDoesNotListenIsAnsweredToo) {
+    ModalDialogsProgram dialogs = program({});
+    QFile file(folder_.filePath(QStringLiteral("dialog")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("#!/bin/sh\nexec 0<&-\nexit 10\n");
+    file.close();
+    DialogQuestion large = question;
+    large.informativeText = QString(60'000, u'x');
+    EXPECT_EQ(await(dialogs.ask(large)), DialogAnswer::accepted);
+}
+
+TEST_F(ModalDialogsProgramTest, withoutAScreenNothingIsStarted) {
+    ModalDialogsProgram dialogs = program("exit 10");
+    qunsetenv("DISPLAY");
+    EXPECT_FALSE(dialogs.hasScreen());
+    EXPECT_EQ(await(dialogs.ask(question)), DialogAnswer::none);
+    EXPECT_FALSE(QFile::exists(told()));
+    qputenv("DISPLAY", "");
+    EXPECT_FALSE(dialogs.hasScreen());
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
+    EXPECT_TRUE(dialogs.hasScreen());
+}
+
+TEST_F(ModalDialogsProgramTest, aWarningIsShownOrElseSaidOnStandardError) {
+    ModalDialogsProgram dialogs = program("exit 10");
+    ::testing::internal::CaptureStderr();
+    await(dialogs.warn(QStringLiteral("Photo"), QStringLiteral("Introuvable.")));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(request(), DialogRequest::ofWarning(QStringLiteral("Photo"), QStringLiteral("Introuvable.")));
+    qunsetenv("DISPLAY");
+    ::testing::internal::CaptureStderr();
+    await(dialogs.warn(QStringLiteral("Photo"), QStringLiteral("Introuvable.")));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Photo : Introuvable.\n");
+    qputenv("DISPLAY", ":7");
+    ModalDialogsProgram broken = program("kill -ABRT $$");
+    ::testing::internal::CaptureStderr();
+    await(broken.warn(QStringLiteral("Photo"), QStringLiteral("Introuvable.")));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Photo : Introuvable.\n");
+}
+
+TEST_F(ModalDialogsProgramTest, whoWaitsNoMoreTakesTheDialogAway) {
+    ModalDialogsProgram dialogs =
+        program("echo $$ >" + folder_.filePath(QStringLiteral("pid")).toUtf8() + ".new; mv \"$0\" \"$0.gone\"; mv " +
+                folder_.filePath(QStringLiteral("pid")).toUtf8() + ".new " +
+                folder_.filePath(QStringLiteral("pid")).toUtf8() + "; exec sleep 600");
+    Scope scope;
+    struct Waiting {
+        static Task<> on(ModalDialogsProgram* dialogs, DialogQuestion question) { co_await dialogs->ask(question); }
+    };
+    Job job = scope.start(Waiting::on(&dialogs, question));
+    QFile pid(folder_.filePath(QStringLiteral("pid")));
+    ASSERT_TRUE(waitUntil([&] { return pid.exists(); }));
+    ASSERT_TRUE(pid.open(QIODevice::ReadOnly));
+    const auto process = static_cast<pid_t>(pid.readAll().trimmed().toInt());
+    EXPECT_EQ(kill(process, 0), 0);
+    job.cancel();
+    EXPECT_TRUE(waitUntil([&] { return scope.size() == 0; }));
+    EXPECT_EQ(kill(process, 0), -1);
+}
+
+TEST(DialogRequest, onlyAWholeRequestOfAModestSizeIsTaken) {
+    const DialogRequest request = DialogRequest::ofWarning(QStringLiteral("Photo"), QStringLiteral("Perdue."));
+    const QByteArray json = encoded(request);
+    EXPECT_EQ(decodedDialogRequest(json), request);
+    for (const QByteArray& bytes : {QByteArray(), QByteArray("{}"), QByteArray("[]"), json.chopped(1),
+                                    QByteArray(R"({"title":1,"text":"","accept":"","refuse":"","warning":true})"),
+                                    QByteArray(R"({"title":"","text":"","accept":"","refuse":"","warning":"yes"})"),
+                                    QByteArray(DialogRequest::mostBytes, ' ') + json})
+        EXPECT_FALSE(decodedDialogRequest(bytes)) << bytes.left(80).toStdString();
+}

@@ -1,0 +1,164 @@
+#include "localllm/LocalLLMCatalog.h"
+
+#include "fakes/HttpTransportFake.h"
+#include "fakes/KeyValueStoreFake.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace vennic {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Says a size and remembers what was removed, or refuses to.
+class FolderUsageFake final : public FolderUsage {
+public:
+    qint64 bytes = 0;
+    bool refuses = false;
+    QStringList removed;
+    qint64 allocatedBytes(const QString&) override { return bytes; }
+    void removeFolder(const QString& path) override {
+        if (refuses)
+            throw LocalizedError(QStringLiteral("non"));
+        removed.append(path);
+    }
+};
+
+struct LocalLLMCatalogTest : testing::Test {
+    QTemporaryDir home;
+    FolderUsageFake usage;
+
+    void make(const char* path) {
+        ASSERT_TRUE(
+            QDir().mkpath(LocalLLMCatalog::hubFolder(home.path()) + QLatin1Char('/') + QString::fromUtf8(path)));
+    }
+    QSet<QString> ids() { return LocalLLMCatalog::downloadedIds(home.path()); }
+    qint64 remove(const char* id) { return LocalLLMCatalog::deleteDownload(home.path(), QString::fromUtf8(id), usage); }
+};
+
+TEST(LocalLLMModels, areTheFourteenCuratedOnes) {
+    const auto& models = LocalLLMCatalog::models();
+    ASSERT_EQ(models.size(), 14u);
+    EXPECT_EQ(models.front().id, QStringLiteral("mlx-community/Phi-3.5-mini-instruct-4bit"));
+    EXPECT_EQ(models[7],
+              (LocalLLMModel{QStringLiteral("Qwen/Qwen3-14B-MLX-4bit"), QStringLiteral("Qwen3 14B"), 8.0, 10.0, 14,
+                             QStringLiteral("Recommandé pour Mac 24 GB — très bon raisonnement et agents."),
+                             QStringLiteral("Qwen")}));
+    EXPECT_EQ(models.back().displayName, QStringLiteral("Qwen3 32B"));
+    QSet<QString> ids;
+    for (const LocalLLMModel& model : models) {
+        ids.insert(model.id);
+        EXPECT_EQ(LocalLLMCatalog::model(model.id), model);
+    }
+    EXPECT_EQ(ids.size(), 14);
+    EXPECT_EQ(LocalLLMCatalog::model(QStringLiteral("other")), std::nullopt);
+}
+
+TEST_F(LocalLLMCatalogTest, aDownloadWithASnapshotIsListed) {
+    make("models--Qwen--Qwen3-14B-MLX-4bit/snapshots/abc");
+    make("models--a--b--c/snapshots/.hidden");
+    EXPECT_EQ(ids(), (QSet<QString>{QStringLiteral("Qwen/Qwen3-14B-MLX-4bit"), QStringLiteral("a/b/c")}));
+}
+
+TEST_F(LocalLLMCatalogTest, whatHasNoSnapshotOrIsNoModelIsNotListed) {
+    make("models--a--empty/snapshots");
+    make("models--a--none");
+    make("datasets--x/snapshots/abc");
+    EXPECT_TRUE(ids().isEmpty());
+}
+
+TEST_F(LocalLLMCatalogTest, withoutAHubNothingIsListed) { EXPECT_TRUE(ids().isEmpty()); }
+
+TEST_F(LocalLLMCatalogTest, deletingTellsTheBytesThatWereMeasured) {
+    make("models--Qwen--Qwen3-4B/snapshots/abc");
+    usage.bytes = 1234;
+    EXPECT_EQ(remove("Qwen/Qwen3-4B"), 1234);
+    EXPECT_EQ(usage.removed,
+              QStringList{LocalLLMCatalog::hubFolder(home.path()) + QStringLiteral("/models--Qwen--Qwen3-4B")});
+}
+
+TEST_F(LocalLLMCatalogTest, deletingWhatIsNotThereDoesNothing) {
+    usage.bytes = 1234;
+    EXPECT_EQ(remove("Qwen/Qwen3-4B"), 0);
+    EXPECT_TRUE(usage.removed.isEmpty());
+}
+
+TEST_F(LocalLLMCatalogTest, anIdentifierNeverLeadsOutOfTheHub) {
+    make("models--x/snapshots/abc");
+    for (const char* id : {"..", "../..", "../../../..", "/", "", "."}) {
+        remove(id);
+        for (const QString& path : usage.removed)
+            EXPECT_TRUE(
+                QDir::cleanPath(path).startsWith(LocalLLMCatalog::hubFolder(home.path()) + QStringLiteral("/models--")))
+                << id;
+    }
+}
+
+TEST_F(LocalLLMCatalogTest, aRefusedRemovalIsRaised) {
+    make("models--a--b/snapshots/abc");
+    usage.refuses = true;
+    EXPECT_THROW(remove("a/b"), LocalizedError);
+}
+
+struct RemoteCatalogTest : testing::Test {
+    test::KeyValueStoreFake store;
+    test::HttpTransportFake transport;
+    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), std::make_shared<const TrustAnchors>()};
+    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
+                                       .backendDomain = QStringLiteral("vennic.test"),
+                                       .apiHost = QStringLiteral("api.vennic.test"),
+                                       .pairingPage = {},
+                                       .packageManagerSite = {}}};
+    auto fetch() { return test::await(LocalLLMCatalog::fetchRemoteModels(&http, &config)); }
+};
+
+TEST_F(RemoteCatalogTest, theBackendsListStandsInForTheCuratedOne) {
+    transport.answerWith(200, R"({"models":[{"id":"a/b","display_name":"B","size_gb":2,"ram_gb":3.5,
+        "tokens_per_sec":40},{"id":"c","display_name":"C","size_gb":1.5,"ram_gb":2,"tokens_per_sec":4,
+        "description_fr":"Bien.","family":"F"}]})");
+    const auto models = fetch();
+    ASSERT_TRUE(models);
+    EXPECT_EQ(*models,
+              (std::vector<LocalLLMModel>{{QStringLiteral("a/b"), QStringLiteral("B"), 2, 3.5, 40,
+                                           QStringLiteral("Modele MLX curaté par Vennic."), QStringLiteral("Local")},
+                                          {QStringLiteral("c"), QStringLiteral("C"), 1.5, 2, 4, QStringLiteral("Bien."),
+                                           QStringLiteral("F")}}));
+    const HttpRequest& request = transport.requests.at(0);
+    EXPECT_EQ(request.url.toString(), QStringLiteral("https://api.vennic.test/api/v1/local_llm/catalog.json"));
+    EXPECT_EQ(request.headers, (std::vector<HttpHeader>{{"Accept", "application/json"}}));
+    EXPECT_TRUE(request.secretHeaders.empty());
+    EXPECT_EQ(request.timeout, 8s);
+}
+
+TEST_F(RemoteCatalogTest, aBaseThatEndsInTheRootAndASlashAsksTheSame) {
+    for (const char* base : {"https://vennic.test/", "https://vennic.test/api/v1", "https://vennic.test/api/v1/"}) {
+        transport.requests.clear();
+        store.values[QLatin1String("apiBaseURL")] = QString::fromUtf8(base);
+        transport.answerWith(404);
+        EXPECT_FALSE(fetch());
+        EXPECT_EQ(transport.requests.at(0).url.toString(),
+                  QStringLiteral("https://vennic.test/api/v1/local_llm/catalog.json"));
+    }
+}
+
+TEST_F(RemoteCatalogTest, anythingLessThanAListIsNothing) {
+    transport.failWith(TransportFault::timedOut);
+    EXPECT_FALSE(fetch());
+    transport.answerWith(HttpResponse{std::nullopt, {}, R"({"models":[]})"});
+    EXPECT_FALSE(fetch());
+    for (const char* body :
+         {"", "[]", "{}", R"({"models":[]})", R"({"models":[1]})", R"({"models":[{"id":"a"}]})",
+          R"({"models":[{"id":"a","display_name":"A","size_gb":"2","ram_gb":3,"tokens_per_sec":4}]})",
+          R"({"models":[{"id":"a","display_name":"A","size_gb":2,"ram_gb":3,"tokens_per_sec":4.5}]})"}) {
+        transport.answerWith(200, body);
+        EXPECT_FALSE(fetch()) << body;
+    }
+}
+
+} // namespace
+} // namespace vennic

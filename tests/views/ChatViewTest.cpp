@@ -1,0 +1,274 @@
+#include "backend/ChatView.h"
+
+#include "base/Json.h"
+#include "core/SessionFixture.h"
+#include "support/TestClock.h"
+
+#include <QJsonDocument>
+
+namespace vennic {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A local model that is there or not, and answers from memory.
+class LocalChatFake final : public DirectLocalChat {
+public:
+    explicit LocalChatFake(std::function<AppSession&()> session) : session_(std::move(session)) {}
+    bool reachable = false;
+    std::vector<QString> asked; // endpoints
+    std::vector<QString> prompts;
+
+    Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override {
+        EXPECT_EQ(timeout, 2s);
+        asked.push_back(endpoint);
+        co_return reachable;
+    }
+    Task<> runDirectLocal(QString prompt) override {
+        prompts.push_back(prompt);
+        AppSession& session = session_();
+        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, QStringLiteral("d'ici"), {}});
+        session.setIsStreaming(false);
+        co_return;
+    }
+
+private:
+    std::function<AppSession&()> session_;
+};
+
+struct ChatViewTest : test::SessionFixture {
+    test::TestClock clock;
+    LocalChatFake local{[this]() -> AppSession& { return session(); }};
+    std::unique_ptr<ChatView> built_;
+
+    ChatView& view() {
+        if (!built_)
+            built_ = std::make_unique<ChatView>(ChatView::Surroundings{session(), http, config, clock, local});
+        return *built_;
+    }
+    ChatView& signedInView() {
+        signedIn();
+        return view();
+    }
+    void reply(const QByteArray& text, int discussion = 5) {
+        transport.answerWith(200, "event: final\ndata: " +
+                                      QJsonDocument(QJsonObject{{QStringLiteral("text"), QString::fromUtf8(text)},
+                                                                {QStringLiteral("discussion_id"), discussion}})
+                                          .toJson(QJsonDocument::Compact) +
+                                      "\n\n");
+    }
+    void send(const QString& draft) {
+        view().setDraft(draft);
+        view().send();
+    }
+    QJsonObject sent(std::size_t at = 0) {
+        return QJsonDocument::fromJson(transport.requests.at(at).body.value()).object();
+    }
+    QStringList said() {
+        QStringList texts;
+        for (const ChatMessage& message : session().messages())
+            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
+                         message.content);
+        return texts;
+    }
+};
+
+TEST_F(ChatViewTest, aTurnShowsTheTrimmedTextAndThenTheReply) {
+    signedInView();
+    transport.hold();
+    reply("Salut !", 5);
+    session().setLastError(QStringLiteral("vieux"));
+    send(QStringLiteral("  bonjour \n"));
+    EXPECT_EQ(view().draft(), QString());
+    EXPECT_EQ(said(), QStringList{QStringLiteral("u:bonjour")});
+    EXPECT_TRUE(session().isStreaming());
+    EXPECT_EQ(session().lastError(), std::nullopt);
+    settle();
+    transport.release();
+    settle();
+    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:bonjour"), QStringLiteral("a:Salut !")}));
+    EXPECT_EQ(session().discussionId(), 5);
+    EXPECT_FALSE(session().isStreaming());
+    EXPECT_TRUE(stored("chatMessages"));
+}
+
+TEST_F(ChatViewTest, blanksAreNothingToSendAndStay) {
+    signedInView();
+    send(QStringLiteral(" \n\t "));
+    settle();
+    EXPECT_EQ(view().draft(), QStringLiteral(" \n\t "));
+    EXPECT_TRUE(said().isEmpty());
+    EXPECT_TRUE(transport.requests.empty());
+    EXPECT_FALSE(view().canSend());
+}
+
+TEST_F(ChatViewTest, aSecondSendDuringATurnKeepsTheDraft) {
+    signedInView();
+    transport.hold();
+    reply("un");
+    send(QStringLiteral("premier"));
+    settle();
+    EXPECT_FALSE(view().canSend());
+    send(QStringLiteral("second"));
+    settle();
+    EXPECT_EQ(view().draft(), QStringLiteral("second"));
+    EXPECT_EQ(transport.requests.size(), 1u);
+    transport.release();
+    settle();
+    EXPECT_TRUE(view().canSend());
+}
+
+TEST_F(ChatViewTest, theTokenProviderAndDiscussionAreThoseOfTheSending) {
+    signedInView();
+    session().setDiscussionId(3);
+    session().setProvider(Provider::anthropic);
+    reply("x", 3);
+    send(QStringLiteral("q"));
+    session().setProvider(Provider::gemini);
+    session().setDiscussionId(9);
+    session().setSelectedCloudModel(QStringLiteral("opus"));
+    settle();
+    EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("anthropic"));
+    EXPECT_EQ(sent().value(QLatin1String("discussion_id")), 3);
+    EXPECT_EQ(sent().value(QLatin1String("model")), QStringLiteral("opus")) << "the model is read inside the job";
+}
+
+TEST_F(ChatViewTest, aReplyWithoutADiscussionIsDiscussionZero) {
+    signedInView();
+    transport.answerWith(200, "data: x\n\n");
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(session().discussionId(), 0);
+    transport.answerWith(200, "data: y\n\n");
+    send(QStringLiteral("r"));
+    settle();
+    EXPECT_EQ(sent(1).value(QLatin1String("discussion_id")), 0);
+}
+
+TEST_F(ChatViewTest, aFailureStaysInTheTranscript) {
+    signedInView();
+    transport.answerWith(500, "panne");
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(session().lastError(), QStringLiteral("Erreur HTTP 500 : panne"));
+    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:q"), QStringLiteral("a:⚠️ Erreur HTTP 500 : panne")}));
+    EXPECT_FALSE(session().isStreaming());
+    EXPECT_EQ(session().discussionId(), std::nullopt);
+    const auto kept = storedAs<QByteArray>(store, QStringLiteral("chatMessages"));
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(decodeConversation(*kept).size(), 2u);
+}
+
+TEST_F(ChatViewTest, aTransportFailureSpeaksItsSentence) {
+    signedInView();
+    transport.failWith(TransportFault::noNetwork);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(said().last(), QStringLiteral("a:⚠️ Pas de connexion au réseau."));
+}
+
+TEST_F(ChatViewTest, whoIsNotSignedInIsToldSo) {
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(said().last(), QStringLiteral("a:⚠️ Pas connecté. Configure ton jeton dans Réglages."));
+    EXPECT_TRUE(transport.requests.empty());
+}
+
+TEST_F(ChatViewTest, aLocalServerThatAnswersTakesTheTurnEvenSignedOut) {
+    local.reachable = true;
+    session().setProvider(Provider::local);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(local.prompts, std::vector<QString>{QStringLiteral("q")});
+    EXPECT_EQ(said().last(), QStringLiteral("a:d'ici"));
+    EXPECT_TRUE(transport.requests.empty());
+    EXPECT_EQ(local.asked, std::vector<QString>{QStringLiteral("http://localhost:8080/v1")});
+}
+
+TEST_F(ChatViewTest, aLocalServerThatIsAwayLeavesTheTurnToTheBackend) {
+    signedInView();
+    session().setProvider(Provider::local);
+    session().setSelectedLocalModel(QStringLiteral("qwen"));
+    session().setSelectedCloudModel(QStringLiteral("cloud"));
+    reply("x");
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(local.asked.size(), 1u);
+    EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("local"));
+    EXPECT_EQ(sent().value(QLatin1String("model")), QStringLiteral("qwen"));
+}
+
+TEST_F(ChatViewTest, noOtherProviderAsksForTheLocalServer) {
+    signedInView();
+    reply("x");
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_TRUE(local.asked.empty());
+    EXPECT_FALSE(sent().contains(QLatin1String("model")));
+}
+
+TEST_F(ChatViewTest, aNewConversationDoesNotDetachTheTurnThatRuns) {
+    signedInView();
+    session().setDiscussionId(3);
+    transport.hold();
+    reply("tard", 3);
+    send(QStringLiteral("q"));
+    settle();
+    view().newConversation();
+    EXPECT_TRUE(said().isEmpty());
+    EXPECT_TRUE(view().inputFocused());
+    transport.release();
+    settle();
+    EXPECT_EQ(said(), QStringList{QStringLiteral("a:tard")});
+    EXPECT_EQ(session().discussionId(), 3);
+}
+
+TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {
+    signedInView();
+    view().setDraft(QStringLiteral("brouillon"));
+    reply("Salut");
+    const auto end = test::await(view().ask(QStringLiteral(" q ")));
+    ASSERT_TRUE(end);
+    EXPECT_FALSE(end->failed);
+    EXPECT_EQ(end->text, QStringLiteral("Salut"));
+    EXPECT_EQ(view().draft(), QStringLiteral("brouillon"));
+    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:q"), QStringLiteral("a:Salut")}));
+}
+
+TEST_F(ChatViewTest, askingTellsAFailure) {
+    signedInView();
+    transport.answerWith(503);
+    const auto end = test::await(view().ask(QStringLiteral("q")));
+    ASSERT_TRUE(end);
+    EXPECT_TRUE(end->failed);
+    EXPECT_EQ(end->text, QStringLiteral("Erreur HTTP 503"));
+}
+
+TEST_F(ChatViewTest, askingForNothingOrDuringATurnIsRefused) {
+    signedInView();
+    EXPECT_FALSE(test::await(view().ask(QStringLiteral(" \n"))));
+    transport.hold();
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_FALSE(test::await(view().ask(QStringLiteral("r"))));
+    EXPECT_EQ(said().size(), 1);
+}
+
+TEST_F(ChatViewTest, whoStopsWaitingLeavesTheTurnRunning) {
+    signedInView();
+    transport.hold();
+    reply("quand même");
+    {
+        Scope scope;
+        scope.start([](ChatView* view) -> Task<> { co_await view->ask(QStringLiteral("q")); }(&view()));
+        settle();
+        ASSERT_EQ(transport.waiting(), 1u);
+    }
+    transport.release();
+    settle();
+    EXPECT_EQ(said().last(), QStringLiteral("a:quand même"));
+    EXPECT_FALSE(session().isStreaming());
+}
+
+} // namespace
+} // namespace vennic
