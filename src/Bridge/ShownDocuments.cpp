@@ -8,7 +8,7 @@ namespace vennic {
 namespace {
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-bool isShared(std::shared_ptr<FolderBookmarks> bookmarks, const std::vector<BookmarkEntry>& grants,
+bool isShared(const std::shared_ptr<FolderBookmarks>& bookmarks, const std::vector<BookmarkEntry>& grants,
               const FileURL& url) {
     return BookmarkResolver(*bookmarks).isLooselyGranted(url, grants);
 }

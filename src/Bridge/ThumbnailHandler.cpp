@@ -30,7 +30,8 @@ BridgeThumbnailResult resultOf(const std::optional<Thumbnail>& thumbnail) {
 }
 
 /// Runs on the pool: a file may be large, and its disk slow.
-BridgeThumbnailResult drawn(std::shared_ptr<Thumbnailer> thumbnailer, const QString& path, int edge, double scale) {
+BridgeThumbnailResult drawn(const std::shared_ptr<Thumbnailer>& thumbnailer, const QString& path, int edge,
+                            double scale) {
     try {
         return resultOf(thumbnailer->thumbnail(path, edge, scale));
     } catch (const std::exception&) { // memory or threads have run out; the backend learns only that there is none
