@@ -4,6 +4,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFile>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -25,8 +26,11 @@ DialogExit show(const DialogRequest& request) {
     QMessageBox box;
     box.setWindowTitle(QStringLiteral("Vennic"));
     box.setIcon(request.isWarning ? QMessageBox::Warning : QMessageBox::Question);
-    // Nothing that stands in an error may be taken for markup.
-    box.setTextFormat(Qt::PlainText);
+    // An error may name a file, and a file's name may look like markup that loads pictures: both labels are made plain
+    // before they get their words.
+    box.setInformativeText(QStringLiteral(" "));
+    for (QLabel* const label : box.findChildren<QLabel*>())
+        label->setTextFormat(Qt::PlainText);
     box.setText(words.title);
     box.setInformativeText(words.informativeText);
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
