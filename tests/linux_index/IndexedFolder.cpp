@@ -49,7 +49,7 @@ void IndexedFolder::write(const QString& relativePath, const QString& text, qint
 }
 
 void IndexedFolder::settle() {
-    const bool settled = waitUntil([this] { return index_->status().ready; });
+    const bool settled = waitUntil([this] { return index_->status().ready; }, std::chrono::seconds{100});
     EXPECT_TRUE(settled) << "pending " << index_->status().pending << " files " << index_->status().files << " "
                          << index_->status().problem.toStdString();
 }

@@ -270,6 +270,9 @@ TEST_F(WithoutDescriptorsTest, whatIsInTheCatalogueStaysAndIsLookedAtAgain) {
 }
 
 TEST_F(WithoutDescriptorsTest, aSegmentThatCannotBeOpenedIsNotTakenForDamage) {
+#if defined(VENNIC_SANITIZED)
+    GTEST_SKIP() << "without a descriptor the sanitizer can't look at memory, and takes a virtual call for a fault";
+#endif
     const std::string path = world.base() + "/1.seg";
     const std::vector<DocumentFacts> none;
     SegmentWriter(path, none).finish();
