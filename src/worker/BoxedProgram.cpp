@@ -21,6 +21,8 @@ int runBoxed(const BoxedProgram& program, int count, char** arguments) {
         return 2;
     }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // A library's complaint to a standard error that is a file fails in the box, and must not end the process.
+    std::signal(SIGXFSZ, SIG_IGN);
     if (count > 1 && std::string_view(arguments[1]) == "--background")
         takeIdlePriority();
     program.warmUp();
