@@ -65,12 +65,14 @@ struct PhotoOpenerTest : ::testing::Test {
 } // namespace
 
 TEST_F(PhotoOpenerTest, theImageIsWrittenToATemporaryFileAndOpened) {
-    photo(QStringLiteral("A"), "public.png", "\x89PNG\0 and more");
+    const QByteArray image = QByteArrayLiteral("\x89PNG\0 and more\0");
+    ASSERT_EQ(image.size(), 15);
+    photo(QStringLiteral("A"), "public.png", image);
     open(QStringLiteral("A"));
     ASSERT_EQ(workspace->opened, QStringList{temporary + QStringLiteral("/vennic-UUID.png")});
     QFile file(workspace->opened[0]);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly)); // and it stays there
-    EXPECT_EQ(file.readAll(), QByteArray("\x89PNG"));
+    EXPECT_EQ(file.readAll(), image);
     EXPECT_TRUE(dialogs.warnings.empty());
 }
 
@@ -111,6 +113,10 @@ TEST_F(PhotoOpenerTest, thePercentEncodingIsRemovedOrElseTheIdentifierTakenAsItS
     EXPECT_TRUE(finds(QStringLiteral("%E9"), QStringLiteral("%E9"))); // no UTF-8
     EXPECT_FALSE(finds(QStringLiteral("%41"), QStringLiteral("%41")));
     EXPECT_TRUE(finds(QStringLiteral("%41"), QStringLiteral("%2541")));
+    const QString withNul = QStringLiteral("A") + QChar::Null + QStringLiteral("B");
+    EXPECT_TRUE(finds(withNul, QStringLiteral("A%00B")));
+    EXPECT_TRUE(finds(withNul, withNul));
+    EXPECT_FALSE(finds(QStringLiteral("A"), QStringLiteral("A%00B")));
 }
 
 TEST_F(PhotoOpenerTest, anUnknownPhotoIsToldInAnAlert) {
