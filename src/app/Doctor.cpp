@@ -1,13 +1,16 @@
 #include "app/Doctor.h"
 
 #include "app/PhotosReport.h"
+#include "app/SampleHeic.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
 #include "base/RecognitionLanguage.h"
 #include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/PipedProgram.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
+#include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/thumbnail/InstalledThumbnailer.h"
 #include "linux/thumbnail/SandboxedCommand.h"
 #include "linux/worker/BoxedThumbnail.h"
@@ -20,6 +23,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <vector>
 
@@ -50,7 +54,7 @@ Finding pinnedRoots(const Paths& paths) {
     const auto count = loadPinnedRoots(path)->ders.size();
     if (count == 0)
         return {Verdict::bad, QStringLiteral("aucun certificat dans %1").arg(path),
-                QStringLiteral("Installe le fichier pinned-roots.pem de ce backend.")};
+                QStringLiteral("Installe le fichier pinned-roots.pem de ce serveur.")};
     return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
 
@@ -116,6 +120,26 @@ Finding pictureWorker(const Paths& paths) {
                  "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
                  "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
                  [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+}
+
+/// The library that reads them may be there without what decodes them.
+Finding telephonePhotos(const Paths& paths) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("essai.heic"));
+    QFile file(path);
+    const QByteArray sample = QByteArray::fromBase64(sampleHeic);
+    if (!file.open(QIODevice::WriteOnly) || file.write(sample) != sample.size())
+        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
+    file.close();
+    try {
+        WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
+        (void)boxedThumbnail(pictures, OpenedDocument(path, sample.size()), 32);
+    } catch (const LocalizedError& error) {
+        return {Verdict::limited, QStringLiteral("illisibles (%1)").arg(error.errorDescription()),
+                QStringLiteral("Réinstalle libheif1 et, là où le système l'a mis à part, son décodeur "
+                               "(libheif-plugin-libde265).")};
+    }
+    return {Verdict::good, QStringLiteral("lues"), {}};
 }
 
 bool isInstalled(const RecognitionLanguage& language) {
@@ -209,9 +233,42 @@ Finding applications() {
     const auto known = WorkspaceGio().applications();
     if (known.empty())
         return {Verdict::limited, QStringLiteral("aucune application de bureau n'est installée"),
-                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le backend pourra les "
+                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le serveur pourra les "
                                "ouvrir.")};
-    return {Verdict::good, QStringLiteral("%1 application(s) que le backend peut ouvrir").arg(known.size()), {}};
+    return {Verdict::good, QStringLiteral("%1 application(s) que le serveur peut ouvrir").arg(known.size()), {}};
+}
+
+/// What the tasks that open a document will find.
+Finding defaultApplications() {
+    struct Type {
+        const char* mime;
+        const char* name;
+    };
+    constexpr std::array types{Type{"application/pdf", "PDF"}, Type{"text/plain", "textes"},
+                               Type{"image/jpeg", "photos"}};
+    QStringList opened;
+    QStringList missing;
+    for (const Type& type : types)
+        (WorkspaceGio::hasDefaultApplication(type.mime) ? opened : missing).append(QString::fromUtf8(type.name));
+    if (missing.isEmpty())
+        return {Verdict::good, opened.join(QStringLiteral(", ")), {}};
+    return {Verdict::limited, QStringLiteral("aucune application n'ouvre : %1").arg(missing.join(QStringLiteral(", "))),
+            QStringLiteral("Installe une application pour ces documents, ou choisis-la dans les réglages du bureau.")};
+}
+
+/// Whether questions and warnings reach the user.
+Finding dialogs(const Paths& paths) {
+    const QString remedy = QStringLiteral("Réinstalle vennic-dialog à côté de vennic.");
+    if (!QFileInfo(paths.dialogProgram()).isExecutable())
+        return {Verdict::limited, QStringLiteral("vennic-dialog manque"), remedy};
+    PipedProgram program(paths.dialogProgram(), {}, QByteArray()); // it is told of nothing to show, and shows nothing
+    const bool hasExited = program.await(0, {}) == PipedProgram::End::exited;
+    if (!hasExited || program.number() != static_cast<int>(DialogExit::notShown))
+        return {Verdict::limited, QStringLiteral("vennic-dialog ne démarre pas"), remedy};
+    if (!ModalDialogsProgram(paths.dialogProgram()).hasScreen())
+        return {Verdict::limited, QStringLiteral("pas d'écran ici pour poser une question"),
+                QStringLiteral("Réponds d'avance : « vennic photos allow » ou « vennic photos deny ».")};
+    return {Verdict::good, QStringLiteral("vennic-dialog"), {}};
 }
 
 Finding automations(const Paths& paths) {
@@ -269,9 +326,10 @@ QString mark(Verdict verdict) {
 CommandAnswer examine(const Paths& paths, Instance& instance) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
-        {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
+        {QStringLiteral("Racines du serveur"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
         {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
+        {QStringLiteral("Photos HEIC"), [&] { return telephonePhotos(paths); }},
         {QStringLiteral("Reconnaissance de texte"), recognition},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
@@ -279,7 +337,9 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
         {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
+        {QStringLiteral("Dialogues"), [&] { return dialogs(paths); }},
         {QStringLiteral("Applications"), applications},
+        {QStringLiteral("Ouverture des documents"), defaultApplications},
         {QStringLiteral("Automatisations"), [&] { return automations(paths); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };

@@ -13,6 +13,8 @@ public:
     std::vector<Application> applications() override;
     void openApplication(const QString& entry, std::stop_token stop) override;
     void open(const QString& path, std::stop_token stop) override;
+    /// Whether there is an application that opens files of that type.
+    static bool hasDefaultApplication(const char* mimeType);
 
 private:
     QString systemData_;

@@ -111,7 +111,7 @@ class Act(Scene):
         self.add_automation("a", "true")
         self.add_automation("b", "true")
         after = findings()
-        self.assertEqual(after["Applications"]["finding"], "1 application(s) que le backend peut ouvrir")
+        self.assertEqual(after["Applications"]["finding"], "1 application(s) que le serveur peut ouvrir")
         self.assertEqual(after["Automatisations"]["finding"], f"2 dans {self.automations}")
         self.automations.chmod(0o777)
         self.assertEqual(findings()["Automatisations"]["verdict"], "limited")
