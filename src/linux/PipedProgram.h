@@ -22,8 +22,8 @@ public:
     /// What was read of one of its streams.
     struct Output {
         FileDescriptor pipe;
-        QByteArray text;       // its beginning, as much of it as is kept
-        bool isWhole = true;   // else there was more, which was read and dropped
+        QByteArray text;     // its beginning, as much of it as is kept
+        bool isWhole = true; // else there was more, which was read and dropped
     };
 
     /// Starts it. `executable` is an absolute path; an absent `input` is /dev/null. Raises LocalizedError in the

@@ -48,8 +48,8 @@ PhotoAsset assetOf(const photos::KnownPhoto& photo, const FileTypes& types) {
 
 bool standsAsKnown(const photos::KnownPhoto& photo) {
     const index::Descriptor folder = index::openFolder(photo.folder);
-    return folder &&
-           photos::fileAt(folder.get(), photo.name, photos::volumeIdentifier(folder.get())) == std::optional(photo.disk);
+    return folder && photos::fileAt(folder.get(), photo.name, photos::volumeIdentifier(folder.get())) ==
+                         std::optional(photo.disk);
 }
 
 /// All bytes of an open file. Raises LocalizedError.
