@@ -58,19 +58,30 @@ Finding pinnedRoots(const Paths& paths) {
     return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
 
+/// A file to try something on. Raises LocalizedError.
+class Sample {
+public:
+    Sample(const QString& name, const QByteArray& bytes) : path_(folder_.filePath(name)) {
+        QFile file(path_);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+            throw LocalizedError(QStringLiteral("le dossier temporaire n'accepte pas de fichier"));
+    }
+    const QString& path() const { return path_; }
+    qint64 size() const { return QFileInfo(path_).size(); }
+
+private:
+    QTemporaryDir folder_;
+    QString path_;
+};
+
 /// Has one of the boxed programs read a document of `bytes`; `read` says whether it did so rightly.
 Finding boxed(const QString& program, const QByteArray& bytes, const std::function<bool(const QString&)>& read) {
     const QString remedy = QStringLiteral("Réinstalle %1 à côté de vennic ; il a besoin d'un noyau avec Landlock et "
                                           "seccomp.")
                                .arg(QFileInfo(program).fileName());
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
-    file.close();
+    const Sample sample(QStringLiteral("essai"), bytes);
     try {
-        if (!read(path))
+        if (!read(sample.path()))
             return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(), remedy};
@@ -80,15 +91,10 @@ Finding boxed(const QString& program, const QByteArray& bytes, const std::functi
 
 /// Pictures are drawn in the boxed process; films by an installed program, if there is one and a box for it.
 Finding thumbnails(const Paths& paths) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai.svg"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write("<svg xmlns='http://www.w3.org/2000/svg'/>") < 0)
-        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
-    file.close();
+    const Sample sample(QStringLiteral("essai.svg"), "<svg xmlns='http://www.w3.org/2000/svg'/>");
     WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
     try {
-        (void)boxedThumbnail(pictures, OpenedDocument(path, file.size()), 32);
+        (void)boxedThumbnail(pictures, OpenedDocument(sample.path(), sample.size()), 32);
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(),
                 QStringLiteral("Réinstalle vennic-picture-worker à côté de vennic ; il a besoin d'un noyau avec "
@@ -97,13 +103,27 @@ Finding thumbnails(const Paths& paths) {
     const QString picturesOnly = QStringLiteral("images, dessins et pages de PDF, mais pas les vidéos");
     if (!SandboxedCommand::isPossible())
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe bubblewrap.")};
-    if (!SandboxedCommand{.command = {"true"}, .input = path, .output = path}.run(-1))
+    if (!SandboxedCommand{.command = {"true"}, .input = sample.path(), .output = sample.path()}.run(-1))
         return {Verdict::limited, picturesOnly,
                 QStringLiteral("bubblewrap n'arrive pas à isoler un programme : permets les espaces de noms "
                                "d'utilisateur (user.max_user_namespaces).")};
     if (!installedThumbnailer(QStringLiteral("video/mp4"), dataFolders()))
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe ffmpegthumbnailer.")};
     return {Verdict::good, QStringLiteral("images, dessins, pages de PDF et vidéos"), {}};
+}
+
+/// The library that reads them may be there without what decodes them.
+Finding telephonePhotos(const Paths& paths) {
+    const Sample sample(QStringLiteral("essai.heic"), QByteArray::fromBase64(sampleHeic));
+    WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
+    try {
+        (void)boxedThumbnail(pictures, OpenedDocument(sample.path(), sample.size()), 32);
+    } catch (const LocalizedError& error) {
+        return {Verdict::limited, QStringLiteral("illisibles (%1)").arg(error.errorDescription()),
+                QStringLiteral("Réinstalle libheif1 et, là où le système l'a mis à part, son décodeur "
+                               "(libheif-plugin-libde265).")};
+    }
+    return {Verdict::good, QStringLiteral("lues"), {}};
 }
 
 Finding textWorker(const Paths& paths) {
@@ -120,26 +140,6 @@ Finding pictureWorker(const Paths& paths) {
                  "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
                  "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
                  [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
-}
-
-/// The library that reads them may be there without what decodes them.
-Finding telephonePhotos(const Paths& paths) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai.heic"));
-    QFile file(path);
-    const QByteArray sample = QByteArray::fromBase64(sampleHeic);
-    if (!file.open(QIODevice::WriteOnly) || file.write(sample) != sample.size())
-        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
-    file.close();
-    try {
-        WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
-        (void)boxedThumbnail(pictures, OpenedDocument(path, sample.size()), 32);
-    } catch (const LocalizedError& error) {
-        return {Verdict::limited, QStringLiteral("illisibles (%1)").arg(error.errorDescription()),
-                QStringLiteral("Réinstalle libheif1 et, là où le système l'a mis à part, son décodeur "
-                               "(libheif-plugin-libde265).")};
-    }
-    return {Verdict::good, QStringLiteral("lues"), {}};
 }
 
 bool isInstalled(const RecognitionLanguage& language) {
@@ -329,9 +329,9 @@ CommandAnswer examine(const Paths& paths, Instance& instance) {
         {QStringLiteral("Racines du serveur"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
         {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
-        {QStringLiteral("Photos HEIC"), [&] { return telephonePhotos(paths); }},
         {QStringLiteral("Reconnaissance de texte"), recognition},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
+        {QStringLiteral("Photos HEIC"), [&] { return telephonePhotos(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},
         {QStringLiteral("Suivi des dossiers"), watches},

@@ -2,6 +2,7 @@
 
 #include "fakes/ModalDialogsFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/WorkspaceFake.h"
 #include "support/Await.h"
 
 #include <QFile>
@@ -14,22 +15,9 @@ using namespace vennic::test;
 
 namespace {
 
-class WorkspaceScript final : public Workspace {
-public:
-    std::vector<Application> applications() override { return {}; }
-    void openApplication(const QString&, std::stop_token) override {}
-    void open(const QString& path, std::stop_token) override {
-        opened.append(path);
-        if (!failure.isEmpty())
-            throw LocalizedError(failure);
-    }
-    QStringList opened;
-    QString failure;
-};
-
 struct PhotoOpenerTest : ::testing::Test {
     std::shared_ptr<PhotoLibraryFake> library = std::make_shared<PhotoLibraryFake>();
-    std::shared_ptr<WorkspaceScript> workspace = std::make_shared<WorkspaceScript>();
+    std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
     ModalDialogsFake dialogs;
     QTemporaryDir folder;
     QString temporary = folder.path();
@@ -150,7 +138,8 @@ TEST_F(PhotoOpenerTest, aTemporaryFileThatCannotBeWrittenIsTold) {
 
 TEST_F(PhotoOpenerTest, whenNoApplicationOpensItThePlatformsWordsAreTold) {
     photo(QStringLiteral("A"));
-    workspace->failure = QStringLiteral("Aucune application n'est enregistrée.");
+    workspace->failures[temporary + QStringLiteral("/vennic-UUID.jpg")] =
+        QStringLiteral("Aucune application n'est enregistrée.");
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Aucune application n'est enregistrée."));
 }
