@@ -81,6 +81,19 @@ TEST_F(DoctorTest, withoutTheDocumentProcessItFailsAndSaysWhatToDo) {
     EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(QStringLiteral("vennic-worker")));
 }
 
+TEST_F(DoctorTest, withoutBusesTheKeyringAndTheUsersPresenceAreLimitedNotMissing) {
+    EXPECT_EQ(verdict(QStringLiteral("Trousseau")), QStringLiteral("limited"));
+    EXPECT_EQ(verdict(QStringLiteral("Présence de l'utilisateur")), QStringLiteral("limited"));
+}
+
+TEST_F(DoctorTest, theRunningClientIsAskedAndItsSilenceIsAFault) {
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("limited"));
+    instance.answer = encodeCommandAnswer({});
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("ok"));
+    instance.silent = true;
+    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("bad"));
+}
+
 TEST_F(DoctorTest, withoutTheProgramsForDialogsAndAutomationsTheRestStillWorks) {
     const QString whole = paths.programs;
     paths.programs = folder(QStringLiteral("programs"));
@@ -144,17 +157,4 @@ TEST_F(DoctorTest, theServerIsCalledByOneName) {
         const QString help = helpText(QString(verb.name));
         EXPECT_FALSE(help.contains(QStringLiteral("backend"), Qt::CaseInsensitive)) << help.toStdString();
     }
-}
-
-TEST_F(DoctorTest, withoutBusesTheKeyringAndTheUsersPresenceAreLimitedNotMissing) {
-    EXPECT_EQ(verdict(QStringLiteral("Trousseau")), QStringLiteral("limited"));
-    EXPECT_EQ(verdict(QStringLiteral("Présence de l'utilisateur")), QStringLiteral("limited"));
-}
-
-TEST_F(DoctorTest, theRunningClientIsAskedAndItsSilenceIsAFault) {
-    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("limited"));
-    instance.answer = encodeCommandAnswer({});
-    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("ok"));
-    instance.silent = true;
-    EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("bad"));
 }
