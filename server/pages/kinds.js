@@ -1,4 +1,5 @@
-// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it.
+// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it;
+// `given` labels a box that says whether an argument that may be empty is there.
 
 const text = (name, label, more = {}) => ({ name, label, type: "text", ...more });
 const number = (name, label, more = {}) => ({ name, label, type: "number", min: 1, ...more });
@@ -43,7 +44,7 @@ export const kindGroups = [
     { kind: "shortcut_list", label: "Lister les automatisations", hint: "Les automatisations que la machine sait lancer.", fields: [] },
     { kind: "shortcut_run", label: "Lancer une automatisation", hint: "Lance une automatisation et rend ce qu'elle écrit.",
       fields: [text("name", "Nom de l'automatisation", { required: true, known: "shortcuts" }),
-               text("input", "Texte d'entrée", { type: "area" })] },
+               text("input", "Texte d'entrée", { type: "area", given: "Donner ce texte, même vide" })] },
     { kind: "llm_infer", label: "Demander au modèle local", hint: "Envoie une demande au modèle de la machine.",
       fields: [text("openai_body_json", "Demande (JSON)", { type: "json", required: true, code: true,
         value: () => '{"messages":[{"role":"user","content":"Bonjour"}],"stream":true}' })] },
