@@ -118,18 +118,12 @@ Finding pictureWorker(const Paths& paths) {
                  [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
 }
 
-bool isInstalled(const RecognitionLanguage& language) {
-    return std::ranges::any_of(recognitionDataFolders, [&](const char* folder) {
-        return QFileInfo::exists(
-            QStringLiteral("%1/%2.traineddata").arg(QLatin1String(folder), QLatin1String(language.data)));
-    });
-}
-
-Finding recognition() {
+Finding recognition(std::span<const char* const> folders) {
+    const auto installed = installedRecognition(folders).languages;
     QStringList names;
     QStringList missing;
     for (const RecognitionLanguage& language : recognitionLanguages) {
-        if (isInstalled(language))
+        if (std::ranges::find(installed, language) != installed.end())
             names.append(QString::fromUtf8(language.name));
         else
             missing.append(QString::fromLatin1(language.package));
@@ -266,13 +260,13 @@ QString mark(Verdict verdict) {
 
 } // namespace
 
-CommandAnswer examine(const Paths& paths, Instance& instance) {
+CommandAnswer examine(const Paths& paths, Instance& instance, std::span<const char* const> recognitionFolders) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
         {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
         {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
-        {QStringLiteral("Reconnaissance de texte"), recognition},
+        {QStringLiteral("Reconnaissance de texte"), [&] { return recognition(recognitionFolders); }},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},

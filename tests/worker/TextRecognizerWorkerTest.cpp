@@ -1,9 +1,11 @@
 #include "linux/worker/TextRecognizerWorker.h"
 
+#include "base/RecognitionLanguage.h"
 #include "linux/worker/WorkerLane.h"
 #include "support/Await.h"
 #include "worker/PictureMaker.h"
 #include "worker/PictureReaders.h"
+#include "worker/TextRecognition.h"
 #include "worker/Unboxed.h"
 #include "worker/WorkerFolder.h"
 
@@ -168,6 +170,23 @@ TEST_F(TextRecognizerWorkerTest, aPageIsReadAsItIsShown) {
     EXPECT_EQ(rotated->recognize(0).text, QStringLiteral("Page tournée."));
 }
 
+TEST_F(TextRecognizerWorkerTest, theWholeMediaBoxOfAPageIsReadWhateverItsCropBoxShows) {
+    const QByteArray lines = "BT /F1 14 Tf 20 TL 24 ";
+    const QByteArray words = " Td (Facture de janvier) ' (Total 42 euros) ' ET";
+    struct Cropped {
+        QByteArray boxes;
+        QByteArray from; // the left end of the line above the first
+    };
+    for (const auto& [boxes, from] :
+         QList<Cropped>{{"/MediaBox [0 0 260 100] /CropBox [0 60 260 100]", "84"},
+                        {"/MediaBox [0 0 260 100] /CropBox [0 60 260 100] /Rotate 90", "84"},
+                        {"/MediaBox [0 -500 260 -400] /CropBox [10 -440 250 -410]", "-416"},
+                        {"/MediaBox [0 0 260 100] /CropBox [0 0 1 1]", "84"}}) {
+        const QString path = add(onePagePdf(boxes, "5 0 R", {pdfStream(lines + from + words)}));
+        EXPECT_EQ(recognizer_.openPdf(path)->recognize(0).text, text_) << boxes.toStdString();
+    }
+}
+
 TEST_F(TextRecognizerWorkerTest, aPageThatIsTooLargeToDrawFailsAloneAndItsTextLayerIsRead) {
     const auto pages = recognizer_.openPdf(document("huge-page.pdf"));
     EXPECT_EQ(faultOf([&] { pages->recognize(0); }), DocumentFault::worker);
@@ -210,6 +229,35 @@ TEST_F(TextRecognizerWorkerTest, theSamePictureGivesTheSameTextHoweverOftenAndIn
     recognizer_.image(data("grid.heic"));
     EXPECT_EQ(recognizer_.image(image), first);
     EXPECT_EQ(recognizer_.image(image), first);
+}
+
+TEST_F(TextRecognizerWorkerTest, recognisesInTheOneLanguageThatIsInstalledAndNamesItAlone) {
+    const QByteArray installed(installedRecognition(recognitionDataFolders).folder.c_str());
+    const auto dataOf = [&](const char* language) {
+        return QString::fromUtf8(installed) + u'/' + QLatin1String(language) + QStringLiteral(".traineddata");
+    };
+    const auto read = [&] {
+        const QByteArray folder = QFile::encodeName(folder_.path(QStringLiteral("tessdata")));
+        const std::array<const char*, 3> folders{"/proc/nowhere", folder.constData(), installed.constData()};
+        return worker::TextRecognition(folders).read(pictureSaying(lines_));
+    };
+    const auto body = [&](char languages) { return QByteArray(1, languages) + QByteArray(3, '\0') + text_.toUtf8(); };
+    const auto bytesOf = [](const worker::ReadResult& result) { return QByteArray::fromStdString(result.body); };
+    QDir().mkpath(folder_.path(QStringLiteral("tessdata")));
+    EXPECT_EQ(bytesOf(read()), body(3)); // a folder without a language is passed over
+    ASSERT_TRUE(QFile::link(dataOf("eng"), folder_.path(QStringLiteral("tessdata/eng.traineddata"))));
+    EXPECT_EQ(bytesOf(read()), body(2)); // one with any is used alone
+    const QString french = folder_.add(QStringLiteral("tessdata/fra.traineddata"), "damaged");
+    EXPECT_EQ(bytesOf(read()), body(2));
+    ASSERT_TRUE(QFile::remove(french) && QFile::link(dataOf("fra"), french));
+    EXPECT_EQ(bytesOf(read()), body(3));
+    ASSERT_TRUE(QFile::remove(folder_.path(QStringLiteral("tessdata/eng.traineddata"))));
+    EXPECT_EQ(bytesOf(read()), body(1));
+}
+
+TEST_F(TextRecognizerWorkerTest, withoutAnyLanguageNothingIsRecognised) {
+    const std::array<const char*, 1> folders{"/proc/nowhere"};
+    EXPECT_EQ(worker::TextRecognition(folders).read(pictureSaying(lines_)).outcome, wire::Outcome::unavailable);
 }
 
 TEST_F(TextRecognizerWorkerTest, readsTheSameBoxedAndUnboxed) {

@@ -8,9 +8,13 @@ namespace vennic {
 namespace {
 
 RecognizedText recognized(const WorkerProcess::Reply& reply) {
-    RecognizedText result{QString::fromUtf8(reply.body), {}};
-    for (const RecognitionLanguage& language : recognitionLanguages)
-        result.languages.append(QString::fromLatin1(language.tag));
+    // The answer has been checked: it begins with the languages.
+    const std::uint32_t languages = leadingRecordOf<wire::RecognizedIn>(reply.body).value().languages;
+    RecognizedText result{QString::fromUtf8(reply.body.sliced(sizeof(wire::RecognizedIn))), {}};
+    for (std::size_t i = 0; i < recognitionLanguages.size(); ++i) {
+        if ((languages >> i & 1) != 0)
+            result.languages.append(QString::fromLatin1(recognitionLanguages[i].tag));
+    }
     return result;
 }
 
