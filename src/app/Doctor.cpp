@@ -93,7 +93,7 @@ Finding thumbnails(const Paths& paths) {
     const QString picturesOnly = QStringLiteral("images, dessins et pages de PDF, mais pas les vidéos");
     if (!SandboxedCommand::isPossible())
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe bubblewrap.")};
-    if (!SandboxedCommand{.command = {"true"}, .input = path, .output = path}.run(-1))
+    if (!SandboxedCommand{.command = {"true"}}.run(OpenedDocument(path, file.size()), path, -1))
         return {Verdict::limited, picturesOnly,
                 QStringLiteral("bubblewrap n'arrive pas à isoler un programme : permets les espaces de noms "
                                "d'utilisateur (user.max_user_namespaces).")};
@@ -115,7 +115,7 @@ Finding pictureWorker(const Paths& paths) {
                  "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
                  "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
                  "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
-                 [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+                 [&](const QString& path) { return recognizer.openPdf(path, {})->count() == 1; });
 }
 
 Finding recognition(std::span<const char* const> folders) {
