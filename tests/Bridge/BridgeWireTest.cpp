@@ -40,7 +40,7 @@ struct BridgeWireTest : ::testing::Test {
                                              .pairingPage = {},
                                              .packageManagerSite = {}}};
     VennicHTTP http{transport, QStringLiteral("127.0.0.1"), LoopbackServer::authority().anchors()};
-    BridgeService service{{http, config, world.clock, world.context, nullptr, world.store, world.index, world.bookmarks,
+    BridgeService service{{http, config, world.clock, world.context, nullptr, world.telemetry, world.store, world.index, world.bookmarks,
                            world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
                            world.thumbnailer, world.recognizer}};
 
