@@ -55,7 +55,8 @@ std::optional<QString> checkModel(const QStringList& words) {
     static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name")};
     const QString& word = words[0];
     if (!alone.contains(word) && !withValue.contains(word))
-        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».").arg(word);
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».")
+            .arg(word);
     if (withValue.contains(word) && words.value(1).isEmpty())
         return QStringLiteral("Il manque une valeur après « %1 ».").arg(word);
     if (alone.contains(word) && words.size() > 1)
