@@ -250,6 +250,7 @@ class Answer:
         done, pending = await asyncio.wait(tasks, return_when=asyncio.FIRST_COMPLETED)
         for task in pending:
             task.cancel()
+        await asyncio.gather(*pending, return_exceptions=True)
         if tasks[1] in done:
             raise ConnectionResetError
 

@@ -67,6 +67,6 @@ export function inference(result) {
   const said = message?.content;
   return [hint([plain(result.model_used) || "modèle inconnu", milliseconds(result.latency_ms), ...tokens(answer?.usage)].join(" · ")),
     ...(typeof said === "string" && said ? preformatted(said, []) : []), ...toolCalls(message),
-    element("h3", {}, `Réponse du modèle (${counted(raw.length, "caractère", "caractères")})`),
-    element("pre", { tabindex: 0 }, body.length > 100_000 ? `${body.slice(0, 100_000)}…\n(${number(body.length - 100_000)} de plus)` : body)];
+    element("details", { open: answer === null }, element("summary", {}, `Réponse du modèle (${counted(raw.length, "caractère", "caractères")})`),
+      element("pre", { tabindex: 0 }, body.length > 100_000 ? `${body.slice(0, 100_000)}…\n(${number(body.length - 100_000)} de plus)` : body))];
 }
