@@ -40,8 +40,8 @@ constexpr std::array verbTable{
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
     Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
          u"active ou désactive le modèle local, le règle, ou dit où il en est",
-         u"Le backend peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
-         u"http://localhost:8080/v1 ; les demandes du backend et les réponses du modèle passent par là."},
+         u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
+         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
