@@ -41,7 +41,7 @@ BridgeThumbnailResult drawn(std::stop_token stop, const std::shared_ptr<Thumbnai
 
 Task<bool> isSent(APIService api, QString id, BridgeThumbnailResult result) {
     try {
-        co_await api.reportBridgeTaskSuccess(std::move(id), std::move(result));
+        co_await api.reportBridgeTaskSuccess(id, result);
         co_return true;
     } catch (const LocalizedError&) {
         co_return false;

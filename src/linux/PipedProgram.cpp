@@ -74,15 +74,18 @@ GlibTexts environmentForTheUser() {
 
 } // namespace
 
-PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments, std::optional<QByteArray> input)
-    : input_(std::move(input).value_or(QByteArray())) {
+PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments,
+                           const std::optional<QByteArray>& input)
+    : input_(input.value_or(QByteArray())) {
     std::vector<QByteArray> words{QFile::encodeName(executable)};
+    words.reserve(static_cast<std::size_t>(arguments.size()) + 1);
     for (const QString& argument : arguments) {
         if (argument.contains(QChar::Null))
             throw LocalizedError(QStringLiteral("Un argument contient un caractère nul, ce que le système refuse."));
         words.push_back(argument.toUtf8());
     }
     std::vector<const gchar*> given;
+    given.reserve(words.size() + 1);
     for (const QByteArray& word : words)
         given.push_back(word.constData());
     given.push_back(nullptr);
@@ -90,11 +93,12 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
     int toInput = -1;
     int fromOutput = -1;
     int fromError = -1;
+    constexpr auto flags = GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES);
     GError* error = nullptr;
     const auto started = g_spawn_async_with_pipes_and_fds(
-        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(),
-        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES), becomeProgramOfTheUser, nullptr, -1, -1, -1,
-        nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr, &fromOutput, &fromError, &error);
+        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(), flags,
+        becomeProgramOfTheUser, nullptr, -1, -1, -1, nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr,
+        &fromOutput, &fromError, &error);
     if (started == FALSE)
         raiseGlibError(error);
     inputPipe_ = FileDescriptor(toInput);

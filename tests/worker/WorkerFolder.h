@@ -48,14 +48,14 @@ inline QByteArray processStatus(pid_t process, const QByteArray& field) {
     return {};
 }
 
-/// The living children of this process.
+/// The living children of this process. One whose first thread has ended lives on until the others have.
 inline QList<pid_t> childProcesses() {
     QList<pid_t> children;
     const auto numbers = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs);
     for (const QString& number : numbers) {
         const auto process = static_cast<pid_t>(number.toInt());
         if (processStatus(process, "PPid") == QByteArray::number(getpid()) &&
-            !processStatus(process, "State").startsWith('Z'))
+            !(processStatus(process, "State").startsWith('Z') && processStatus(process, "Threads").toInt() <= 1))
             children.append(process);
     }
     return children;

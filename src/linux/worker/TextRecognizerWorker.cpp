@@ -9,7 +9,7 @@ namespace {
 
 RecognizedText recognized(const WorkerProcess::Reply& reply) {
     // The answer has been checked: it begins with the languages.
-    const std::uint32_t languages = leadingRecordOf<wire::RecognizedIn>(reply.body).value().languages;
+    const std::uint32_t languages = checkedRecordOf<wire::RecognizedIn>(reply.body).languages;
     RecognizedText result{QString::fromUtf8(reply.body.sliced(sizeof(wire::RecognizedIn))), {}};
     for (std::size_t i = 0; i < recognitionLanguages.size(); ++i) {
         if ((languages >> i & 1) != 0)
@@ -26,7 +26,7 @@ class PdfPagesWorker final : public PdfPages {
 public:
     PdfPagesWorker(std::shared_ptr<WorkerLane> pictures, const QString& path, std::stop_token stop)
         : pictures_(std::move(pictures)), stop_(std::move(stop)), document_(opened(wire::Form::pdfPages, path)),
-          count_(recordOf<wire::PageCount>(ask(wire::Form::pdfPages, 0).body).value().pages) {}
+          count_(checkedRecordOf<wire::PageCount>(ask(wire::Form::pdfPages, 0).body).pages) {}
 
     qint64 count() const override { return count_; }
     QString text(qint64 page) override { return QString::fromUtf8(ask(wire::Form::pdfPageText, page).body); }

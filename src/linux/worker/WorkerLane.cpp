@@ -111,15 +111,22 @@ void WorkerLane::run() {
             atWork_ = job.number;
             lock.unlock();
             answer(job);
+            endWork();
             lock.lock();
-            atWork_ = 0;
-            lower(giveUp_); // asked for while the answer was on its way
         }
     }
     process_.reset();
     for (Job& job : jobs_)
         job.reply.set_exception(std::make_exception_ptr(abandoned()));
     jobs_.clear();
+}
+
+void WorkerLane::endWork() {
+    {
+        const std::lock_guard lock(guard_);
+        atWork_ = 0;
+    }
+    lower(giveUp_); // asked for while the answer was on its way
 }
 
 void WorkerLane::answer(Job& job) {

@@ -40,6 +40,7 @@ private:
     void giveUp(std::uint64_t job);
     void run();
     void answer(Job& job);
+    void endWork();
     WorkerProcess::Reply exchange(const Job& job);
 
     const DocumentWorkerOptions options_;
