@@ -5,7 +5,7 @@
 namespace vennic {
 
 Task<> TaskAnswer::success(APIService api, QString id, BridgeResult result) const {
-    return encodedSuccess(std::move(api), std::move(id), encodeBridgeSuccessBody(result));
+    co_await encodedSuccess(std::move(api), std::move(id), encodeBridgeSuccessBody(result));
 }
 
 Task<> TaskAnswer::encodedSuccess(APIService api, QString id, QByteArray body) const {
@@ -19,7 +19,7 @@ Task<> TaskAnswer::encodedSuccess(APIService api, QString id, QByteArray body) c
 }
 
 Task<> TaskAnswer::error(APIService api, QString id, QString message) {
-    return encodedError(std::move(api), std::move(id), encodeBridgeErrorBody(message));
+    co_await encodedError(std::move(api), std::move(id), encodeBridgeErrorBody(message));
 }
 
 Task<> TaskAnswer::encodedError(APIService api, QString id, QByteArray body) {

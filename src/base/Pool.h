@@ -83,9 +83,9 @@ struct Interest {
 template <class F, class... A>
 auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::stop_token, A...>> {
     const detail::Interest interest;
-    auto apart = [work = std::move(work)](std::stop_token&& stop, A&&... given) mutable {
+    auto apart = [work = std::move(work)](auto&&... given) mutable {
         const detail::PlaceGivenUp place;
-        return work(std::move(stop), std::move(given)...);
+        return work(std::forward<decltype(given)>(given)...);
     };
     co_return co_await onPool(std::move(apart), interest.source.get_token(), std::move(arguments)...);
 }
