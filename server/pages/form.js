@@ -5,6 +5,7 @@ import { suggestions } from "./remembered.js";
 import { title } from "./words.js";
 
 const idOf = (field) => `arg-${field.name}`;
+const givenIdOf = (field) => `${idOf(field)}-given`;
 const isLong = (field) => field.type === "area" || field.type === "json";
 
 function input(field) {
@@ -34,9 +35,18 @@ function fieldNodes(field, value, device) {
   }
   const mark = field.required ? element("span", { class: "mark", "aria-hidden": "true" }, " *") : null;
   return [element("label", { for: idOf(field) }, field.label, mark), made,
+    field.given ? element("label", { class: "check" }, given(field, made, value !== undefined), ` ${field.given}`) : null,
     field.note ? element("p", { class: "note", id: `${idOf(field)}-note` }, field.note) : null,
     field.known ? element("datalist", { id: `${idOf(field)}-known` }, ...suggestions(field.known, device).map(([id, name]) =>
       element("option", { value: id }, title(name)))) : null];
+}
+
+// The box that says whether a field is an argument at all, for one that may well be empty. Writing ticks it.
+function given(field, made, isGiven) {
+  const box = element("input", { type: "checkbox", id: givenIdOf(field) });
+  box.checked = isGiven;
+  made.addEventListener("input", () => { box.checked = true; });
+  return box;
 }
 
 function isJson(text) {
@@ -62,7 +72,8 @@ function typedArgs() {
   const values = {};
   for (const field of kind.fields) {
     const value = byId(idOf(field)).value;
-    if (value.trim() !== "" || field.required) values[field.name] = written(field, value);
+    const isGiven = field.given ? byId(givenIdOf(field)).checked : value.trim() !== "" || field.required;
+    if (isGiven) values[field.name] = written(field, value);
   }
   return kind.compose ? kind.compose(values) : values;
 }

@@ -1,6 +1,6 @@
-// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it. Where
-// the fields aren't the arguments themselves, `compose(values)` makes the arguments of them and `parts(args)` gives the
-// values back, or null.
+// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it;
+// `given` labels a box that says whether an argument that may be empty is there. Where the fields aren't the arguments
+// themselves, `compose(values)` makes the arguments of them and `parts(args)` gives the values back, or null.
 
 const text = (name, label, more = {}) => ({ name, label, type: "text", ...more });
 const number = (name, label, more = {}) => ({ name, label, type: "number", min: 1, ...more });
@@ -63,7 +63,7 @@ export const kindGroups = [
     { kind: "shortcut_list", label: "Lister les automatisations", hint: "Les automatisations que la machine sait lancer.", fields: [] },
     { kind: "shortcut_run", label: "Lancer une automatisation", hint: "Lance une automatisation et rend ce qu'elle écrit.",
       fields: [text("name", "Nom de l'automatisation", { required: true, known: "shortcuts" }),
-               text("input", "Texte d'entrée", { type: "area" })] },
+               text("input", "Texte d'entrée", { type: "area", given: "Donner ce texte, même vide" })] },
     { kind: "llm_infer", label: "Demander au modèle local", hint: "Le modèle que la machine sert elle-même répond ; son texte s'affiche pendant qu'il l'écrit.",
       fields: [text("question", "Question", { type: "area", required: true }),
                text("system", "Consigne", { type: "area" }),

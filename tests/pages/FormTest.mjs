@@ -110,6 +110,22 @@ test("an optional field left empty is left out", () => {
   assert.equal(readForm().args.month, 12);
 });
 
+test("an input that is empty or blank is given when it is meant to be, and left out when not", () => {
+  for (const args of [{ name: "Dire" }, { name: "Dire", input: "" }, { name: "Dire", input: " \n" }]) {
+    fill("shortcut_run", args);
+    assert.equal(byId("raw").hidden, true);
+    assert.deepEqual(readForm().args, args);
+  }
+  fill("shortcut_run", { name: "Dire" });
+  write("input", "\n");
+  byId("arg-input").dispatchEvent(new Event("input"));
+  assert.deepEqual(readForm().args, { name: "Dire", input: "\n" });
+  write("input", "");
+  assert.deepEqual(readForm().args, { name: "Dire", input: "" });
+  byId("arg-input-given").checked = false;
+  assert.deepEqual(readForm().args, { name: "Dire" });
+});
+
 test("what a field can't hold to the letter is shown as JSON, and sent as it is", () => {
   for (const args of [{ folder_id: "F", sub_path: "une\nligne" }, { folder_id: "F", sub_path: "" }, { folder_id: "F", other: 1 }]) {
     fill("list_dir", args);
