@@ -123,18 +123,12 @@ public:
                 const std::scoped_lock guard(lock_);
                 if (body.contains(QLatin1String("delta")))
                     seen_.piece(model_, body.value(QLatin1String("delta")).toString().size(), now);
-                else
-                    ++ended_;
             }
             wire.send(answerBytes(200, "{}"));
         });
     }
 
     void give() { waiting_ = true; }
-    int ended() const {
-        const std::scoped_lock guard(lock_);
-        return ended_;
-    }
     void nextAnswer() {
         const std::scoped_lock guard(lock_);
         seen_.tokens = 0;
@@ -159,7 +153,6 @@ private:
     mutable std::mutex lock_;
     std::atomic<bool> waiting_ = false;
     Seen seen_;
-    int ended_ = 0;
 };
 
 /// libcurl reading one stream.
@@ -231,10 +224,10 @@ struct Relay {
     void infer(int tokens, bool paced) {
         model.prepare(tokens, paced);
         backend.nextAnswer();
-        const int before = backend.ended();
+        const qint64 before = service.tasksServed();
         backend.give();
-        while (backend.ended() == before)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        while (service.tasksServed() == before)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
 };
 
