@@ -58,7 +58,7 @@ TEST_F(AutostartTest, anEntryThatTheDesktopSwitchedOffIsOff) {
 }
 
 TEST_F(AutostartTest, whateverThePathTheDesktopReadsItBack) {
-    const QStringList paths{QStringLiteral("/opt/mes programmes/vennic"), QStringLiteral("/opt/50%/vennic"),
+    const QStringList paths{QStringLiteral("/opt/mes programmes/vennic"), QStringLiteral("/opt/été/vennic"),
                             QStringLiteral("/opt/a\"b`c$d\\e/vennic")};
     for (const QString& path : paths) {
         // The desktop's own reader gives the path back, when a program stands there.
@@ -81,6 +81,12 @@ TEST_F(AutostartTest, whateverThePathTheDesktopReadsItBack) {
             QThread::yieldCurrentThread();
         EXPECT_TRUE(QFile::exists(started)) << path.toStdString();
     }
+}
+
+TEST_F(AutostartTest, aPercentSignInThePathIsNoFieldCode) {
+    const Autostart own(configuration, QStringLiteral("/opt/50%/vennic"));
+    own.turnOn();
+    EXPECT_TRUE(read(own).contains("\nExec=\"/opt/50%%/vennic\"\n")) << read(own).toStdString();
 }
 
 TEST_F(AutostartTest, aFolderThatCannotBeWrittenIsSaid) {

@@ -42,8 +42,8 @@ TEST_F(ShellTest, aLinkThatLeadsNowhereIsSaidToWhoClickedOnIt) {
     shell().start();
     testing::internal::CaptureStderr();
     shell().open({QStringLiteral("vennic://local_file/open/nulle-part"), QStringLiteral("vennic://ailleurs")});
-    shell().open({panel("audit")}); // its turn comes after theirs
-    EXPECT_TRUE(test::waitUntil([this] { return windows.calls.contains(QStringLiteral("showSettings")); }));
+    for (int turn = 0; turn < 50; ++turn)
+        QCoreApplication::processEvents();
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_NE(said.find("Document introuvable"), std::string::npos) << said;
     EXPECT_NE(said.find("Cette adresse n'est ni"), std::string::npos) << said;
