@@ -67,7 +67,7 @@ public:
     VennicHTTP& http() { return http_; }
     LocalLLMTelemetry& telemetry() { return telemetry_; }
     const APIConfig& config() const { return config_; }
-    const KeyValueStoreSqlite& preferences() const { return preferences_; }
+    KeyValueStoreSqlite& preferences() { return preferences_; }
 
     /// Shows a warning; nothing waits for its end.
     void warn(const QString& title, const QString& informativeText);
