@@ -1,0 +1,148 @@
+#include "app/screen/ScreenQml.h"
+
+#include "app/screen/MessageDocument.h"
+#include "app/screen/SymbolProvider.h"
+#include "backend/MessageBubble.h"
+#include "base/LocalizedError.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QQmlError>
+#include <QQuickItem>
+
+/// The code compiled ahead is linked from its static library only when somebody asks for it; the macro must stand
+/// outside of every namespace.
+static void initResources() { Q_INIT_RESOURCE(qmlcache_vennic_ui); }
+
+namespace vennic {
+
+namespace {
+
+void registerTypes() {
+    qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
+    qRegisterMetaType<std::vector<MarkdownRun>>();
+}
+
+void chooseFont() {
+    QFont font = QGuiApplication::font();
+    if (QFontDatabase::families().contains(QStringLiteral("Inter")))
+        font.setFamilies({QStringLiteral("Inter")});
+    font.setPixelSize(13);
+    QGuiApplication::setFont(font);
+}
+
+void load(QQuickView& view, const QString& file, const QVariantMap& properties) {
+    view.setInitialProperties(properties);
+    view.setSource(QUrl(QStringLiteral("qrc:/Vennic/") + file));
+    if (view.status() != QQuickView::Ready) {
+        for (const QQmlError& error : view.errors())
+            qWarning("%s", qUtf8Printable(error.toString()));
+        throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
+    }
+}
+
+QVariant object(QObject* object) { return QVariant::fromValue(object); }
+
+} // namespace
+
+ScreenQml::ScreenQml(Surroundings surroundings)
+    : with_(std::move(surroundings)), transcript_(with_.session), links_(with_.session, with_.followLink),
+      picker_(with_.picker) {
+    initResources();
+    registerTypes();
+    chooseFont();
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    engine_.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    followAppearance();
+    connect(&with_.appearance, &DesktopAppearance::changed, this, &ScreenQml::followAppearance);
+    connect(&with_.session, &AppSession::isStreamingChanged, this, &ScreenQml::announceReply);
+}
+
+ScreenQml::~ScreenQml() {
+    // No word of a close that nobody asked for.
+    if (popover_)
+        popover_->disconnect(this);
+    if (settings_)
+        settings_->disconnect(this);
+}
+
+void ScreenQml::followAppearance() {
+    auto* const theme = engine_.singletonInstance<QObject*>("Vennic", "Theme");
+    if (!theme)
+        throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
+    theme->setProperty("dark", with_.appearance.isDark());
+    theme->setProperty("animated", with_.appearance.isAnimated());
+    theme->setProperty("composited", popover_ ? popover_->isComposited() : with_.appearance.isComposited());
+}
+
+void ScreenQml::makePopover() {
+    popover_ = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
+    followAppearance();
+    load(*popover_, QStringLiteral("shell/Popover.qml"),
+         {{QStringLiteral("menuBar"), object(&with_.menuBar)},
+          {QStringLiteral("chat"), object(&with_.chat)},
+          {QStringLiteral("transcript"), object(&transcript_)},
+          {QStringLiteral("picker"), object(&picker_)},
+          {QStringLiteral("links"), object(&links_)}});
+    connect(popover_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
+        if (!visible)
+            Q_EMIT popoverClosed();
+    });
+}
+
+void ScreenQml::showPopover(std::optional<QRect> anchor) {
+    // A compositor that came or went since: the window's pixels are of the wrong kind.
+    if (!popover_ || popover_->isComposited() != with_.appearance.isComposited())
+        makePopover();
+    QMetaObject::invokeMethod(popover_->rootObject(), "appear");
+    popover_->appear(anchor);
+}
+
+void ScreenQml::closePopover() {
+    if (popover_)
+        popover_->hide();
+}
+
+bool ScreenQml::isPopoverShown() const { return popover_ && popover_->isVisible(); }
+
+std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
+    auto view = std::make_unique<QQuickView>(&engine_, nullptr);
+    view->setTitle(QStringLiteral("Réglages de Vennic"));
+    view->setResizeMode(QQuickView::SizeRootObjectToView);
+    view->setMinimumSize({520, 420});
+    view->resize(620, 560);
+    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("tabs"), QVariantList()}});
+    return view;
+}
+
+void ScreenQml::showSettings() {
+    if (!settings_) {
+        settings_ = makeSettings();
+        connect(settings_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
+            if (!visible)
+                Q_EMIT settingsClosed();
+        });
+    }
+    settings_->show();
+    settings_->raise();
+    settings_->requestActivate();
+}
+
+bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }
+
+void ScreenQml::announceReply() {
+    const std::vector<ChatMessage>& messages = with_.session.messages();
+    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty() || !QAccessible::isActive())
+        return;
+    const ChatMessage& last = messages.back();
+    if (last.role != ChatMessage::Role::assistant)
+        return;
+    QObject* const announcer = popover_->rootObject()->findChild<QObject*>(QStringLiteral("announcer"));
+    if (!announcer)
+        return;
+    announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
+    QAccessibleEvent alert(announcer, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+} // namespace vennic
