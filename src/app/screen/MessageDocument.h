@@ -4,6 +4,7 @@
 #include <QColor>
 #include <QPointer>
 #include <QQuickTextDocument>
+#include <QTextCharFormat>
 #include <QVariantList>
 
 #include <vector>

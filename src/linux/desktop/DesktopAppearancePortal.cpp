@@ -1,4 +1,4 @@
-#include "linux/DesktopAppearancePortal.h"
+#include "linux/desktop/DesktopAppearancePortal.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
