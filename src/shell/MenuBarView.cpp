@@ -44,8 +44,8 @@ Content MenuBarView::content() const {
     return canShow(wanted) ? wanted : Content::chat;
 }
 
-MenuBarView::Color MenuBarView::bridgeColor() const {
-    switch (with_.bridge.status().state) {
+MenuBarView::Color MenuBarView::bridgeColor(const BridgeService::Status& status) {
+    switch (status.state) {
     case State::busy:
         return Color::blue;
     case State::error:
@@ -59,10 +59,11 @@ MenuBarView::Color MenuBarView::bridgeColor() const {
     Q_UNREACHABLE();
 }
 
-double MenuBarView::bridgeOpacity() const { return with_.bridge.status().state == State::off ? 0.4 : 1.0; }
+double MenuBarView::bridgeOpacity(const BridgeService::Status& status) {
+    return status.state == State::off ? 0.4 : 1.0;
+}
 
-QString MenuBarView::bridgeHelp() const {
-    const BridgeService::Status& status = with_.bridge.status();
+QString MenuBarView::bridgeHelp(const BridgeService::Status& status) {
     switch (status.state) {
     case State::busy:
         // Not a translated label: the kind's own name.

@@ -44,9 +44,12 @@ public:
 
     /// What the mode asks for, or the chat where that can't be shown.
     Content content() const;
-    Color bridgeColor() const;
-    double bridgeOpacity() const;
-    QString bridgeHelp() const;
+    Color bridgeColor() const { return bridgeColor(with_.bridge.status()); }
+    double bridgeOpacity() const { return bridgeOpacity(with_.bridge.status()); }
+    QString bridgeHelp() const { return bridgeHelp(with_.bridge.status()); }
+    static Color bridgeColor(const BridgeService::Status& status);
+    static double bridgeOpacity(const BridgeService::Status& status);
+    static QString bridgeHelp(const BridgeService::Status& status);
     bool canStartDiscussion() const { return content() == Content::chat; }
     bool canOpenSettings() const { return static_cast<bool>(with_.openSettings); }
     /// Empty when there is none.

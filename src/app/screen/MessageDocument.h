@@ -13,7 +13,7 @@ namespace vennic {
 
 /// Fills a text item's document with runs of text, as characters and their formats: nothing is ever read as markup, so
 /// there is nothing in it that could load anything. What two fillings have in common at their beginning stays.
-class MessageDocument final : public QObject {
+class MessageDocument : public QObject {
     Q_OBJECT
     Q_PROPERTY(QQuickTextDocument* textDocument READ textDocument WRITE setTextDocument NOTIFY textDocumentChanged)
     Q_PROPERTY(QVariant runs READ runs WRITE setRuns NOTIFY runsChanged)

@@ -7,12 +7,9 @@
 
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QQmlComponent>
 #include <QQmlError>
 #include <QQuickItem>
-
-/// The code compiled ahead is linked from its static library only when somebody asks for it; the macro must stand
-/// outside of every namespace.
-static void initResources() { Q_INIT_RESOURCE(qmlcache_vennic_ui); }
 
 namespace vennic {
 
@@ -31,14 +28,28 @@ void chooseFont() {
     QGuiApplication::setFont(font);
 }
 
+[[noreturn]] void giveUp(const QList<QQmlError>& errors) {
+    for (const QQmlError& error : errors)
+        qWarning("%s", qUtf8Printable(error.toString()));
+    throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
+}
+
 void load(QQuickView& view, const QString& file, const QVariantMap& properties) {
     view.setInitialProperties(properties);
     view.setSource(QUrl(QStringLiteral("qrc:/Vennic/") + file));
-    if (view.status() != QQuickView::Ready) {
-        for (const QQmlError& error : view.errors())
-            qWarning("%s", qUtf8Printable(error.toString()));
-        throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
-    }
+    if (view.status() != QQuickView::Ready)
+        giveUp(view.errors());
+}
+
+/// The singleton that holds the look of everything.
+QObject* themeOf(QQmlEngine& engine) {
+    QQmlComponent asking(&engine);
+    asking.setData("import QtQml\nimport Vennic\nQtObject { readonly property QtObject theme: Theme }",
+                   QUrl(QStringLiteral("qrc:/Vennic/Asking.qml")));
+    const std::unique_ptr<QObject> asked(asking.create());
+    if (!asked)
+        giveUp(asking.errors());
+    return qvariant_cast<QObject*>(asked->property("theme"));
 }
 
 QVariant object(QObject* object) { return QVariant::fromValue(object); }
@@ -48,17 +59,18 @@ QVariant object(QObject* object) { return QVariant::fromValue(object); }
 ScreenQml::ScreenQml(Surroundings surroundings)
     : with_(std::move(surroundings)), transcript_(with_.session), links_(with_.session, with_.followLink),
       picker_(with_.picker) {
-    initResources();
     registerTypes();
     chooseFont();
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     engine_.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    theme_ = themeOf(engine_);
     followAppearance();
-    connect(&with_.appearance, &DesktopAppearance::changed, this, &ScreenQml::followAppearance);
+    with_.appearance.follow([this] { followAppearance(); });
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ScreenQml::announceReply);
 }
 
 ScreenQml::~ScreenQml() {
+    with_.appearance.follow({});
     // No word of a close that nobody asked for.
     if (popover_)
         popover_->disconnect(this);
@@ -67,12 +79,9 @@ ScreenQml::~ScreenQml() {
 }
 
 void ScreenQml::followAppearance() {
-    auto* const theme = engine_.singletonInstance<QObject*>("Vennic", "Theme");
-    if (!theme)
-        throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
-    theme->setProperty("dark", with_.appearance.isDark());
-    theme->setProperty("animated", with_.appearance.isAnimated());
-    theme->setProperty("composited", popover_ ? popover_->isComposited() : with_.appearance.isComposited());
+    theme_->setProperty("dark", with_.appearance.isDark());
+    theme_->setProperty("animated", with_.appearance.isAnimated());
+    theme_->setProperty("composited", popover_ ? popover_->isComposited() : with_.appearance.isComposited());
 }
 
 void ScreenQml::makePopover() {

@@ -3,7 +3,7 @@
 #include "app/screen/ClosedEngine.h"
 #include "app/screen/PickerMenu.h"
 #include "app/screen/PopoverWindow.h"
-#include "app/Screen.h"
+#include "shell/Screen.h"
 #include "backend/ChatTranscript.h"
 
 #include <QAccessible>
@@ -40,6 +40,7 @@ private:
     ChatTranscript transcript_;
     ChatLinks links_;
     PickerMenu picker_;
+    QObject* theme_ = nullptr; // of the engine
     std::unique_ptr<PopoverWindow> popover_;
     std::unique_ptr<QQuickView> settings_;
 };

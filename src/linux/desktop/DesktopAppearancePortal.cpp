@@ -124,7 +124,8 @@ void DesktopAppearancePortal::take(const QString& group, const QString& key, con
         return;
     dark_ = dark;
     animated_ = animated;
-    Q_EMIT changed();
+    if (changed_)
+        changed_();
 }
 
 } // namespace vennic
