@@ -17,7 +17,7 @@ QtObject {
     readonly property color secondary: dark ? "#a4a8b3" : "#646873"
     readonly property color accent: dark ? "#98a2ff" : "#4653d8"
     readonly property color accentFill: dark ? "#5561e6" : "#4653d8"
-    readonly property color onAccent: "#ffffff"
+    readonly property color accentText: "#ffffff"
     readonly property color code: dark ? "#1a1b1f" : "#e3e5ec"
     readonly property color blue: dark ? "#5a9dff" : "#2374ee"
     readonly property color red: dark ? "#ff6b6e" : "#d6363b"

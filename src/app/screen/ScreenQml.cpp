@@ -52,6 +52,9 @@ QObject* themeOf(QQmlEngine& engine) {
     return qvariant_cast<QObject*>(asked->property("theme"));
 }
 
+/// The tabs of the settings, in their order: `title`, `symbol` and `source`, the file of QML that fills it.
+QVariantList settingsTabs() { return {}; }
+
 QVariant object(QObject* object) { return QVariant::fromValue(object); }
 
 } // namespace
@@ -120,11 +123,13 @@ std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->setMinimumSize({520, 420});
     view->resize(620, 560);
-    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("tabs"), QVariantList()}});
+    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("tabs"), settingsTabs()}});
     return view;
 }
 
 void ScreenQml::showSettings() {
+    if (settingsTabs().isEmpty())
+        throw LocalizedError(QStringLiteral("Cette version de Vennic n'a pas de fenêtre de réglages."));
     if (!settings_) {
         settings_ = makeSettings();
         connect(settings_.get(), &QWindow::visibleChanged, this, [this](bool visible) {

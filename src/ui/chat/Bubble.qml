@@ -44,9 +44,9 @@ Item {
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
             font.pixelSize: Theme.body
-            color: root.fromUser ? Theme.onAccent : Theme.text
+            color: root.fromUser ? Theme.accentText : Theme.text
             selectionColor: root.fromUser ? "#ffffff" : Theme.accentFill
-            selectedTextColor: root.fromUser ? Theme.accentFill : Theme.onAccent
+            selectedTextColor: root.fromUser ? Theme.accentFill : Theme.accentText
             activeFocusOnPress: true
             onLinkActivated: link => root.links.follow(link)
             Accessible.ignored: true

@@ -66,7 +66,7 @@ Item {
                 font.pixelSize: Theme.body
                 color: Theme.text
                 selectionColor: Theme.accentFill
-                selectedTextColor: Theme.onAccent
+                selectedTextColor: Theme.accentText
                 placeholderText: qsTr("Pose ta question…")
                 focus: true
                 text: root.chat.draft

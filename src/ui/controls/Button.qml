@@ -23,7 +23,7 @@ T.Button {
         elide: Text.ElideRight
         font.pixelSize: Theme.body
         font.weight: Font.Medium
-        color: root.prominent ? Theme.onAccent : Theme.text
+        color: root.prominent ? Theme.accentText : Theme.text
     }
     background: Rectangle {
         radius: Theme.radius

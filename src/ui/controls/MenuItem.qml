@@ -26,7 +26,7 @@ T.MenuItem {
             visible: root.symbol !== ""
             name: root.symbol
             size: 16
-            color: root.highlighted ? Theme.onAccent : Theme.secondary
+            color: root.highlighted ? Theme.accentText : Theme.secondary
         }
         Column {
             anchors.verticalCenter: parent.verticalCenter
@@ -39,7 +39,7 @@ T.MenuItem {
                 textFormat: Text.PlainText
                 elide: Text.ElideRight
                 font.pixelSize: Theme.body
-                color: root.highlighted ? Theme.onAccent : Theme.text
+                color: root.highlighted ? Theme.accentText : Theme.text
             }
             Text {
                 visible: root.subtitle !== ""
@@ -48,7 +48,7 @@ T.MenuItem {
                 textFormat: Text.PlainText
                 elide: Text.ElideRight
                 font.pixelSize: Theme.small
-                color: root.highlighted ? Theme.onAccent : Theme.secondary
+                color: root.highlighted ? Theme.accentText : Theme.secondary
             }
         }
         Symbol {
@@ -59,7 +59,7 @@ T.MenuItem {
             visible: root.marked
             name: "checkmark"
             size: 14
-            color: root.highlighted ? Theme.onAccent : Theme.accent
+            color: root.highlighted ? Theme.accentText : Theme.accent
         }
     }
     background: Rectangle {

@@ -13,7 +13,7 @@ T.TextField {
     font.pixelSize: Theme.body
     color: Theme.text
     selectionColor: Theme.accentFill
-    selectedTextColor: Theme.onAccent
+    selectedTextColor: Theme.accentText
     selectByMouse: true
     opacity: enabled ? 1 : 0.4
     Accessible.name: placeholderText
