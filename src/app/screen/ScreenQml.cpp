@@ -64,7 +64,8 @@ ScreenQml::ScreenQml(Surroundings surroundings)
       picker_(with_.picker) {
     registerTypes();
     chooseFont();
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     engine_.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
     theme_ = themeOf(engine_);
     followAppearance();
@@ -100,12 +101,17 @@ void ScreenQml::makePopover() {
         if (!visible)
             Q_EMIT popoverClosed();
     });
+    connect(popover_.get(), &QQuickWindow::frameSwapped, this, [this] {
+        if (std::exchange(unpainted_, false))
+            Q_EMIT popoverPainted();
+    });
 }
 
 void ScreenQml::showPopover(std::optional<QRect> anchor) {
     // A compositor that came or went since: the window's pixels are of the wrong kind.
     if (!popover_ || popover_->isComposited() != with_.appearance.isComposited())
         makePopover();
+    unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
     popover_->appear(anchor);
 }
