@@ -4,7 +4,7 @@
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
-#include "app/ResolvedShare.h"
+#include "Bridge/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
 #include "backend/Deployment.h"
