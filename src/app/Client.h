@@ -1,10 +1,10 @@
 #pragma once
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
+#include "Bridge/ResolvedShare.h"
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
-#include "Bridge/ResolvedShare.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
 #include "backend/Deployment.h"
