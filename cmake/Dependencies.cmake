@@ -1,6 +1,6 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Widgets)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Quick Svg Widgets)
 find_package(OpenSSL REQUIRED)
 pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl)
 pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)

@@ -17,6 +17,14 @@ constexpr std::array<QLatin1String, 13> rawValues{
     QLatin1String("ocr_image"), QLatin1String("open_document"), QLatin1String("thumbnail"),
     QLatin1String("llm_infer"),
 };
+constexpr std::array caseNames = {
+    QLatin1String("search"),       QLatin1String("read"),         QLatin1String("listFolders"),
+    QLatin1String("listDir"),      QLatin1String("photosRecent"), QLatin1String("photosByDate"),
+    QLatin1String("appOpen"),      QLatin1String("shortcutRun"),  QLatin1String("shortcutList"),
+    QLatin1String("ocrImage"),     QLatin1String("openDocument"), QLatin1String("thumbnail"),
+    QLatin1String("llmInfer"),
+};
+static_assert(caseNames.size() == rawValues.size());
 static_assert(rawValues.size() == std::variant_size_v<BridgeTask::Args>);
 
 /// A record to read into or a constant one to write from.
@@ -283,6 +291,8 @@ BridgeTask::Args readArgs(BridgeTaskKind kind, const QJsonObject& task) {
 } // namespace
 
 QLatin1String rawValue(BridgeTaskKind kind) { return rawValues.at(static_cast<std::size_t>(kind)); }
+
+QLatin1String caseName(BridgeTaskKind kind) { return caseNames.at(static_cast<std::size_t>(kind)); }
 
 std::optional<BridgeTaskKind> bridgeTaskKind(const QString& rawValue) {
     for (std::size_t position = 0; position < rawValues.size(); ++position) {

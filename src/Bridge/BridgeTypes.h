@@ -29,6 +29,8 @@ enum class BridgeTaskKind {
 
 /// "search", "list_folders", … as on the wire.
 QLatin1String rawValue(BridgeTaskKind kind);
+/// "search", "listFolders", …: the kind's own name, as the user sees it where it isn't translated.
+QLatin1String caseName(BridgeTaskKind kind);
 std::optional<BridgeTaskKind> bridgeTaskKind(const QString& rawValue);
 
 // Arguments as handlers see them. Defaults of absent fields are the handlers' business.

@@ -64,7 +64,7 @@ public:
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     const APIConfig& config() const { return config_; }
-    const KeyValueStoreSqlite& preferences() const { return preferences_; }
+    KeyValueStoreSqlite& preferences() { return preferences_; }
 
     /// Shows a warning; nothing waits for its end.
     void warn(const QString& title, const QString& informativeText);

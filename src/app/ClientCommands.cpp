@@ -1,13 +1,11 @@
 #include "app/ClientCommands.h"
 
-#include "Bridge/PhotoOpener.h"
 #include "Bridge/ScopedAccess.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
 #include "base/Dates.h"
 #include "base/Identifier.h"
-#include "base/Pool.h"
 
 #include <QDir>
 #include <QLocale>
@@ -18,8 +16,6 @@ namespace {
 
 constexpr qint64 searchLimit = 20;
 constexpr double searchTimeout = 5.0;
-const QLatin1String documentLink("vennic://local_file/open/");
-const QLatin1String photoLink("vennic://local_photo/view/");
 
 CommandAnswer done(const QString& text = {}, const QJsonObject& data = {}) { return {ExitStatus::done, text, data}; }
 
@@ -60,32 +56,10 @@ QString hitText(const SearchResult& hit, const QString& id) {
     return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
 }
 
-void openDocument(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
-    workspace->open(path, std::move(stop));
-}
-
-/// Keeps what a warning says for who typed the command, and shows it to who clicked on a link.
-class WarningCopy final : public ModalDialogs {
-public:
-    explicit WarningCopy(Client& client) : client_(client) {}
-    bool hasScreen() const override { return client_.dialogs().hasScreen(); }
-    Task<DialogAnswer> ask(DialogQuestion question) override { return client_.dialogs().ask(std::move(question)); }
-    Task<> warn(QString title, QString informativeText) override {
-        text_ = informativeText;
-        if (hasScreen())
-            client_.warn(title, informativeText);
-        co_return;
-    }
-    const QString& text() const { return text_; }
-
-private:
-    Client& client_;
-    QString text_;
-};
-
 } // namespace
 
-ClientCommands::ClientCommands(Client& client, std::function<void()> quit) : client_(client), quit_(std::move(quit)) {}
+ClientCommands::ClientCommands(Client& client, Shell& shell, std::function<void()> quit)
+    : client_(client), shell_(shell), quit_(std::move(quit)) {}
 
 Task<QByteArray> ClientCommands::answer(QByteArray request) {
     CommandAnswer answer;
@@ -109,7 +83,7 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     const QStringList& arguments = request.arguments;
     const QString first = arguments.value(0);
     if (verb == QLatin1String("activate"))
-        co_return done(QStringLiteral("Vennic tourne déjà."));
+        co_return activate();
     if (verb == QLatin1String("status"))
         co_return co_await status();
     if (verb == QLatin1String("pair"))
@@ -134,6 +108,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
         co_return co_await ask(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("open"))
         co_return co_await open(first);
+    if (verb == QLatin1String("toggle"))
+        co_return toggle();
     if (verb == QLatin1String("photos"))
         co_return photos(first);
     if (verb == QLatin1String("quit")) {
@@ -272,23 +248,25 @@ Task<CommandAnswer> ClientCommands::ask(QString text) {
 }
 
 Task<CommandAnswer> ClientCommands::open(QString address) {
-    if (address.startsWith(photoLink))
-        co_return co_await openPhoto(address.mid(photoLink.size()));
-    if (!address.startsWith(documentLink))
-        co_return failed(
-            QStringLiteral("Cette adresse n'est ni celle d'un document ni celle d'une photo : %1").arg(address));
-    const auto url = client_.bridge().idCache().get(address.mid(documentLink.size()));
-    if (!url)
-        co_return failed(QStringLiteral("Document introuvable ; relance la recherche."));
-    co_await onPoolWaiting(openDocument, client_.workspace(), url->path);
-    co_return done();
+    if (shell_.delegate().handleDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
+        co_return done();
+    const auto failure = co_await shell_.links().open(std::move(address));
+    co_return failure ? failed(failure->reason) : done();
 }
 
-Task<CommandAnswer> ClientCommands::openPhoto(QString percentEncodedIdentifier) {
-    WarningCopy warnings(client_);
-    const PhotoOpener opener(client_.sharedPhotos(), client_.workspace(), warnings);
-    co_await opener.open(std::move(percentEncodedIdentifier));
-    co_return warnings.text().isEmpty() ? done() : failed(warnings.text());
+CommandAnswer ClientCommands::activate() {
+    CommandAnswer answer = done(QStringLiteral("Vennic tourne déjà."));
+    try {
+        shell_.comeForward();
+    } catch (const LocalizedError& error) {
+        answer.reason = error.errorDescription();
+    }
+    return answer;
+}
+
+CommandAnswer ClientCommands::toggle() {
+    shell_.menuBar().summon();
+    return done();
 }
 
 CommandAnswer ClientCommands::photos(const QString& word) {

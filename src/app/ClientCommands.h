@@ -1,6 +1,7 @@
 #pragma once
 #include "app/Client.h"
 #include "app/CommandMessage.h"
+#include "app/Shell.h"
 
 #include <functional>
 
@@ -10,7 +11,7 @@ namespace vennic {
 class ClientCommands {
 public:
     /// `quit` ends the program.
-    ClientCommands(Client& client, std::function<void()> quit);
+    ClientCommands(Client& client, Shell& shell, std::function<void()> quit);
 
     /// Answers one request line; never fails but with Cancelled.
     Task<QByteArray> answer(QByteArray request);
@@ -27,10 +28,12 @@ private:
     Task<CommandAnswer> status();
     CommandAnswer bridge(bool on);
     Task<CommandAnswer> open(QString address);
-    Task<CommandAnswer> openPhoto(QString percentEncodedIdentifier);
+    CommandAnswer activate();
+    CommandAnswer toggle();
     CommandAnswer photos(const QString& word);
 
     Client& client_;
+    Shell& shell_;
     std::function<void()> quit_;
 };
 

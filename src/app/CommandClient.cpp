@@ -1,5 +1,6 @@
 #include "app/CommandClient.h"
 
+#include "app/Autostart.h"
 #include "app/CommandMessage.h"
 #include "app/Doctor.h"
 #include "base/LocalizedError.h"
@@ -39,7 +40,22 @@ CommandRequest requestOf(const QString& verb, const QStringList& arguments) {
     return request;
 }
 
-ExitStatus print(const CommandAnswer& answer, bool json) {
+CommandAnswer autostart(const Paths& paths, const QString& word) {
+    const Autostart autostart(paths.configuration, paths.client());
+    if (word == QLatin1String("on"))
+        autostart.turnOn();
+    else if (word == QLatin1String("off"))
+        autostart.turnOff();
+    const bool isOn = autostart.isOn();
+    return {ExitStatus::done,
+            isOn ? QStringLiteral("Vennic est lancé à l'ouverture de la session.")
+                 : QStringLiteral("Vennic n'est pas lancé à l'ouverture de la session."),
+            {{QStringLiteral("autostart"), isOn}}};
+}
+
+} // namespace
+
+ExitStatus printAnswer(const CommandAnswer& answer, bool json) {
     if (json && !answer.data.isEmpty())
         writeOutput(QString::fromUtf8(QJsonDocument(answer.data).toJson(QJsonDocument::Indented)));
     else if (!answer.text.isEmpty())
@@ -49,13 +65,13 @@ ExitStatus print(const CommandAnswer& answer, bool json) {
     return answer.status;
 }
 
-} // namespace
-
 ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instance) {
     const QString verb = line.verb.value_or(QString());
     try {
         if (verb == QLatin1String("doctor"))
-            return print(examine(paths, instance), line.json);
+            return printAnswer(examine(paths, instance), line.json);
+        if (verb == QLatin1String("autostart"))
+            return printAnswer(autostart(paths, line.arguments.value(0)), line.json);
         const QByteArray request = encodeCommandRequest(requestOf(verb, line.arguments));
         if (request.size() > maxRequestBytes) {
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
@@ -69,7 +85,7 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
         const auto decoded = decodeCommandAnswer(*answer);
         if (!decoded)
             throw LocalizedError(QStringLiteral("Vennic a donné une réponse incompréhensible."));
-        return print(*decoded, line.json);
+        return printAnswer(*decoded, line.json);
     } catch (const LocalizedError& error) {
         writeError(error.errorDescription() + QLatin1Char('\n'));
         return ExitStatus::failed;

@@ -31,24 +31,32 @@ constexpr std::array verbTable{
     Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
          u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre", u""},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
-         u"ouvre un document trouvé ou une photo, par son adresse",
+         u"ouvre un document trouvé, une photo ou un réglage, par son adresse",
          u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "
          u"fin de Vennic. Celles des photos, vennic://local_photo/view/..., restent valables."},
     Verb{QLatin1String("photos"), QLatin1String("allow|deny|status"), 1, 1, true,
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le backend peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
+    Verb{QLatin1String("toggle"), QLatin1String(""), 0, 0, false, u"ouvre ou ferme la fenêtre de Vennic",
+         u"À lier à une touche du bureau, là où Vennic ne peut pas les écouter lui-même."},
+    Verb{QLatin1String("autostart"), QLatin1String("on|off|status"), 1, 1, true,
+         u"lance Vennic à l'ouverture de la session, ou plus, ou dit ce qu'il en est", u""},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
 };
 
+const QStringList autostartWords{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
 const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QStringLiteral("status")};
 
 const Verb* find(const QString& name) {
     const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
     return found == verbTable.end() ? nullptr : &*found;
 }
+
+/// An address that the desktop hands over by starting the program with it.
+bool isAddress(const QString& word) { return word.startsWith(QLatin1String("vennic:"), Qt::CaseInsensitive); }
 
 QString usage(const Verb& verb) {
     QString line = QStringLiteral("vennic ") + verb.name;
@@ -76,6 +84,8 @@ std::optional<QString> check(const CommandLine& line) {
     if (verb.name == QLatin1String("bridge") && line.arguments[0] != QLatin1String("on") &&
         line.arguments[0] != QLatin1String("off"))
         return QStringLiteral("« %1 » n'est ni « on » ni « off ».").arg(line.arguments[0]);
+    if (verb.name == QLatin1String("autostart") && !autostartWords.contains(line.arguments[0]))
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « status ».").arg(line.arguments[0]);
     if (verb.name == QLatin1String("photos") && !photoWords.contains(line.arguments[0]))
         return QStringLiteral("« %1 » n'est ni « allow », ni « deny », ni « status ».").arg(line.arguments[0]);
     return std::nullopt;
@@ -113,6 +123,17 @@ ParsedCommandLine parseCommandLine(const QStringList& arguments) {
     }
     if (parsed.error)
         return parsed;
+    if (parsed.line.verb && isAddress(*parsed.line.verb)) {
+        parsed.line.addresses = QStringList{*parsed.line.verb} + parsed.line.arguments;
+        parsed.line.verb.reset();
+        parsed.line.arguments.clear();
+        for (const QString& address : parsed.line.addresses) {
+            if (!isAddress(address))
+                parsed.error = QStringLiteral("Ce n'est pas une adresse de Vennic : %1").arg(address);
+        }
+    }
+    if (parsed.error)
+        return parsed;
     if (parsed.line.verb && !find(*parsed.line.verb))
         parsed.error = QStringLiteral("Commande inconnue : %1. « vennic --help » les liste.").arg(*parsed.line.verb);
     else if (!parsed.line.verb && parsed.line.json)
@@ -134,7 +155,8 @@ QString helpText(const std::optional<QString>& name) {
         return text;
     }
     QString text = QStringLiteral("Usage : vennic [COMMANDE] [ARGUMENTS]\n\n"
-                                  "Sans commande, démarre Vennic ; s'il tourne déjà, le dit.\n\nCommandes :\n");
+                                  "Sans commande, démarre Vennic ; s'il tourne déjà, l'amène au premier plan.\n"
+                                  "Avec des adresses vennic://, les ouvre aussi.\n\nCommandes :\n");
     const auto left = [](const Verb& verb) {
         return QString(verb.name) + (verb.arguments.isEmpty() ? QString() : QLatin1Char(' ') + verb.arguments);
     };
@@ -147,7 +169,7 @@ QString helpText(const std::optional<QString>& name) {
     for (const Verb& verb : verbTable)
         text += row(left(verb), verb.summary);
     text += QStringLiteral("\nOptions :\n");
-    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, doctor)");
+    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, autostart, doctor)");
     text += row(QStringLiteral("--"), u"ce qui suit n'est plus une option, même avec un tiret");
     text += row(QStringLiteral("--help"), u"cette aide, ou celle d'une commande");
     text += row(QStringLiteral("--version"), u"version de Vennic");

@@ -28,6 +28,7 @@ std::span<const Verb> verbs();
 struct CommandLine {
     std::optional<QString> verb; // none: start the client
     QStringList arguments;
+    QStringList addresses = {}; // to open once the client runs; only without a verb
     bool json = false;
     bool help = false;
     bool version = false;

@@ -21,6 +21,7 @@ Paths Paths::ofThisProcess() {
     Paths paths;
     paths.data = fromEnvironment("XDG_DATA_HOME", home + QStringLiteral("/.local/share")) + QStringLiteral("/vennic");
     paths.cache = fromEnvironment("XDG_CACHE_HOME", home + QStringLiteral("/.cache")) + QStringLiteral("/vennic");
+    paths.configuration = fromEnvironment("XDG_CONFIG_HOME", home + QStringLiteral("/.config"));
     paths.runtime = fromEnvironment("XDG_RUNTIME_DIR", QString());
     paths.runtime =
         paths.runtime.isEmpty() ? paths.cache + QStringLiteral("/run") : paths.runtime + QStringLiteral("/vennic");

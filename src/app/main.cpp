@@ -1,10 +1,15 @@
+#include "app/Application.h"
 #include "app/Client.h"
 #include "app/ClientCommands.h"
 #include "app/CommandClient.h"
+#include "app/Shell.h"
 #include "linux/InstanceSocket.h"
 #include "linux/ProcessLimits.h"
 #include "linux/SignalWatch.h"
 #include "linux/Terminal.h"
+#include "linux/desktop/DesktopActivationBus.h"
+#include "linux/desktop/StatusImagesInstalled.h"
+#include "linux/desktop/StatusItemDesktop.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -19,40 +24,81 @@ namespace {
 
 constexpr auto handOverPatience = std::chrono::seconds{10};
 
-/// Has the running client come forward. None when nobody takes requests: it has yet to begin, or is ending.
-std::optional<ExitStatus> handOver(InstanceSocket& instance) {
-    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("activate"), {}, {}}), handOverPatience);
-    if (!answer)
-        return std::nullopt;
-    const auto decoded = decodeCommandAnswer(*answer);
-    if (!decoded)
-        throw LocalizedError(QStringLiteral("Vennic a donné une réponse incompréhensible."));
-    writeOutput(decoded->text + QLatin1Char('\n'));
-    return decoded->status;
+/// Has the running client come forward, or open the addresses. None when nobody takes requests: it has yet to begin, or
+/// is ending.
+std::optional<ExitStatus> handOver(InstanceSocket& instance, const QStringList& addresses) {
+    // The desktop's road first: it is the one that knows which program the user just worked with.
+    if (!addresses.isEmpty() && DesktopActivationBus().handOver(addresses, handOverPatience))
+        return ExitStatus::done;
+    std::vector<CommandRequest> requests;
+    for (const QString& address : addresses)
+        requests.push_back({QStringLiteral("open"), {address}, {}});
+    if (requests.empty())
+        requests.push_back({QStringLiteral("activate"), {}, {}});
+    ExitStatus worst = ExitStatus::done;
+    for (const CommandRequest& request : requests) {
+        const auto answer = instance.ask(encodeCommandRequest(request), handOverPatience);
+        if (!answer)
+            return std::nullopt;
+        const auto decoded = decodeCommandAnswer(*answer);
+        if (!decoded)
+            throw LocalizedError(QStringLiteral("Vennic a donné une réponse incompréhensible."));
+        worst = std::max(worst, printAnswer(*decoded));
+    }
+    return worst;
+}
+
+QString reasonForNoScreen() {
+    return hasWindows() ? QStringLiteral("L'écran de Vennic n'est pas installé.")
+                        : QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir.");
+}
+
+std::unique_ptr<StatusItem> makeStatusItem() {
+    if (hasWindows())
+        return std::make_unique<StatusItemDesktop>();
+    return std::make_unique<NoStatusItem>();
 }
 
 /// Runs the client until it is asked to end, or hands over to the one that runs already.
-ExitStatus runClient(const Paths& paths, InstanceSocket& instance) {
+ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QStringList& addresses) {
     std::optional<ClientCommands> commands;
     // The place is taken before anything is opened: two clients never share a store.
     const auto answer = [&commands](QByteArray request) { return commands->answer(std::move(request)); };
     const QDeadlineTimer deadline(handOverPatience);
     while (!instance.claim(answer)) {
-        if (const auto status = handOver(instance))
+        if (const auto status = handOver(instance, addresses))
             return *status;
         if (deadline.hasExpired())
             throw LocalizedError(QStringLiteral("Vennic tourne déjà, mais ne répond pas."));
         std::this_thread::sleep_for(std::chrono::milliseconds{20});
     }
     Client client(paths, Deployment::load(paths.resources + QStringLiteral("/deployment.json")));
-    // Before the client goes, which the requests still being answered use.
-    const auto hangUp = qScopeGuard([&instance] { instance.hangUp(); });
     // From the event loop, so that who asked for the end is answered first.
     const auto quit = [&client] {
         client.end([] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
     };
-    commands.emplace(client, quit);
+    NoPopover popover(reasonForNoScreen());
+    NoApplicationWindows windows(reasonForNoScreen());
+    const StatusImagesInstalled images(paths.resources);
+    NoSummonMonitor summon;
+    DesktopActivationBus desktop;
+    Shell shell({.client = client,
+                 .popover = popover,
+                 .windows = windows,
+                 .images = images,
+                 .makeStatusItem = makeStatusItem,
+                 .summon = summon,
+                 .desktop = desktop,
+                 .quit = quit});
+    // Before the client goes, which the requests still being answered use.
+    const auto hangUp = qScopeGuard([&instance, &shell] {
+        instance.hangUp();
+        shell.end();
+    });
+    commands.emplace(client, shell, quit);
     const SignalWatch endings(quit);
+    shell.start();
+    shell.open(addresses);
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 
@@ -80,10 +126,9 @@ int main(int argc, char** argv) {
     InstanceSocket instance(paths.runtime);
     if (parsed.line.verb)
         return static_cast<int>(runVerb(parsed.line, paths, instance));
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("vennic"));
+    const auto application = makeApplication();
     try {
-        return static_cast<int>(runClient(paths, instance));
+        return static_cast<int>(runClient(paths, instance, parsed.line.addresses));
     } catch (const LocalizedError& error) {
         writeError(error.errorDescription() + QLatin1Char('\n'));
         return static_cast<int>(ExitStatus::failed);

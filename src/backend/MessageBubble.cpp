@@ -1,61 +1,48 @@
 #include "backend/MessageBubble.h"
 
-#include "base/InlineMarkdown.h"
-
 namespace vennic::MessageBubble {
 
 namespace {
-
-/// Text that rich text shows as it is: its marks, blanks and line ends stay.
-QString escaped(const QString& text) {
-    QString html = text.toHtmlEscaped();
-    html.replace(u'\n', QStringLiteral("<br>"));
-    return html;
-}
-
-QString richRun(const MarkdownRun& run) {
-    QString html = escaped(run.text);
-    if (run.code)
-        html = QStringLiteral("<code>%1</code>").arg(html);
-    if (run.emphasis)
-        html = QStringLiteral("<i>%1</i>").arg(html);
-    if (run.strong)
-        html = QStringLiteral("<b>%1</b>").arg(html);
-    if (!run.link.isEmpty())
-        html = QStringLiteral("<a href=\"") + run.link.toHtmlEscaped() + QStringLiteral("\">") + html +
-               QStringLiteral("</a>");
-    return html;
-}
-
-/// `content` line by line, each made into text by `show`, joined by `lineEnd`.
-template <class F>
-QString joinedLines(const QString& content, const QString& lineEnd, F show) {
-    QStringList lines;
-    for (const QString& line : content.split(u'\n')) {
-        QString shown;
-        for (const MarkdownRun& run : parseInlineMarkdown(line))
-            shown += show(run);
-        lines.append(shown);
-    }
-    return lines.join(lineEnd);
-}
 
 /// The parts of a path between its slashes; the first slash is not one.
 QStringList components(const QUrl& url) { return url.path(QUrl::FullyEncoded).split(u'/', Qt::SkipEmptyParts); }
 
 } // namespace
 
-QString renderedContent(const ChatMessage& message) {
-    const QString body = message.role == ChatMessage::Role::user
-                             ? escaped(message.content)
-                             : joinedLines(message.content, QStringLiteral("<br>"), richRun);
-    return QStringLiteral("<span style=\"white-space: pre-wrap\">") + body + QStringLiteral("</span>");
+std::vector<MarkdownRun> renderedContent(ChatMessage::Role role, const QString& text) {
+    std::vector<MarkdownRun> runs;
+    const auto add = [&runs](MarkdownRun run) {
+        MarkdownRun look = run;
+        if (!runs.empty()) {
+            look.text = runs.back().text;
+            if (look == runs.back()) {
+                runs.back().text += run.text;
+                return;
+            }
+        }
+        if (!run.text.isEmpty())
+            runs.push_back(std::move(run));
+    };
+    if (role == ChatMessage::Role::user) {
+        add({.text = text});
+        return runs;
+    }
+    bool first = true;
+    for (const QString& line : text.split(u'\n')) {
+        if (!first)
+            add({.text = QStringLiteral("\n")});
+        first = false;
+        for (MarkdownRun& run : parseInlineMarkdown(line))
+            add(std::move(run));
+    }
+    return runs;
 }
 
-QString plainContent(const ChatMessage& message) {
-    if (message.role == ChatMessage::Role::user)
-        return message.content;
-    return joinedLines(message.content, QStringLiteral("\n"), [](const MarkdownRun& run) { return run.text; });
+QString plainContent(ChatMessage::Role role, const QString& text) {
+    QString plain;
+    for (const MarkdownRun& run : renderedContent(role, text))
+        plain += run.text;
+    return plain;
 }
 
 bool handleURL(const QUrl& url, const LinkActions& actions) {

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/InlineMarkdown.h"
 #include "core/Models.h"
 
 #include <QUrl>
@@ -10,11 +11,11 @@ namespace vennic {
 /// How one message of the conversation is shown, and what its links do.
 namespace MessageBubble {
 
-/// The message as rich text (the subset of HTML that Qt reads). A user's text stands as it is; an assistant's shows its
-/// inline Markdown, line by line. Nothing in it loads anything.
-QString renderedContent(const ChatMessage& message);
-/// The message as a person or a screen reader would read it aloud.
-QString plainContent(const ChatMessage& message);
+/// A text, or some whole lines of one, as pieces of one look each; line ends stand between them as they are. A user's
+/// text stands as it is; an assistant's shows its inline Markdown, line by line. Nothing in it loads anything.
+std::vector<MarkdownRun> renderedContent(ChatMessage::Role role, const QString& text);
+/// The same as a person or a screen reader would read it aloud.
+QString plainContent(ChatMessage::Role role, const QString& text);
 
 /// What a click on a link may do.
 struct LinkActions {

@@ -8,11 +8,11 @@ namespace vennic {
 
 /// A piece of text of one look.
 struct MarkdownRun {
-    QString text;
+    QString text{};
     bool emphasis = false;
     bool strong = false;
     bool code = false;
-    QString link; // where it leads; empty for text that is no link
+    QString link{}; // where it leads; empty for text that is no link
     bool operator==(const MarkdownRun&) const = default;
 };
 

@@ -22,7 +22,7 @@ public:
     };
     explicit AppCommands(Surroundings surroundings) : with_(surroundings) {}
 
-    /// From code without a view.
+    /// From code without a view. Raises LocalizedError when there is nothing to show the window on.
     void openSettingsWindow(SettingsTab tab);
     /// From a view that has an action of its own to open the settings with.
     void openSettings(SettingsTab tab, const std::function<void()>& action);

@@ -59,8 +59,14 @@ void AppDelegate::handleIncomingURL(const std::optional<QString>& address) {
 }
 
 Task<> AppDelegate::follow(QUrl url) {
-    handleDesktopDeepLink(url);
-    co_return;
+    QString reason;
+    try {
+        handleDesktopDeepLink(url);
+    } catch (const LocalizedError& error) {
+        reason = error.errorDescription();
+    }
+    if (!reason.isEmpty())
+        co_await with_.dialogs.warn(QStringLiteral("Vennic"), reason);
 }
 
 bool AppDelegate::handleDesktopDeepLink(const QUrl& url) {

@@ -32,7 +32,8 @@ public:
     void applicationWillTerminate();
     /// Addresses that are no address are ignored.
     void handleIncomingURL(const std::optional<QString>& address);
-    /// Whether the link was understood.
+    /// Whether the link was understood. Raises LocalizedError when the settings can't be shown; what they are to show
+    /// is kept all the same.
     bool handleDesktopDeepLink(const QUrl& url);
     static HallwardenAnchor hallwardenAnchor(const std::optional<QString>& section);
 

@@ -1,4 +1,6 @@
 #pragma once
+#include "base/LocalizedError.h"
+
 #include <QtGlobal>
 
 #include <vector>
@@ -21,7 +23,8 @@ public:
     virtual std::vector<ApplicationWindow> windows() const = 0;
     /// Makes this the program that the user works with.
     virtual void activate() = 0;
-    /// Asks for the settings window, which may come up later. Its tab stands in the preferences.
+    /// Asks for the settings window, which may come up later. Its tab stands in the preferences. Raises LocalizedError
+    /// when there is nothing to show it on.
     virtual void showSettings() = 0;
     /// Puts a window before all others and gives it the keyboard. Nothing when there is no such window.
     virtual void bringForward(quint64 number) = 0;
@@ -30,10 +33,15 @@ public:
 /// A program without a screen.
 class NoApplicationWindows final : public ApplicationWindows {
 public:
+    /// Why there is none: a French sentence.
+    explicit NoApplicationWindows(QString reason) : reason_(std::move(reason)) {}
     std::vector<ApplicationWindow> windows() const override { return {}; }
     void activate() override {}
-    void showSettings() override {}
+    void showSettings() override { throw LocalizedError(reason_); }
     void bringForward(quint64) override {}
+
+private:
+    QString reason_;
 };
 
 } // namespace vennic

@@ -93,6 +93,16 @@ std::optional<VoiceMode> voiceModeFromWire(QStringView word) {
     return std::nullopt;
 }
 
+QString label(Mode mode) {
+    switch (mode) {
+    case Mode::microphone:
+        return localized("Voix");
+    case Mode::chat:
+        return localized("Chat");
+    }
+    Q_UNREACHABLE();
+}
+
 QString label(Provider provider) {
     switch (provider) {
     case Provider::openai:

@@ -80,6 +80,7 @@ QLatin1String wireForm(VoiceMode mode);
 std::optional<VoiceMode> voiceModeFromWire(QStringView word);
 
 /// Short names for the user.
+QString label(Mode mode);
 QString label(Provider provider);
 QString label(VoiceMode mode);
 QString label(AudioOutput output);

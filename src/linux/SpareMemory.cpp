@@ -14,4 +14,6 @@ void returnSpareMemory() {
         malloc_trim(0);
 }
 
+void returnAllSpareMemory() { malloc_trim(0); }
+
 } // namespace vennic

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 
 #include <array>
 #include <atomic>
@@ -186,6 +187,17 @@ void WorkspaceGio::open(const QString& path, std::stop_token stop) {
     if (!bus)
         raiseGlibError(reason.release());
     showInFileManager(bus.get(), uri.get(), wait);
+}
+
+void WorkspaceGio::openURL(const QString& url, std::stop_token stop) {
+    const QUrl parsed(url, QUrl::StrictMode);
+    if (parsed.isLocalFile())
+        return open(parsed.toLocalFile(), std::move(stop));
+    const GlibOwned<GAppInfo> handler(
+        parsed.isValid() ? g_app_info_get_default_for_uri_scheme(parsed.scheme().toLatin1().constData()) : nullptr);
+    if (!handler)
+        throw LocalizedError(QStringLiteral("Aucune application n'ouvre cette adresse."));
+    launch(G_DESKTOP_APP_INFO(handler.get()), url.toUtf8().constData(), std::move(stop));
 }
 
 } // namespace vennic

@@ -13,6 +13,7 @@ public:
     std::vector<Application> applications() override;
     void openApplication(const QString& entry, std::stop_token stop) override;
     void open(const QString& path, std::stop_token stop) override;
+    void openURL(const QString& url, std::stop_token stop) override;
 
 private:
     QString systemData_;

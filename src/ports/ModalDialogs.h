@@ -17,7 +17,7 @@ struct DialogQuestion {
     QString accept; // the words of the two buttons, the first one first
     QString refuse;
     DialogStyle style = DialogStyle::question;
-    QString suppression; // the words of a check box, unchecked, by which the user isn't asked again; empty: no box
+    QString suppression = {}; // the words of a check box, unchecked, by which the user isn't asked again; empty: no box
     bool operator==(const DialogQuestion&) const = default;
 };
 

@@ -31,11 +31,14 @@ Q_SIGNALS:
 /// A program without a screen.
 class NoPopover final : public Popover {
 public:
+    /// Why there is none: a French sentence.
+    explicit NoPopover(QString reason) : reason_(std::move(reason)) {}
     bool isShown() const override { return false; }
-    void show(std::optional<QRect>) override {
-        throw LocalizedError(QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir."));
-    }
+    void show(std::optional<QRect>) override { throw LocalizedError(reason_); }
     void close() override {}
+
+private:
+    QString reason_;
 };
 
 } // namespace vennic

@@ -23,6 +23,7 @@ public:
         if (!failure.isEmpty())
             throw LocalizedError(failure);
     }
+    void openURL(const QString&, std::stop_token) override {}
     QStringList opened;
     QString failure;
 };

@@ -16,7 +16,7 @@ struct ClientCommandsTest : test::ClientWorld {
 
     CommandAnswer run(const QString& verb, const QStringList& arguments = {}, const QString& secret = {}) {
         if (!commands)
-            commands = std::make_unique<ClientCommands>(client(), [this] { ++quits; });
+            commands = std::make_unique<ClientCommands>(client(), shell(), [this] { ++quits; });
         const auto answer =
             decodeCommandAnswer(test::await(commands->answer(encodeCommandRequest({verb, arguments, secret}))));
         EXPECT_TRUE(answer);
@@ -44,6 +44,43 @@ TEST_F(ClientCommandsTest, whatIsNoRequestAndWhatIsNoVerbAreFailures) {
     ASSERT_TRUE(answer);
     EXPECT_EQ(answer->status, ExitStatus::failed);
     EXPECT_EQ(answer->reason, QStringLiteral("Demande incompréhensible."));
+}
+
+TEST_F(ClientCommandsTest, aLinkIntoTheProgramOpensTheSettingsThere) {
+    EXPECT_EQ(run("open", {QStringLiteral("vennic://desktop/hallwarden_panel?section=secure")}).status,
+              ExitStatus::done);
+    EXPECT_EQ(storedAs<QString>(client().preferences(), QString(PreferenceKey::hallwardenPanelAnchor)),
+              QStringLiteral("secureAccess"));
+    EXPECT_TRUE(windows.calls.contains(QStringLiteral("showSettings")));
+    windows.broken = true;
+    const CommandAnswer answer = run("open", {QStringLiteral("vennic://local/setup")});
+    EXPECT_EQ(answer.status, ExitStatus::failed);
+    EXPECT_EQ(answer.reason, QStringLiteral("Pas d'écran."));
+}
+
+TEST_F(ClientCommandsTest, toggleOpensAndClosesThePopover) {
+    shell().start();
+    EXPECT_EQ(run("toggle").status, ExitStatus::done);
+    EXPECT_TRUE(popover.shown);
+    EXPECT_EQ(run("toggle").status, ExitStatus::done);
+    EXPECT_FALSE(popover.shown);
+    popover.broken = true;
+    const CommandAnswer answer = run("toggle");
+    EXPECT_EQ(answer.status, ExitStatus::failed);
+    EXPECT_EQ(answer.reason, QStringLiteral("Pas d'écran."));
+}
+
+TEST_F(ClientCommandsTest, aSecondStartHasTheClientComeForward) {
+    shell().start();
+    EXPECT_EQ(run("activate").text, QStringLiteral("Vennic tourne déjà."));
+    EXPECT_TRUE(popover.shown);
+    run("activate");
+    EXPECT_TRUE(popover.shown);
+    popover.close();
+    popover.broken = true; // it runs all the same
+    const CommandAnswer answer = run("activate");
+    EXPECT_EQ(answer.status, ExitStatus::done);
+    EXPECT_EQ(answer.reason, QStringLiteral("Pas d'écran."));
 }
 
 TEST_F(ClientCommandsTest, aSharedFolderIsListedAndWithdrawnByItsIdOrPath) {

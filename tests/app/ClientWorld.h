@@ -1,5 +1,9 @@
 #pragma once
-#include "app/Client.h"
+#include "app/Shell.h"
+#include "fakes/ApplicationWindowsFake.h"
+#include "fakes/DesktopActivationFake.h"
+#include "fakes/PopoverFake.h"
+#include "fakes/StatusItemFake.h"
 #include "support/Answers.h"
 #include "support/LoopbackServer.h"
 
@@ -34,6 +38,19 @@ struct ClientWorld : testing::Test {
                                                                .packageManagerSite = {}});
         return *built;
     }
+    Shell& shell() {
+        if (!builtShell)
+            builtShell = std::make_unique<Shell>(
+                Shell::Surroundings{.client = client(),
+                                    .popover = popover,
+                                    .windows = windows,
+                                    .images = images,
+                                    .makeStatusItem = [] { return std::make_unique<NoStatusItem>(); },
+                                    .summon = summon,
+                                    .desktop = desktop,
+                                    .quit = [this] { ++quitsOfShell; }});
+        return *builtShell;
+    }
     QString folder(const QString& name) {
         const QString path = root.filePath(name);
         QDir().mkpath(path);
@@ -47,7 +64,14 @@ struct ClientWorld : testing::Test {
                 .resources = root.filePath(QStringLiteral("share")),
                 .programs = QStringLiteral(VENNIC_PROGRAMS)};
     LoopbackServer server;
+    PopoverFake popover;
+    ApplicationWindowsFake windows;
+    StatusImagesFake images;
+    NoSummonMonitor summon;
+    DesktopActivationFake desktop;
+    int quitsOfShell = 0;
     std::unique_ptr<Client> built;
+    std::unique_ptr<Shell> builtShell;
 };
 
 } // namespace vennic::test

@@ -64,6 +64,25 @@ TEST(CommandLine, photosTakesOnlyItsThreeWords) {
     EXPECT_FALSE(parse({"photos", "status", "--json"}).error);
 }
 
+TEST(CommandLine, autostartTakesOnlyItsThreeWords) {
+    for (const char* word : {"on", "off", "status"})
+        EXPECT_FALSE(parse({"autostart", word, "--json"}).error) << word;
+    EXPECT_TRUE(parse({"autostart"}).error);
+    EXPECT_TRUE(parse({"autostart", "oui"}).error);
+}
+
+TEST(CommandLine, addressesStartTheClientWithThem) {
+    const auto parsed = parse({"vennic://local/setup", "VENNIC://desktop/hallwarden_panel"});
+    ASSERT_FALSE(parsed.error);
+    EXPECT_FALSE(parsed.line.verb);
+    EXPECT_TRUE(parsed.line.arguments.isEmpty());
+    EXPECT_EQ(parsed.line.addresses, QStringList({QStringLiteral("vennic://local/setup"),
+                                                  QStringLiteral("VENNIC://desktop/hallwarden_panel")}));
+    EXPECT_TRUE(parse({"vennic://local/setup", "https://ailleurs"}).error);
+    EXPECT_TRUE(parse({"https://ailleurs"}).error);
+    EXPECT_TRUE(parse({"vennic://local/setup", "--json"}).error);
+}
+
 TEST(CommandLine, jsonIsForVerbsThatPrintData) {
     EXPECT_FALSE(parse({"status", "--json"}).error);
     EXPECT_TRUE(parse({"quit", "--json"}).error);

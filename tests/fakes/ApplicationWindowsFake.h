@@ -13,6 +13,8 @@ public:
     std::vector<ApplicationWindow> windows() const override { return open; }
     void activate() override { calls.append(QStringLiteral("activate")); }
     void showSettings() override {
+        if (broken)
+            throw LocalizedError(QStringLiteral("Pas d'écran."));
         calls.append(QStringLiteral("showSettings"));
         if (onShowSettings)
             onShowSettings();
@@ -21,6 +23,7 @@ public:
 
     std::vector<ApplicationWindow> open;
     std::function<void()> onShowSettings;
+    bool broken = false; // can't show the settings
     QStringList calls;
 };
 

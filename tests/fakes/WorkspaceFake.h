@@ -29,6 +29,7 @@ public:
             throw LocalizedError(words->second);
         opened.append(path);
     }
+    void openURL(const QString& url, std::stop_token) override { open(url, {}); }
 
     /// One of the folder /apps, or of one below it; its name is the file's.
     Application& add(const QString& pathInFolder, Application::Place place = Application::Place::installed) {

@@ -96,6 +96,16 @@ TEST_F(AppDelegateTest, aMessageWithoutAnAddressIsIgnored) {
     EXPECT_TRUE(windows.calls.isEmpty());
 }
 
+TEST_F(AppDelegateTest, aLinkThatCannotBeShownIsSaidAndItsPlaceKept) {
+    windows.broken = true;
+    delegate().handleIncomingURL(QStringLiteral("vennic://local/setup"));
+    settle();
+    EXPECT_EQ(storedWord("hallwardenPanelAnchor"), QStringLiteral("localRuntime"));
+    EXPECT_EQ(storedWord("settingsInitialTab"), QStringLiteral("hallwarden"));
+    using Warning = std::pair<QString, QString>;
+    EXPECT_EQ(dialogs.warnings, std::vector{Warning(QStringLiteral("Vennic"), QStringLiteral("Pas d'écran."))});
+}
+
 TEST_F(AppDelegateTest, theStartPutsTheIconThereAndListensToKeysAndLinks) {
     delegate().applicationDidFinishLaunching();
     EXPECT_EQ(itemsMade, 1);

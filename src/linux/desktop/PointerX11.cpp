@@ -36,9 +36,7 @@ std::optional<QPoint> PointerX11::position() {
         const auto link = XcbLink::open();
         return link ? link->pointer() : std::nullopt;
     }
-    const auto place = link_->pointer();
-    link_->deliver();
-    return place;
+    return link_->pointer();
 }
 
 bool PointerX11::watchPresses(Pressed pressed) {
@@ -54,7 +52,7 @@ bool PointerX11::watchPresses(Pressed pressed) {
     }
     pressed_ = std::move(pressed);
     selectEvents(*link_, XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS);
-    link_->deliver();
+    xcb_flush(link_->connection());
     return true;
 }
 

@@ -11,7 +11,7 @@ constexpr qint64 largestFile = qint64{64} * 1024;
 // Five bars of a sound.
 constexpr QByteArrayView waveform =
     R"(<svg xmlns="http://www.w3.org/2000/svg" width="18" height="18" viewBox="0 0 18 18">
-  <path d="M2 7.5v3M5.5 5v8M9 2.5v13M12.5 5v8M16 7.5v3" fill="none" stroke="#000" stroke-width="1.75" stroke-linecap="round"/>
+  <path d="M2.5 7.5v3M5.5 5v8M9 2.5v13M12.5 5v8M15.5 7.5v3" fill="none" stroke="#000" stroke-width="2" stroke-linecap="round"/>
 </svg>)";
 
 /// The name under which a picture is installed in the icon theme, where desktops colour it as they like.

@@ -134,7 +134,7 @@ void XEmbedIcon::dock() {
     const XcbReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
         link_->connection(), xcb_get_selection_owner(link_->connection(), selection_), nullptr));
     if (!owner || owner->owner == XCB_WINDOW_NONE)
-        return link_->deliver();
+        return;
     tray_ = owner->owner;
     const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // its end
     xcb_change_window_attributes(link_->connection(), tray_, XCB_CW_EVENT_MASK, &structure);
@@ -148,7 +148,7 @@ void XEmbedIcon::dock() {
     message.data.data32[1] = requestDock;
     message.data.data32[2] = window_;
     xcb_send_event(link_->connection(), 0, tray_, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&message));
-    link_->deliver();
+    xcb_flush(link_->connection());
 }
 
 void XEmbedIcon::undock() {
@@ -219,7 +219,7 @@ void XEmbedIcon::draw() {
     }
     if (!pixels.isNull())
         put(pixels);
-    link_->deliver();
+    xcb_flush(link_->connection());
 }
 
 QColor XEmbedIcon::ink(const QImage& background) const {

@@ -1,5 +1,6 @@
 #include "linux/desktop/XcbLink.h"
 
+#include <QAbstractEventDispatcher>
 #include <QByteArray>
 
 namespace vennic {
@@ -52,17 +53,20 @@ std::optional<QPoint> XcbLink::pointer() const {
 void XcbLink::follow(std::function<void(const xcb_generic_event_t&)> handler) {
     handler_ = std::move(handler);
     incoming_ = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_), QSocketNotifier::Read);
-    QObject::connect(incoming_.get(), &QSocketNotifier::activated, incoming_.get(), [this] { deliver(); });
-    deliver();
+    QObject::connect(incoming_.get(), &QSocketNotifier::activated, incoming_.get(),
+                     [this] { handOn(xcb_poll_for_event); });
+    // Whoever waits for a reply may read events too, after which the socket has nothing to say of them.
+    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, incoming_.get(),
+                     [this] {
+                         handOn(xcb_poll_for_queued_event);
+                         xcb_flush(connection_);
+                     });
 }
 
-void XcbLink::deliver() {
-    xcb_flush(connection_);
-    while (const XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
-        if (handler_)
-            handler_(*event);
-    }
-    if (isBroken() && incoming_)
+void XcbLink::handOn(xcb_generic_event_t* (*next)(xcb_connection_t*)) {
+    while (const XcbReply<xcb_generic_event_t> event{next(connection_)})
+        handler_(*event);
+    if (isBroken())
         incoming_->setEnabled(false); // it would be readable for ever
 }
 

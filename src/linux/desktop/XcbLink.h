@@ -36,14 +36,13 @@ public:
     /// Where the pointer is, in device pixels of this screen; none when it is on another.
     std::optional<QPoint> pointer() const;
 
-    /// Calls `handler` with each event, from the event loop or from `deliver`.
+    /// Calls `handler` with each event, from the event loop.
     void follow(std::function<void(const xcb_generic_event_t& event)> handler);
-    /// Sends what was asked and hands on the events that are here. Needed after each call that waited for a reply,
-    /// since the wait may have read events too.
-    void deliver();
 
 private:
     XcbLink(xcb_connection_t* connection, int screenNumber);
+
+    void handOn(xcb_generic_event_t* (*next)(xcb_connection_t*));
 
     xcb_connection_t* connection_;
     int screenNumber_;

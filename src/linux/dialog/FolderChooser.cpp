@@ -27,6 +27,10 @@ std::optional<QStringList> chooseFolders(const FolderPanel& panel) {
         if (qobject_cast<QListView*>(view) || qobject_cast<QTreeView*>(view))
             if (view->objectName() == QLatin1String("listView") || view->objectName() == QLatin1String("treeView"))
                 view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    // There is nothing to choose from among the kinds of folders.
+    for (const char* const part : {"fileTypeLabel", "fileTypeCombo"})
+        if (auto* const widget = dialog.findChild<QWidget*>(QLatin1String(part)))
+            widget->hide();
     dialog.setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog.show();
     dialog.raise();

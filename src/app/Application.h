@@ -1,0 +1,15 @@
+#pragma once
+#include <QCoreApplication>
+
+#include <memory>
+
+namespace vennic {
+
+/// The toolkit's application: with windows where there is a screen that answers, else without. It reads none of the
+/// desktop's theme plugins, which bring a second toolkit along, and no command line.
+std::unique_ptr<QCoreApplication> makeApplication();
+
+/// Whether the application can have windows.
+bool hasWindows();
+
+} // namespace vennic

@@ -1,0 +1,68 @@
+#include "app/Autostart.h"
+
+#include "base/LocalizedError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace vennic {
+
+namespace {
+
+constexpr qint64 largestEntry = qint64{64} * 1024;
+
+/// The program as the key Exec takes it: in double quotes, and then as a string value.
+QString quoted(const QString& program) {
+    QString argument;
+    for (const QChar c : program) {
+        if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
+            argument += u'\\';
+        argument += c;
+        if (c == u'%')
+            argument += c; // else it would begin a field code
+    }
+    argument.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+    return QLatin1Char('"') + argument + QLatin1Char('"');
+}
+
+} // namespace
+
+Autostart::Autostart(const QString& configuration, QString program)
+    : entry_(configuration + QStringLiteral("/autostart/com.vennic.desktop.desktop")), program_(std::move(program)) {}
+
+bool Autostart::isOn() const {
+    QFile file(entry_);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    // What desktops write into an entry that their user switched off there.
+    const QByteArray lines = '\n' + file.read(largestEntry).replace(' ', QByteArray()) + '\n';
+    return !lines.contains("\nHidden=true\n") && !lines.contains("\nX-GNOME-Autostart-enabled=false\n");
+}
+
+void Autostart::turnOn() const {
+    if (program_.contains(u'\n')) // no entry can name it
+        throw LocalizedError(QStringLiteral("Le chemin de Vennic contient un retour à la ligne : %1").arg(program_));
+    QDir().mkpath(QFileInfo(entry_).path());
+    QSaveFile file(entry_);
+    const QByteArray text = QStringLiteral("[Desktop Entry]\n"
+                                           "Type=Application\n"
+                                           "Name=Vennic\n"
+                                           "Comment=Assistant personnel\n"
+                                           "Icon=com.vennic.desktop\n"
+                                           "Exec=%1\n"
+                                           "Terminal=false\n")
+                                .arg(quoted(program_))
+                                .toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
+        throw LocalizedError(QStringLiteral("%1 ne peut pas être écrit : %2").arg(entry_, file.errorString()));
+}
+
+void Autostart::turnOff() const {
+    QFile file(entry_);
+    if (!file.remove() && (file.exists() || QFileInfo(entry_).isSymLink()))
+        throw LocalizedError(QStringLiteral("%1 ne peut pas être supprimé : %2").arg(entry_, file.errorString()));
+}
+
+} // namespace vennic

@@ -1,0 +1,33 @@
+#include "app/screen/ChatLinks.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace vennic {
+
+namespace {
+constexpr qsizetype longest = 200; // characters of an address on the screen
+} // namespace
+
+ChatLinks::ChatLinks(AppSession& session, std::function<void(const QUrl&)> follow)
+    : session_(session), follow_(std::move(follow)) {
+    connect(&session, &AppSession::discussionIdChanged, this, &ChatLinks::hasDiscussionChanged);
+    connect(&session, &AppSession::isStreamingChanged, this, &ChatLinks::isStreamingChanged);
+}
+
+void ChatLinks::follow(const QString& address) const { follow_(QUrl(address)); }
+
+QString ChatLinks::shownAddress(const QString& address) const {
+    QString shown;
+    for (const QChar c : address) {
+        if (c.isPrint() && c.category() != QChar::Other_Format)
+            shown += c;
+        if (shown.size() == longest)
+            return shown + u'…';
+    }
+    return shown;
+}
+
+void ChatLinks::copy(const QString& text) const { QGuiApplication::clipboard()->setText(text); }
+
+} // namespace vennic

@@ -1,0 +1,97 @@
+#include "app/screen/PopoverWindow.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace vennic {
+
+namespace {
+
+constexpr int distance = 6; // between the icon, the screen's edges and the popover
+
+struct OnScreen {
+    QScreen* screen;
+    QRect anchor; // in the screen's own units
+};
+
+/// Pixels are those of the X server; a scaled screen keeps its origin and counts its inside in larger units.
+OnScreen onScreen(const QRect& pixels) {
+    for (QScreen* screen : QGuiApplication::screens()) {
+        const QRect geometry = screen->geometry();
+        const qreal scale = screen->devicePixelRatio();
+        const QRect native(geometry.topLeft(), geometry.size() * scale);
+        if (!native.contains(pixels.center()))
+            continue;
+        const QPoint inside = pixels.topLeft() - native.topLeft();
+        return {screen, {geometry.topLeft() + inside / scale, pixels.size() / scale}};
+    }
+    return {QGuiApplication::primaryScreen(), pixels};
+}
+
+OnScreen atPointer() {
+    const QPoint pointer = QCursor::pos();
+    QScreen* screen = QGuiApplication::screenAt(pointer);
+    return {screen ? screen : QGuiApplication::primaryScreen(), {pointer, QSize(1, 1)}};
+}
+
+} // namespace
+
+PopoverWindow::PopoverWindow(QQmlEngine* engine, bool composited)
+    : QQuickView(engine, nullptr), composited_(composited) {
+    setFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::WindowStaysOnTopHint);
+    setTitle(QStringLiteral("Vennic"));
+    setResizeMode(QQuickView::SizeRootObjectToView);
+    resize(popoverSize);
+    setMinimumSize(popoverSize);
+    setMaximumSize(popoverSize);
+    if (composited_) {
+        QSurfaceFormat withAlpha = format();
+        withAlpha.setAlphaBufferSize(8);
+        setFormat(withAlpha);
+        setColor(Qt::transparent);
+    }
+    connect(this, &QWindow::activeChanged, this, &PopoverWindow::closeWhenLeft);
+}
+
+QRect PopoverWindow::place(const QRect& anchor, const QRect& available, QSize size) {
+    const bool below = anchor.center().y() < available.center().y();
+    QPoint corner(anchor.center().x() - size.width() / 2,
+                  below ? anchor.bottom() + 1 + distance : anchor.top() - distance - size.height());
+    const auto within = [](int at, int least, int most) { return std::max(least, std::min(at, most)); };
+    corner.setX(within(corner.x(), available.left() + distance, available.right() + 1 - distance - size.width()));
+    corner.setY(within(corner.y(), available.top() + distance, available.bottom() + 1 - distance - size.height()));
+    return {corner, size};
+}
+
+void PopoverWindow::appear(std::optional<QRect> anchor) {
+    const OnScreen at = anchor && anchor->isValid() ? onScreen(*anchor) : atPointer();
+    hadKeyboard_ = false;
+    if (at.screen) {
+        setScreen(at.screen);
+        setGeometry(place(at.anchor, at.screen->availableGeometry(), popoverSize));
+    }
+    show();
+    raise();
+    requestActivate();
+}
+
+void PopoverWindow::closeWhenLeft() {
+    // A window that is coming up hasn't had the keyboard yet.
+    if (isActive())
+        hadKeyboard_ = true;
+    else if (hadKeyboard_ && isVisible())
+        hide();
+}
+
+void PopoverWindow::keyPressEvent(QKeyEvent* event) {
+    QQuickView::keyPressEvent(event);
+    if (!event->isAccepted() && event->key() == Qt::Key_Escape) {
+        event->accept();
+        hide();
+    }
+}
+
+} // namespace vennic

@@ -1,0 +1,34 @@
+#pragma once
+#include <QQuickView>
+
+#include <optional>
+
+namespace vennic {
+
+/// The frameless window that hangs from the status item. It goes away when it loses the keyboard, and on Escape.
+class PopoverWindow final : public QQuickView {
+    Q_OBJECT
+public:
+    static constexpr QSize popoverSize{380, 520};
+
+    /// `composited`: whether what lies behind it may show through.
+    PopoverWindow(QQmlEngine* engine, bool composited);
+
+    bool isComposited() const { return composited_; }
+    /// Comes up at the icon (global pixels), or at the pointer, and takes the keyboard.
+    void appear(std::optional<QRect> anchor);
+
+    /// Where the popover stands: under the anchor, or over it where that is nearer to the lower end; within `available`.
+    static QRect place(const QRect& anchor, const QRect& available, QSize size);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void closeWhenLeft();
+
+    bool composited_;
+    bool hadKeyboard_ = false;
+};
+
+} // namespace vennic

@@ -1,0 +1,162 @@
+#include "app/screen/ScreenQml.h"
+
+#include "app/screen/MessageDocument.h"
+#include "app/screen/SymbolProvider.h"
+#include "backend/MessageBubble.h"
+#include "base/LocalizedError.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlError>
+#include <QQuickItem>
+
+namespace vennic {
+
+namespace {
+
+void registerTypes() {
+    qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
+    qRegisterMetaType<std::vector<MarkdownRun>>();
+}
+
+void chooseFont() {
+    QFont font = QGuiApplication::font();
+    if (QFontDatabase::families().contains(QStringLiteral("Inter")))
+        font.setFamilies({QStringLiteral("Inter")});
+    font.setPixelSize(13);
+    QGuiApplication::setFont(font);
+}
+
+[[noreturn]] void giveUp(const QList<QQmlError>& errors) {
+    for (const QQmlError& error : errors)
+        qWarning("%s", qUtf8Printable(error.toString()));
+    throw LocalizedError(QStringLiteral("L'écran de Vennic n'a pas pu être construit."));
+}
+
+void load(QQuickView& view, const QString& file, const QVariantMap& properties) {
+    view.setInitialProperties(properties);
+    view.setSource(QUrl(QStringLiteral("qrc:/Vennic/") + file));
+    if (view.status() != QQuickView::Ready)
+        giveUp(view.errors());
+}
+
+/// The singleton that holds the look of everything.
+QObject* themeOf(QQmlEngine& engine) {
+    QQmlComponent asking(&engine);
+    asking.setData("import QtQml\nimport Vennic\nQtObject { readonly property QtObject theme: Theme }",
+                   QUrl(QStringLiteral("qrc:/Vennic/Asking.qml")));
+    const std::unique_ptr<QObject> asked(asking.create());
+    if (!asked)
+        giveUp(asking.errors());
+    return qvariant_cast<QObject*>(asked->property("theme"));
+}
+
+/// The tabs of the settings, in their order: `title`, `symbol` and `source`, the file of QML that fills it.
+QVariantList settingsTabs() { return {}; }
+
+QVariant object(QObject* object) { return QVariant::fromValue(object); }
+
+} // namespace
+
+ScreenQml::ScreenQml(Surroundings surroundings)
+    : with_(std::move(surroundings)), transcript_(with_.session), links_(with_.session, with_.followLink),
+      picker_(with_.picker) {
+    registerTypes();
+    chooseFont();
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    engine_.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    theme_ = themeOf(engine_);
+    followAppearance();
+    with_.appearance.follow([this] { followAppearance(); });
+    connect(&with_.session, &AppSession::isStreamingChanged, this, &ScreenQml::announceReply);
+}
+
+ScreenQml::~ScreenQml() {
+    with_.appearance.follow({});
+    // No word of a close that nobody asked for.
+    if (popover_)
+        popover_->disconnect(this);
+    if (settings_)
+        settings_->disconnect(this);
+}
+
+void ScreenQml::followAppearance() {
+    theme_->setProperty("dark", with_.appearance.isDark());
+    theme_->setProperty("animated", with_.appearance.isAnimated());
+    theme_->setProperty("composited", popover_ ? popover_->isComposited() : with_.appearance.isComposited());
+}
+
+void ScreenQml::makePopover() {
+    popover_ = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
+    followAppearance();
+    load(*popover_, QStringLiteral("shell/Popover.qml"),
+         {{QStringLiteral("menuBar"), object(&with_.menuBar)},
+          {QStringLiteral("chat"), object(&with_.chat)},
+          {QStringLiteral("transcript"), object(&transcript_)},
+          {QStringLiteral("picker"), object(&picker_)},
+          {QStringLiteral("links"), object(&links_)}});
+    connect(popover_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
+        if (!visible)
+            Q_EMIT popoverClosed();
+    });
+}
+
+void ScreenQml::showPopover(std::optional<QRect> anchor) {
+    // A compositor that came or went since: the window's pixels are of the wrong kind.
+    if (!popover_ || popover_->isComposited() != with_.appearance.isComposited())
+        makePopover();
+    QMetaObject::invokeMethod(popover_->rootObject(), "appear");
+    popover_->appear(anchor);
+}
+
+void ScreenQml::closePopover() {
+    if (popover_)
+        popover_->hide();
+}
+
+bool ScreenQml::isPopoverShown() const { return popover_ && popover_->isVisible(); }
+
+std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
+    auto view = std::make_unique<QQuickView>(&engine_, nullptr);
+    view->setTitle(QStringLiteral("Réglages de Vennic"));
+    view->setResizeMode(QQuickView::SizeRootObjectToView);
+    view->setMinimumSize({520, 420});
+    view->resize(620, 560);
+    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("tabs"), settingsTabs()}});
+    return view;
+}
+
+void ScreenQml::showSettings() {
+    if (settingsTabs().isEmpty())
+        throw LocalizedError(QStringLiteral("Cette version de Vennic n'a pas de fenêtre de réglages."));
+    if (!settings_) {
+        settings_ = makeSettings();
+        connect(settings_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
+            if (!visible)
+                Q_EMIT settingsClosed();
+        });
+    }
+    settings_->show();
+    settings_->raise();
+    settings_->requestActivate();
+}
+
+bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }
+
+void ScreenQml::announceReply() {
+    const std::vector<ChatMessage>& messages = with_.session.messages();
+    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty() || !QAccessible::isActive())
+        return;
+    const ChatMessage& last = messages.back();
+    if (last.role != ChatMessage::Role::assistant)
+        return;
+    QObject* const announcer = popover_->rootObject()->findChild<QObject*>(QStringLiteral("announcer"));
+    if (!announcer)
+        return;
+    announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
+    QAccessibleEvent alert(announcer, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+} // namespace vennic

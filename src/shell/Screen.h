@@ -1,0 +1,51 @@
+#pragma once
+#include "backend/ChatView.h"
+#include "backend/ProviderPicker.h"
+#include "ports/DesktopAppearance.h"
+#include "shell/MenuBarView.h"
+
+#include <QObject>
+#include <QRect>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace vennic {
+
+/// The windows of the program, and the engine that draws them. It lives in a module of its own, which is loaded when
+/// somebody wants to see something. Main thread only.
+class Screen : public QObject {
+    Q_OBJECT
+public:
+    /// What the windows show; each outlives the screen.
+    struct Surroundings {
+        AppSession& session;
+        MenuBarView& menuBar;
+        ChatView& chat;
+        ProviderPicker& picker;
+        DesktopAppearance& appearance;
+        std::function<void(const QUrl&)> followLink; // of a message
+    };
+
+    using QObject::QObject;
+
+    /// Shows the popover, at the icon that it hangs from (global pixels) or at the pointer. Raises LocalizedError.
+    virtual void showPopover(std::optional<QRect> anchor) = 0;
+    virtual void closePopover() = 0;
+    virtual bool isPopoverShown() const = 0;
+    /// Shows the settings window, or brings it to the front. Raises LocalizedError.
+    virtual void showSettings() = 0;
+    virtual bool isSettingsShown() const = 0;
+
+Q_SIGNALS:
+    /// After each close, whoever closed it.
+    void popoverClosed();
+    void settingsClosed();
+};
+
+/// What the module gives out under the name `vennicMakeScreen`. Raises LocalizedError.
+using MakeScreen = void(const Screen::Surroundings* surroundings, std::unique_ptr<Screen>* made);
+
+} // namespace vennic

@@ -1,0 +1,84 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// Who answers, and the menu to choose another.
+T.AbstractButton {
+    id: root
+    required property QtObject picker
+
+    implicitWidth: row.implicitWidth + 18
+    implicitHeight: 28
+    hoverEnabled: true
+    text: picker.pillLabel
+    Accessible.role: Accessible.ButtonMenu
+    Accessible.name: text
+    onClicked: menu.visible ? menu.close() : open()
+
+    function open() {
+        while (menu.count > 0)
+            menu.takeItem(0).destroy()
+        for (const entry of picker.entries())
+            menu.addItem(entry.heading ? heading.createObject(null, { text: entry.title })
+                                       : item.createObject(null, { entry: entry }))
+        menu.open()
+    }
+
+    contentItem: Item {
+        Row {
+            id: row
+            x: 9
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 6
+            Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                name: root.picker.pillIcon
+                size: 15
+                color: Theme.accent
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(implicitWidth, 190)
+                text: root.text
+                textFormat: Text.PlainText
+                elide: Text.ElideMiddle
+                font.pixelSize: Theme.small + 1
+                font.weight: Font.Medium
+                color: Theme.text
+            }
+            Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                name: "chevron.up.chevron.down"
+                size: 12
+                color: Theme.secondary
+            }
+        }
+    }
+    background: Rectangle {
+        radius: 14
+        color: root.down || menu.visible ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
+    }
+    FocusRing { of: root; radius: 16 }
+
+    Component {
+        id: heading
+        MenuHeading {}
+    }
+    Component {
+        id: item
+        MenuItem {
+            required property var entry
+            text: entry.title
+            subtitle: entry.subtitle
+            symbol: entry.symbol
+            marked: entry.current
+            markable: true
+            onTriggered: root.picker.choose(entry.place)
+        }
+    }
+    Menu {
+        id: menu
+        y: -height - 4
+        implicitWidth: 280
+    }
+}

@@ -1,0 +1,35 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// A button with words.
+T.Button {
+    id: root
+    property bool prominent: false
+    property string help: ""
+
+    implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
+    implicitHeight: 30
+    leftPadding: 14
+    rightPadding: 14
+    hoverEnabled: true
+    opacity: enabled ? 1 : 0.4
+
+    contentItem: Text {
+        text: root.text
+        textFormat: Text.PlainText
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        font.pixelSize: Theme.body
+        font.weight: Font.Medium
+        color: root.prominent ? Theme.accentText : Theme.text
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: root.prominent ? (root.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
+                              : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
+    }
+    FocusRing { of: root }
+    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }
+}

@@ -1,0 +1,42 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// The help text of a control, after a moment of rest on it.
+Loader {
+    id: root
+    required property string help
+    property bool wanted: false
+
+    active: wanted && help !== ""
+    sourceComponent: T.ToolTip {
+        id: tip
+        parent: root.parent
+        visible: true
+        delay: 500
+        text: root.help
+        y: parent.height + 6
+        x: Math.round((parent.width - implicitWidth) / 2)
+        margins: 6
+        padding: 6
+        leftPadding: 9
+        rightPadding: 9
+        implicitWidth: Math.min(300, label.implicitWidth + leftPadding + rightPadding)
+        implicitHeight: label.height + topPadding + bottomPadding
+        closePolicy: T.Popup.NoAutoClose
+        contentItem: Text {
+            id: label
+            text: tip.text
+            textFormat: Text.PlainText
+            wrapMode: Text.Wrap
+            maximumLineCount: 6
+            elide: Text.ElideRight
+            font.pixelSize: Theme.small
+            color: Theme.dark ? Theme.text : "#ffffff"
+        }
+        background: Rectangle {
+            radius: 6
+            color: Theme.dark ? "#3d4049" : "#2b2d34"
+        }
+    }
+}

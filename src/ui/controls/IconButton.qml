@@ -1,0 +1,35 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// A button that shows a symbol alone; its help text is its name.
+T.AbstractButton {
+    id: root
+    required property string symbol
+    property string help: text
+    property color tint: Theme.secondary
+    property color ground: "transparent"
+    property int symbolSize: 18
+
+    implicitWidth: 30
+    implicitHeight: 30
+    hoverEnabled: true
+    text: help
+    opacity: enabled ? 1 : 0.3
+    Accessible.name: text
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: root.symbol
+            size: root.symbolSize
+            color: root.tint
+        }
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: root.down ? Theme.pressed : root.hovered && root.enabled ? Theme.hovered : root.ground
+    }
+    FocusRing { of: root }
+    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }
+}

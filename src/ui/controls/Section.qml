@@ -1,0 +1,35 @@
+import QtQuick
+import Vennic
+
+// A titled group of lines of settings.
+Column {
+    id: root
+    property string title: ""
+    default property alias content: body.data
+
+    spacing: 6
+    Text {
+        visible: root.title !== ""
+        text: root.title
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.small
+        font.weight: Font.DemiBold
+        color: Theme.secondary
+        leftPadding: 4
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
+    Rectangle {
+        width: root.width
+        height: body.height + 24
+        radius: Theme.radius + 2
+        color: Theme.surface
+        Column {
+            id: body
+            x: 14
+            y: 12
+            width: parent.width - 28
+            spacing: 10
+        }
+    }
+}

@@ -1,0 +1,207 @@
+"""The client on a desktop: its icon, the links that the desktop hands over, the question before the end."""
+import os
+import pathlib
+import shutil
+import signal
+import sqlite3
+import subprocess
+import unittest
+
+from scene import Scene, wait_for
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+NO_SCREEN = "L'écran de Vennic n'est pas installé.\n"
+WATCHER = ("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher", "org.kde.StatusNotifierWatcher")
+APPLICATION = ("com.vennic.desktop", "/com/vennic/desktop", "org.freedesktop.Application")
+
+
+def gdbus(service, path, interface, method, *arguments):
+    """What a call on the session bus gives, as text; none when it fails."""
+    answer = subprocess.run(["gdbus", "call", "--session", "--dest", service, "--object-path", path, "--method",
+                             f"{interface}.{method}", *arguments], capture_output=True, text=True, check=False, timeout=60)
+    return answer.stdout if answer.returncode == 0 else None
+
+
+def read_property(service, path, interface, name):
+    return gdbus(service, path, "org.freedesktop.DBus.Properties", "Get", interface, name)
+
+
+class Desktop(Scene):
+    def setUp(self):
+        super().setUp()
+        for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):
+            self.client.environment[name] = os.environ[name]
+        shutil.copy(ROOT / "packaging" / "icons" / "VennicStatusIcon.svg", self.resources)
+
+    def start_client(self):
+        self.backend.start()
+        self.deploy()
+        self.client.start()
+        wait_for(self.is_on_the_bus, "the client is on the bus")
+
+    def is_on_the_bus(self):
+        return "true" in gdbus("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+                               APPLICATION[0])
+
+    def preference(self, key):
+        """The text kept under a key by the client, once it is on the disk."""
+        path = self.folder / "data" / "vennic" / "preferences.sqlite"
+        if not path.exists():
+            return None
+        with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as store:
+            return next((bytes(row[0]).decode() if isinstance(row[0], bytes) else str(row[0])
+                         for row in store.execute("SELECT value FROM preferences WHERE key = ?", (key,))), None)
+
+    def await_anchor(self, anchor):
+        wait_for(lambda: self.preference("hallwardenPanelAnchor") == anchor, f"the anchor {anchor} is kept")
+
+    def xdotool(self, *arguments):
+        return subprocess.run(["xdotool", *arguments], capture_output=True, text=True, check=False, timeout=60).stdout
+
+    def dialog(self):
+        """The window of the dialog that has the keyboard; none without."""
+        window = self.xdotool("search", "--onlyvisible", "--class", "vennic-dialog").split()
+        return window[0] if window and self.xdotool("getactivewindow").strip() == window[0] else None
+
+    def picture(self, name):
+        """Keeps a picture of the screen where somebody wants to look at it."""
+        if "VENNIC_PICTURES" in os.environ:
+            subprocess.run(["import", "-window", "root", f"{os.environ['VENNIC_PICTURES']}/{name}.png"], check=True)
+
+    def ask_to_quit(self):
+        self.assertIsNotNone(gdbus(*APPLICATION, "ActivateAction", "quit", "[]", "{}"))
+
+    def test_the_icon_is_in_the_panel(self):
+        self.start_client()
+        item = wait_for(self.item, "the icon is registered")
+        self.assertIn("'Vennic'", read_property(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Title"))
+        pixels = read_property(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "IconPixmap")
+        self.assertIn("(22, 22, [byte", pixels)
+        self.picture("panel")
+
+    def item(self):
+        """The bus name of our icon."""
+        items = read_property(*WATCHER, "RegisteredStatusNotifierItems") or ""
+        for word in items.split("'"):
+            name = word.split("/")[0]
+            if name.startswith(":") and "com.vennic.desktop" in (
+                    read_property(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Id") or ""):
+                return name
+        return None
+
+    def test_without_its_windows_the_client_says_so_and_goes_on(self):
+        self.start_client()
+        toggled = self.client.verb("toggle")
+        self.assertEqual((toggled.returncode, toggled.stderr), (1, NO_SCREEN))
+        second = self.client.verb()
+        self.assertEqual((second.returncode, second.stdout, second.stderr), (0, "Vennic tourne déjà.\n", NO_SCREEN))
+        self.assertIsNone(self.client.process.poll())
+
+    def test_links_are_handed_to_the_running_client(self):
+        self.start_client()
+        handed = self.client.verb("vennic://desktop/hallwarden_panel?section=secure")
+        self.assertEqual(handed.returncode, 0, handed.stderr)
+        self.await_anchor("secureAccess")
+        opened = self.client.verb("open", "VENNIC://local/setup")
+        self.assertEqual((opened.returncode, opened.stderr), (1, NO_SCREEN))
+        self.await_anchor("localRuntime")
+        unknown = self.client.verb("open", "vennic://ailleurs")
+        self.assertEqual(unknown.returncode, 1)
+        self.assertIn("vennic://ailleurs", unknown.stderr)
+
+    def test_a_start_with_a_link_follows_it(self):
+        self.backend.start()
+        self.deploy()
+        self.client.process = subprocess.Popen(
+            [self.client.program, "vennic://desktop/hallwarden_panel?section=approvals"], env=self.client.environment,
+            stdin=subprocess.DEVNULL, stdout=open(self.client.log, "ab"), stderr=subprocess.STDOUT)
+        self.await_anchor("approvals")
+
+    def test_a_link_that_the_desktop_opens_starts_the_client_and_reaches_it(self):
+        self.backend.start()
+        self.deploy()
+        self.install()
+        self.addCleanup(self.client.verb, "quit")
+        for section, anchor in (("audit", "activity"), ("approvals", "approvals")):
+            opened = subprocess.run(["gio", "open", f"vennic://desktop/hallwarden_panel?section={section}"],
+                                    capture_output=True, text=True, check=False, timeout=60)
+            self.assertEqual(opened.returncode, 0, opened.stderr)
+            self.await_anchor(anchor)
+        self.assertEqual(self.client.verb("status").returncode, 0)
+
+    def install(self):
+        """Puts the desktop entry and the service of the bus where this session looks for them."""
+        data = pathlib.Path(os.environ["XDG_DATA_HOME"])
+        starter = self.folder / "start"
+        settings = " ".join(f"'{name}={value}'" for name, value in self.client.environment.items())
+        starter.write_text(f"#!/bin/sh\nexec env -i {settings} '{self.client.program}' \"$@\"\n")
+        starter.chmod(0o700)
+        for folder in ("applications", "dbus-1/services"):
+            (data / folder).mkdir(parents=True, exist_ok=True)
+        shutil.copy(ROOT / "packaging" / "com.vennic.desktop.desktop", data / "applications")
+        service = (ROOT / "packaging" / "com.vennic.desktop.service.in").read_text(encoding="utf-8")
+        (data / "dbus-1" / "services" / "com.vennic.desktop.service").write_text(
+            service.replace("@program@", str(starter)), encoding="utf-8")
+        subprocess.run(["update-desktop-database", data / "applications"], check=True)
+        gdbus("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReloadConfig")
+
+    def test_sigterm_ends_it_without_a_question(self):
+        self.start_client()
+        self.client.process.send_signal(signal.SIGTERM)
+        self.assertEqual(self.client.process.wait(20), 0)
+        self.assertEqual(self.xdotool("search", "--class", "vennic-dialog"), "")
+        self.assertFalse(self.is_on_the_bus())
+
+    def test_whoever_refuses_the_end_stays_and_is_asked_again(self):
+        self.start_client()
+        for _ in range(2):
+            self.ask_to_quit()
+            dialog = wait_for(self.dialog, "the dialog has the keyboard")
+            self.picture("quit")
+            self.ask_to_quit()  # one question at a time
+            self.check_the_box()
+            self.xdotool("key", "Escape")
+            self.await_no_dialog()
+            self.assertEqual(self.client.verb("status").returncode, 0)
+            self.assertNotEqual(self.dialog(), dialog)
+        self.assertIsNone(self.preference("suppressQuitConfirmation"))
+
+    def test_whoever_agrees_to_the_end_gets_it(self):
+        self.start_client()
+        self.ask_to_quit()
+        wait_for(self.dialog, "the dialog has the keyboard")
+        self.xdotool("key", "Return")
+        self.assertEqual(self.client.process.wait(20), 0)
+        self.assertIsNone(self.preference("suppressQuitConfirmation"))
+
+    def test_whoever_does_not_want_to_be_asked_is_not(self):
+        self.start_client()
+        self.ask_to_quit()
+        wait_for(self.dialog, "the dialog has the keyboard")
+        self.check_the_box()
+        self.picture("quit-for-good")
+        self.xdotool("key", "Return")
+        self.assertEqual(self.client.process.wait(20), 0)
+        self.assertIn(self.preference("suppressQuitConfirmation"), ("1", "true"))
+        self.client.start()
+        wait_for(self.is_on_the_bus, "the client is on the bus")
+        self.ask_to_quit()
+        self.assertEqual(self.client.process.wait(20), 0)
+
+    def check_the_box(self):
+        """By its letter."""
+        self.xdotool("key", "alt+p")
+
+    def await_no_dialog(self):
+        wait_for(lambda: not self.xdotool("search", "--onlyvisible", "--class", "vennic-dialog"), "the dialog is gone")
+
+    def test_without_a_server_behind_its_name_it_runs_without_a_screen(self):
+        self.client.environment["DISPLAY"] = ":4711"
+        self.start_client()
+        toggled = self.client.verb("toggle")
+        self.assertEqual((toggled.returncode, toggled.stderr),
+                         (1, "Vennic tourne sans écran : il n'y a rien à ouvrir.\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()
