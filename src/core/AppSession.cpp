@@ -218,6 +218,10 @@ void AppSession::setLocalLLMDeviceNickname(const QString& nickname) {
                  &AppSession::localLLMDeviceNicknameChanged);
 }
 
+void AppSession::setUserEmail(const std::optional<QString>& email) {
+    publish(userEmail_, email, &AppSession::userEmailChanged);
+}
+
 // What the program asks of the session
 
 bool AppSession::setToken(const SecretText& raw) {

@@ -51,6 +51,7 @@ class AppSession final : public QObject {
     Q_PROPERTY(QString localLLMModel READ localLLMModel WRITE setLocalLLMModel NOTIFY localLLMModelChanged)
     Q_PROPERTY(QString localLLMDeviceNickname READ localLLMDeviceNickname WRITE setLocalLLMDeviceNickname NOTIFY
                    localLLMDeviceNicknameChanged)
+    Q_PROPERTY(std::optional<QString> userEmail READ userEmail WRITE setUserEmail NOTIFY userEmailChanged)
 
 public:
     /// All that the session touches; each outlives it.
@@ -128,7 +129,7 @@ public:
     void setLocalLLMModel(const QString& model);
     void setLocalLLMDeviceNickname(const QString& nickname);
     void setUserId(std::optional<qint64> id) { userId_ = id; }
-    void setUserEmail(const std::optional<QString>& email) { userEmail_ = email; }
+    void setUserEmail(const std::optional<QString>& email);
 
     /// Signs in with a token, whose ends are trimmed; an empty one signs out. False when the credential store
     /// refused the token: `lastError` says why, and nothing else has changed.
@@ -166,6 +167,7 @@ Q_SIGNALS:
     void localLLMEndpointChanged();
     void localLLMModelChanged();
     void localLLMDeviceNicknameChanged();
+    void userEmailChanged();
     void tokenRevoked();
 
 private:

@@ -1,5 +1,7 @@
 // One dialog, in a process of its own, so that the client that waits in the background carries no widgets.
 #include "linux/dialog/DialogRequest.h"
+#include "linux/dialog/FolderChooser.h"
+#include "linux/dialog/FolderRequest.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -15,11 +17,9 @@ namespace {
 
 using namespace vennic;
 
-std::optional<DialogRequest> readRequest() {
+QByteArray readRequest() {
     QFile input;
-    if (!input.open(stdin, QIODevice::ReadOnly))
-        return std::nullopt;
-    return decodedDialogRequest(input.read(DialogRequest::mostBytes + 1));
+    return input.open(stdin, QIODevice::ReadOnly) ? input.read(DialogRequest::mostBytes + 1) : QByteArray();
 }
 
 DialogExit show(const DialogRequest& request) {
@@ -62,6 +62,17 @@ DialogExit show(const DialogRequest& request) {
     return forGood && forGood->isChecked() ? DialogExit::acceptedForGood : DialogExit::accepted;
 }
 
+DialogExit choose(const FolderPanel& panel) {
+    const auto folders = chooseFolders(panel);
+    if (!folders)
+        return DialogExit::refused;
+    QFile output;
+    const QByteArray answer = encodedChoice(*folders);
+    const bool told =
+        output.open(stdout, QIODevice::WriteOnly) && output.write(answer) == answer.size() && output.flush();
+    return told ? DialogExit::accepted : DialogExit::notShown;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -69,12 +80,14 @@ int main(int argc, char** argv) {
         std::fputs("vennic-dialog: programme interne, lancé par vennic\n", stderr);
         return 2;
     }
-    const auto request = readRequest();
-    if (!request)
+    const QByteArray json = readRequest();
+    const auto request = decodedDialogRequest(json);
+    const auto panel = decodedFolderPanel(json);
+    if (!request && !panel)
         return static_cast<int>(DialogExit::notShown);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("vennic"));
     QApplication::setApplicationDisplayName(QStringLiteral("Vennic"));
     QApplication::setDesktopFileName(QStringLiteral("com.vennic.desktop"));
-    return static_cast<int>(show(*request));
+    return static_cast<int>(panel ? choose(*panel) : show(*request));
 }

@@ -1,4 +1,4 @@
-#include "app/ResolvedShare.h"
+#include "Bridge/ResolvedShare.h"
 
 #include "Bridge/BookmarkResolver.h"
 #include "base/Pool.h"
@@ -13,7 +13,8 @@ std::vector<ResolvedShare> resolveAll(const std::shared_ptr<FolderBookmarks>& fo
     const BookmarkResolver resolver(*folders);
     for (BookmarkEntry& grant : grants) {
         const auto resolved = resolver.resolveIfPossible(grant);
-        shares.push_back({std::move(grant), resolved ? std::optional(resolved->url) : std::nullopt});
+        shares.push_back(
+            {std::move(grant), resolved ? std::optional(resolved->url) : std::nullopt, resolved && resolved->stale});
     }
     return shares;
 }

@@ -14,6 +14,7 @@ namespace vennic {
 struct ResolvedShare {
     BookmarkEntry grant;
     std::optional<FileURL> folder;
+    bool stale = false; // the folder is elsewhere than where it was shared
 };
 
 /// Resolves each grant, in order. On the pool: a folder that has moved is looked for on the disk, which may take

@@ -1,0 +1,168 @@
+#include "settings/GeneralSettingsTab.h"
+
+#include "base/Localized.h"
+
+namespace vennic {
+
+namespace {
+constexpr auto savedFlashTime = std::chrono::milliseconds{1500};
+} // namespace
+
+GeneralSettingsTab::GeneralSettingsTab(Surroundings surroundings) : with_(std::move(surroundings)) {
+    connect(&with_.session, &AppSession::userTokenChanged, this, [this] {
+        pairSuccessEmail_.clear(); // of another token
+        Q_EMIT accountChanged();
+    });
+    connect(&with_.session, &AppSession::userEmailChanged, this, &GeneralSettingsTab::accountChanged);
+}
+
+void GeneralSettingsTab::appear() {
+    const auto stored = with_.keychain.read(localized("Authentifie-toi pour accéder à Vennic"));
+    tokenDraft_.set(stored.value_or(SecretText{}));
+    const bool highSecurity = storedAs<bool>(with_.store, PreferenceKey::highSecurityMode).value_or(false);
+    if (highSecurityOn_ != highSecurity) {
+        highSecurityOn_ = highSecurity;
+        Q_EMIT highSecurityOnChanged();
+    }
+    setQuitConfirmationSuppressed(storedAs<bool>(with_.store, PreferenceKey::suppressQuitConfirmation).value_or(false));
+}
+
+void GeneralSettingsTab::disappear() { tokenDraft_.scrub(); }
+
+// Pairing
+
+QString GeneralSettingsTab::pairedAccount() const {
+    const QString email =
+        pairSuccessEmail_.isEmpty() ? with_.session.userEmail().value_or(QString()) : pairSuccessEmail_;
+    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + email;
+}
+
+void GeneralSettingsTab::setPairCode(const QString& code) {
+    if (pairCode_ == code)
+        return;
+    pairCode_ = code;
+    Q_EMIT pairCodeChanged();
+    Q_EMIT canPairChanged();
+    setPairError({});
+}
+
+bool GeneralSettingsTab::canPair() const { return !pairingLoading_ && !pairCode_.trimmed().isEmpty(); }
+
+void GeneralSettingsTab::claimPairingCode() {
+    if (!canPair())
+        return;
+    setPairingLoading(true);
+    setPairError({});
+    setPairSuccessEmail({});
+    jobs_.start(claim(pairCode_.trimmed()));
+}
+
+Task<> GeneralSettingsTab::claim(QString code) {
+    const auto failure = co_await failureOfClaim(std::move(code));
+    setPairError(failure.value_or(QString()));
+    setPairingLoading(false);
+}
+
+Task<std::optional<QString>> GeneralSettingsTab::failureOfClaim(QString code) {
+    try {
+        const PairingClaimResponse claimed = co_await APIService::claimPairing(with_.http, with_.config, code);
+        if (!with_.session.setToken(claimed.user_token))
+            co_return with_.session.lastError().value_or(localized(
+                "Impossible d'enregistrer le jeton dans le Trousseau. Essaie de désactiver « Mode haute sécurité »."));
+        setPairSuccessEmail(claimed.email);
+        setPairCode({});
+        tokenDraft_.set({});
+        co_return std::nullopt;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        co_return localizedDescription(error);
+    }
+}
+
+void GeneralSettingsTab::signOut() {
+    with_.session.setToken(SecretText{});
+    setPairSuccessEmail({});
+    setPairCode({});
+}
+
+// The token itself
+
+void GeneralSettingsTab::saveToken() {
+    with_.session.setToken(tokenDraft_.secret());
+    tokenDraft_.scrub();
+    setSavedFlash(true);
+    flash_.cancel();
+    flash_ = jobs_.start(endSavedFlash());
+}
+
+Task<> GeneralSettingsTab::endSavedFlash() {
+    co_await with_.clock.sleep(savedFlashTime);
+    setSavedFlash(false);
+}
+
+void GeneralSettingsTab::clearToken() {
+    tokenDraft_.set({});
+    with_.session.setToken(SecretText{});
+}
+
+void GeneralSettingsTab::pasteToken() { tokenDraft_.insert(with_.pasteboard()); }
+
+// Security
+
+void GeneralSettingsTab::setHighSecurityOn(bool on) {
+    if (highSecurityOn_ == on)
+        return;
+    highSecurityOn_ = on;
+    with_.store.set(PreferenceKey::highSecurityMode, on);
+    Q_EMIT highSecurityOnChanged();
+    if (!with_.session.isAuthenticated())
+        return;
+    const SecretText token = *with_.session.userToken();
+    with_.session.setToken(token);
+}
+
+void GeneralSettingsTab::restoreQuitConfirmation() {
+    with_.store.remove(PreferenceKey::suppressQuitConfirmation);
+    setQuitConfirmationSuppressed(false);
+}
+
+// Publishing
+
+void GeneralSettingsTab::setPairError(const QString& error) {
+    if (pairError_ == error)
+        return;
+    pairError_ = error;
+    Q_EMIT pairErrorChanged();
+}
+
+void GeneralSettingsTab::setPairSuccessEmail(const QString& email) {
+    if (pairSuccessEmail_ == email)
+        return;
+    pairSuccessEmail_ = email;
+    Q_EMIT accountChanged();
+}
+
+void GeneralSettingsTab::setPairingLoading(bool loading) {
+    if (pairingLoading_ == loading)
+        return;
+    pairingLoading_ = loading;
+    Q_EMIT isPairingLoadingChanged();
+    Q_EMIT canPairChanged();
+}
+
+void GeneralSettingsTab::setSavedFlash(bool shown) {
+    if (savedFlash_ == shown)
+        return;
+    savedFlash_ = shown;
+    Q_EMIT savedFlashChanged();
+}
+
+void GeneralSettingsTab::setQuitConfirmationSuppressed(bool suppressed) {
+    if (quitConfirmationSuppressed_ == suppressed)
+        return;
+    quitConfirmationSuppressed_ = suppressed;
+    Q_EMIT quitConfirmationSuppressedChanged();
+}
+
+} // namespace vennic

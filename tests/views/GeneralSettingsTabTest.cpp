@@ -1,0 +1,403 @@
+#include "settings/GeneralSettingsTab.h"
+
+#include "core/SessionFixture.h"
+#include "support/TestClock.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace vennic {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct GeneralSettingsTabTest : test::SessionFixture {
+    const QString page = QStringLiteral("https://vennic.test/appairage");
+    const APIConfig deployed{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
+                                               .backendDomain = QStringLiteral("vennic.test"),
+                                               .apiHost = QStringLiteral("api.vennic.test"),
+                                               .pairingPage = page,
+                                               .packageManagerSite = {}}};
+    test::TestClock clock;
+    QList<QUrl> opened;
+    QString copied;
+    std::unique_ptr<GeneralSettingsTab> own;
+
+    GeneralSettingsTab& tab() {
+        if (!own)
+            own = std::make_unique<GeneralSettingsTab>(GeneralSettingsTab::Surroundings{
+                .session = session(),
+                .store = store,
+                .keychain = keychain,
+                .http = http,
+                .config = deployed,
+                .clock = clock,
+                .openURL = [this](const QUrl& url) { opened.append(url); },
+                .pasteboard = [this] { return copied; },
+            });
+        return *own;
+    }
+    QString draft() { return QString::fromUtf8(tab().tokenDraft()->secret().reveal()); }
+    QString sessionToken() {
+        const auto& token = session().userToken();
+        return token ? QString::fromUtf8(token->reveal()) : QStringLiteral("none");
+    }
+    void pairWith(const char* code) {
+        tab().setPairCode(QString::fromUtf8(code));
+        tab().claimPairingCode();
+        settle();
+    }
+    void answerClaim() { transport.answerWith(201, R"({"user_token":"fresh","email":"marie@exemple.fr"})"); }
+    QString sentCode() {
+        return QJsonDocument::fromJson(transport.requests.at(0).body.value())
+            .object()
+            .value(QLatin1String("pairing_code"))
+            .toString();
+    }
+};
+
+// Pairing
+
+TEST_F(GeneralSettingsTabTest, aCodeIsExchangedForATokenAndTheAccountShown) {
+    session();
+    answerClaim();
+    pairWith("ABCD1234");
+    EXPECT_EQ(sessionToken(), QStringLiteral("fresh"));
+    EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
+    EXPECT_EQ(tab().pairSuccessEmail(), QStringLiteral("marie@exemple.fr"));
+    EXPECT_EQ(tab().pairedAccount(), QStringLiteral("Appairé avec marie@exemple.fr"));
+    EXPECT_TRUE(tab().isAuthenticated());
+    EXPECT_EQ(tab().pairCode(), QString());
+    EXPECT_EQ(tab().tokenDraft()->length(), 0);
+    EXPECT_EQ(tab().pairError(), QString());
+    EXPECT_FALSE(tab().isPairingLoading());
+}
+
+TEST_F(GeneralSettingsTabTest, aCodeIsSentWithoutTheBlanksAroundIt) {
+    answerClaim();
+    pairWith(" \t ABCD 1234\n");
+    EXPECT_EQ(sentCode(), QStringLiteral("ABCD 1234"));
+}
+
+TEST_F(GeneralSettingsTabTest, aCodeOfBlanksOnlyLeavesTheButtonDisabled) {
+    EXPECT_FALSE(tab().canPair());
+    for (const char* blanks : {" ", "\n\t", "\u00A0"}) {
+        pairWith(blanks);
+        EXPECT_FALSE(tab().canPair());
+    }
+    EXPECT_TRUE(transport.requests.empty());
+    tab().setPairCode(QStringLiteral(" a "));
+    EXPECT_TRUE(tab().canPair());
+}
+
+TEST_F(GeneralSettingsTabTest, aCodeOfFiveCharactersIsSentAndItsRefusalShown) {
+    transport.answerWith(422, R"({"error":"code expiré"})");
+    pairWith("ABCDE");
+    EXPECT_EQ(sentCode(), QStringLiteral("ABCDE"));
+    EXPECT_EQ(tab().pairError(), QStringLiteral("Erreur HTTP 422 : code expiré"));
+    EXPECT_EQ(tab().pairCode(), QStringLiteral("ABCDE"));
+    EXPECT_FALSE(tab().isPairingLoading());
+    EXPECT_FALSE(tab().isAuthenticated());
+}
+
+TEST_F(GeneralSettingsTabTest, aWrongCodeEndsNoSession) {
+    session();
+    transport.answerWith(401, R"({"error":"code inconnu"})");
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError(), QStringLiteral("Erreur HTTP 401 : code inconnu"));
+    EXPECT_EQ(session().lastError(), std::nullopt);
+}
+
+TEST_F(GeneralSettingsTabTest, withoutANetworkTheSentenceOfTheFaultIsShown) {
+    transport.failWith(TransportFault::noNetwork);
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError(), TransportError(TransportFault::noNetwork).errorDescription());
+    transport.answerWith(200, "[]");
+    pairWith("ABCD1235");
+    EXPECT_FALSE(tab().pairError().isEmpty());
+}
+
+TEST_F(GeneralSettingsTabTest, theFirstKeyAfterAFailureClearsTheError) {
+    transport.answerWith(500, "panne");
+    pairWith("ABCD");
+    ASSERT_EQ(tab().pairError(), QStringLiteral("Erreur HTTP 500 : panne"));
+    tab().setPairCode(QStringLiteral("ABCD"));
+    EXPECT_FALSE(tab().pairError().isEmpty()) << "nothing was typed";
+    tab().setPairCode(QStringLiteral("ABCDE"));
+    EXPECT_EQ(tab().pairError(), QString());
+}
+
+TEST_F(GeneralSettingsTabTest, aNewAttemptClearsWhatTheLastOneLeft) {
+    transport.answerWith(500, "panne");
+    pairWith("ABCD");
+    transport.hold();
+    tab().claimPairingCode();
+    EXPECT_EQ(tab().pairError(), QString());
+    EXPECT_TRUE(tab().isPairingLoading());
+    answerClaim();
+    transport.release();
+    settle();
+    EXPECT_EQ(tab().pairError(), QString());
+    EXPECT_TRUE(tab().isAuthenticated());
+}
+
+TEST_F(GeneralSettingsTabTest, whileACodeIsBeingClaimedNoOtherOneIs) {
+    transport.hold();
+    answerClaim();
+    pairWith("ABCD1234");
+    EXPECT_TRUE(tab().isPairingLoading());
+    EXPECT_FALSE(tab().canPair());
+    tab().claimPairingCode();
+    settle();
+    EXPECT_EQ(transport.requests.size(), 1u);
+    transport.release();
+    settle();
+    EXPECT_FALSE(tab().isPairingLoading());
+    EXPECT_TRUE(tab().isAuthenticated());
+}
+
+TEST_F(GeneralSettingsTabTest, aPairingThatIsUnderWayOutlivesTheWindow) {
+    tab().appear();
+    transport.hold();
+    answerClaim();
+    pairWith("ABCD1234");
+    tab().disappear();
+    transport.release();
+    settle();
+    EXPECT_EQ(sessionToken(), QStringLiteral("fresh"));
+}
+
+TEST_F(GeneralSettingsTabTest, aTokenThatCannotBeStoredIsToldInTheStoresWords) {
+    session();
+    credentials.addFailure = CredentialStatus::ioFailed;
+    answerClaim();
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError(), QStringLiteral("Erreur Trousseau -36"));
+    EXPECT_EQ(tab().pairCode(), QStringLiteral("ABCD1234"));
+    EXPECT_EQ(tab().pairSuccessEmail(), QString());
+    EXPECT_FALSE(tab().isAuthenticated());
+    EXPECT_FALSE(tab().isPairingLoading());
+}
+
+TEST_F(GeneralSettingsTabTest, aTokenThatCannotBeProtectedIsToldInTheStoresWords) {
+    put("highSecurityMode", true);
+    credentials.presenceAvailable = false;
+    answerClaim();
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError(), QStringLiteral("Impossible de configurer le contrôle d'accès du Trousseau"));
+}
+
+TEST_F(GeneralSettingsTabTest, aStoreThatRefusesWithoutAWordIsToldByAHint) {
+    session();
+    credentials.addFailure = CredentialStatus::ioFailed;
+    // Somebody takes the words off the screen as soon as they come.
+    QObject::connect(&session(), &AppSession::lastErrorChanged, &session(), [this] {
+        if (session().lastError())
+            session().setLastError(std::nullopt);
+    });
+    answerClaim();
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError(), QStringLiteral("Impossible d'enregistrer le jeton dans le Trousseau. Essaie de "
+                                                "désactiver « Mode haute sécurité »."));
+}
+
+TEST_F(GeneralSettingsTabTest, signingOutForgetsTheAccountAndTheCode) {
+    answerClaim();
+    pairWith("ABCD1234");
+    tab().setPairCode(QStringLiteral("rest"));
+    tab().signOut();
+    EXPECT_FALSE(tab().isAuthenticated());
+    EXPECT_EQ(storedToken(), QStringLiteral("none"));
+    EXPECT_EQ(tab().pairSuccessEmail(), QString());
+    EXPECT_EQ(tab().pairCode(), QString());
+}
+
+TEST_F(GeneralSettingsTabTest, theAccountIsNamedOnceItIsKnown) {
+    signedIn();
+    EXPECT_EQ(tab().pairedAccount(), QStringLiteral("Ce Mac est appairé"));
+    int changes = 0;
+    QObject::connect(&tab(), &GeneralSettingsTab::accountChanged, [&] { ++changes; });
+    session().setUserEmail(QStringLiteral("marie@exemple.fr"));
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(tab().pairedAccount(), QStringLiteral("Appairé avec marie@exemple.fr"));
+}
+
+TEST_F(GeneralSettingsTabTest, anAccountThatWasPairedHereIsNotShownForAnothersToken) {
+    answerClaim();
+    pairWith("ABCD1234");
+    session().setToken(SecretText{"another"});
+    session().setUserEmail(QStringLiteral("paul@exemple.fr"));
+    EXPECT_EQ(tab().pairedAccount(), QStringLiteral("Appairé avec paul@exemple.fr"));
+}
+
+TEST_F(GeneralSettingsTabTest, thePairingPageOpensInTheBrowser) {
+    EXPECT_EQ(tab().pairingPage(), page);
+    tab().openPairingPage();
+    EXPECT_EQ(opened, QList<QUrl>{QUrl(page)});
+}
+
+// The token itself
+
+TEST_F(GeneralSettingsTabTest, theFieldBeginsWithTheStoredToken) {
+    signedIn();
+    tab().appear();
+    EXPECT_EQ(draft(), QStringLiteral("tok"));
+    tab().disappear();
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(GeneralSettingsTabTest, withHighSecurityOnOpeningAsksForAuthenticationOnce) {
+    put("highSecurityMode", true);
+    signedIn();
+    credentials.prompts.clear();
+    tab().appear();
+    EXPECT_EQ(credentials.prompts, std::vector{std::optional(QStringLiteral("Authentifie-toi pour accéder à Vennic"))});
+    EXPECT_EQ(draft(), QStringLiteral("tok"));
+    EXPECT_TRUE(tab().highSecurityOn());
+}
+
+TEST_F(GeneralSettingsTabTest, aRefusedAuthenticationLeavesTheFieldEmpty) {
+    put("highSecurityMode", true);
+    signedIn();
+    credentials.presenceStatus = CredentialStatus::userCancelled;
+    tab().appear();
+    EXPECT_EQ(draft(), QString());
+    EXPECT_TRUE(tab().isAuthenticated());
+}
+
+TEST_F(GeneralSettingsTabTest, savingSignsInAndScrubsTheField) {
+    tab().tokenDraft()->insert(QStringLiteral(" pasted\n"));
+    QStringList seen;
+    QObject::connect(tab().tokenDraft(), &SecretDraft::changed, [&] { seen.append(draft()); });
+    tab().saveToken();
+    EXPECT_EQ(sessionToken(), QStringLiteral("pasted"));
+    EXPECT_EQ(seen, (QStringList{QStringLiteral("00000000"), QString()}));
+}
+
+TEST_F(GeneralSettingsTabTest, theSavedMarkShowsForASecondAndAHalf) {
+    tab().tokenDraft()->insert(QStringLiteral("a"));
+    tab().saveToken();
+    settle();
+    EXPECT_TRUE(tab().savedFlash());
+    clock.advance(1499ms);
+    settle();
+    EXPECT_TRUE(tab().savedFlash());
+    clock.advance(1ms);
+    settle();
+    EXPECT_FALSE(tab().savedFlash());
+}
+
+TEST_F(GeneralSettingsTabTest, aSecondSaveShowsItsMarkForItsWholeTime) {
+    tab().saveToken();
+    settle();
+    clock.advance(1s);
+    tab().saveToken();
+    settle();
+    clock.advance(1s);
+    settle();
+    EXPECT_TRUE(tab().savedFlash());
+    clock.advance(500ms);
+    settle();
+    EXPECT_FALSE(tab().savedFlash());
+}
+
+TEST_F(GeneralSettingsTabTest, aSaveThatFailsIsToldByTheSessionAlone) {
+    session();
+    credentials.addFailure = CredentialStatus::ioFailed;
+    tab().tokenDraft()->insert(QStringLiteral("a"));
+    tab().saveToken();
+    EXPECT_EQ(session().lastError(), QStringLiteral("Erreur Trousseau -36"));
+    EXPECT_EQ(tab().pairError(), QString());
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(GeneralSettingsTabTest, clearingEmptiesTheFieldAndSignsOut) {
+    signedIn();
+    tab().appear();
+    tab().clearToken();
+    EXPECT_EQ(draft(), QString());
+    EXPECT_EQ(sessionToken(), QStringLiteral("none"));
+    EXPECT_EQ(storedToken(), QStringLiteral("none"));
+}
+
+TEST_F(GeneralSettingsTabTest, whatWasCopiedCanBePasted) {
+    copied = QStringLiteral("from elsewhere");
+    tab().pasteToken();
+    EXPECT_EQ(draft(), copied);
+}
+
+// Security
+
+TEST_F(GeneralSettingsTabTest, turningHighSecurityOnWithoutATokenWritesOnlyTheDefault) {
+    session();
+    store.writes.clear();
+    tab().setHighSecurityOn(true);
+    ASSERT_EQ(store.writes.size(), 1u);
+    EXPECT_EQ(store.writes[0].first, QLatin1String("highSecurityMode"));
+    EXPECT_EQ(store.writes[0].second, StoredValue(true));
+    EXPECT_TRUE(credentials.entries.empty());
+    EXPECT_TRUE(credentials.removals.empty());
+}
+
+TEST_F(GeneralSettingsTabTest, switchingHighSecurityStoresTheTokenAgainUnderTheNewProtection) {
+    signedIn();
+    tab().setHighSecurityOn(true);
+    ASSERT_EQ(credentials.entries.size(), 1u);
+    EXPECT_TRUE(credentials.entries[0].protection.requiresUserPresence);
+    EXPECT_EQ(credentials.entries[0].data, SecretText{"tok"});
+    tab().setHighSecurityOn(false);
+    ASSERT_EQ(credentials.entries.size(), 1u);
+    EXPECT_FALSE(credentials.entries[0].protection.requiresUserPresence);
+    EXPECT_EQ(sessionToken(), QStringLiteral("tok"));
+}
+
+TEST_F(GeneralSettingsTabTest, aTokenThatCannotBeProtectedAnewIsToldByTheSession) {
+    signedIn();
+    credentials.presenceAvailable = false;
+    tab().setHighSecurityOn(true);
+    EXPECT_TRUE(tab().highSecurityOn());
+    EXPECT_EQ(session().lastError(), QStringLiteral("Impossible de configurer le contrôle d'accès du Trousseau"));
+    EXPECT_EQ(sessionToken(), QStringLiteral("tok"));
+}
+
+TEST_F(GeneralSettingsTabTest, theSwitchBeginsAsStored) {
+    tab().appear();
+    EXPECT_FALSE(tab().highSecurityOn());
+    put("highSecurityMode", true);
+    tab().appear();
+    EXPECT_TRUE(tab().highSecurityOn());
+    putText("highSecurityMode", "true");
+    tab().appear();
+    EXPECT_FALSE(tab().highSecurityOn()) << "a word is no boolean";
+}
+
+TEST_F(GeneralSettingsTabTest, theConfirmationOfQuittingCanBeHadBack) {
+    tab().appear();
+    EXPECT_FALSE(tab().quitConfirmationSuppressed());
+    put("suppressQuitConfirmation", true);
+    tab().appear();
+    EXPECT_TRUE(tab().quitConfirmationSuppressed());
+    tab().restoreQuitConfirmation();
+    EXPECT_FALSE(tab().quitConfirmationSuppressed());
+    EXPECT_EQ(stored("suppressQuitConfirmation"), std::nullopt);
+}
+
+TEST_F(GeneralSettingsTabTest, eachChangeIsAnnouncedOnce) {
+    signedIn();
+    QStringList told;
+    const auto tell = [&](const char* name) { return [&told, name] { told.append(QLatin1String(name)); }; };
+    QObject::connect(&tab(), &GeneralSettingsTab::accountChanged, tell("account"));
+    QObject::connect(&tab(), &GeneralSettingsTab::pairCodeChanged, tell("code"));
+    QObject::connect(&tab(), &GeneralSettingsTab::highSecurityOnChanged, tell("security"));
+    QObject::connect(&tab(), &GeneralSettingsTab::savedFlashChanged, tell("saved"));
+    tab().setPairCode(QStringLiteral("a"));
+    tab().setPairCode(QStringLiteral("a"));
+    tab().setHighSecurityOn(true);
+    tab().setHighSecurityOn(true);
+    tab().saveToken();
+    EXPECT_EQ(told, (QStringList{QStringLiteral("code"), QStringLiteral("security"), QStringLiteral("account"),
+                                 QStringLiteral("saved")}));
+}
+
+} // namespace
+} // namespace vennic
