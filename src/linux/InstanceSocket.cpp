@@ -144,12 +144,12 @@ std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::ch
         return std::nullopt;
     QByteArray rest = request + '\n';
     while (!rest.isEmpty()) {
-        const ssize_t sent =
-            ready(socket.number(), POLLOUT, deadline)
-                ? ::send(socket.number(), rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL)
-                : -1;
-        if (sent <= 0)
+        if (!ready(socket.number(), POLLOUT, deadline))
             noAnswer();
+        const ssize_t sent =
+            ::send(socket.number(), rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL);
+        if (sent <= 0)
+            throw InstanceHungUp();
         rest.remove(0, sent);
     }
     QByteArray answer;
@@ -157,7 +157,7 @@ std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::ch
     while (ready(socket.number(), POLLIN, deadline)) {
         const ssize_t count = ::recv(socket.number(), buffer, sizeof buffer, 0);
         if (count <= 0)
-            break;
+            throw InstanceHungUp();
         answer.append(buffer, count);
         if (answer.endsWith('\n')) {
             answer.chop(1);

@@ -121,6 +121,7 @@ PipedProgram::~PipedProgram() {
 }
 
 PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop) {
+    mostOutput_ = mostOutput;
     const StopDescriptor stopped(std::move(stop));
     while (true) {
         // A closed one has the number -1, which poll leaves out.
@@ -150,10 +151,6 @@ PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop
             readWhatIsLeft(output_);
             readWhatIsLeft(error_);
         }
-        if (output_.text.size() > mostOutput || error_.text.size() > mostOutput) {
-            end();
-            return End::tooMuch;
-        }
         if (hasEnded)
             return ended();
     }
@@ -172,22 +169,27 @@ void PipedProgram::writeSome() {
         inputPipe_ = FileDescriptor();
 }
 
-void PipedProgram::readSome(Output& from) {
+qsizetype PipedProgram::readSome(Output& from) const {
     std::array<char, chunk> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills what is used
     const ssize_t count = ::read(from.pipe.number(), bytes.data(), bytes.size());
-    if (count > 0)
-        from.text.append(bytes.data(), count);
-    else if (count == 0 || !isForLater(errno))
+    if (count == 0 || (count < 0 && !isForLater(errno)))
         from.pipe = FileDescriptor();
+    if (count <= 0)
+        return 0;
+    const qsizetype kept = std::min<qsizetype>(count, mostOutput_ - from.text.size());
+    from.text.append(bytes.data(), kept);
+    from.isWhole = from.isWhole && kept == count;
+    return count;
 }
 
-void PipedProgram::readWhatIsLeft(Output& from) {
+void PipedProgram::readWhatIsLeft(Output& from) const {
     // What the program wrote before its end fits into the pipe; whoever else holds it may write without an end.
-    const qsizetype most = from.text.size() + std::max(::fcntl(from.pipe.number(), F_GETPIPE_SZ), 0);
-    qsizetype before = -1;
-    while (from.pipe.isOpen() && from.text.size() < most && from.text.size() != before) {
-        before = from.text.size();
-        readSome(from);
+    qsizetype most = std::max(::fcntl(from.pipe.number(), F_GETPIPE_SZ), 0);
+    while (from.pipe.isOpen() && most > 0) {
+        const qsizetype count = readSome(from);
+        if (count == 0)
+            return;
+        most -= count;
     }
 }
 
