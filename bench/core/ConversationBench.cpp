@@ -33,6 +33,10 @@ public:
         throw TransportError(TransportFault::noNetwork);
         co_return HttpResponse{};
     }
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest) override {
+        throw TransportError(TransportFault::noNetwork);
+        co_return nullptr;
+    }
 };
 
 class NoBridge final : public BridgeControl {

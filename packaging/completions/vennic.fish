@@ -1,6 +1,6 @@
 # fish completion for vennic
 
-set -l verbs status pair token sign-out share shares unshare bridge search ask open toggle photos autostart doctor quit
+set -l verbs status pair token sign-out share shares unshare bridge search ask open toggle photos model autostart doctor quit
 complete -c vennic -f
 complete -c vennic -l help -d 'Expliquer l’usage'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -l version -d 'Afficher la version'
@@ -18,10 +18,12 @@ complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a open -d 'Ouvri
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a toggle -d 'Ouvrir ou fermer la fenêtre'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a autostart -d 'Lancer Vennic à l’ouverture de la session'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a photos -d 'Autoriser ou refuser l’accès aux photos'
+complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a model -d 'Régler le modèle local'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a doctor -d 'Examiner l’installation'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a quit -d 'Arrêter Vennic'
 complete -c vennic -n '__fish_seen_subcommand_from share' -a '(__fish_complete_directories)'
 complete -c vennic -n '__fish_seen_subcommand_from bridge' -a 'on off'
 complete -c vennic -n '__fish_seen_subcommand_from photos' -a 'allow deny status'
+complete -c vennic -n '__fish_seen_subcommand_from model' -a 'on off endpoint name status'
 complete -c vennic -n '__fish_seen_subcommand_from autostart' -a 'on off status'
-complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos autostart doctor' -l json -d 'Données en JSON'
+complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos model autostart doctor' -l json -d 'Données en JSON'

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <tuple>
-#include <variant>
 
 namespace vennic {
 
@@ -28,8 +27,18 @@ bool isInSubfolder(const Application& application, const QString& fileName) {
            QStringView(application.pathInFolder).sliced(slash + 1) == fileName;
 }
 
-/// The road to the answer of one kind: a result, or the sentence of an error body.
-using Outcome = std::variant<BridgeResult, QString>;
+/// What one kind answers, encoded where it is made: an automation may write as much as it likes, and the main thread
+/// has better to do than to escape it.
+struct Outcome {
+    QByteArray body;
+    bool isError = false;
+};
+
+Outcome succeeded(const BridgeResult& result) { return {encodeBridgeSuccessBody(result), false}; }
+
+Outcome failed(const char* word, const std::exception& error) {
+    return {encodeBridgeErrorBody(QLatin1String(word) + localizedDescription(error)), true};
+}
 
 Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler,
                   const std::shared_ptr<Workspace>& workspace, const QString& name) {
@@ -44,15 +53,15 @@ Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler&
     } catch (const std::exception& error) {
         result.error = localizedDescription(error);
     }
-    return result;
+    return succeeded(result);
 }
 
 Outcome runNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const ShortcutRunArgs& args) {
     try {
         const QString text = handler.runShortcutsCLI({QStringLiteral("run"), args.name}, args.input, stop);
-        return BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)};
+        return succeeded(BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)});
     } catch (const std::exception& error) {
-        return QStringLiteral("shortcut_run_failed: ") + localizedDescription(error);
+        return failed("shortcut_run_failed: ", error);
     }
 }
 
@@ -73,19 +82,19 @@ Outcome listAll(const std::stop_token& stop, const ScreenControlBridgeHandler& h
             if (const QStringView name = withoutBlanks(line); !name.isEmpty())
                 result.shortcuts.append(name.toString());
         }
-        return result;
+        return succeeded(result);
     } catch (const std::exception& error) {
-        return QStringLiteral("shortcut_list_failed: ") + localizedDescription(error);
+        return failed("shortcut_list_failed: ", error);
     }
 }
 
 Task<> answer(BridgeTask task, Outcome outcome, APIService api) {
-    if (const auto* failure = std::get_if<QString>(&outcome)) {
-        co_await TaskAnswer::error(std::move(api), task.id, *failure);
+    if (outcome.isError) {
+        co_await TaskAnswer::encodedError(std::move(api), task.id, std::move(outcome.body));
         co_return;
     }
     const TaskAnswer dropping([](const QString&) {});
-    co_await dropping.success(std::move(api), task.id, std::get<BridgeResult>(std::move(outcome)));
+    co_await dropping.encodedSuccess(std::move(api), task.id, std::move(outcome.body));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "app/ClientCommands.h"
 
 #include "Bridge/ScopedAccess.h"
+#include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
@@ -112,6 +113,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
         co_return toggle();
     if (verb == QLatin1String("photos"))
         co_return photos(first);
+    if (verb == QLatin1String("model"))
+        co_return co_await model(arguments);
     if (verb == QLatin1String("quit")) {
         quit_();
         co_return done();
@@ -121,7 +124,7 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
 
 Task<CommandAnswer> ClientCommands::status() {
     const auto shares = co_await client_.shares();
-    const QJsonObject data = statusData(client_, shares);
+    const QJsonObject data = statusData(client_, shares, co_await localModelData(&client_));
     co_return done(statusText(data), data);
 }
 
@@ -274,6 +277,12 @@ CommandAnswer ClientCommands::photos(const QString& word) {
         client_.photoConsent().decide(word == QLatin1String("allow"));
     const QJsonObject data = photosData(client_);
     return done(photosText(data), data);
+}
+
+Task<CommandAnswer> ClientCommands::model(QStringList words) {
+    setUpLocalModel(client_.session(), words);
+    const QJsonObject data = co_await localModelData(&client_);
+    co_return done(QStringLiteral("Modèle local : ") + localModelSentence(data), data);
 }
 
 } // namespace vennic

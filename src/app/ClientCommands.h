@@ -31,6 +31,7 @@ private:
     CommandAnswer activate();
     CommandAnswer toggle();
     CommandAnswer photos(const QString& word);
+    Task<CommandAnswer> model(QStringList words);
 
     Client& client_;
     Shell& shell_;

@@ -20,14 +20,14 @@ constexpr std::array verbTable{
          u"Le jeton ne se donne jamais en argument : il serait visible des autres programmes."},
     Verb{QLatin1String("sign-out"), QLatin1String(""), 0, 0, false, u"déconnecte ce Mac et oublie le jeton", u""},
     Verb{QLatin1String("share"), QLatin1String("DOSSIER..."), 1, many, false, u"partage un ou plusieurs dossiers",
-         u"Le backend peut alors y chercher et y lire des documents ; les fichiers restent ici, seules les réponses "
+         u"Le serveur peut alors y chercher et y lire des documents ; les fichiers restent ici, seules les réponses "
          u"partent."},
     Verb{QLatin1String("shares"), QLatin1String(""), 0, 0, true, u"liste les dossiers partagés", u""},
     Verb{QLatin1String("unshare"), QLatin1String("ID..."), 1, many, false, u"retire un dossier du partage",
          u"L'identifiant est celui que donne « vennic shares » ; le chemin du dossier convient aussi."},
     Verb{QLatin1String("bridge"), QLatin1String("on|off"), 1, 1, false, u"active ou désactive le pont local", u""},
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
-         u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
+         u"cherche dans les dossiers partagés, comme le ferait le serveur", u""},
     Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
          u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre", u""},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
@@ -36,8 +36,12 @@ constexpr std::array verbTable{
          u"fin de Vennic. Celles des photos, vennic://local_photo/view/..., restent valables."},
     Verb{QLatin1String("photos"), QLatin1String("allow|deny|status"), 1, 1, true,
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
-         u"Le backend peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
+         u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
+    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
+         u"active ou désactive le modèle local, le règle, ou dit où il en est",
+         u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
+         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
     Verb{QLatin1String("toggle"), QLatin1String(""), 0, 0, false, u"ouvre ou ferme la fenêtre de Vennic",
          u"À lier à une touche du bureau, là où Vennic ne peut pas les écouter lui-même."},
     Verb{QLatin1String("autostart"), QLatin1String("on|off|status"), 1, 1, true,
@@ -49,6 +53,21 @@ constexpr std::array verbTable{
 
 const QStringList autostartWords{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
 const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QStringLiteral("status")};
+
+/// What is wrong with the arguments of `model`.
+std::optional<QString> checkModel(const QStringList& words) {
+    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
+    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name")};
+    const QString& word = words[0];
+    if (!alone.contains(word) && !withValue.contains(word))
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».")
+            .arg(word);
+    if (withValue.contains(word) && words.value(1).isEmpty())
+        return QStringLiteral("Il manque une valeur après « %1 ».").arg(word);
+    if (alone.contains(word) && words.size() > 1)
+        return QStringLiteral("« %1 » se donne seul.").arg(word);
+    return std::nullopt;
+}
 
 const Verb* find(const QString& name) {
     const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
@@ -88,6 +107,8 @@ std::optional<QString> check(const CommandLine& line) {
         return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « status ».").arg(line.arguments[0]);
     if (verb.name == QLatin1String("photos") && !photoWords.contains(line.arguments[0]))
         return QStringLiteral("« %1 » n'est ni « allow », ni « deny », ni « status ».").arg(line.arguments[0]);
+    if (verb.name == QLatin1String("model"))
+        return checkModel(line.arguments);
     return std::nullopt;
 }
 
@@ -169,7 +190,8 @@ QString helpText(const std::optional<QString>& name) {
     for (const Verb& verb : verbTable)
         text += row(left(verb), verb.summary);
     text += QStringLiteral("\nOptions :\n");
-    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, autostart, doctor)");
+    text += row(QStringLiteral("--json"),
+                u"données en JSON (status, shares, search, ask, photos, model, autostart, doctor)");
     text += row(QStringLiteral("--"), u"ce qui suit n'est plus une option, même avec un tiret");
     text += row(QStringLiteral("--help"), u"cette aide, ou celle d'une commande");
     text += row(QStringLiteral("--version"), u"version de Vennic");

@@ -24,9 +24,18 @@ namespace {
 
 constexpr auto handOverPatience = std::chrono::seconds{10};
 
-/// Has the running client come forward, or open the addresses. None when nobody takes requests: it has yet to begin, or
-/// is ending.
-std::optional<ExitStatus> handOver(InstanceSocket& instance, const QStringList& addresses) {
+/// The answer of the running client to a request. None when nobody takes requests: it has yet to begin, is ending, or
+/// was killed while it started a program, which holds its place until it is itself.
+std::optional<QByteArray> askRunning(Instance& instance, const CommandRequest& request) {
+    try {
+        return instance.ask(encodeCommandRequest(request), handOverPatience);
+    } catch (const InstanceHungUp&) {
+        return std::nullopt;
+    }
+}
+
+/// Has the running client come forward, or open the addresses. None when nobody takes requests.
+std::optional<ExitStatus> handOver(Instance& instance, const QStringList& addresses) {
     // The desktop's road first: it is the one that knows which program the user just worked with.
     if (!addresses.isEmpty() && DesktopActivationBus().handOver(addresses, handOverPatience))
         return ExitStatus::done;
@@ -37,7 +46,7 @@ std::optional<ExitStatus> handOver(InstanceSocket& instance, const QStringList& 
         requests.push_back({QStringLiteral("activate"), {}, {}});
     ExitStatus worst = ExitStatus::done;
     for (const CommandRequest& request : requests) {
-        const auto answer = instance.ask(encodeCommandRequest(request), handOverPatience);
+        const auto answer = askRunning(instance, request);
         if (!answer)
             return std::nullopt;
         const auto decoded = decodeCommandAnswer(*answer);

@@ -1,11 +1,15 @@
 #include "linux/dialog/ModalDialogsProgram.h"
 
+#include "linux/ProgramOfTheUser.h"
 #include "linux/Terminal.h"
 
 #include <QProcess>
 
 #include <csignal>
+#include <limits>
+#include <linux/close_range.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace vennic {
 
@@ -24,6 +28,22 @@ public:
     DialogProcess() = default;
     Q_DISABLE_COPY_MOVE(DialogProcess)
 };
+
+/// What a program that shows windows needs of ours, which says where the screen, the bus and the user's settings are.
+QProcessEnvironment environmentForTheUser() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* const* name = variablesOfThisProcess(); *name != nullptr; ++name)
+        environment.remove(QString::fromLatin1(*name));
+    return environment;
+}
+
+/// Runs in the child, between fork and exec.
+void becomeDialog() {
+    becomeProgramOfTheUser(nullptr);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // Unlike GLib, Qt leaves descriptors open that libraries opened without close-on-exec.
+    close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned>::max(), CLOSE_RANGE_CLOEXEC);
+}
 
 } // namespace
 
@@ -61,7 +81,8 @@ Task<DialogExit> ModalDialogsProgram::show(DialogRequest request) const {
     process.setProgram(executable_);
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice()); // the toolkit's grumbling is nobody's business
-    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    process.setProcessEnvironment(environmentForTheUser());
+    process.setChildProcessModifier(becomeDialog);
     QObject::connect(&process, &QProcess::finished, &process, [&closed](int code, QProcess::ExitStatus status) {
         const auto exit = static_cast<DialogExit>(code);
         const bool isAnswer =
