@@ -26,9 +26,9 @@ namespace {
 
 constexpr auto handOverPatience = std::chrono::seconds{10};
 
-/// The answer of the running client to `request`. None when nobody takes requests: it has yet to begin, is ending, or
+/// The answer of the running client to a request. None when nobody takes requests: it has yet to begin, is ending, or
 /// was killed while it started a program, which holds its place until it is itself.
-std::optional<QByteArray> ask(Instance& instance, const CommandRequest& request) {
+std::optional<QByteArray> askRunning(Instance& instance, const CommandRequest& request) {
     try {
         return instance.ask(encodeCommandRequest(request), handOverPatience);
     } catch (const InstanceHungUp&) {
@@ -48,7 +48,7 @@ std::optional<ExitStatus> handOver(Instance& instance, const QStringList& addres
         requests.push_back({QStringLiteral("activate"), {}, {}});
     ExitStatus worst = ExitStatus::done;
     for (const CommandRequest& request : requests) {
-        const auto answer = ask(instance, request);
+        const auto answer = askRunning(instance, request);
         if (!answer)
             return std::nullopt;
         const auto decoded = decodeCommandAnswer(*answer);

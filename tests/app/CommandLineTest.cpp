@@ -64,21 +64,6 @@ TEST(CommandLine, photosTakesOnlyItsThreeWords) {
     EXPECT_FALSE(parse({"photos", "status", "--json"}).error);
 }
 
-TEST(CommandLine, modelTakesAWordAndWhereItNeedsOneAValue) {
-    for (const char* word : {"on", "off", "status"}) {
-        EXPECT_FALSE(parse({"model", word}).error) << word;
-        EXPECT_TRUE(parse({"model", word, "more"}).error) << word;
-    }
-    for (const char* word : {"endpoint", "name"}) {
-        EXPECT_FALSE(parse({"model", word, "x"}).error) << word;
-        EXPECT_TRUE(parse({"model", word}).error) << word;
-        EXPECT_TRUE(parse({"model", word, ""}).error) << word;
-    }
-    EXPECT_TRUE(parse({"model"}).error);
-    EXPECT_TRUE(parse({"model", "ON"}).error);
-    EXPECT_FALSE(parse({"model", "status", "--json"}).error);
-}
-
 TEST(CommandLine, autostartTakesOnlyItsThreeWords) {
     for (const char* word : {"on", "off", "status"})
         EXPECT_FALSE(parse({"autostart", word, "--json"}).error) << word;
@@ -96,6 +81,21 @@ TEST(CommandLine, addressesStartTheClientWithThem) {
     EXPECT_TRUE(parse({"vennic://local/setup", "https://ailleurs"}).error);
     EXPECT_TRUE(parse({"https://ailleurs"}).error);
     EXPECT_TRUE(parse({"vennic://local/setup", "--json"}).error);
+}
+
+TEST(CommandLine, modelTakesAWordAndWhereItNeedsOneAValue) {
+    for (const char* word : {"on", "off", "status"}) {
+        EXPECT_FALSE(parse({"model", word}).error) << word;
+        EXPECT_TRUE(parse({"model", word, "more"}).error) << word;
+    }
+    for (const char* word : {"endpoint", "name"}) {
+        EXPECT_FALSE(parse({"model", word, "x"}).error) << word;
+        EXPECT_TRUE(parse({"model", word}).error) << word;
+        EXPECT_TRUE(parse({"model", word, ""}).error) << word;
+    }
+    EXPECT_TRUE(parse({"model"}).error);
+    EXPECT_TRUE(parse({"model", "ON"}).error);
+    EXPECT_FALSE(parse({"model", "status", "--json"}).error);
 }
 
 TEST(CommandLine, jsonIsForVerbsThatPrintData) {

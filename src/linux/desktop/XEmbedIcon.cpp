@@ -15,6 +15,7 @@ constexpr std::uint32_t requestDock = 0;
 constexpr std::uint32_t embedVersion = 0;
 constexpr std::uint32_t embedMapped = 1;
 constexpr std::uint16_t firstSide = 22; // until the tray gives it another
+constexpr std::uint32_t hasLeastSize = 1U << 4U;
 constexpr int largestSide = 512;
 constexpr std::uint8_t primaryButton = 1;
 constexpr std::uint8_t secondaryButton = 3;
@@ -188,6 +189,12 @@ void XEmbedIcon::makeWindow(xcb_window_t tray) {
     const xcb_atom_t infoAtom = link_->atom("_XEMBED_INFO");
     xcb_change_property(link_->connection(), XCB_PROP_MODE_REPLACE, window_, infoAtom, infoAtom, 32, info.size(),
                         info.data());
+    // ICCCM 4.1.2.3: some trays make a window no wider than it says it has to be.
+    std::array<std::uint32_t, 18> hints{};
+    hints[0] = hasLeastSize;
+    hints[5] = hints[6] = firstSide;
+    xcb_change_property(link_->connection(), XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NORMAL_HINTS,
+                        XCB_ATOM_WM_SIZE_HINTS, 32, hints.size(), hints.data());
     nameWindow();
 }
 
