@@ -92,8 +92,9 @@ private:
 
 } // namespace
 
-PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments, std::optional<QByteArray> input)
-    : input_(std::move(input).value_or(QByteArray())) {
+PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments,
+                           const std::optional<QByteArray>& input)
+    : input_(input.value_or(QByteArray())) {
     std::vector<QByteArray> words{QFile::encodeName(executable)};
     for (const QString& argument : arguments) {
         if (argument.contains(QChar::Null))
@@ -101,6 +102,7 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
         words.push_back(argument.toUtf8());
     }
     std::vector<const gchar*> given;
+    given.reserve(words.size() + 1);
     for (const QByteArray& word : words)
         given.push_back(word.constData());
     given.push_back(nullptr);
@@ -109,10 +111,12 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
     int fromOutput = -1;
     int fromError = -1;
     GError* error = nullptr;
+    constexpr auto flags =
+        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES); // NOLINT(*.EnumCastOutOfRange)
     const auto started = g_spawn_async_with_pipes_and_fds(
-        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(),
-        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES), becomeProgramOfTheUser, nullptr, -1, -1, -1,
-        nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr, &fromOutput, &fromError, &error);
+        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(), flags,
+        becomeProgramOfTheUser, nullptr, -1, -1, -1, nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr,
+        &fromOutput, &fromError, &error);
     if (started == FALSE)
         raiseGlibError(error);
     inputPipe_ = FileDescriptor(toInput);

@@ -28,7 +28,7 @@ public:
 
     /// Starts it. `executable` is an absolute path; an absent `input` is /dev/null. Raises LocalizedError in the
     /// platform's own words.
-    PipedProgram(const QString& executable, const QStringList& arguments, std::optional<QByteArray> input);
+    PipedProgram(const QString& executable, const QStringList& arguments, const std::optional<QByteArray>& input);
     ~PipedProgram();
     PipedProgram(const PipedProgram&) = delete;
     PipedProgram& operator=(const PipedProgram&) = delete;
