@@ -1,6 +1,6 @@
 # fish completion for vennic
 
-set -l verbs status pair token sign-out share shares unshare bridge search ask open photos doctor quit
+set -l verbs status pair token sign-out share shares unshare bridge search ask open photos model doctor quit
 complete -c vennic -f
 complete -c vennic -l help -d 'Expliquer l’usage'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -l version -d 'Afficher la version'
@@ -16,9 +16,11 @@ complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a search -d 'Che
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a ask -d 'Poser une question'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a open -d 'Ouvrir un document trouvé ou une photo'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a photos -d 'Autoriser ou refuser l’accès aux photos'
+complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a model -d 'Régler le modèle local'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a doctor -d 'Examiner l’installation'
 complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a quit -d 'Arrêter Vennic'
 complete -c vennic -n '__fish_seen_subcommand_from share' -a '(__fish_complete_directories)'
 complete -c vennic -n '__fish_seen_subcommand_from bridge' -a 'on off'
 complete -c vennic -n '__fish_seen_subcommand_from photos' -a 'allow deny status'
-complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos doctor' -l json -d 'Données en JSON'
+complete -c vennic -n '__fish_seen_subcommand_from model' -a 'on off endpoint name status'
+complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos model doctor' -l json -d 'Données en JSON'

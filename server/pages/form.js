@@ -26,7 +26,10 @@ function fieldNodes(field, value, device) {
   const made = input(field);
   made.value = value ?? field.value?.() ?? "";
   if (field.type === "json") {
-    const check = () => made.setCustomValidity(isJson(made.value) ? "" : "Ce texte n'est pas du JSON valide.");
+    const check = () => {
+      const fine = isJson(made.value) || (!field.required && made.value.trim() === "");
+      made.setCustomValidity(fine ? "" : "Ce texte n'est pas du JSON valide.");
+    };
     made.addEventListener("input", check);
     check();
   }
@@ -52,22 +55,27 @@ function isJson(text) {
 
 const written = (field, value) => {
   if (field.type === "number" || field.number) return Number(value);
+  if (field.type === "json") return isJson(value) ? JSON.parse(value) : value;
   if (field.type === "list") return value.split(",").map((part) => part.trim()).filter(Boolean);
   return value;
 };
 
-const shown = (field, value) => (field.type === "list" && Array.isArray(value) ? value.join(", ") : value);
+function shown(field, value) {
+  if (field.type === "list" && Array.isArray(value)) return value.join(", ");
+  return field.type === "json" && value !== undefined ? JSON.stringify(value, null, 2) : value;
+}
 
 const sorted = (args) => JSON.stringify(Object.entries(args).sort(([one], [other]) => (one < other ? -1 : 1)));
 
 function typedArgs() {
-  const args = {};
-  for (const field of kindNamed(byId("kind").value).fields) {
+  const kind = kindNamed(byId("kind").value);
+  const values = {};
+  for (const field of kind.fields) {
     const value = byId(idOf(field)).value;
     const isGiven = field.given ? byId(givenIdOf(field)).checked : value.trim() !== "" || field.required;
-    if (isGiven) args[field.name] = written(field, value);
+    if (isGiven) values[field.name] = written(field, value);
   }
-  return args;
+  return kind.compose ? kind.compose(values) : values;
 }
 
 function setRaw(raw, args) {
@@ -89,7 +97,8 @@ export function fill(name, args) {
   const kind = kindNamed(name);
   byId("kind").value = name;
   byId("kind-hint").textContent = kind.hint;
-  const nodes = kind.fields.flatMap((field) => fieldNodes(field, shown(field, args[field.name]), byId("device").value));
+  const values = (kind.parts ? kind.parts(args) : args) ?? {};
+  const nodes = kind.fields.flatMap((field) => fieldNodes(field, shown(field, values[field.name]), byId("device").value));
   if (kind.fields.some((field) => field.required)) nodes.push(element("p", { class: "note" }, "* obligatoire"));
   const [legend] = byId("fields").children;
   byId("fields").replaceChildren(legend, ...nodes.filter(Boolean));

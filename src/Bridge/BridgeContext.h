@@ -1,4 +1,6 @@
 #pragma once
+#include "Bridge/LocalLLMSettings.h"
+
 #include <QString>
 
 #include <optional>
@@ -11,6 +13,7 @@ public:
     virtual ~BridgeContext() = default;
     /// The user's switch.
     virtual bool bridgeEnabled() const = 0;
+    virtual LocalLLMSettings localLLM() const = 0;
     /// As the user typed it; may be empty.
     virtual QString localLLMDeviceNickname() const = 0;
     /// The stable identifier of this machine towards the backend.

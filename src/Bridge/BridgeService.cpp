@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <concepts>
 
 namespace vennic {
 
@@ -18,10 +17,6 @@ std::chrono::nanoseconds backOff(qint64 n) {
     const double seconds = std::min(30.0, std::pow(2.0, static_cast<double>(std::min<qint64>(n - 1, 5))));
     return std::chrono::nanoseconds{static_cast<qint64>(seconds * 1e9)};
 }
-
-/// The kinds that nothing here can do yet.
-template <class Args>
-concept NotYetAvailable = std::same_as<Args, LLMInferArgs>;
 
 } // namespace
 
@@ -53,9 +48,7 @@ struct BridgeService::Dispatch {
     }
     Task<> operator()(const ThumbnailArgs& args) const { return service.thumbnail_.handleThumbnail(task, args, api); }
     Task<> operator()(const OcrImageArgs& args) const { return service.ocr_.handleOcrImage(task, args, api); }
-    Task<> operator()(const NotYetAvailable auto&) const {
-        return TaskAnswer::error(api, task.id, localized("Cette tâche n'est pas encore disponible sur ce Mac."));
-    }
+    Task<> operator()(const LLMInferArgs& args) const { return service.localLLM_.handle(task, args, api); }
 };
 
 BridgeService* BridgeService::shared_ = nullptr;
@@ -71,7 +64,8 @@ BridgeService::BridgeService(Surroundings surroundings)
       photos_(with_.photos, with_.clock), screen_(with_.workspace, with_.automations),
       openDocument_(shownDocuments(), with_.workspace, answer_),
       thumbnail_(shownDocuments(), with_.thumbnailer, with_.context),
-      ocr_(BookmarkPersistence(with_.store), with_.bookmarks, OcrEngine(with_.recognizer, with_.files), idCache_) {}
+      ocr_(BookmarkPersistence(with_.store), with_.bookmarks, OcrEngine(with_.recognizer, with_.files), idCache_),
+      localLLM_(with_.http, with_.context, with_.telemetry, with_.clock) {}
 
 ShownDocuments BridgeService::shownDocuments() const {
     return {BookmarkPersistence(with_.store), with_.bookmarks, idCache_};

@@ -4,6 +4,7 @@
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/ListDirHandler.h"
 #include "Bridge/ListFoldersHandler.h"
+#include "Bridge/LocalLLMHandler.h"
 #include "Bridge/OcrHandler.h"
 #include "Bridge/OpenDocumentHandler.h"
 #include "Bridge/PhotosBridgeHandler.h"
@@ -53,6 +54,7 @@ public:
         Clock& clock;
         BridgeContext& context;
         HeartbeatSource* heartbeat; // null while nothing can be told
+        LocalLLMTelemetry& telemetry;
         KeyValueStore& store;
         FileIndex& index;
         std::shared_ptr<FolderBookmarks> bookmarks;
@@ -136,6 +138,7 @@ private:
     OpenDocumentHandler openDocument_;
     ThumbnailHandler thumbnail_;
     OcrHandler ocr_;
+    LocalLLMHandler localLLM_;
     Job pollTask_;
     std::optional<SecretText> token_;
     qint64 consecutiveFailures_ = 0;

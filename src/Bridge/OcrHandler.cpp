@@ -9,8 +9,9 @@ namespace {
 
 using Outcome = std::variant<BridgeOcrResult, QString>;
 
-Outcome recognizeShared(const std::shared_ptr<FolderBookmarks>& bookmarks, const OcrEngine& engine,
-                        const std::vector<BookmarkEntry>& grants, const FileURL& url, const std::stop_token& stop) {
+/// Runs on the pool, for as long as the document has pages.
+Outcome recognizeShared(const std::stop_token& stop, const std::shared_ptr<FolderBookmarks>& bookmarks,
+                        const OcrEngine& engine, const std::vector<BookmarkEntry>& grants, const FileURL& url) {
     return inSharedFolder(bookmarks, grants, url, [&] { return engine.recognize(url, stop); });
 }
 
@@ -22,8 +23,7 @@ Task<> OcrHandler::handleOcrImage(BridgeTask task, OcrImageArgs args, APIService
         co_await TaskAnswer::error(std::move(api), task.id, documentNotFound());
         co_return;
     }
-    const std::stop_token stop = co_await StopToken{};
-    const Outcome outcome = co_await onPool(recognizeShared, bookmarks_, engine_, grants_.load(), *url, stop);
+    const Outcome outcome = co_await onPoolWaiting(recognizeShared, bookmarks_, engine_, grants_.load(), *url);
     if (const auto* failure = std::get_if<QString>(&outcome))
         co_await TaskAnswer::error(std::move(api), task.id, *failure);
     else

@@ -17,8 +17,8 @@ public:
                const BridgeIDCache& idCache)
         : grants_(grants), bookmarks_(std::move(bookmarks)), engine_(std::move(engine)), idCache_(idCache) {}
 
-    /// Sends its own answer; a success that can't be sent is dropped. Never fails but with Cancelled, after which the
-    /// document isn't read on.
+    /// Sends its own answer; a success that can't be sent is dropped. Never fails but with Cancelled, which
+    /// ends the recognition too.
     Task<> handleOcrImage(BridgeTask task, OcrImageArgs args, APIService api);
 
 private:

@@ -8,7 +8,9 @@
 #include "linux/WorkspaceGio.h"
 #include "linux/photos/PicturesFolder.h"
 #include "linux/worker/TextRecognizerWorker.h"
+#include "localllm/LocalLLMCatalog.h"
 
+#include <QDir>
 #include <QFile>
 #include <QSysInfo>
 #include <QTimer>
@@ -53,14 +55,18 @@ Client::Client(const Paths& paths, Deployment deployment)
       photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
-      bridgeContext_(keychain_, preferences_), preferenceSync_(http_, config_, clock_) {
+      bridgeContext_(keychain_, preferences_), telemetry_(http_, memory_, clock_),
+      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
+      preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
+    LocalLLMTelemetry::install(&telemetry_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
         .config = config_,
         .clock = clock_,
         .context = bridgeContext_,
-        .heartbeat = nullptr,
+        .heartbeat = &heartbeat_,
+        .telemetry = telemetry_,
         .store = preferences_,
         .index = granted_,
         .bookmarks = folders_,
@@ -109,6 +115,7 @@ Client::~Client() {
     AppSession::install(nullptr);
     BridgeService::install(nullptr);
     BookmarkStore::install(nullptr);
+    LocalLLMTelemetry::install(nullptr);
 }
 
 void Client::end(const std::function<void()>& quit) {

@@ -1,6 +1,7 @@
 #pragma once
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
+#include "Bridge/LocalLLMHeartbeat.h"
 #include "Bridge/SpotlightSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
@@ -15,6 +16,7 @@
 #include "linux/FolderBookmarksInode.h"
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
+#include "linux/SystemMemoryProc.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
@@ -63,6 +65,7 @@ public:
     ChatView& chat() { return *chat_; }
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
+    LocalLLMTelemetry& telemetry() { return telemetry_; }
     const APIConfig& config() const { return config_; }
     const KeyValueStoreSqlite& preferences() const { return preferences_; }
 
@@ -104,10 +107,12 @@ private:
     std::shared_ptr<PhotoLibraryFolder> photos_;
     std::shared_ptr<AutomationTool> automations_;
     SessionBridgeContext bridgeContext_;
+    SystemMemoryProc memory_;
+    LocalLLMTelemetry telemetry_;
+    LocalLLMHeartbeat heartbeat_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;
     ServerPreferenceSync preferenceSync_;
-    NoLocalLLMTelemetry telemetry_;
     std::unique_ptr<AppSession> session_;
     NoDirectLocalChat localChat_;
     std::unique_ptr<ChatView> chat_;

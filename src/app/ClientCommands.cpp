@@ -2,6 +2,7 @@
 
 #include "Bridge/PhotoOpener.h"
 #include "Bridge/ScopedAccess.h"
+#include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"
 #include "backend/APIService.h"
@@ -136,6 +137,8 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
         co_return co_await open(first);
     if (verb == QLatin1String("photos"))
         co_return photos(first);
+    if (verb == QLatin1String("model"))
+        co_return co_await model(arguments);
     if (verb == QLatin1String("quit")) {
         quit_();
         co_return done();
@@ -145,7 +148,7 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
 
 Task<CommandAnswer> ClientCommands::status() {
     const auto shares = co_await client_.shares();
-    const QJsonObject data = statusData(client_, shares);
+    const QJsonObject data = statusData(client_, shares, co_await localModelData(&client_));
     co_return done(statusText(data), data);
 }
 
@@ -296,6 +299,12 @@ CommandAnswer ClientCommands::photos(const QString& word) {
         client_.photoConsent().decide(word == QLatin1String("allow"));
     const QJsonObject data = photosData(client_);
     return done(photosText(data), data);
+}
+
+Task<CommandAnswer> ClientCommands::model(QStringList words) {
+    setUpLocalModel(client_.session(), words);
+    const QJsonObject data = co_await localModelData(&client_);
+    co_return done(QStringLiteral("Modèle local : ") + localModelSentence(data), data);
 }
 
 } // namespace vennic

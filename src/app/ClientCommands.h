@@ -29,6 +29,7 @@ private:
     Task<CommandAnswer> open(QString address);
     Task<CommandAnswer> openPhoto(QString percentEncodedIdentifier);
     CommandAnswer photos(const QString& word);
+    Task<CommandAnswer> model(QStringList words);
 
     Client& client_;
     std::function<void()> quit_;

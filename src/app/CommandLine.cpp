@@ -38,12 +38,31 @@ constexpr std::array verbTable{
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
+    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
+         u"active ou désactive le modèle local, le règle, ou dit où il en est",
+         u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
+         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},
 };
 
 const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QStringLiteral("status")};
+
+/// What is wrong with the arguments of `model`.
+std::optional<QString> checkModel(const QStringList& words) {
+    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
+    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name")};
+    const QString& word = words[0];
+    if (!alone.contains(word) && !withValue.contains(word))
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».")
+            .arg(word);
+    if (withValue.contains(word) && words.value(1).isEmpty())
+        return QStringLiteral("Il manque une valeur après « %1 ».").arg(word);
+    if (alone.contains(word) && words.size() > 1)
+        return QStringLiteral("« %1 » se donne seul.").arg(word);
+    return std::nullopt;
+}
 
 const Verb* find(const QString& name) {
     const auto found = std::ranges::find_if(verbTable, [&](const Verb& verb) { return name == verb.name; });
@@ -78,6 +97,8 @@ std::optional<QString> check(const CommandLine& line) {
         return QStringLiteral("« %1 » n'est ni « on » ni « off ».").arg(line.arguments[0]);
     if (verb.name == QLatin1String("photos") && !photoWords.contains(line.arguments[0]))
         return QStringLiteral("« %1 » n'est ni « allow », ni « deny », ni « status ».").arg(line.arguments[0]);
+    if (verb.name == QLatin1String("model"))
+        return checkModel(line.arguments);
     return std::nullopt;
 }
 
@@ -147,7 +168,7 @@ QString helpText(const std::optional<QString>& name) {
     for (const Verb& verb : verbTable)
         text += row(left(verb), verb.summary);
     text += QStringLiteral("\nOptions :\n");
-    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, doctor)");
+    text += row(QStringLiteral("--json"), u"données en JSON (status, shares, search, ask, photos, model, doctor)");
     text += row(QStringLiteral("--"), u"ce qui suit n'est plus une option, même avec un tiret");
     text += row(QStringLiteral("--help"), u"cette aide, ou celle d'une commande");
     text += row(QStringLiteral("--version"), u"version de Vennic");

@@ -103,7 +103,7 @@ Finding thumbnails(const Paths& paths) {
     const QString picturesOnly = QStringLiteral("images, dessins et pages de PDF, mais pas les vidéos");
     if (!SandboxedCommand::isPossible())
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe bubblewrap.")};
-    if (!SandboxedCommand{.command = {"true"}, .input = sample.path(), .output = sample.path()}.run(-1))
+    if (!SandboxedCommand{.command = {"true"}}.run(OpenedDocument(sample.path(), sample.size()), sample.path(), -1))
         return {Verdict::limited, picturesOnly,
                 QStringLiteral("bubblewrap n'arrive pas à isoler un programme : permets les espaces de noms "
                                "d'utilisateur (user.max_user_namespaces).")};
@@ -139,21 +139,15 @@ Finding pictureWorker(const Paths& paths) {
                  "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
                  "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
                  "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
-                 [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+                 [&](const QString& path) { return recognizer.openPdf(path, {})->count() == 1; });
 }
 
-bool isInstalled(const RecognitionLanguage& language) {
-    return std::ranges::any_of(recognitionDataFolders, [&](const char* folder) {
-        return QFileInfo::exists(
-            QStringLiteral("%1/%2.traineddata").arg(QLatin1String(folder), QLatin1String(language.data)));
-    });
-}
-
-Finding recognition() {
+Finding recognition(std::span<const char* const> folders) {
+    const auto installed = installedRecognition(folders).languages;
     QStringList names;
     QStringList missing;
     for (const RecognitionLanguage& language : recognitionLanguages) {
-        if (isInstalled(language))
+        if (std::ranges::find(installed, language) != installed.end())
             names.append(QString::fromUtf8(language.name));
         else
             missing.append(QString::fromLatin1(language.package));
@@ -323,13 +317,13 @@ QString mark(Verdict verdict) {
 
 } // namespace
 
-CommandAnswer examine(const Paths& paths, Instance& instance) {
+CommandAnswer examine(const Paths& paths, Instance& instance, std::span<const char* const> recognitionFolders) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
         {QStringLiteral("Racines du serveur"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
         {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
-        {QStringLiteral("Reconnaissance de texte"), recognition},
+        {QStringLiteral("Reconnaissance de texte"), [&] { return recognition(recognitionFolders); }},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
         {QStringLiteral("Photos HEIC"), [&] { return telephonePhotos(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},

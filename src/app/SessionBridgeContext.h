@@ -14,6 +14,13 @@ public:
     void follow(AppSession* session) { session_ = session; }
 
     bool bridgeEnabled() const override { return session_ && session_->bridgeEnabled(); }
+    LocalLLMSettings localLLM() const override {
+        if (!session_)
+            return {};
+        return {.enabled = session_->localLLMEnabled(),
+                .endpoint = session_->localLLMEndpoint(),
+                .model = session_->localLLMModel()};
+    }
     QString localLLMDeviceNickname() const override {
         return session_ ? session_->localLLMDeviceNickname() : QString();
     }

@@ -1,5 +1,6 @@
 #include "app/StatusReport.h"
 
+#include "app/LocalModelReport.h"
 #include "base/Dates.h"
 
 #include <QLocale>
@@ -79,7 +80,7 @@ QJsonArray sharesData(const std::vector<ResolvedShare>& shares) {
     return data;
 }
 
-QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares) {
+QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares, const QJsonObject& localModel) {
     const AppSession& session = client.session();
     const BridgeService& bridge = client.bridge();
     const std::optional<BridgeTaskKind> task = bridge.status().kind;
@@ -99,6 +100,7 @@ QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares)
             {QStringLiteral("shares"), sharesData(shares)},
             {QStringLiteral("index"), indexData(client.index().status())},
             {QStringLiteral("credential_store"), client.credentials().kind()},
+            {QStringLiteral("local_model"), localModel},
             {QStringLiteral("provider"), QString(rawValue(session.provider()))},
             {QStringLiteral("streaming"), session.isStreaming()},
             {QStringLiteral("messages"), static_cast<qint64>(session.messages().size())},
@@ -116,6 +118,7 @@ QString statusText(const QJsonObject& status) {
     const qsizetype shares = status[QLatin1String("shares")].toArray().size();
     text += line(QStringLiteral("Dossiers partagés"), QString::number(shares));
     text += line(QStringLiteral("Index"), indexSentence(status[QLatin1String("index")].toObject()));
+    text += line(QStringLiteral("Modèle local"), localModelSentence(status[QLatin1String("local_model")].toObject()));
     text += line(QStringLiteral("Trousseau"), status[QLatin1String("credential_store")] == QLatin1String("file")
                                                   ? QStringLiteral("fichier protégé (aucun trousseau de session)")
                                                   : QStringLiteral("trousseau de session"));

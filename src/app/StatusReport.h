@@ -6,8 +6,8 @@
 
 namespace vennic {
 
-/// What `vennic status --json` prints; `shares` are the client's.
-QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares);
+/// What `vennic status --json` prints; `shares` are the client's, and so is `localModel` (localModelData).
+QJsonObject statusData(Client& client, const std::vector<ResolvedShare>& shares, const QJsonObject& localModel);
 /// The same for people, in French.
 QString statusText(const QJsonObject& status);
 

@@ -14,6 +14,8 @@ public:
     virtual ~Clock() = default;
     /// The present moment, UTC.
     virtual QDateTime now() const = 0;
+    /// Time that has passed since some moment of its own; never goes back, whatever is done to the date.
+    virtual std::chrono::nanoseconds elapsed() const = 0;
     /// The zone that the machine is in now.
     virtual QTimeZone zone() const = 0;
     /// Waits on the main thread; cancellable. Raises Cancelled.
@@ -24,6 +26,7 @@ public:
 class SystemClock final : public Clock {
 public:
     QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
+    std::chrono::nanoseconds elapsed() const override { return std::chrono::steady_clock::now().time_since_epoch(); }
     QTimeZone zone() const override { return QTimeZone::systemTimeZone(); }
     Task<> sleep(std::chrono::nanoseconds duration) override;
 };

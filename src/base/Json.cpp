@@ -1,7 +1,5 @@
 #include "base/Json.h"
 
-#include <QJsonDocument>
-
 namespace vennic {
 
 namespace {
@@ -43,7 +41,9 @@ QString string(const QJsonValue& value, QLatin1String key) {
     return value.toString();
 }
 
-QJsonDocument parse(const QByteArray& bytes) {
+} // namespace
+
+QJsonDocument parseJson(const QByteArray& bytes) {
     QJsonParseError error;
     QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
@@ -51,17 +51,15 @@ QJsonDocument parse(const QByteArray& bytes) {
     return document;
 }
 
-} // namespace
-
 QJsonObject parseJsonObject(const QByteArray& bytes) {
-    const QJsonDocument document = parse(bytes);
+    const QJsonDocument document = parseJson(bytes);
     if (!document.isObject())
         throw DecodingError(QStringLiteral("Données illisibles : un objet JSON était attendu."));
     return document.object();
 }
 
 QJsonArray parseJsonArray(const QByteArray& bytes) {
-    const QJsonDocument document = parse(bytes);
+    const QJsonDocument document = parseJson(bytes);
     if (!document.isArray())
         throw DecodingError(QStringLiteral("Données illisibles : une liste JSON était attendue."));
     return document.array();

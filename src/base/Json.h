@@ -2,6 +2,7 @@
 #include "base/LocalizedError.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <optional>
@@ -14,7 +15,9 @@ public:
     using LocalizedError::LocalizedError;
 };
 
-/// Parses a JSON object (RFC 8259), nested 1024 deep at most. Raises DecodingError.
+/// Parses a JSON object or array (RFC 8259), nested 1024 deep at most. Raises DecodingError.
+QJsonDocument parseJson(const QByteArray& bytes);
+/// The same of an object.
 QJsonObject parseJsonObject(const QByteArray& bytes);
 /// The same of a JSON array.
 QJsonArray parseJsonArray(const QByteArray& bytes);

@@ -5,6 +5,9 @@
 
 namespace vennic {
 
+/// The longest line of a streamed answer that is still believed.
+inline constexpr qsizetype mostLineBytes = 1024LL * 1024;
+
 /// Cuts bytes that come in pieces into lines. A line ends in a line feed, with or without a carriage return before it,
 /// and is given without its end; empty lines are lines.
 class LineReader {

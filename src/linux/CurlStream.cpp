@@ -29,8 +29,7 @@ Task<std::optional<QByteArray>> CurlStream::next() {
     }
     if (!waiting_.isEmpty()) {
         QByteArray bytes = std::exchange(waiting_, {});
-        if (std::exchange(paused_, false))
-            goOn();
+        goOn();
         co_return bytes;
     }
     if (fault_)
@@ -41,10 +40,8 @@ Task<std::optional<QByteArray>> CurlStream::next() {
 std::size_t CurlStream::takeBody(QByteArrayView bytes) {
     if (received_ + bytes.size() > maxAnswerBytes())
         return overflow();
-    if (waiting_.size() >= mostWaitingBytes) {
-        paused_ = true;
-        return CURL_WRITEFUNC_PAUSE;
-    }
+    if (waiting_.size() >= mostWaitingBytes)
+        return pause();
     received_ += bytes.size();
     waiting_.append(bytes.data(), bytes.size());
     begun_ = true;

@@ -23,7 +23,6 @@ private:
 
     bool begun_ = false; // the header is there, or what isn't HTTP has begun
     bool ended_ = false;
-    bool paused_ = false;
     std::optional<TransportFault> fault_;
     qint64 received_ = 0;
     QByteArray waiting_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <sys/socket.h>
+#include <utility>
 
 namespace vennic {
 
@@ -226,9 +227,18 @@ qint64 CurlTransfer::announcedBytes() const {
     return length;
 }
 
+std::size_t CurlTransfer::pause() {
+    paused_ = true;
+    return CURL_WRITEFUNC_PAUSE;
+}
+
 void CurlTransfer::goOn() {
+    if (!std::exchange(paused_, false) || !onTheLoop_)
+        return;
+    lastMoved_ = std::chrono::steady_clock::now();
+    curl_easy_pause(easy_, CURLPAUSE_CONT);
     if (onTheLoop_)
-        curl_easy_pause(easy_, CURLPAUSE_CONT);
+        watchTime();
 }
 
 std::size_t CurlTransfer::onHeader(char* at, std::size_t size, std::size_t count, void* self) {
@@ -250,7 +260,8 @@ void CurlTransfer::watchTime() {
     const auto silence =
         std::clamp<std::chrono::milliseconds>(request_.timeout, std::chrono::milliseconds{1}, std::chrono::hours{24});
     const auto now = std::chrono::steady_clock::now();
-    const auto due = std::min(lastMoved_ + silence, begun_ + totalDeadlineFactor * silence);
+    const auto deadline = begun_ + totalDeadlineFactor * silence;
+    const auto due = paused_ ? deadline : std::min(lastMoved_ + silence, deadline);
     if (now < due) {
         timer_.start(std::chrono::ceil<std::chrono::milliseconds>(due - now));
         return;

@@ -29,7 +29,7 @@ public:
 
 protected:
     /// Takes bytes of the body. The result is what libcurl's write callback gives: their number when they were taken,
-    /// CURL_WRITEFUNC_PAUSE to be given them again after `goOn`.
+    /// `pause()` to be given them again after `goOn`.
     virtual std::size_t takeBody(QByteArrayView bytes) = 0;
     /// The header is whole; the body follows.
     virtual void headEnded() {}
@@ -44,6 +44,10 @@ protected:
     qint64 announcedBytes() const;
     /// Fails the exchange: more came than may come. To be returned by `takeBody`.
     std::size_t overflow();
+    /// What `takeBody` gives for CURL_WRITEFUNC_PAUSE. The peer's silence no longer counts: it is we who keep it
+    /// waiting.
+    std::size_t pause();
+    /// Takes up what was paused, if it was.
     void goOn();
 
 private:
@@ -81,6 +85,7 @@ private:
     int lastStatus_ = 0;
     bool headersEnded_ = false;
     bool overflowed_ = false;
+    bool paused_ = false;
 
     Instant begun_;
     Instant lastMoved_;

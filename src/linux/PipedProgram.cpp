@@ -1,7 +1,9 @@
 #include "linux/PipedProgram.h"
 
+#include "base/SystemReason.h"
 #include "linux/GlibOwned.h"
 #include "linux/ProgramOfTheUser.h"
+#include "linux/StopDescriptor.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -14,7 +16,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,7 +50,7 @@ ssize_t writeQuietly(int descriptor, const char* data, std::size_t size) {
     return written;
 }
 
-QString reasonOf(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
+QString reasonOf(int error) { return QString::fromStdString(systemReason(error)); }
 
 bool isForLater(int error) { return error == EAGAIN || error == EINTR; }
 
@@ -70,25 +71,6 @@ GlibTexts environmentForTheUser() {
         environment = g_environ_unsetenv(environment, *name);
     return GlibTexts(environment);
 }
-
-/// A descriptor that becomes readable when somebody asks to stop.
-class StopDescriptor {
-public:
-    explicit StopDescriptor(std::stop_token stop)
-        : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), onStop_(std::move(stop), Tell{descriptor_.number()}) {}
-    int number() const { return descriptor_.number(); }
-
-private:
-    struct Tell {
-        int descriptor;
-        void operator()() const {
-            const std::uint64_t one = 1;
-            [[maybe_unused]] const ssize_t written = ::write(descriptor, &one, sizeof one);
-        }
-    };
-    FileDescriptor descriptor_;
-    std::stop_callback<Tell> onStop_;
-};
 
 } // namespace
 

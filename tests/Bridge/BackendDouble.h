@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 #include <deque>
+#include <functional>
 #include <list>
 #include <variant>
 
@@ -37,9 +38,12 @@ public:
         return given(HttpResponse{.status = 200, .headers = {}, .body = "{}"});
     }
 
-    Task<std::unique_ptr<HttpStream>> open(HttpRequest) override { // the bridge streams nothing
-        throw TransportError(TransportFault::badRequest);
-        co_return nullptr;
+    /// What the local model's server answers; without a script nobody is there.
+    Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
+        opened.push_back(std::move(request));
+        if (!localServer)
+            throw TransportError(TransportFault::refused);
+        co_return localServer();
     }
 
     void preparePoll(const QByteArray& task) {
@@ -56,6 +60,8 @@ public:
 
     std::vector<HttpRequest> polls;
     std::vector<Update> updates;
+    std::vector<HttpRequest> opened;
+    std::function<std::unique_ptr<HttpStream>()> localServer;
     std::deque<Outcome> preparedPolls;
     std::deque<Outcome> preparedUpdates; // without one, an update is answered with 200
     bool holdUpdates = false;

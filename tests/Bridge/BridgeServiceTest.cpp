@@ -288,7 +288,8 @@ TEST_F(BridgeServiceTest, localInferenceIsLetThroughWithTheSwitchOff) {
     ASSERT_TRUE(polling(1));
     world.backend.answerPoll(200, taskJson("llm_infer", R"({"openai_body_json":"{}"})"));
     ASSERT_TRUE(answered(1));
-    EXPECT_EQ(message(0), QStringLiteral("Cette tâche n'est pas encore disponible sur ce Mac."));
+    EXPECT_EQ(message(0), QStringLiteral("Serveur local injoignable : Le serveur a refusé la connexion."));
+    EXPECT_EQ(world.backend.opened.size(), 1u);
 }
 
 TEST_F(BridgeServiceTest, theSwitchIsReadWhenATaskIsHandled) {

@@ -11,6 +11,7 @@
 #include "fakes/FolderBookmarksFake.h"
 #include "fakes/KeyValueStoreFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/SystemMemoryFake.h"
 #include "fakes/TextRecognizerFake.h"
 #include "fakes/ThumbnailerFake.h"
 #include "fakes/WorkspaceFake.h"
@@ -21,11 +22,15 @@ namespace vennic::test {
 class BridgeContextFake final : public BridgeContext {
 public:
     bool bridgeEnabled() const override { return enabled; }
+    LocalLLMSettings localLLM() const override { return localModel; }
     QString localLLMDeviceNickname() const override { return nickname; }
     QString bridgeDeviceId() override { return deviceId; }
     std::optional<double> mainScreenScale() const override { return screenScale; }
 
     bool enabled = true;
+    LocalLLMSettings localModel{.enabled = true,
+                                .endpoint = QStringLiteral("http://localhost:8080/v1"),
+                                .model = QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
     QString nickname = QStringLiteral("Mac de Marie");
     QString deviceId = QStringLiteral("3F2504E0-4F89-41D3-9A0C-0305E82C3301");
     std::optional<double> screenScale;
@@ -65,6 +70,8 @@ struct BridgeWorld {
                                        .pairingPage = {},
                                        .packageManagerSite = {}}};
     VennicHTTP http{backend, QStringLiteral("vennic.example"), nullptr};
+    SystemMemoryFake memory;
+    LocalLLMTelemetry telemetry{http, memory, clock};
     BookmarkStore grants{store, *bookmarks, *files, clock};
     BridgeService::Surroundings surroundings{
         .http = http,
@@ -72,6 +79,7 @@ struct BridgeWorld {
         .clock = clock,
         .context = context,
         .heartbeat = &heartbeat,
+        .telemetry = telemetry,
         .store = store,
         .index = index,
         .bookmarks = bookmarks,

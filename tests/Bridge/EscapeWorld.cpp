@@ -41,8 +41,8 @@ public:
 
 class OpeningRecognizer final : public TextRecognizer {
 public:
-    RecognizedText image(const QString& path) override { return {openedText(path).text, {}}; }
-    std::unique_ptr<PdfPages> openPdf(const QString& path) override {
+    RecognizedText image(const QString& path, std::stop_token) override { return {openedText(path).text, {}}; }
+    std::unique_ptr<PdfPages> openPdf(const QString& path, std::stop_token) override {
         return std::make_unique<OnePage>(openedText(path).text);
     }
 

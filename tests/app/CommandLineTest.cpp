@@ -64,6 +64,21 @@ TEST(CommandLine, photosTakesOnlyItsThreeWords) {
     EXPECT_FALSE(parse({"photos", "status", "--json"}).error);
 }
 
+TEST(CommandLine, modelTakesAWordAndWhereItNeedsOneAValue) {
+    for (const char* word : {"on", "off", "status"}) {
+        EXPECT_FALSE(parse({"model", word}).error) << word;
+        EXPECT_TRUE(parse({"model", word, "more"}).error) << word;
+    }
+    for (const char* word : {"endpoint", "name"}) {
+        EXPECT_FALSE(parse({"model", word, "x"}).error) << word;
+        EXPECT_TRUE(parse({"model", word}).error) << word;
+        EXPECT_TRUE(parse({"model", word, ""}).error) << word;
+    }
+    EXPECT_TRUE(parse({"model"}).error);
+    EXPECT_TRUE(parse({"model", "ON"}).error);
+    EXPECT_FALSE(parse({"model", "status", "--json"}).error);
+}
+
 TEST(CommandLine, jsonIsForVerbsThatPrintData) {
     EXPECT_FALSE(parse({"status", "--json"}).error);
     EXPECT_TRUE(parse({"quit", "--json"}).error);

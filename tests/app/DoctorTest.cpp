@@ -81,6 +81,29 @@ TEST_F(DoctorTest, withoutTheDocumentProcessItFailsAndSaysWhatToDo) {
     EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(QStringLiteral("vennic-worker")));
 }
 
+TEST_F(DoctorTest, theLanguagesOfRecognitionAreThoseOfTheFirstFolderThatHasAny) {
+    const QByteArray empty = QFile::encodeName(folder(QStringLiteral("empty")));
+    const QByteArray first = QFile::encodeName(folder(QStringLiteral("first")));
+    const QByteArray second = QFile::encodeName(folder(QStringLiteral("second")));
+    const std::array<const char*, 3> folders{empty.constData(), first.constData(), second.constData()};
+    const auto found = [&] {
+        return check(examine(paths, instance, folders), QStringLiteral("Reconnaissance de texte"));
+    };
+    const auto install = [&](const char* file) {
+        EXPECT_TRUE(QFile(root.filePath(QLatin1String(file))).open(QIODevice::WriteOnly));
+    };
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("aucune langue n'est installée"));
+    install("second/fra.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("seulement en français"));
+    EXPECT_EQ(found()[QLatin1String("remedy")], QStringLiteral("Installe tesseract-ocr-eng."));
+    install("first/eng.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("seulement en anglais"));
+    EXPECT_EQ(found()[QLatin1String("remedy")], QStringLiteral("Installe tesseract-ocr-fra."));
+    install("first/fra.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("français, anglais"));
+    EXPECT_EQ(found()[QLatin1String("verdict")], QStringLiteral("ok"));
+}
+
 TEST_F(DoctorTest, withoutBusesTheKeyringAndTheUsersPresenceAreLimitedNotMissing) {
     EXPECT_EQ(verdict(QStringLiteral("Trousseau")), QStringLiteral("limited"));
     EXPECT_EQ(verdict(QStringLiteral("Présence de l'utilisateur")), QStringLiteral("limited"));

@@ -7,7 +7,8 @@ using namespace vennic;
 namespace {
 
 struct StatusReportTest : test::ClientWorld {
-    QJsonObject data(const std::vector<ResolvedShare>& shares = {}) { return statusData(client(), shares); }
+    QJsonObject data(const std::vector<ResolvedShare>& shares = {}) { return statusData(client(), shares, localModel); }
+    QJsonObject localModel;
     static QString line(const QString& text, const QString& label) {
         for (const QString& line : text.split(u'\n')) {
             if (line.startsWith(label + QStringLiteral(" : ")))
@@ -35,7 +36,7 @@ TEST_F(StatusReportTest, aFreshClientHasEveryPromisedField) {
     const QJsonObject status = data();
     for (const char* field : {"authenticated", "email", "user_id", "bridge_enabled", "bridge", "bridge_task",
                               "tasks_served", "last_error", "last_task_at", "device_id", "nickname", "shares", "index",
-                              "credential_store", "provider", "streaming", "messages", "discussion_id"})
+                              "credential_store", "local_model", "provider", "streaming", "messages", "discussion_id"})
         EXPECT_TRUE(status.contains(QLatin1String(field))) << field;
     EXPECT_EQ(status[QLatin1String("authenticated")], false);
     EXPECT_TRUE(status[QLatin1String("email")].isNull());

@@ -13,15 +13,16 @@ public:
     explicit HurriedTransport(HttpTransport& transport) : transport_(transport) {}
     Task<HttpResponse> send(HttpRequest request) override {
         if (hurried)
-            request.timeout /= 50;
+            request.timeout /= factor;
         return transport_.send(std::move(request));
     }
     Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
         if (hurried)
-            request.timeout /= 50;
+            request.timeout /= factor;
         return transport_.open(std::move(request));
     }
     bool hurried = false;
+    int factor = 50;
 
 private:
     HttpTransport& transport_;

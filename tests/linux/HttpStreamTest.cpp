@@ -83,6 +83,16 @@ TEST_F(HttpStreamTest, aStreamThatFallsSilentTimesOut) {
     EXPECT_EQ(readOut(*stream, &all), TransportFault::timedOut);
 }
 
+TEST_F(HttpStreamTest, timeThatTheReaderTakesIsNotThePeersSilence) {
+    const QByteArray body(2 * 1024 * 1024, 'b');
+    server.onRequest(answers::plain(200, body));
+    const auto stream = open(request(1s));
+    QByteArray all = await(stream->next()).value_or(QByteArray());
+    waitUntil([] { return false; }, 1500ms); // longer than the peer may be silent
+    EXPECT_EQ(readOut(*stream, &all), std::nullopt);
+    EXPECT_EQ(all.size(), body.size());
+}
+
 TEST_F(HttpStreamTest, aStreamThatDripsForeverEndsToo) {
     server.onRequest([](Wire& wire, const ReceivedRequest& received) {
         wire.send("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");

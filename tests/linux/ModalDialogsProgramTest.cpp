@@ -42,7 +42,8 @@ protected:
     }
 
     const DialogQuestion question{QStringLiteral("« Titre »"), QStringLiteral("<b>Texte</b>\n\"à\" lire"),
-                                  QStringLiteral("Oui"), QStringLiteral("Non")};
+                                  QStringLiteral("Oui"),       QStringLiteral("Non"),
+                                  DialogStyle::question,       {}};
     QTemporaryDir folder_;
 };
 
@@ -52,6 +53,7 @@ TEST_F(ModalDialogsProgramTest, theProgramIsToldTheQuestionAndItsEndIsTheAnswer)
     EXPECT_EQ(answerOf("exit 10"), DialogAnswer::accepted);
     EXPECT_EQ(request(), DialogRequest::ofQuestion(question));
     EXPECT_EQ(answerOf("exit 11"), DialogAnswer::refused);
+    EXPECT_EQ(answerOf("exit 13"), DialogAnswer::acceptedForGood);
 }
 
 TEST_F(ModalDialogsProgramTest, anyOtherEndMeansThatNobodyWasAsked) {
@@ -159,9 +161,14 @@ TEST(DialogRequest, onlyAWholeRequestOfAModestSizeIsTaken) {
     const DialogRequest request = DialogRequest::ofWarning(QStringLiteral("Photo"), QStringLiteral("Perdue."));
     const QByteArray json = encoded(request);
     EXPECT_EQ(decodedDialogRequest(json), request);
-    for (const QByteArray& bytes : {QByteArray(), QByteArray("{}"), QByteArray("[]"), json.chopped(1),
-                                    QByteArray(R"({"title":1,"text":"","accept":"","refuse":"","warning":true})"),
-                                    QByteArray(R"({"title":"","text":"","accept":"","refuse":"","warning":"yes"})"),
-                                    QByteArray(DialogRequest::mostBytes, ' ') + json})
+    for (
+        const QByteArray& bytes :
+        {QByteArray(), QByteArray("{}"), QByteArray("[]"), json.chopped(1),
+         QByteArray(
+             R"({"title":1,"text":"","accept":"","refuse":"","informational":false,"suppression":"","warning":true})"),
+         QByteArray(
+             R"({"title":"","text":"","accept":"","refuse":"","informational":false,"suppression":"","warning":"yes"})"),
+         QByteArray(R"({"title":"","text":"","accept":"","refuse":"","warning":true})"),
+         QByteArray(DialogRequest::mostBytes, ' ') + json})
         EXPECT_FALSE(decodedDialogRequest(bytes)) << bytes.left(80).toStdString();
 }

@@ -10,6 +10,7 @@ namespace vennic::test {
 class TestClock final : public Clock {
 public:
     QDateTime now() const override { return now_; }
+    std::chrono::nanoseconds elapsed() const override { return elapsed_; }
     QTimeZone zone() const override { return inZone; }
     Task<> sleep(std::chrono::nanoseconds duration) override;
 

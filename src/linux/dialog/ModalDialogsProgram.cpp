@@ -57,6 +57,8 @@ Task<DialogAnswer> ModalDialogsProgram::ask(DialogQuestion question) {
     switch (co_await show(DialogRequest::ofQuestion(question))) {
     case DialogExit::accepted:
         co_return DialogAnswer::accepted;
+    case DialogExit::acceptedForGood:
+        co_return DialogAnswer::acceptedForGood;
     case DialogExit::refused:
         co_return DialogAnswer::refused;
     case DialogExit::notShown:
@@ -83,7 +85,8 @@ Task<DialogExit> ModalDialogsProgram::show(DialogRequest request) const {
     process.setChildProcessModifier(becomeDialog);
     QObject::connect(&process, &QProcess::finished, &process, [&closed](int code, QProcess::ExitStatus status) {
         const auto exit = static_cast<DialogExit>(code);
-        const bool isAnswer = exit == DialogExit::accepted || exit == DialogExit::refused;
+        const bool isAnswer =
+            exit == DialogExit::accepted || exit == DialogExit::acceptedForGood || exit == DialogExit::refused;
         closed.set(status == QProcess::NormalExit && isAnswer ? exit : DialogExit::notShown);
     });
     QObject::connect(&process, &QProcess::errorOccurred, &process, [&closed](QProcess::ProcessError error) {
