@@ -95,6 +95,8 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
     int fromError = -1;
     constexpr auto flags = GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES);
     GError* error = nullptr;
+    constexpr auto flags =
+        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES); // NOLINT(*.EnumCastOutOfRange)
     const auto started = g_spawn_async_with_pipes_and_fds(
         QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(), flags,
         becomeProgramOfTheUser, nullptr, -1, -1, -1, nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr,
