@@ -146,14 +146,16 @@ TEST_F(PopoverTest, anEmptyConversationSaysHowToBegin) {
     EXPECT_FALSE(names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")));
 }
 
+/// What a screen reader was told to say at once.
+struct Heard {
+    static inline QStringList words;
+    static void update(QAccessibleEvent* event) {
+        if (event->type() == QAccessible::Alert)
+            words.append(event->accessibleInterface()->text(QAccessible::Name));
+    }
+};
+
 TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
-    struct Heard {
-        static inline QStringList words;
-        static void update(QAccessibleEvent* event) {
-            if (event->type() == QAccessible::Alert)
-                words.append(event->accessibleInterface()->text(QAccessible::Name));
-        }
-    };
     Heard::words.clear();
     QAccessible::setActive(true);
     popover();
