@@ -152,7 +152,7 @@ bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisib
 
 void ScreenQml::announceReply() {
     const std::vector<ChatMessage>& messages = with_.session.messages();
-    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty() || !QAccessible::isActive())
+    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty())
         return;
     const ChatMessage& last = messages.back();
     if (last.role != ChatMessage::Role::assistant)
