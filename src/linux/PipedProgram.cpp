@@ -93,7 +93,6 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
     int toInput = -1;
     int fromOutput = -1;
     int fromError = -1;
-    constexpr auto flags = GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES);
     GError* error = nullptr;
     constexpr auto flags =
         GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES); // NOLINT(*.EnumCastOutOfRange)

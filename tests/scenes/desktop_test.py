@@ -31,7 +31,12 @@ class Desktop(DesktopScene):
                 return name
         return None
 
+    def take_windows_away(self):
+        """As where the package of the windows isn't installed."""
+        (self.folder / "bin" / "vennic-screen.so").unlink()
+
     def test_without_its_windows_the_client_says_so_and_goes_on(self):
+        self.take_windows_away()
         self.start_client()
         toggled = self.client.verb("toggle")
         self.assertEqual((toggled.returncode, toggled.stderr), (1, NO_SCREEN))
@@ -40,6 +45,7 @@ class Desktop(DesktopScene):
         self.assertIsNone(self.client.process.poll())
 
     def test_links_are_handed_to_the_running_client(self):
+        self.take_windows_away()
         self.start_client()
         handed = self.client.verb("vennic://desktop/hallwarden_panel?section=secure")
         self.assertEqual(handed.returncode, 0, handed.stderr)
