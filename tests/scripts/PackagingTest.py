@@ -7,7 +7,7 @@ import unittest
 import xml.etree.ElementTree
 
 PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
-VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "ask", "open", "photos", "model", "doctor", "quit"}
+VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "ask", "open", "toggle", "photos", "model", "autostart", "doctor", "quit"}
 SERVER_OPTIONS = {"--data", "--listen", "--host", "--ready-file", "--owner-email", "--task-timeout", "--help", "--version"}
 
 
@@ -74,7 +74,7 @@ class PackagingTest(unittest.TestCase):
     def testBashOffersTheOptionsOfAVerb(self):
         for verb in VERBS:
             offered = set(complete("vennic", verb, "-"))
-            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "ask", "photos", "model", "doctor") else set()), verb)
+            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "ask", "photos", "model", "autostart", "doctor") else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
         self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)
