@@ -12,7 +12,8 @@ namespace vennic {
 /// A picture for the status bar. A template has no colours of its own: it is drawn in those of its surroundings.
 struct StatusImage {
     QByteArray svg;
-    QString themeName; // the same picture in the desktop's icon theme, which it colours itself; empty when not there
+    QString themeName;   // the same picture in the desktop's icon theme, which it colours itself; empty when not there
+    QString themeFolder; // where that theme's icons are
     QString accessibilityDescription;
     bool isTemplate = false;
     QSize size; // in points

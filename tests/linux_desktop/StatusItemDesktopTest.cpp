@@ -66,9 +66,11 @@ TEST_F(StatusItemDesktopTest, aNameInTheIconThemeIsToldBesideThePixelsUnlessHigh
     StatusItemDesktop item;
     StatusImage image = DesktopWorld::square();
     image.themeName = QStringLiteral("com.vennic.desktop-symbolic");
+    image.themeFolder = QStringLiteral("/opt/icons");
     item.setImage(image);
     ASSERT_TRUE(comesTo(watcher));
     EXPECT_EQ(watcher.icon().value(QStringLiteral("IconName")), image.themeName);
+    EXPECT_EQ(watcher.icon().value(QStringLiteral("IconThemePath")), image.themeFolder);
     EXPECT_FALSE(watcher.pixmaps().isEmpty());
     item.setHighlighted(true);
     EXPECT_EQ(watcher.icon().value(QStringLiteral("IconName")), QString());

@@ -63,6 +63,7 @@ TEST(StatusImagesInstalled, theProgramsOwnPictureIsAFileOfItsResources) {
     write(folder.filePath(QStringLiteral("icons/hicolor/symbolic/apps/com.vennic.desktop-symbolic.svg")), "<svg/>");
     EXPECT_EQ(images.named(QStringLiteral("VennicStatusIcon"))->themeName,
               QStringLiteral("com.vennic.desktop-symbolic"));
+    EXPECT_EQ(images.named(QStringLiteral("VennicStatusIcon"))->themeFolder, folder.filePath(QStringLiteral("icons")));
 }
 
 TEST(StatusImagesInstalled, aHugeFileIsNoPicture) {

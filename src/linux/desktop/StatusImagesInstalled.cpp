@@ -1,5 +1,6 @@
 #include "linux/desktop/StatusImagesInstalled.h"
 
+#include <QDir>
 #include <QFile>
 
 namespace vennic {
@@ -28,8 +29,11 @@ std::optional<StatusImage> StatusImagesInstalled::named(const QString& name) con
     StatusImage image;
     image.svg = file.read(largestFile);
     const QString themeName = themeNameOf(name);
-    if (QFile::exists(QStringLiteral("%1/../icons/hicolor/symbolic/apps/%2.svg").arg(resources_, themeName)))
+    const QString theme = QDir::cleanPath(resources_ + QStringLiteral("/../icons"));
+    if (QFile::exists(QStringLiteral("%1/hicolor/symbolic/apps/%2.svg").arg(theme, themeName))) {
         image.themeName = themeName;
+        image.themeFolder = theme;
+    }
     return image;
 }
 

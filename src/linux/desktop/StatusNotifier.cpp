@@ -92,7 +92,9 @@ void StatusNotifier::setImage(const std::optional<StatusImage>& image, bool high
         }
     }
     // The theme has no highlighted form, and a bar that is given a name doesn't look at the pixels.
-    object_.setPictures(std::move(pixmaps), image && !highlighted ? image->themeName : QString());
+    const bool byName = image && !highlighted;
+    object_.setPictures(std::move(pixmaps), byName ? image->themeName : QString(),
+                        byName ? image->themeFolder : QString());
 }
 
 } // namespace vennic

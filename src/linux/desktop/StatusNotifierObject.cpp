@@ -35,9 +35,11 @@ StatusNotifierObject::StatusNotifierObject() {
     qDBusRegisterMetaType<StatusNotifierToolTip>();
 }
 
-void StatusNotifierObject::setPictures(StatusNotifierPixmaps pixmaps, const QString& iconName) {
+void StatusNotifierObject::setPictures(StatusNotifierPixmaps pixmaps, const QString& iconName,
+                                       const QString& themePath) {
     pixmaps_ = std::move(pixmaps);
     iconName_ = iconName;
+    themePath_ = themePath;
     Q_EMIT NewIcon();
 }
 

@@ -38,7 +38,7 @@ class StatusNotifierObject final : public QObject {
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(int WindowId READ windowId)
     Q_PROPERTY(QString IconName READ iconName)
-    Q_PROPERTY(QString IconThemePath READ none)
+    Q_PROPERTY(QString IconThemePath READ themePath)
     Q_PROPERTY(vennic::StatusNotifierPixmaps IconPixmap READ pixmaps)
     Q_PROPERTY(QString IconAccessibleDesc READ description)
     Q_PROPERTY(QString OverlayIconName READ none)
@@ -55,7 +55,8 @@ public:
 
     static QString path() { return QStringLiteral("/StatusNotifierItem"); }
 
-    void setPictures(StatusNotifierPixmaps pixmaps, const QString& iconName);
+    /// The name is one of the icon theme at `themePath`; both may be empty.
+    void setPictures(StatusNotifierPixmaps pixmaps, const QString& iconName, const QString& themePath);
     void setLabel(const QString& label);
 
     static QString category() { return QStringLiteral("ApplicationStatus"); }
@@ -64,6 +65,7 @@ public:
     static QString status() { return QStringLiteral("Active"); }
     static int windowId() { return 0; }
     QString iconName() const { return iconName_; }
+    QString themePath() const { return themePath_; }
     StatusNotifierPixmaps pixmaps() const { return pixmaps_; }
     QString description() const { return label_; }
     StatusNotifierToolTip toolTip() const { return {.iconName = {}, .pixmaps = {}, .title = label_, .text = {}}; }
@@ -88,6 +90,7 @@ Q_SIGNALS:
 private:
     QString label_;
     QString iconName_;
+    QString themePath_;
     StatusNotifierPixmaps pixmaps_;
 };
 

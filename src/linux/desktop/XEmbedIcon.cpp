@@ -247,7 +247,7 @@ QImage XEmbedIcon::background(int width, int height) const {
     // Not on the screen yet, or a screen of few colours.
     if (!image || image->depth != 24 || xcb_get_image_data_length(image.get()) < width * height * 4)
         return {};
-    const QImage screen(xcb_get_image_data(image.get()), width, height, width * 4, QImage::Format_RGB32);
+    const QImage screen(xcb_get_image_data(image.get()), width, height, qsizetype{4} * width, QImage::Format_RGB32);
     return screen.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
