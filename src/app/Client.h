@@ -16,6 +16,7 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/UserPresencePolkit.h"
+#include "linux/dialog/FolderPickerDesktop.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
@@ -57,6 +58,8 @@ public:
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     ModalDialogs& dialogs() { return dialogs_; }
+    FolderPicker& folderPicker() { return folderPicker_; }
+    FileSystem& files() { return *files_; }
     PhotoConsent& photoConsent() { return photoConsent_; }
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
@@ -99,6 +102,7 @@ private:
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
     ModalDialogsProgram dialogs_;
+    FolderPickerDesktop folderPicker_;
     PhotoConsent photoConsent_;
     std::shared_ptr<photos::PhotoFactsWorker> photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;

@@ -40,7 +40,7 @@ struct SessionFixture : testing::Test {
     APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
                                        .backendDomain = QStringLiteral("vennic.test"),
                                        .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
+                                       .pairingPage = QStringLiteral("https://vennic.test/appairage"),
                                        .packageManagerSite = {}}};
     QString hostName = QStringLiteral("atelier");
     std::unique_ptr<AppSession> built;
