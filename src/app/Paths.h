@@ -15,6 +15,9 @@ struct Paths {
     /// The client itself.
     QString client() const { return programs + QStringLiteral("/vennic"); }
 
+    /// The module that draws the windows: beside the client, or in the folder of libraries of its installation.
+    QString screenModule() const;
+
     /// The boxed programs, which stand beside the client.
     QString textWorker() const { return programs + QStringLiteral("/vennic-worker"); }
     QString pictureWorker() const { return programs + QStringLiteral("/vennic-picture-worker"); }

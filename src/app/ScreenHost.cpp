@@ -3,15 +3,18 @@
 #include "base/LocalizedError.h"
 
 #include <QLibrary>
+#include <QLoggingCategory>
 
 namespace vennic {
 
 namespace {
+Q_LOGGING_CATEGORY(screenLog, "vennic.screen", QtWarningMsg)
+
 constexpr quint64 popoverNumber = 1;
 constexpr quint64 settingsNumber = 2;
 } // namespace
 
-ScreenHost::ScreenHost(Make make, std::function<void()> released)
+ScreenHost::ScreenHost(Make make, std::function<void()> released, std::chrono::milliseconds patience)
     : make_(std::move(make)), released_(std::move(released)) {
     unused_.setSingleShot(true);
     unused_.setInterval(patience);
@@ -41,6 +44,9 @@ Screen& ScreenHost::screen() {
             letGoLater();
             Q_EMIT closed();
         });
+        connect(screen_.get(), &Screen::popoverPainted, this, [this] {
+            qCDebug(screenLog, "first frame after %.1f ms", static_cast<double>(summoned_.nsecsElapsed()) / 1e6);
+        });
         connect(screen_.get(), &Screen::settingsClosed, this, &ScreenHost::letGoLater);
     }
     return *screen_;
@@ -52,6 +58,7 @@ void ScreenHost::letGoLater() {
 }
 
 void ScreenHost::show(std::optional<QRect> anchor) {
+    summoned_.start();
     screen().showPopover(anchor);
     unused_.stop();
 }

@@ -3,6 +3,7 @@
 #include "core/ApplicationWindows.h"
 #include "shell/Popover.h"
 
+#include <QElapsedTimer>
 #include <QTimer>
 
 namespace vennic {
@@ -12,11 +13,11 @@ namespace vennic {
 class ScreenHost final : public Popover, public ApplicationWindows {
     Q_OBJECT
 public:
-    static constexpr std::chrono::seconds patience{60};
+    static constexpr std::chrono::seconds usualPatience{60};
     using Make = std::function<std::unique_ptr<Screen>()>;
 
-    /// `make` raises LocalizedError. `released` is called when the screen has gone.
-    ScreenHost(Make make, std::function<void()> released);
+    /// `make` raises LocalizedError. `released` is called when the screen has gone, `patience` after the last close.
+    ScreenHost(Make make, std::function<void()> released, std::chrono::milliseconds patience = usualPatience);
 
     bool isShown() const override { return screen_ && screen_->isPopoverShown(); }
     void show(std::optional<QRect> anchor) override;
@@ -41,6 +42,7 @@ private:
     std::function<void()> released_;
     std::unique_ptr<Screen> screen_;
     QTimer unused_;
+    QElapsedTimer summoned_;
 };
 
 } // namespace vennic

@@ -3,11 +3,13 @@
 #include "app/ClientCommands.h"
 #include "app/CommandClient.h"
 #include "app/Shell.h"
+#include "app/Surfaces.h"
 #include "linux/InstanceSocket.h"
 #include "linux/ProcessLimits.h"
 #include "linux/SignalWatch.h"
 #include "linux/Terminal.h"
 #include "linux/desktop/DesktopActivationBus.h"
+#include "linux/desktop/DesktopAppearancePortal.h"
 #include "linux/desktop/StatusImagesInstalled.h"
 #include "linux/desktop/StatusItemDesktop.h"
 
@@ -49,8 +51,7 @@ std::optional<ExitStatus> handOver(InstanceSocket& instance, const QStringList& 
 }
 
 QString reasonForNoScreen() {
-    return hasWindows() ? QStringLiteral("L'écran de Vennic n'est pas installé.")
-                        : QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir.");
+    return QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir.");
 }
 
 std::unique_ptr<StatusItem> makeStatusItem() {
@@ -77,8 +78,22 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     const auto quit = [&client] {
         client.end([] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
     };
-    NoPopover popover(reasonForNoScreen());
-    NoApplicationWindows windows(reasonForNoScreen());
+    NoPopover noPopover(reasonForNoScreen());
+    NoApplicationWindows noWindows(reasonForNoScreen());
+    Shell* asked = nullptr; // by the surfaces; they are made before it
+    std::unique_ptr<DesktopAppearancePortal> appearance;
+    std::optional<Surfaces> surfaces;
+    if (hasWindows()) {
+        appearance = DesktopAppearancePortal::ofThisDesktop();
+        surfaces.emplace(Surfaces::Surroundings{.client = client,
+                                                .appearance = *appearance,
+                                                .screenModule = paths.screenModule(),
+                                                .openSettings = {},
+                                                .manageModels = {},
+                                                .terminate = [&asked] { asked->terminate(); }});
+    }
+    Popover& popover = surfaces ? surfaces->popover() : noPopover;
+    ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;
     const StatusImagesInstalled images(paths.resources);
     NoSummonMonitor summon;
     DesktopActivationBus desktop;
@@ -90,6 +105,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
                  .summon = summon,
                  .desktop = desktop,
                  .quit = quit});
+    asked = &shell;
     // Before the client goes, which the requests still being answered use.
     const auto hangUp = qScopeGuard([&instance, &shell] {
         instance.hangUp();

@@ -44,6 +44,8 @@ public:
 Q_SIGNALS:
     /// After each close, whoever closed it.
     void popoverClosed();
+    /// When it has been drawn for the first time since it came up.
+    void popoverPainted();
     void settingsClosed();
 };
 

@@ -9,11 +9,12 @@ namespace {
 struct PictureTest : ScreenFixture {
     void keep(const char* name) {
         const QImage image = picture();
-        EXPECT_EQ(image.size(), QSize(380, 520) * image.devicePixelRatio());
+        const qreal scale = popover().devicePixelRatio();
+        EXPECT_EQ(image.size(), QSize(380, 520) * scale);
         const QString folder = qEnvironmentVariable("VENNIC_PICTURES");
         if (!folder.isEmpty())
             EXPECT_TRUE(image.save(QDir(folder).filePath(QLatin1String(name) + (appearance.dark ? QStringLiteral("-dark") : QString()) +
-                                       QStringLiteral("@%1.png").arg(image.devicePixelRatio()))));
+                                       QStringLiteral("@%1.png").arg(scale))));
     }
     void conversation() {
         user(QStringLiteral("Retrouve ma dernière facture d'électricité et dis-moi combien j'ai payé."));

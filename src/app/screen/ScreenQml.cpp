@@ -61,7 +61,8 @@ ScreenQml::ScreenQml(Surroundings surroundings)
       picker_(with_.picker) {
     registerTypes();
     chooseFont();
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     engine_.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
     theme_ = themeOf(engine_);
     followAppearance();
@@ -97,12 +98,17 @@ void ScreenQml::makePopover() {
         if (!visible)
             Q_EMIT popoverClosed();
     });
+    connect(popover_.get(), &QQuickWindow::frameSwapped, this, [this] {
+        if (std::exchange(unpainted_, false))
+            Q_EMIT popoverPainted();
+    });
 }
 
 void ScreenQml::showPopover(std::optional<QRect> anchor) {
     // A compositor that came or went since: the window's pixels are of the wrong kind.
     if (!popover_ || popover_->isComposited() != with_.appearance.isComposited())
         makePopover();
+    unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
     popover_->appear(anchor);
 }
@@ -147,7 +153,7 @@ bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisib
 
 void ScreenQml::announceReply() {
     const std::vector<ChatMessage>& messages = with_.session.messages();
-    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty() || !QAccessible::isActive())
+    if (with_.session.isStreaming() || !isPopoverShown() || messages.empty())
         return;
     const ChatMessage& last = messages.back();
     if (last.role != ChatMessage::Role::assistant)

@@ -41,6 +41,7 @@ private:
     ChatLinks links_;
     PickerMenu picker_;
     QObject* theme_ = nullptr; // of the engine
+    bool unpainted_ = false;
     std::unique_ptr<PopoverWindow> popover_;
     std::unique_ptr<QQuickView> settings_;
 };

@@ -25,7 +25,7 @@ Item {
         id: ground
         y: root.begins ? 8 : 0
         x: root.fromUser ? root.width - width - Theme.padding : Theme.padding
-        width: root.begins && root.ends ? Math.min(root.most, Math.ceil(words.implicitWidth) + 24) : root.most
+        width: words.width + 24
         height: words.height + (root.begins ? 8 : 0) + (root.ends ? 9 : 0)
         radius: 14
         color: root.fromUser ? Theme.accentFill : Theme.surface
@@ -38,11 +38,12 @@ Item {
             id: words
             x: 12
             y: root.begins ? 8 : 0
-            width: root.most - 24
+            width: root.begins && root.ends ? Math.min(root.most - 24, Math.ceil(implicitWidth)) : root.most - 24
             readOnly: true
             selectByMouse: true
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
+            horizontalAlignment: TextEdit.AlignLeft // each paragraph begins where its script does
             font.pixelSize: Theme.body
             color: root.fromUser ? Theme.accentText : Theme.text
             selectionColor: root.fromUser ? "#ffffff" : Theme.accentFill

@@ -63,6 +63,7 @@ Item {
                 wrapMode: TextEdit.Wrap
                 textFormat: TextEdit.PlainText
                 selectByMouse: true
+                font.family: Qt.application.font.family
                 font.pixelSize: Theme.body
                 color: Theme.text
                 selectionColor: Theme.accentFill

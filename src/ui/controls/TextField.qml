@@ -10,6 +10,7 @@ T.TextField {
     leftPadding: 10
     rightPadding: 10
     verticalAlignment: TextInput.AlignVCenter
+    font.family: Qt.application.font.family
     font.pixelSize: Theme.body
     color: Theme.text
     selectionColor: Theme.accentFill

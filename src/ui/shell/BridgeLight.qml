@@ -1,29 +1,29 @@
 import QtQuick
-import QtQuick.Templates as T
 import Vennic
 
 // Says by its colour, and in words, how the bridge does.
-T.Control {
+Item {
     id: root
     required property QtObject menuBar
 
     implicitWidth: 22
     implicitHeight: 22
-    hoverEnabled: true
-    focusPolicy: Qt.TabFocus
+    activeFocusOnTab: true
     Accessible.role: Accessible.Indicator
     Accessible.name: menuBar.bridgeHelp
+    Accessible.focusable: true
 
-    contentItem: Item {
-        Rectangle {
-            anchors.centerIn: parent
-            width: 8
-            height: 8
-            radius: 4
-            color: [Theme.blue, Theme.red, Theme.gray, Theme.green][root.menuBar.bridgeColor]
-            opacity: root.menuBar.bridgeOpacity
-        }
+    HoverHandler {
+        id: hover
+    }
+    Rectangle {
+        anchors.centerIn: parent
+        width: 8
+        height: 8
+        radius: 4
+        color: [Theme.blue, Theme.red, Theme.gray, Theme.green][root.menuBar.bridgeColor]
+        opacity: root.menuBar.bridgeOpacity
     }
     FocusRing { of: root; inset: 0 }
-    HelpTip { help: root.menuBar.bridgeHelp; wanted: root.hovered || root.visualFocus }
+    HelpTip { help: root.menuBar.bridgeHelp; wanted: hover.hovered || root.activeFocus }
 }

@@ -11,7 +11,6 @@ IconButton {
     help: qsTr("Discussions récentes")
     down: pressed || menu.visible
     Accessible.role: Accessible.ButtonMenu
-    Component.onCompleted: recents.appear()
     onClicked: menu.visible ? menu.close() : menu.open()
 
     Menu {

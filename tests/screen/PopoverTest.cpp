@@ -1,0 +1,337 @@
+#include "screen/ScreenFixture.h"
+
+#include "base/LocalizedError.h"
+
+#include <QAccessible>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QQmlComponent>
+#include <QQuickTextDocument>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+namespace vennic::test {
+namespace {
+
+struct PopoverTest : ScreenFixture {
+    QString draft() { return item("draft")->property("text").toString(); }
+    QColor ground() { return root().property("color").value<QColor>(); }
+    void click(QPointF at) {
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            const auto held = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
+            QMouseEvent event(type, at, popover().mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+            QCoreApplication::sendEvent(&popover(), &event);
+        }
+        paint();
+    }
+    /// What a screen reader finds, from the window downwards.
+    template <class F>
+    void walk(QAccessibleInterface* at, F visit) {
+        if (!at || at->state().invisible)
+            return;
+        visit(*at);
+        for (int i = 0; i < at->childCount(); ++i)
+            walk(at->child(i), visit);
+    }
+    QStringList names() {
+        QStringList names;
+        walk(QAccessible::queryAccessibleInterface(&popover()),
+             [&](QAccessibleInterface& at) { names.append(at.text(QAccessible::Name)); });
+        return names;
+    }
+};
+
+TEST_F(PopoverTest, comesUpWithTheKeyboardInTheDraft) {
+    type(QStringLiteral("été"));
+    EXPECT_EQ(draft(), QStringLiteral("été"));
+    EXPECT_EQ(chat->draft(), QStringLiteral("été"));
+    EXPECT_TRUE(chat->inputFocused());
+}
+
+TEST_F(PopoverTest, enterSendsAndShiftEnterBreaksTheLine) {
+    signedIn();
+    transport.hold();
+    type(QStringLiteral("un"));
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    type(QStringLiteral("deux"));
+    EXPECT_EQ(draft(), QStringLiteral("un\ndeux"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(draft(), QString());
+    ASSERT_EQ(session().messages().size(), 1u);
+    EXPECT_EQ(session().messages()[0].content, QStringLiteral("un\ndeux"));
+    type(QStringLiteral("trois"));
+    press(Qt::Key_Return, Qt::ControlModifier);
+    EXPECT_EQ(draft(), QStringLiteral("trois")) << "one turn at a time";
+    EXPECT_FALSE(item("send")->isEnabled());
+    EXPECT_TRUE(item("typing")->isVisible());
+    transport.release();
+}
+
+TEST_F(PopoverTest, escapeClosesIt) {
+    int closings = 0;
+    QObject::connect(&screen(), &Screen::popoverClosed, &screen(), [&] { ++closings; });
+    popover();
+    QKeyEvent event(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(screen().popover(), &event);
+    EXPECT_FALSE(screen().isPopoverShown());
+    EXPECT_EQ(closings, 1);
+}
+
+TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
+    user(QStringLiteral("a"));
+    session().setDiscussionId(3);
+    press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_TRUE(session().messages().empty());
+    EXPECT_EQ(session().discussionId(), std::nullopt);
+    press(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(PopoverTest, inTheVoiceModeTheKeyForANewDiscussionDoesNothing) {
+    bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
+    session().setMode(Mode::microphone);
+    user(QStringLiteral("a"));
+    press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(session().messages().size(), 1u);
+}
+
+TEST_F(PopoverTest, tabReachesEveryControlAndComesBack) {
+    assistant(QStringLiteral("[un lien](https://x.fr)"));
+    popover();
+    QStringList reached;
+    QQuickItem* const first = popover().activeFocusItem();
+    for (int step = 0; step < 40; ++step) {
+        press(Qt::Key_Tab);
+        QQuickItem* const at = popover().activeFocusItem();
+        ASSERT_TRUE(at);
+        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(at);
+        ASSERT_TRUE(said) << at->metaObject()->className();
+        reached.append(said->text(QAccessible::Name));
+        if (at == first)
+            break;
+    }
+    for (const char* wanted : {"Mac non connecté", "Discussions récentes", "Nouvelle discussion (⌘N)", "Réglages",
+                               "Quitter Vennic", "Vennic : un lien", "un lien", "ChatGPT", "Nouvelle conversation",
+                               "Pose ta question…"})
+        EXPECT_TRUE(reached.contains(QString::fromUtf8(wanted))) << wanted << " in " << reached.join(u'|').toStdString();
+    EXPECT_FALSE(reached.contains(QString())) << "nothing without a name";
+    EXPECT_EQ(reached.last(), QStringLiteral("Pose ta question…")) << "and around again";
+}
+
+TEST_F(PopoverTest, everyControlHasANameAndARole) {
+    user(QStringLiteral("question"));
+    assistant(QStringLiteral("**réponse**"));
+    popover();
+    paint();
+    int controls = 0;
+    walk(QAccessible::queryAccessibleInterface(&popover()), [&](QAccessibleInterface& at) {
+        if (!at.state().focusable)
+            return;
+        ++controls;
+        EXPECT_NE(at.text(QAccessible::Name), QString()) << at.object()->metaObject()->className();
+        EXPECT_NE(at.role(), QAccessible::NoRole);
+        EXPECT_NE(at.role(), QAccessible::Client) << at.text(QAccessible::Name).toStdString();
+    });
+    EXPECT_GE(controls, 8);
+    EXPECT_TRUE(names().contains(QStringLiteral("Toi : question")));
+    EXPECT_TRUE(names().contains(QStringLiteral("Vennic : réponse")));
+}
+
+TEST_F(PopoverTest, anEmptyConversationSaysHowToBegin) {
+    popover();
+    EXPECT_TRUE(names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")));
+    user(QStringLiteral("a"));
+    EXPECT_TRUE(waitUntil(
+        [this] { return !names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")); }));
+}
+
+TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
+    popover();
+    const auto announced = [this] { return item("announcer")->property("words").toString(); };
+    session().setIsStreaming(true);
+    assistant(QStringLiteral("voilà **tout**"));
+    EXPECT_EQ(announced(), QString());
+    session().setIsStreaming(false);
+    EXPECT_EQ(announced(), QStringLiteral("voilà tout"));
+    const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(item("announcer"));
+    ASSERT_TRUE(said);
+    EXPECT_EQ(said->role(), QAccessible::AlertMessage);
+    EXPECT_EQ(said->text(QAccessible::Name), QStringLiteral("voilà tout"));
+}
+
+TEST_F(PopoverTest, theLastErrorIsShownAndCanBeTakenAway) {
+    popover();
+    session().setLastError(QStringLiteral("Session expirée. Recolle ton jeton dans Réglages (⌘,)."));
+    paint();
+    EXPECT_TRUE(names().contains(QStringLiteral("Session expirée. Recolle ton jeton dans Réglages (⌘,).")));
+    EXPECT_TRUE(names().contains(QStringLiteral("Masquer")));
+    session().setLastError(std::nullopt);
+    paint();
+    EXPECT_FALSE(names().contains(QStringLiteral("Masquer")));
+}
+
+TEST_F(PopoverTest, aLinkIsFollowedByTheKeyboardAndByTheMouse) {
+    assistant(QStringLiteral("[ici](vennic://local_file/open/ID-1) et voilà"));
+    popover();
+    QQuickItem* link = nullptr;
+    for (int step = 0; step < 20 && !link; ++step) {
+        press(Qt::Key_Tab);
+        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
+        if (said && said->role() == QAccessible::Link)
+            link = popover().activeFocusItem();
+    }
+    ASSERT_TRUE(link);
+    press(Qt::Key_Return);
+    EXPECT_EQ(followed, std::vector<QUrl>{QUrl(QStringLiteral("vennic://local_file/open/ID-1"))});
+    click(link->mapToScene(QPointF(link->width() / 2, link->height() / 2)));
+    EXPECT_EQ(followed.size(), 2u);
+}
+
+TEST_F(PopoverTest, aHostileReplyLoadsNothing) {
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
+    int connections = 0;
+    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] { ++connections; });
+    const QString address = QStringLiteral("http://127.0.0.1:%1/x.png").arg(server.serverPort());
+    for (const char* text : {"<img src=\"%1\">", "![x](%1)", "[![x](%1)](%1)", "<a href='%1'>x</a>", "`<img src=%1>`",
+                             "![x](file:///etc/hostname)", "<img src='file:///etc/hostname'>", "<object data='%1'>",
+                             "**<img src=\"%1\">**", "[x](javascript:alert)", "![](data:image/png;base64,AAAA)"})
+        assistant(QString::fromLatin1(text).replace(QStringLiteral("%1"), address));
+    picture();
+    user(QStringLiteral("<img src=\"%1\">").arg(address));
+    session().setLastError(QStringLiteral("<img src=\"%1\">").arg(address));
+    EXPECT_FALSE(picture().isNull());
+    EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
+    EXPECT_TRUE(followed.empty());
+    for (const QQuickTextDocument* document : root().findChildren<QQuickTextDocument*>())
+        EXPECT_FALSE(document->textDocument()->toHtml().contains(QStringLiteral("<img")));
+}
+
+TEST_F(PopoverTest, theEngineReachesNeitherTheNetworkNorFiles) {
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
+    int connections = 0;
+    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] { ++connections; });
+    QTemporaryDir folder;
+    QImage red(4, 4, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    ASSERT_TRUE(red.save(folder.filePath(QStringLiteral("a.png"))));
+    for (const QString& source : {QStringLiteral("http://127.0.0.1:%1/a.png").arg(server.serverPort()),
+                                  QUrl::fromLocalFile(folder.filePath(QStringLiteral("a.png"))).toString()}) {
+        QQmlComponent component(&screen().engine());
+        component.setData("import QtQuick\nImage { source: \"" + source.toUtf8() + "\" }",
+                          QUrl(QStringLiteral("qrc:/Vennic/Test.qml")));
+        const std::unique_ptr<QObject> image(component.create());
+        ASSERT_TRUE(image) << component.errorString().toStdString();
+        paint();
+        EXPECT_EQ(image->property("implicitWidth").toDouble(), 0) << source.toStdString();
+    }
+    EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
+}
+
+TEST_F(PopoverTest, hugeMessagesAreDrawnByTheirRowsInSightAlone) {
+    assistant(QString(10 * 1024 * 1024, u'x'));
+    assistant(QStringLiteral("mot ").repeated(500'000));
+    for (int i = 0; i < 200; ++i)
+        assistant(QStringLiteral("ligne\n").repeated(300) + QStringLiteral("\u202e bidi z͑͗̽a͉̟l̳g̝o"));
+    EXPECT_FALSE(picture().isNull());
+    EXPECT_LT(root().findChildren<QQuickTextDocument*>().size(), 60);
+}
+
+TEST_F(PopoverTest, lightAndDarkAreFollowedWhileItIsOpen) {
+    popover();
+    const QColor light = ground();
+    appearance.turn(true);
+    paint();
+    EXPECT_LT(ground().lightness(), light.lightness());
+    appearance.turn(false);
+    EXPECT_EQ(ground(), light);
+}
+
+TEST_F(PopoverTest, itsCornersAreSoftOnlyWhereSomethingShowsThroughThem) {
+    EXPECT_GT(root().property("radius").toInt(), 0);
+    EXPECT_EQ(popover().color().alpha(), 0);
+    EXPECT_TRUE(popover().requestedFormat().hasAlpha());
+    screen().closePopover();
+    appearance.composited = false;
+    EXPECT_EQ(root().property("radius").toInt(), 0);
+    EXPECT_EQ(popover().color().alpha(), 255);
+}
+
+TEST_F(PopoverTest, thePickerChoosesWhoAnswers) {
+    downloaded = {QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
+    QQuickItem* pill = nullptr;
+    for (int step = 0; step < 20 && !pill; ++step) {
+        press(Qt::Key_Tab);
+        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
+        if (said && said->text(QAccessible::Name) == QStringLiteral("ChatGPT"))
+            pill = popover().activeFocusItem();
+    }
+    ASSERT_TRUE(pill);
+    press(Qt::Key_Space);
+    const QStringList shown = names();
+    for (const char* wanted : {"ChatGPT", "Claude", "Gemini", "Self-Hosted", "Self-Hosted (défaut du Mac)",
+                               "Qwen3 14B, 8.0 GB · 14 tok/s", "Gérer les modèles…"})
+        EXPECT_TRUE(shown.contains(QString::fromUtf8(wanted))) << wanted << " in " << shown.join(u'|').toStdString();
+    if (!qEnvironmentVariable("VENNIC_PICTURES").isEmpty())
+        picture().save(qEnvironmentVariable("VENNIC_PICTURES") + QStringLiteral("/picker.png"));
+    press(Qt::Key_Down);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(session().provider(), Provider::anthropic);
+    EXPECT_TRUE(screen().isPopoverShown());
+}
+
+TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
+    signedIn();
+    transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");
+    popover();
+    paint();
+    for (int step = 0; step < 20; ++step) {
+        press(Qt::Key_Tab);
+        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
+        if (said && said->text(QAccessible::Name) == QStringLiteral("Discussions récentes"))
+            break;
+    }
+    press(Qt::Key_Space);
+    EXPECT_TRUE(names().contains(QStringLiteral("Factures")));
+    EXPECT_TRUE(names().contains(QStringLiteral("Ouvrir toutes les discussions…")));
+    if (!qEnvironmentVariable("VENNIC_PICTURES").isEmpty())
+        picture().save(qEnvironmentVariable("VENNIC_PICTURES") + QStringLiteral("/recents.png"));
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    ASSERT_EQ(opened.size(), 1u);
+    EXPECT_TRUE(opened[0].toString().endsWith(QStringLiteral("/discussions/42")));
+}
+
+TEST_F(PopoverTest, aLongConversationShowsItsEnd) {
+    for (int i = 0; i < 300; ++i)
+        assistant(QStringLiteral("message %1").arg(i));
+    picture();
+    EXPECT_TRUE(names().contains(QStringLiteral("Vennic : message 299")));
+    assistant(QStringLiteral("dernier"));
+    ASSERT_TRUE(waitUntil([this] { return names().contains(QStringLiteral("Vennic : dernier")); }));
+}
+
+TEST_F(PopoverTest, settingsWithoutATabAreNotShown) {
+    EXPECT_THROW(screen().showSettings(), LocalizedError);
+    EXPECT_FALSE(screen().isSettingsShown());
+}
+
+TEST(PopoverPlace, isUnderAnIconAboveAndOverAnIconBelow) {
+    const QSize size(380, 520);
+    const QRect desktop(0, 30, 1280, 770);
+    EXPECT_EQ(PopoverWindow::place({600, 4, 24, 22}, desktop, size).topLeft(), QPoint(421, 36));
+    EXPECT_EQ(PopoverWindow::place({600, 776, 24, 22}, {0, 0, 1280, 770}, size).topLeft(), QPoint(421, 244));
+    const QRect corner = PopoverWindow::place({1262, 784, 18, 18}, {0, 0, 1280, 770}, size);
+    EXPECT_EQ(corner.right(), 1273);
+    EXPECT_TRUE(QRect(0, 0, 1280, 770).contains(corner));
+}
+
+TEST(PopoverPlace, onASmallScreenBeginsAtItsCorner) {
+    EXPECT_EQ(PopoverWindow::place({0, 0, 1, 1}, {10, 10, 200, 200}, {380, 520}).topLeft(), QPoint(16, 16));
+}
+
+} // namespace
+} // namespace vennic::test
