@@ -18,6 +18,7 @@
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/SystemMemoryProc.h"
 #include "linux/UserPresencePolkit.h"
+#include "linux/dialog/FolderPickerDesktop.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
 #include "linux/index/FileIndexSegments.h"
@@ -59,6 +60,8 @@ public:
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     ModalDialogs& dialogs() { return dialogs_; }
+    FolderPicker& folderPicker() { return folderPicker_; }
+    FileSystem& files() { return *files_; }
     PhotoConsent& photoConsent() { return photoConsent_; }
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
@@ -102,6 +105,7 @@ private:
     BookmarkStore bookmarks_;
     SpotlightSearch spotlight_;
     ModalDialogsProgram dialogs_;
+    FolderPickerDesktop folderPicker_;
     PhotoConsent photoConsent_;
     std::shared_ptr<photos::PhotoFactsWorker> photoReader_;
     std::shared_ptr<PhotoLibraryFolder> photos_;

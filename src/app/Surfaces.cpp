@@ -6,7 +6,9 @@
 #include "linux/SpareMemory.h"
 #include "localllm/LocalLLMCatalog.h"
 
+#include <QClipboard>
 #include <QDir>
+#include <QGuiApplication>
 
 namespace vennic {
 
@@ -36,12 +38,29 @@ Surfaces::Surfaces(Surroundings surroundings)
                 .openURL = [this](const QUrl& url) { openURL(url); },
                 .openSettings = with_.openSettings,
                 .terminate = with_.terminate}),
+      settings_(with_.client.preferences(),
+                {.session = with_.client.session(),
+                 .store = with_.client.preferences(),
+                 .keychain = with_.client.keychain(),
+                 .http = with_.client.http(),
+                 .config = with_.client.config(),
+                 .clock = clock_,
+                 .openURL = [this](const QUrl& url) { openURL(url); },
+                 .pasteboard = [] { return QGuiApplication::clipboard()->text(); }},
+                {.session = with_.client.session(),
+                 .bookmarks = with_.client.bookmarks(),
+                 .bridge = with_.client.bridge(),
+                 .folders = with_.client.sharedFolders(),
+                 .files = with_.client.files(),
+                 .picker = with_.client.folderPicker(),
+                 .clock = clock_}),
       host_(
           [this] {
               return ScreenHost::load(with_.screenModule, {.session = with_.client.session(),
                                                            .menuBar = menuBar_,
                                                            .chat = with_.client.chat(),
                                                            .picker = picker_,
+                                                           .settings = settings_,
                                                            .appearance = with_.appearance,
                                                            .followLink = [this](const QUrl& url) { followLink(url); }});
           },

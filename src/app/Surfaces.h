@@ -37,6 +37,7 @@ private:
     CloudCatalog catalog_;
     ProviderPicker picker_;
     MenuBarView menuBar_;
+    SettingsView settings_;
     ScreenHost host_;
     Scope jobs_;
 };

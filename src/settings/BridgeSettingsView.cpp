@@ -87,19 +87,16 @@ QVariantList BridgeSettingsView::folders() const {
     for (const BookmarkEntry& entry : with_.bookmarks.entries()) {
         const auto known = std::find_if(resolved_.begin(), resolved_.end(),
                                         [&](const ResolvedShare& share) { return share.grant.id == entry.id; });
-        Place place = Place::lookedFor;
-        QString path = localized("Recherche du dossier…");
-        if (known != resolved_.end() && known->folder) {
-            place = known->stale ? Place::moved : Place::found;
-            path = displayPath(known->folder->path, home);
-        } else if (known != resolved_.end()) {
-            place = Place::missing;
-            path = localized("Dossier introuvable : déplacé, supprimé ou sur un disque absent.");
-        }
+        const bool isMissing = known != resolved_.end() && !known->folder;
+        const bool isFound = known != resolved_.end() && known->folder;
+        const QString path = isFound     ? displayPath(known->folder->path, home)
+                             : isMissing ? localized("Introuvable : dossier déplacé, supprimé ou sur un disque absent.")
+                                         : localized("Recherche du dossier…");
         rows.append(QVariantMap{{QStringLiteral("id"), entry.id.toString(QUuid::WithoutBraces)},
                                 {QStringLiteral("name"), entry.displayName},
                                 {QStringLiteral("path"), path},
-                                {QStringLiteral("place"), QVariant::fromValue(place)}});
+                                {QStringLiteral("isMoved"), isFound && known->stale},
+                                {QStringLiteral("isMissing"), isMissing}});
     }
     return rows;
 }

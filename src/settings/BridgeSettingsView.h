@@ -28,9 +28,6 @@ class BridgeSettingsView final : public QObject {
 public:
     enum class Color { gray, green, orange, red }; // as in StatusRow
     Q_ENUM(Color)
-    /// Where the folder of a grant is.
-    enum class Place { lookedFor, found, moved, missing };
-    Q_ENUM(Place)
 
     /// What the view touches; each outlives it.
     struct Surroundings {
@@ -59,7 +56,8 @@ public:
     QString lastActivity() const;
     /// Empty when there is none.
     QString lastErrorMessage() const { return with_.bridge.lastErrorMessage().value_or(QString()); }
-    /// Each grant in order: `id`, `name`, `path` (the words for where it is), `place`.
+    /// Each grant in order: `id`, `name`, `path` (the words for where it is), `isMoved`,
+    /// `isMissing`.
     QVariantList folders() const;
     /// The last failure of adding a folder; empty when there is none.
     const QString& addError() const { return addError_; }

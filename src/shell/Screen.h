@@ -2,6 +2,7 @@
 #include "backend/ChatView.h"
 #include "backend/ProviderPicker.h"
 #include "ports/DesktopAppearance.h"
+#include "settings/SettingsView.h"
 #include "shell/MenuBarView.h"
 
 #include <QObject>
@@ -25,6 +26,7 @@ public:
         MenuBarView& menuBar;
         ChatView& chat;
         ProviderPicker& picker;
+        SettingsView& settings;
         DesktopAppearance& appearance;
         std::function<void(const QUrl&)> followLink; // of a message
     };

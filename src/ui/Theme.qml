@@ -22,6 +22,7 @@ QtObject {
     readonly property color blue: dark ? "#5a9dff" : "#2374ee"
     readonly property color red: dark ? "#ff6b6e" : "#d6363b"
     readonly property color green: dark ? "#4cc27a" : "#1f9d55"
+    readonly property color orange: dark ? "#f0a04b" : "#c26a12"
     readonly property color gray: dark ? "#a4a8b3" : "#646873"
     readonly property color errorGround: dark ? "#3b2528" : "#fdecec"
 

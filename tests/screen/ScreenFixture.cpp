@@ -9,6 +9,7 @@ ScreenFixture::ScreenFixture() = default;
 
 ScreenFixture::~ScreenFixture() {
     builtScreen.reset();
+    settings.reset();
     menuBar.reset();
     picker.reset();
     chat.reset();
@@ -29,8 +30,25 @@ ScreenQml& ScreenFixture::screen() {
                                       .openURL = [this](const QUrl& url) { opened.push_back(url); },
                                       .openSettings = [this] { ++settingsOpened; },
                                       .terminate = [this] { ++quits; }});
+        settings = std::make_unique<SettingsView>(
+            store,
+            GeneralSettingsTab::Surroundings{.session = session(),
+                                             .store = store,
+                                             .keychain = keychain,
+                                             .http = http,
+                                             .config = config,
+                                             .clock = clock,
+                                             .openURL = [this](const QUrl& url) { opened.push_back(url); },
+                                             .pasteboard = [this] { return copied; }},
+            BridgeSettingsView::Surroundings{.session = session(),
+                                             .bookmarks = world.grants,
+                                             .bridge = *world.service,
+                                             .folders = world.bookmarks,
+                                             .files = *world.files,
+                                             .picker = folderPicker,
+                                             .clock = clock});
         builtScreen = std::make_unique<ScreenQml>(Screen::Surroundings{
-            session(), *menuBar, *chat, *picker, appearance, [this](const QUrl& url) { followed.push_back(url); }});
+            session(), *menuBar, *chat, *picker, *settings, appearance, [this](const QUrl& url) { followed.push_back(url); }});
     }
     return *builtScreen;
 }

@@ -3,6 +3,7 @@
 #include "app/screen/ScreenQml.h"
 #include "core/SessionFixture.h"
 #include "fakes/DesktopAppearanceFake.h"
+#include "fakes/FolderPickerFake.h"
 
 #include <QImage>
 #include <QQuickItem>
@@ -25,6 +26,9 @@ struct ScreenFixture : SessionFixture {
     std::unique_ptr<CloudCatalog> catalog;
     std::unique_ptr<ProviderPicker> picker;
     std::unique_ptr<MenuBarView> menuBar;
+    FolderPickerFake folderPicker;
+    QString copied; // on the pasteboard
+    std::unique_ptr<SettingsView> settings;
     std::unique_ptr<ScreenQml> builtScreen;
 
     ScreenFixture();

@@ -14,7 +14,7 @@ struct ScriptedBackend {
     APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
                                        .backendDomain = QStringLiteral("vennic.test"),
                                        .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
+                                       .pairingPage = QStringLiteral("https://vennic.test/appairage"),
                                        .packageManagerSite = {}}};
     int authFailures = 0; // that were announced
 

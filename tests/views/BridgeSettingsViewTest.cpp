@@ -10,10 +10,10 @@ namespace {
 
 using namespace std::chrono_literals;
 using Status = BridgeService::Status;
-using Place = BridgeSettingsView::Place;
 using test::waitUntil;
 
 const QString home = QStringLiteral("/home/marie");
+const QString lookedFor = QStringLiteral("Recherche du dossier…");
 
 struct BridgeSettingsViewTest : test::SessionFixture {
     test::BridgeWorld world;
@@ -41,9 +41,9 @@ struct BridgeSettingsViewTest : test::SessionFixture {
     }
     QVariantMap row(int at) { return view().folders().value(at).toMap(); }
     QString path(int at) { return row(at).value(QStringLiteral("path")).toString(); }
-    Place place(int at) { return row(at).value(QStringLiteral("place")).value<Place>(); }
+    bool is(int at, const char* what) { return row(at).value(QLatin1String(what)).toBool(); }
     bool isFound(int at) {
-        return waitUntil([&] { return place(at) != Place::lookedFor; });
+        return waitUntil([&] { return path(at) != lookedFor; });
     }
     void pick(const QStringList& chosen) {
         picker.chosen = chosen;
@@ -191,7 +191,7 @@ TEST_F(BridgeSettingsViewTest, eachGrantHasARowInOrderWithTheHomeDirectoryShorte
     EXPECT_EQ(row(0).value(QStringLiteral("name")), QStringLiteral("Documents"));
     EXPECT_EQ(path(1), QStringLiteral("/srv/commun"));
     EXPECT_EQ(path(2), QStringLiteral("~/Documents"));
-    EXPECT_EQ(place(2), Place::found);
+    EXPECT_FALSE(is(2, "isMoved") || is(2, "isMissing"));
 }
 
 TEST_F(BridgeSettingsViewTest, aFolderThatWasMovedOrLostSaysSo) {
@@ -200,14 +200,13 @@ TEST_F(BridgeSettingsViewTest, aFolderThatWasMovedOrLostSaysSo) {
     world.bookmarks->moved[QStringLiteral("/a/alt")] = QStringLiteral("/b/neu");
     world.bookmarks->lost.insert(QStringLiteral("/a/lost"));
     view().appear();
-    EXPECT_EQ(place(0), Place::lookedFor);
-    EXPECT_EQ(path(0), QStringLiteral("Recherche du dossier…"));
+    EXPECT_EQ(path(0), lookedFor);
     ASSERT_TRUE(isFound(1));
-    EXPECT_EQ(place(0), Place::moved);
+    EXPECT_TRUE(is(0, "isMoved"));
     EXPECT_EQ(row(0).value(QStringLiteral("name")), QStringLiteral("alt"));
     EXPECT_EQ(path(0), QStringLiteral("/b/neu"));
-    EXPECT_EQ(place(1), Place::missing);
-    EXPECT_EQ(path(1), QStringLiteral("Dossier introuvable : déplacé, supprimé ou sur un disque absent."));
+    EXPECT_TRUE(is(1, "isMissing"));
+    EXPECT_EQ(path(1), QStringLiteral("Introuvable : dossier déplacé, supprimé ou sur un disque absent."));
 }
 
 TEST_F(BridgeSettingsViewTest, aFolderThatComesBackIsFoundWhenTheWindowIsOpenedAgain) {
@@ -218,7 +217,7 @@ TEST_F(BridgeSettingsViewTest, aFolderThatComesBackIsFoundWhenTheWindowIsOpenedA
     view().disappear();
     world.bookmarks->lost.clear();
     view().appear();
-    ASSERT_TRUE(waitUntil([this] { return place(0) == Place::found; }));
+    ASSERT_TRUE(waitUntil([this] { return path(0) == QStringLiteral("/a"); }));
 }
 
 TEST_F(BridgeSettingsViewTest, aRowIsTakenAwayWithItsGrant) {

@@ -12,12 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 
 struct GeneralSettingsTabTest : test::SessionFixture {
-    const QString page = QStringLiteral("https://vennic.test/appairage");
-    const APIConfig deployed{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                               .backendDomain = QStringLiteral("vennic.test"),
-                                               .apiHost = QStringLiteral("api.vennic.test"),
-                                               .pairingPage = page,
-                                               .packageManagerSite = {}}};
     test::TestClock clock;
     QList<QUrl> opened;
     QString copied;
@@ -30,7 +24,7 @@ struct GeneralSettingsTabTest : test::SessionFixture {
                 .store = store,
                 .keychain = keychain,
                 .http = http,
-                .config = deployed,
+                .config = config,
                 .clock = clock,
                 .openURL = [this](const QUrl& url) { opened.append(url); },
                 .pasteboard = [this] { return copied; },
@@ -231,9 +225,9 @@ TEST_F(GeneralSettingsTabTest, anAccountThatWasPairedHereIsNotShownForAnothersTo
 }
 
 TEST_F(GeneralSettingsTabTest, thePairingPageOpensInTheBrowser) {
-    EXPECT_EQ(tab().pairingPage(), page);
+    EXPECT_EQ(tab().pairingPage(), QStringLiteral("https://vennic.test/appairage"));
     tab().openPairingPage();
-    EXPECT_EQ(opened, QList<QUrl>{QUrl(page)});
+    EXPECT_EQ(opened, QList<QUrl>{QUrl(tab().pairingPage())});
 }
 
 // The token itself

@@ -52,9 +52,6 @@ QObject* themeOf(QQmlEngine& engine) {
     return qvariant_cast<QObject*>(asked->property("theme"));
 }
 
-/// The tabs of the settings, in their order: `title`, `symbol` and `source`, the file of QML that fills it.
-QVariantList settingsTabs() { return {}; }
-
 QVariant object(QObject* object) { return QVariant::fromValue(object); }
 
 } // namespace
@@ -127,25 +124,29 @@ std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
     auto view = std::make_unique<QQuickView>(&engine_, nullptr);
     view->setTitle(QStringLiteral("Réglages de Vennic"));
     view->setResizeMode(QQuickView::SizeRootObjectToView);
-    view->setMinimumSize({520, 420});
-    view->resize(620, 560);
-    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("tabs"), settingsTabs()}});
+    view->setMinimumSize({520, 620});
+    view->resize(580, 660);
+    load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("settings"), object(&with_.settings)}});
     return view;
 }
 
 void ScreenQml::showSettings() {
-    if (settingsTabs().isEmpty())
-        throw LocalizedError(QStringLiteral("Cette version de Vennic n'a pas de fenêtre de réglages."));
     if (!settings_) {
         settings_ = makeSettings();
         connect(settings_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
-            if (!visible)
-                Q_EMIT settingsClosed();
+            if (visible)
+                return;
+            with_.settings.disappear();
+            Q_EMIT settingsClosed();
         });
     }
+    const bool wasShown = isSettingsShown();
+    with_.settings.appear();
     settings_->show();
     settings_->raise();
     settings_->requestActivate();
+    if (!wasShown)
+        QMetaObject::invokeMethod(settings_->rootObject(), "appear");
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }

@@ -29,6 +29,8 @@ T.Button {
         radius: Theme.radius
         color: root.prominent ? (root.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
                               : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
+        border.width: root.prominent ? 0 : 1
+        border.color: Theme.line
     }
     FocusRing { of: root }
     HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }

@@ -12,7 +12,7 @@ Column {
         visible: root.title !== ""
         text: root.title
         textFormat: Text.PlainText
-        font.pixelSize: Theme.small
+        font.pixelSize: Theme.small + 1
         font.weight: Font.DemiBold
         color: Theme.secondary
         leftPadding: 4
@@ -23,7 +23,9 @@ Column {
         width: root.width
         height: body.height + 24
         radius: Theme.radius + 2
-        color: Theme.surface
+        color: Theme.raised
+        border.width: 1
+        border.color: Theme.line
         Column {
             id: body
             x: 14

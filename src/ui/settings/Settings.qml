@@ -2,63 +2,50 @@ import QtQuick
 import QtQuick.Templates as T
 import Vennic
 
-// The settings window: a row of tabs, and below it the tab that is chosen. `tabs` is a list of { title, symbol, source }.
+// The settings window: a row of tabs, and below it the tab that is chosen.
 Rectangle {
     id: root
-    required property var tabs
-    property int currentTab: 0
+    required property QtObject settings
+    readonly property var bodies: ({ general: general, bridge: bridge })
 
-    width: 620
-    height: 560
+    implicitWidth: 580
+    implicitHeight: 660
     color: Theme.window
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("Réglages")
 
+    // Gives the keyboard to the first thing of the tab.
+    function appear() {
+        body.item.nextItemInFocusChain(true).forceActiveFocus(Qt.OtherFocusReason);
+    }
+
     T.TabBar {
         id: bar
         width: parent.width
-        height: 64
+        height: 68
         padding: 8
         spacing: 4
-        currentIndex: root.currentTab
-        onCurrentIndexChanged: root.currentTab = currentIndex
         contentItem: ListView {
             model: bar.contentModel
             currentIndex: bar.currentIndex
             orientation: ListView.Horizontal
             spacing: bar.spacing
+            leftMargin: Math.max(0, (width - contentWidth) / 2)
+            interactive: false
         }
         Repeater {
-            model: root.tabs
-            T.TabButton {
-                id: tab
+            model: root.settings.tabs
+            SettingsTabButton {
                 required property var modelData
+                required property int index
+                objectName: "tab." + modelData.name
                 text: modelData.title
-                width: 96
-                height: 48
-                hoverEnabled: true
-                contentItem: Column {
-                    spacing: 2
-                    Symbol {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        name: tab.modelData.symbol
-                        size: 20
-                        color: tab.checked ? Theme.accent : Theme.secondary
-                    }
-                    Text {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        text: tab.text
-                        textFormat: Text.PlainText
-                        font.pixelSize: Theme.small + 1
-                        color: tab.checked ? Theme.accent : Theme.secondary
-                    }
-                }
-                background: Rectangle {
-                    radius: Theme.radius
-                    color: tab.checked ? Theme.surface : tab.hovered ? Theme.hovered : "transparent"
-                }
-                FocusRing { of: tab; inset: 0 }
+                symbol: modelData.symbol
+                onClicked: root.settings.selected = modelData.name
             }
+        }
+        Binding on currentIndex {
+            value: root.settings.tabs.findIndex(tab => tab.name === root.settings.selected)
         }
     }
     Rectangle {
@@ -68,9 +55,18 @@ Rectangle {
         color: Theme.line
     }
     Loader {
+        id: body
         anchors.fill: parent
         anchors.topMargin: bar.height + 1
-        source: root.tabs.length > 0 ? root.tabs[Math.max(0, Math.min(root.currentTab, root.tabs.length - 1))].source : ""
+        sourceComponent: root.bodies[root.settings.selected]
         focus: true
+    }
+    Component {
+        id: general
+        GeneralTab { tab: root.settings.general }
+    }
+    Component {
+        id: bridge
+        BridgeTab { tab: root.settings.bridge }
     }
 }

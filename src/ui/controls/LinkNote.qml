@@ -1,0 +1,43 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// Words that explain, with one address among them which can be followed.
+T.Control {
+    id: root
+    required property string before
+    required property string address
+    required property string after
+    signal followed
+
+    function escaped(words) {
+        return words.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/"/g, "&quot;");
+    }
+
+    width: parent.width
+    implicitHeight: words.implicitHeight
+    focusPolicy: Qt.TabFocus
+    Accessible.role: Accessible.Link
+    Accessible.name: before + address + after
+    Accessible.focusable: true
+    Accessible.onPressAction: followed()
+    Keys.onReturnPressed: followed()
+    Keys.onEnterPressed: followed()
+    Keys.onSpacePressed: followed()
+
+    contentItem: Text {
+        id: words
+        text: root.escaped(root.before) + "<a href=\"page\">" + root.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
+              + root.escaped(root.after)
+        textFormat: Text.StyledText
+        linkColor: Theme.accent
+        wrapMode: Text.Wrap
+        font.pixelSize: Theme.small + 1
+        lineHeight: 1.2
+        color: Theme.secondary
+        Accessible.ignored: true
+        onLinkActivated: root.followed()
+        HoverHandler { cursorShape: words.hoveredLink === "" ? Qt.ArrowCursor : Qt.PointingHandCursor }
+    }
+    FocusRing { of: root; inset: -4 }
+}

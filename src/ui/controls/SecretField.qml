@@ -1,0 +1,122 @@
+import QtQuick
+import QtQuick.Templates as T
+import Vennic
+
+// A field for a secret: it shows one dot per character, and the characters themselves never come here. It is written at
+// its end. `draft` is what is written.
+T.Control {
+    id: root
+    required property QtObject draft
+    property string placeholderText: ""
+    signal accepted
+    signal pasteRequested
+
+    implicitWidth: 200
+    implicitHeight: 30
+    leftPadding: 10
+    rightPadding: 10
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.EditableText
+    Accessible.name: placeholderText
+    Accessible.description: draft.length === 1 ? qsTr("Un caractère") : qsTr("%1 caractères").arg(draft.length)
+    Accessible.passwordEdit: true
+    Accessible.editable: true
+    Accessible.focusable: true
+
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            draft.deselect();
+        else if (focusReason === Qt.TabFocusReason || focusReason === Qt.BacktabFocusReason)
+            draft.selectAll();
+    }
+    Keys.onPressed: event => {
+        event.accepted = true;
+        if (event.matches(StandardKey.Paste))
+            pasteRequested();
+        else if (event.matches(StandardKey.SelectAll))
+            draft.selectAll();
+        else if (event.key === Qt.Key_Backspace || event.key === Qt.Key_Delete)
+            draft.erase();
+        else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
+            accepted();
+        else if (event.text >= " " && event.text !== "\x7f" && !(event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier)))
+            draft.insert(event.text);
+        else
+            event.accepted = false;
+    }
+
+    contentItem: Item {
+        clip: true
+        Text {
+            anchors.fill: parent
+            visible: root.draft.length === 0
+            text: root.placeholderText
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            verticalAlignment: Text.AlignVCenter
+            font.pixelSize: Theme.body
+            color: Theme.secondary
+            Accessible.ignored: true
+        }
+        Rectangle {
+            anchors.fill: dots
+            anchors.topMargin: 5
+            anchors.bottomMargin: 5
+            visible: root.draft.isSelected
+            color: Theme.accentFill
+        }
+        Text {
+            id: dots
+            // The end is what is written on: it stays in sight.
+            x: Math.min(0, parent.width - width - 3)
+            height: parent.height
+            text: "•".repeat(Math.min(root.draft.length, 400))
+            textFormat: Text.PlainText
+            verticalAlignment: Text.AlignVCenter
+            font.pixelSize: Theme.body
+            font.letterSpacing: 1
+            color: root.draft.isSelected ? Theme.accentText : Theme.text
+            Accessible.ignored: true
+        }
+        Rectangle {
+            x: dots.x + dots.width + (root.draft.length > 0 ? 1 : 0)
+            anchors.verticalCenter: parent.verticalCenter
+            width: 1
+            height: 16
+            visible: root.activeFocus && !root.draft.isSelected
+            color: Theme.text
+        }
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: Theme.raised
+        border.width: root.activeFocus ? 2 : 1
+        border.color: root.activeFocus ? Theme.accent : Theme.line
+    }
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        cursorShape: Qt.IBeamCursor
+        onPressed: event => {
+            root.forceActiveFocus(Qt.MouseFocusReason);
+            if (event.button === Qt.RightButton)
+                menu.popup(event.x, event.y);
+            else
+                root.draft.deselect();
+        }
+        onDoubleClicked: root.draft.selectAll()
+    }
+    Menu {
+        id: menu
+        MenuItem {
+            text: qsTr("Coller")
+            onTriggered: root.pasteRequested()
+        }
+        MenuItem {
+            text: qsTr("Tout sélectionner")
+            enabled: root.draft.length > 0
+            onTriggered: root.draft.selectAll()
+        }
+    }
+}
