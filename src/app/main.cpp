@@ -59,9 +59,7 @@ std::optional<ExitStatus> handOver(Instance& instance, const QStringList& addres
     return worst;
 }
 
-QString reasonForNoScreen() {
-    return QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir.");
-}
+QString reasonForNoScreen() { return QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir."); }
 
 std::unique_ptr<StatusItem> makeStatusItem() {
     if (hasWindows())
