@@ -14,8 +14,6 @@ Item {
     required property QtObject links
     required property QtObject transcript
     readonly property int most: ListView.view ? ListView.view.width - 2 * Theme.padding - (fromUser ? 40 : 16) : 300
-    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
-
     width: ListView.view ? ListView.view.width : 360
     height: ground.height + (begins ? 8 : 0)
     Accessible.role: Accessible.ListItem
@@ -96,7 +94,7 @@ Item {
         Rectangle {
             anchors.fill: parent
             anchors.margins: -3
-            visible: root.current
+            visible: root.activeFocus
             radius: 16
             color: "transparent"
             border.width: 2
