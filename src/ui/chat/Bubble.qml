@@ -70,8 +70,12 @@ Item {
             Item {
                 id: link
                 required property var modelData
-                readonly property rect first: words.positionToRectangle(modelData.start)
-                readonly property rect last: words.positionToRectangle(modelData.end)
+                readonly property rect first: place(modelData.start, words.width, words.contentWidth, words.contentHeight)
+                readonly property rect last: place(modelData.end, words.width, words.contentWidth, words.contentHeight)
+                // Where a character stands changes with the layout, which says so by these sizes alone.
+                function place(character, width, contentWidth, contentHeight) {
+                    return words.positionToRectangle(character)
+                }
                 x: words.x + first.x - 2
                 y: words.y + first.y
                 width: (last.y === first.y ? last.x - first.x : words.contentWidth - first.x) + 4
