@@ -24,6 +24,10 @@ def read_property(service, path, interface, name):
 
 
 class DesktopScene(Scene):
+    def take_windows_away(self):
+        """As where the package of the windows isn't installed."""
+        (self.folder / "bin" / "vennic-screen.so").unlink()
+
     def setUp(self):
         super().setUp()
         for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):

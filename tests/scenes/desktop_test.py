@@ -8,7 +8,7 @@ import unittest
 from desktop import APPLICATION, ROOT, DesktopScene, gdbus, read_property
 from scene import wait_for
 
-NO_SCREEN = "L'écran de Vennic n'est pas installé.\n"
+NO_SCREEN = "L'écran de Vennic ne se charge pas : réinstalle Vennic.\n"
 WATCHER = ("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher", "org.kde.StatusNotifierWatcher")
 
 
@@ -30,10 +30,6 @@ class Desktop(DesktopScene):
                     read_property(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Id") or ""):
                 return name
         return None
-
-    def take_windows_away(self):
-        """As where the package of the windows isn't installed."""
-        (self.folder / "bin" / "vennic-screen.so").unlink()
 
     def test_without_its_windows_the_client_says_so_and_goes_on(self):
         self.take_windows_away()

@@ -8,6 +8,7 @@ from scene import wait_for
 
 class Tray(DesktopScene):
     def test_the_icon_is_in_the_tray_takes_clicks_and_follows_the_tray(self):
+        self.take_windows_away()  # so that the icon is the one window of the client's
         self.start_client()
         for edge in ("top", "bottom"):
             tray = subprocess.Popen(["trayer", "--edge", edge, "--align", "right", "--widthtype", "request", "--height", "28",
