@@ -314,11 +314,6 @@ TEST_F(PopoverTest, aLongConversationShowsItsEnd) {
     ASSERT_TRUE(waitUntil([this] { return names().contains(QStringLiteral("Vennic : dernier")); }));
 }
 
-TEST_F(PopoverTest, settingsWithoutATabAreNotShown) {
-    EXPECT_THROW(screen().showSettings(), LocalizedError);
-    EXPECT_FALSE(screen().isSettingsShown());
-}
-
 TEST(PopoverPlace, isUnderAnIconAboveAndOverAnIconBelow) {
     const QSize size(380, 520);
     const QRect desktop(0, 30, 1280, 770);
