@@ -18,10 +18,10 @@ constexpr std::array<QLatin1String, 13> rawValues{
     QLatin1String("llm_infer"),
 };
 constexpr std::array caseNames = {
-    QLatin1String("search"),       QLatin1String("read"),         QLatin1String("listFolders"),
-    QLatin1String("listDir"),      QLatin1String("photosRecent"), QLatin1String("photosByDate"),
-    QLatin1String("appOpen"),      QLatin1String("shortcutRun"),  QLatin1String("shortcutList"),
-    QLatin1String("ocrImage"),     QLatin1String("openDocument"), QLatin1String("thumbnail"),
+    QLatin1String("search"),   QLatin1String("read"),         QLatin1String("listFolders"),
+    QLatin1String("listDir"),  QLatin1String("photosRecent"), QLatin1String("photosByDate"),
+    QLatin1String("appOpen"),  QLatin1String("shortcutRun"),  QLatin1String("shortcutList"),
+    QLatin1String("ocrImage"), QLatin1String("openDocument"), QLatin1String("thumbnail"),
     QLatin1String("llmInfer"),
 };
 static_assert(caseNames.size() == rawValues.size());

@@ -32,7 +32,9 @@ Paths Paths::ofThisProcess() {
 
 QString Paths::screenModule() const {
     const QString beside = programs + QStringLiteral("/vennic-screen.so");
-    return QFile::exists(beside) ? beside : QDir::cleanPath(programs + QStringLiteral("/../" VENNIC_MODULES "/vennic-screen.so"));
+    return QFile::exists(beside)
+               ? beside
+               : QDir::cleanPath(programs + QStringLiteral("/../" VENNIC_MODULES "/vennic-screen.so"));
 }
 
 } // namespace vennic

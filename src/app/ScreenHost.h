@@ -1,7 +1,7 @@
 #pragma once
-#include "shell/Screen.h"
 #include "core/ApplicationWindows.h"
 #include "shell/Popover.h"
+#include "shell/Screen.h"
 
 #include <QElapsedTimer>
 #include <QTimer>

@@ -13,7 +13,7 @@ public:
     struct Surroundings {
         Client& client;
         DesktopAppearance& appearance;
-        QString screenModule; // the file that holds the windows
+        QString screenModule;               // the file that holds the windows
         std::function<void()> openSettings; // empty where there are none
         std::function<void()> manageModels; // the settings of the local model; empty where there are none
         std::function<void()> terminate;

@@ -50,9 +50,7 @@ std::optional<ExitStatus> handOver(InstanceSocket& instance, const QStringList& 
     return worst;
 }
 
-QString reasonForNoScreen() {
-    return QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir.");
-}
+QString reasonForNoScreen() { return QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir."); }
 
 std::unique_ptr<StatusItem> makeStatusItem() {
     if (hasWindows())

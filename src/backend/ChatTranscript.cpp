@@ -135,8 +135,7 @@ void ChatTranscript::splitLine(const ChatMessage& message, qsizetype start, qsiz
             pieces.push_back(std::exchange(piece, Piece{.start = start, .length = length}));
         room = rowSize;
     };
-    for (const MarkdownRun& run :
-         MessageBubble::renderedContent(message.role, message.content.mid(start, length))) {
+    for (const MarkdownRun& run : MessageBubble::renderedContent(message.role, message.content.mid(start, length))) {
         for (qsizetype at = 0; at < run.text.size();) {
             const bool fits = run.text.size() - at <= room;
             const qsizetype end = fits ? run.text.size() : rowEnd(run.text, at);
@@ -164,7 +163,8 @@ void ChatTranscript::update() {
     std::size_t same = 0;
     while (same < before && same < messages.size() && isSame(shown_[same].message, messages[same]))
         ++same;
-    const bool lastGrew = same + 1 == before && same < messages.size() && shown_[same].message.id == messages[same].id &&
+    const bool lastGrew = same + 1 == before && same < messages.size() &&
+                          shown_[same].message.id == messages[same].id &&
                           shown_[same].message.role == messages[same].role;
     if (lastGrew)
         updateLast(messages[same++]);

@@ -40,8 +40,8 @@ public:
     /// which none is chosen, in the file manager. Done once the application has been started, or has been told; gives
     /// up when `stop` asks for it.
     virtual void open(const QString& path, std::stop_token stop) = 0;
-    /// Opens an address (encoded, with its scheme) with the application that the user chose for its scheme: the browser,
-    /// the mail program. As `open` otherwise.
+    /// Opens an address (encoded, with its scheme) with the application that the user chose for its scheme: the
+    /// browser, the mail program. As `open` otherwise.
     virtual void openURL(const QString& url, std::stop_token stop) = 0;
 };
 

@@ -39,8 +39,7 @@ bool MenuBarView::canShow(Content content) const {
 Content MenuBarView::content() const {
     if (with_.session.mode() == Mode::chat)
         return Content::chat;
-    const Content wanted =
-        with_.session.voiceMode() == VoiceMode::realtime ? Content::realtime : Content::microphone;
+    const Content wanted = with_.session.voiceMode() == VoiceMode::realtime ? Content::realtime : Content::microphone;
     return canShow(wanted) ? wanted : Content::chat;
 }
 

@@ -39,8 +39,8 @@ public:
         const QString key = message.arguments().value(1).toString();
         const QVariant value = key == u"color-scheme" ? QVariant(scheme) : QVariant(animations);
         // As the portal does it: a variant within a variant.
-        return connection.send(message.createReply(
-            QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(value))))));
+        return connection.send(
+            message.createReply(QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(value))))));
     }
 
 private:

@@ -1,6 +1,5 @@
-#include "screen/ScreenFixture.h"
-
 #include "base/LocalizedError.h"
+#include "screen/ScreenFixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -18,12 +17,14 @@ struct PopoverTest : ScreenFixture {
     QString draft() { return item("draft")->property("text").toString(); }
     QColor ground() { return root().property("color").value<QColor>(); }
     void click(QPointF at) {
-        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            const auto held = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
-            QMouseEvent event(type, at, popover().mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+        using Type = QEvent::Type;
+        for (const auto& [type, button, held] : {std::tuple{Type::MouseMove, Qt::NoButton, Qt::NoButton},
+                                                 {Type::MouseButtonPress, Qt::LeftButton, Qt::LeftButton},
+                                                 {Type::MouseButtonRelease, Qt::LeftButton, Qt::NoButton}}) {
+            QMouseEvent event(type, at, popover().mapToGlobal(at), button, held, Qt::NoModifier);
             QCoreApplication::sendEvent(&popover(), &event);
+            paint();
         }
-        paint();
     }
     /// What a screen reader finds, from the window downwards.
     template <class F>
@@ -111,10 +112,11 @@ TEST_F(PopoverTest, tabReachesEveryControlAndComesBack) {
         if (at == first)
             break;
     }
-    for (const char* wanted : {"Mac non connecté", "Discussions récentes", "Nouvelle discussion (⌘N)", "Réglages",
-                               "Quitter Vennic", "Vennic : un lien", "un lien", "ChatGPT", "Nouvelle conversation",
-                               "Pose ta question…"})
-        EXPECT_TRUE(reached.contains(QString::fromUtf8(wanted))) << wanted << " in " << reached.join(u'|').toStdString();
+    for (const char* wanted :
+         {"Mac non connecté", "Discussions récentes", "Nouvelle discussion (⌘N)", "Réglages", "Quitter Vennic",
+          "Vennic : un lien", "un lien", "ChatGPT", "Nouvelle conversation", "Pose ta question…"})
+        EXPECT_TRUE(reached.contains(QString::fromUtf8(wanted)))
+            << wanted << " in " << reached.join(u'|').toStdString();
     EXPECT_FALSE(reached.contains(QString())) << "nothing without a name";
     EXPECT_EQ(reached.last(), QStringLiteral("Pose ta question…")) << "and around again";
 }
@@ -142,8 +144,8 @@ TEST_F(PopoverTest, anEmptyConversationSaysHowToBegin) {
     popover();
     EXPECT_TRUE(names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")));
     user(QStringLiteral("a"));
-    EXPECT_TRUE(waitUntil(
-        [this] { return !names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")); }));
+    EXPECT_TRUE(
+        waitUntil([this] { return !names().contains(QStringLiteral("Commence une conversation. ⌘↩ pour envoyer")); }));
 }
 
 TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
@@ -184,8 +186,9 @@ TEST_F(PopoverTest, aLinkIsFollowedByTheKeyboardAndByTheMouse) {
     ASSERT_TRUE(link);
     press(Qt::Key_Return);
     EXPECT_EQ(followed, std::vector<QUrl>{QUrl(QStringLiteral("vennic://local_file/open/ID-1"))});
-    click(link->mapToScene(QPointF(link->width() / 2, link->height() / 2)));
-    EXPECT_EQ(followed.size(), 2u);
+    const QPointF middle = link->mapToScene(QPointF(link->width() / 2, link->height() / 2));
+    click(middle);
+    EXPECT_EQ(followed.size(), 2u) << middle.x() << " " << middle.y() << " " << link->width();
 }
 
 TEST_F(PopoverTest, aHostileReplyLoadsNothing) {

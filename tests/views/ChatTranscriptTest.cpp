@@ -84,8 +84,8 @@ TEST_F(ChatTranscriptTest, aLongLineIsCutAfterItsMarksAreUnderstood) {
     say(QStringLiteral("avant **") + inside + QStringLiteral("** après"));
     EXPECT_GT(transcript().rowCount(), 2);
     EXPECT_EQ(rows().join(QString()), QStringLiteral("avant ") + inside + QStringLiteral(" après"));
-    const auto runs = qvariant_cast<std::vector<MarkdownRun>>(
-        transcript().data(transcript().index(1), ChatTranscript::runs));
+    const auto runs =
+        qvariant_cast<std::vector<MarkdownRun>>(transcript().data(transcript().index(1), ChatTranscript::runs));
     ASSERT_FALSE(runs.empty());
     EXPECT_TRUE(runs.front().strong);
 }
@@ -116,7 +116,8 @@ TEST_F(ChatTranscriptTest, aPieceOfAnAnswerTouchesTheLastRowAlone) {
 TEST_F(ChatTranscriptTest, anAnswerThatGrowsPieceByPieceIsTheAnswerAtOnce) {
     QString text;
     for (int i = 0; i < 400; ++i)
-        text += i % 7 == 0 ? QStringLiteral("*mot* `code`\n") : QStringLiteral("suite %1 [lien](https://x.fr/%1) ").arg(i);
+        text +=
+            i % 7 == 0 ? QStringLiteral("*mot* `code`\n") : QStringLiteral("suite %1 [lien](https://x.fr/%1) ").arg(i);
     text += QStringLiteral("x").repeated(5000);
     say({});
     transcript();

@@ -43,8 +43,8 @@ TEST(MessageBubble, linesStayLinesEmptyOnesToo) {
 }
 
 TEST(MessageBubble, aHostileReplyIsTextAndLinksAlone) {
-    for (const char* hostile :
-         {"<img src='http://evil/x'>", "<script>x</script>", "`<img src=x>`", "<style>a{}</style>", "**<img/src=x>**"}) {
+    for (const char* hostile : {"<img src='http://evil/x'>", "<script>x</script>", "`<img src=x>`",
+                                "<style>a{}</style>", "**<img/src=x>**"}) {
         QString text = QString::fromUtf8(hostile);
         text.remove(u'*').remove(u'`');
         EXPECT_EQ(MessageBubble::plainContent(assistant, QString::fromUtf8(hostile)), text) << "HTML is text";

@@ -11,8 +11,8 @@ struct RecentsMenuTest : test::SessionFixture {
 
     RecentsMenu& menu() {
         if (!made)
-            made = std::make_unique<RecentsMenu>(RecentsMenu::Surroundings{
-                session(), http, config, [this](const QUrl& url) { opened.push_back(url); }});
+            made = std::make_unique<RecentsMenu>(
+                RecentsMenu::Surroundings{session(), http, config, [this](const QUrl& url) { opened.push_back(url); }});
         return *made;
     }
     void signIn() {

@@ -41,8 +41,7 @@ public:
     }
 };
 
-ClosedEngine::ClosedEngine()
-    : network_(std::make_unique<Refusing>()), addresses_(std::make_unique<OnlyResources>()) {
+ClosedEngine::ClosedEngine() : network_(std::make_unique<Refusing>()), addresses_(std::make_unique<OnlyResources>()) {
     setNetworkAccessManagerFactory(network_.get());
     addUrlInterceptor(addresses_.get());
     addImportPath(QStringLiteral("qrc:/"));

@@ -18,7 +18,8 @@ public:
     /// Comes up at the icon (global pixels), or at the pointer, and takes the keyboard.
     void appear(std::optional<QRect> anchor);
 
-    /// Where the popover stands: under the anchor, or over it where that is nearer to the lower end; within `available`.
+    /// Where the popover stands: under the anchor, or over it where that is nearer to the lower end; within
+    /// `available`.
     static QRect place(const QRect& anchor, const QRect& available, QSize size);
 
 protected:

@@ -3,6 +3,7 @@
 using namespace vennic;
 
 /// The one thing that the module gives out.
-extern "C" Q_DECL_EXPORT void vennicMakeScreen(const Screen::Surroundings* surroundings, std::unique_ptr<Screen>* made) {
+extern "C" Q_DECL_EXPORT void vennicMakeScreen(const Screen::Surroundings* surroundings,
+                                               std::unique_ptr<Screen>* made) {
     *made = std::make_unique<ScreenQml>(*surroundings);
 }

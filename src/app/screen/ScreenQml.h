@@ -3,8 +3,8 @@
 #include "app/screen/ClosedEngine.h"
 #include "app/screen/PickerMenu.h"
 #include "app/screen/PopoverWindow.h"
-#include "shell/Screen.h"
 #include "backend/ChatTranscript.h"
+#include "shell/Screen.h"
 
 #include <QAccessible>
 #include <QVariantMap>

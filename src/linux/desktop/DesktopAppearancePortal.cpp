@@ -64,8 +64,7 @@ DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, QStringLis
         ask(appearance, colorScheme);
         ask(gnomeInterface, enableAnimations);
     };
-    auto* const watcher =
-        new QDBusServiceWatcher(service, bus_, QDBusServiceWatcher::WatchForRegistration, this);
+    auto* const watcher = new QDBusServiceWatcher(service, bus_, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, askAll);
     askAll();
 }
@@ -84,8 +83,9 @@ bool DesktopAppearancePortal::gtkPrefersDark(const QStringList& files) {
         QSettings settings(file, QSettings::IniFormat);
         settings.beginGroup(QStringLiteral("Settings"));
         return settings.value(QStringLiteral("gtk-application-prefer-dark-theme")).toBool() ||
-               settings.value(QStringLiteral("gtk-theme-name")).toString().endsWith(QLatin1String("-dark"),
-                                                                                   Qt::CaseInsensitive);
+               settings.value(QStringLiteral("gtk-theme-name"))
+                   .toString()
+                   .endsWith(QLatin1String("-dark"), Qt::CaseInsensitive);
     }
     return false;
 }

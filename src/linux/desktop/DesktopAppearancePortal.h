@@ -15,8 +15,8 @@ namespace vennic {
 class DesktopAppearancePortal final : public QObject, public DesktopAppearance {
     Q_OBJECT
 public:
-    /// Asks once and returns; what the portal answers comes later, to who follows. `gtkSettings`: paths of settings.ini,
-    /// the first that exists counts.
+    /// Asks once and returns; what the portal answers comes later, to who follows. `gtkSettings`: paths of
+    /// settings.ini, the first that exists counts.
     DesktopAppearancePortal(QDBusConnection bus, QStringList gtkSettings);
     /// That of the user of this process.
     static std::unique_ptr<DesktopAppearancePortal> ofThisDesktop();

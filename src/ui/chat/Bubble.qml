@@ -14,8 +14,6 @@ Item {
     required property QtObject links
     required property QtObject transcript
     readonly property int most: ListView.view ? ListView.view.width - 2 * Theme.padding - (fromUser ? 40 : 16) : 300
-    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
-
     width: ListView.view ? ListView.view.width : 360
     height: ground.height + (begins ? 8 : 0)
     Accessible.role: Accessible.ListItem
@@ -72,8 +70,12 @@ Item {
             Item {
                 id: link
                 required property var modelData
-                readonly property rect first: words.positionToRectangle(modelData.start)
-                readonly property rect last: words.positionToRectangle(modelData.end)
+                readonly property rect first: place(modelData.start, words.width, words.contentWidth, words.contentHeight)
+                readonly property rect last: place(modelData.end, words.width, words.contentWidth, words.contentHeight)
+                // Where a character stands changes with the layout, which says so by these sizes alone.
+                function place(character, width, contentWidth, contentHeight) {
+                    return words.positionToRectangle(character)
+                }
                 x: words.x + first.x - 2
                 y: words.y + first.y
                 width: (last.y === first.y ? last.x - first.x : words.contentWidth - first.x) + 4
@@ -96,7 +98,7 @@ Item {
         Rectangle {
             anchors.fill: parent
             anchors.margins: -3
-            visible: root.current
+            visible: root.activeFocus
             radius: 16
             color: "transparent"
             border.width: 2

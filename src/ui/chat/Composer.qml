@@ -33,7 +33,7 @@ Item {
         x: 12
         y: 12
         width: parent.width - 24
-        height: flick.height + bar.height + 18
+        height: flick.height + bar.height + 26
         radius: 12
         color: Theme.raised
         border.width: field.activeFocus ? 2 : 1
@@ -41,11 +41,11 @@ Item {
 
         Flickable {
             id: flick
-            x: 2
-            y: 6
-            width: parent.width - 4
+            x: 12
+            y: 10
+            width: parent.width - 2 * x
             // One to four lines.
-            height: Math.min(field.implicitHeight, 4 * metrics.lineSpacing + field.topPadding + field.bottomPadding)
+            height: Math.min(field.implicitHeight, Math.ceil(4 * metrics.lineSpacing))
             clip: true
             interactive: contentHeight > height
             boundsBehavior: Flickable.StopAtBounds
@@ -55,11 +55,8 @@ Item {
                 id: field
                 objectName: "draft"
                 implicitWidth: flick.width
-                implicitHeight: contentHeight + topPadding + bottomPadding
-                leftPadding: 10
-                rightPadding: 12
-                topPadding: 4
-                bottomPadding: 4
+                implicitHeight: contentHeight
+                padding: 0 // the flickable would scroll it away
                 wrapMode: TextEdit.Wrap
                 textFormat: TextEdit.PlainText
                 selectByMouse: true
@@ -78,8 +75,6 @@ Item {
                 Accessible.multiLine: true
 
                 Text {
-                    x: field.leftPadding
-                    y: field.topPadding
                     visible: field.length === 0 && field.preeditText === ""
                     text: field.placeholderText
                     font: field.font

@@ -76,7 +76,9 @@ ListView {
         }
     }
 
-    onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = count - 1
+    // Whoever comes by the keyboard begins at the newest message. Never while somebody is there: the current row takes
+    // the focus, from a text that is being selected too.
+    onCountChanged: if (!activeFocus || currentIndex >= count) currentIndex = count - 1
     onCurrentIndexChanged: if (activeFocus && currentIndex >= 0) { atEndKept = currentIndex === count - 1; positionViewAtIndex(currentIndex, ListView.Contain) }
     Keys.onPressed: event => {
         const page = Math.max(40, height - 40)
