@@ -95,7 +95,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
         surfaces.emplace(Surfaces::Surroundings{.client = client,
                                                 .appearance = *appearance,
                                                 .screenModule = paths.screenModule(),
-                                                .openSettings = {},
+                                                .openSettings = [&asked] { asked->commands().openSettingsWindow(SettingsTab::general); },
                                                 .manageModels = {},
                                                 .terminate = [&asked] { asked->terminate(); }});
     }

@@ -234,9 +234,9 @@ TEST_F(SettingsWindowTest, whatHasTheKeyboardIsInSight) {
 }
 
 TEST_F(SettingsWindowTest, readersOfTheScreenAreToldWhatEachThingIs) {
-    QAccessible::setActive(true);
     paired();
     open();
+    QAccessible::setActive(true); // somebody listens from here on
     const auto role = [this](const char* name) {
         QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(find(name));
         return face ? face->role() : QAccessible::NoRole;

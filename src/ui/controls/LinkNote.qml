@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import Vennic
 
 // Words that explain, with one address among them which can be followed.
-T.Control {
+Item {
     id: root
     required property string before
     required property string address
@@ -16,7 +15,7 @@ T.Control {
 
     width: parent.width
     implicitHeight: words.implicitHeight
-    focusPolicy: Qt.TabFocus
+    activeFocusOnTab: true
     Accessible.role: Accessible.Link
     Accessible.name: before + address + after
     Accessible.focusable: true
@@ -25,8 +24,9 @@ T.Control {
     Keys.onEnterPressed: followed()
     Keys.onSpacePressed: followed()
 
-    contentItem: Text {
+    Text {
         id: words
+        width: parent.width
         text: root.escaped(root.before) + "<a href=\"page\">" + root.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
               + root.escaped(root.after)
         textFormat: Text.StyledText

@@ -1,10 +1,9 @@
 import QtQuick
-import QtQuick.Templates as T
 import Vennic
 
 // A field for a secret: it shows one dot per character, and the characters themselves never come here. It is written at
 // its end. `draft` is what is written.
-T.Control {
+Item {
     id: root
     required property QtObject draft
     property string placeholderText: ""
@@ -13,10 +12,7 @@ T.Control {
 
     implicitWidth: 200
     implicitHeight: 30
-    leftPadding: 10
-    rightPadding: 10
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
+    activeFocusOnTab: true
     Accessible.role: Accessible.EditableText
     Accessible.name: placeholderText
     Accessible.description: draft.length === 1 ? qsTr("Un caractère") : qsTr("%1 caractères").arg(draft.length)
@@ -24,12 +20,7 @@ T.Control {
     Accessible.editable: true
     Accessible.focusable: true
 
-    onActiveFocusChanged: {
-        if (!activeFocus)
-            draft.deselect();
-        else if (focusReason === Qt.TabFocusReason || focusReason === Qt.BacktabFocusReason)
-            draft.selectAll();
-    }
+    onActiveFocusChanged: activeFocus && !mouse.pressed ? draft.selectAll() : draft.deselect()
     Keys.onPressed: event => {
         event.accepted = true;
         if (event.matches(StandardKey.Paste))
@@ -46,7 +37,17 @@ T.Control {
             event.accepted = false;
     }
 
-    contentItem: Item {
+    Rectangle {
+        anchors.fill: parent
+        radius: Theme.radius
+        color: Theme.raised
+        border.width: root.activeFocus ? 2 : 1
+        border.color: root.activeFocus ? Theme.accent : Theme.line
+    }
+    Item {
+        anchors.fill: parent
+        anchors.leftMargin: 10
+        anchors.rightMargin: 10
         clip: true
         Text {
             anchors.fill: parent
@@ -88,13 +89,8 @@ T.Control {
             color: Theme.text
         }
     }
-    background: Rectangle {
-        radius: Theme.radius
-        color: Theme.raised
-        border.width: root.activeFocus ? 2 : 1
-        border.color: root.activeFocus ? Theme.accent : Theme.line
-    }
     MouseArea {
+        id: mouse
         anchors.fill: parent
         acceptedButtons: Qt.LeftButton | Qt.RightButton
         cursorShape: Qt.IBeamCursor
