@@ -164,11 +164,12 @@ struct Peer {
     static std::size_t take(char* at, std::size_t size, std::size_t count, void* self) {
         const auto now = Moment::now();
         auto& peer = *static_cast<Peer*>(self);
-        peer.pending.append(at, static_cast<qsizetype>(size * count));
+        const std::size_t bytes = size * count;
+        peer.pending.append(at, static_cast<qsizetype>(bytes));
         const auto characters = peer.pending.count("\"content\":") * tokenSize;
         peer.pending.remove(0, std::max<qsizetype>(peer.pending.lastIndexOf('\n') + 1, 0));
         peer.seen.piece(peer.model, characters, now);
-        return size * count;
+        return bytes;
     }
 };
 

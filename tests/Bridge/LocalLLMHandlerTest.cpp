@@ -386,7 +386,7 @@ TEST_F(LocalLLMHandlerTest, aStreamThatBreaksIsAnErrorAfterWhatCame) {
 TEST_F(LocalLLMHandlerTest, anEndlessLineIsGivenUp) {
     start();
     for (int count = 0; count < 20; ++count)
-        server.say(QByteArray(64 * 1024, 'x'));
+        server.say(QByteArray(qsizetype{64} * 1024, 'x'));
     EXPECT_EQ(failure(), "Serveur local injoignable : La réponse du serveur est trop volumineuse.");
     EXPECT_TRUE(server.isClosed());
 }

@@ -159,12 +159,12 @@ TEST(LocalCompletionStream, aLineOfMoreThanAMebibyteIsRefused) {
 }
 
 TEST(LocalCompletionStream, whatIsGatheredHasABound) {
-    const QByteArray big = text(QByteArray(1000 * 1000, 'x'));
-    EXPECT_EQ(read(big.repeated(8)).text.size(), 8000u * 1000);
+    const QByteArray big = text(QByteArray(1'000'000, 'x'));
+    EXPECT_EQ(read(big.repeated(8)).text.size(), 8'000'000u);
     EXPECT_THROW(read(big.repeated(9)), TransportError);
-    const QByteArray args = call(R"({"index":0,"function":{"arguments":")" + QByteArray(1000 * 1000, 'x') + "\"}}");
+    const QByteArray args = call(R"({"index":0,"function":{"arguments":")" + QByteArray(1'000'000, 'x') + "\"}}");
     EXPECT_THROW(read(args.repeated(9)), TransportError);
-    const QByteArray id = call(R"({"index":0,"id":")" + QByteArray(1000 * 1000, 'x') + "\"}");
+    const QByteArray id = call(R"({"index":0,"id":")" + QByteArray(1'000'000, 'x') + "\"}");
     EXPECT_EQ(read(id.repeated(9)).calls.size(), 1u) << "an id replaces the one before";
 }
 

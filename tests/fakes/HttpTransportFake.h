@@ -80,8 +80,8 @@ private:
     Task<> untilReleased() {
         Event<> released;
         struct Registered {
-            HttpTransportFake* fake;
-            Event<>* event;
+            HttpTransportFake* fake = nullptr;
+            Event<>* event = nullptr;
             bool answered = false;
             ~Registered() {
                 std::erase(fake->waiting_, event);
