@@ -14,6 +14,7 @@ T.Button {
     rightPadding: 14
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
+    Accessible.name: text
 
     contentItem: Text {
         text: root.text

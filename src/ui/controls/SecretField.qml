@@ -6,7 +6,7 @@ import Vennic
 Item {
     id: root
     required property QtObject draft
-    property string placeholderText: ""
+    required property string placeholderText
     signal accepted
     signal pasteRequested
 
@@ -14,8 +14,8 @@ Item {
     implicitHeight: 30
     activeFocusOnTab: true
     Accessible.role: Accessible.EditableText
-    Accessible.name: placeholderText
-    Accessible.description: draft.length === 1 ? qsTr("Un caractère") : qsTr("%1 caractères").arg(draft.length)
+    // A field for a password has no name for readers of the screen, whatever it is given: Qt withholds it.
+    Accessible.description: root.placeholderText + ", " + (draft.length === 1 ? qsTr("un caractère") : qsTr("%1 caractères").arg(draft.length))
     Accessible.passwordEdit: true
     Accessible.editable: true
     Accessible.focusable: true

@@ -10,6 +10,7 @@ T.Switch {
     spacing: 12
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
+    Accessible.name: text
 
     contentItem: Text {
         rightPadding: root.indicator.width + root.spacing
