@@ -60,10 +60,10 @@ struct SettingsWindowTest : ScreenFixture {
         EXPECT_EQ(image.size(), window().size() * scale);
         const QString folder = qEnvironmentVariable("VENNIC_PICTURES");
         if (!folder.isEmpty()) {
-            EXPECT_TRUE(image.save(QDir(folder).filePath(QStringLiteral("settings-%1%2@%3.png")
-                                                             .arg(QLatin1String(name),
-                                                                  appearance.dark ? QStringLiteral("-dark") : QString())
-                                                             .arg(scale))));
+            EXPECT_TRUE(image.save(QDir(folder).filePath(
+                QStringLiteral("settings-%1%2@%3.png")
+                    .arg(QLatin1String(name), appearance.dark ? QStringLiteral("-dark") : QString())
+                    .arg(scale))));
         }
     }
     void paired() {
