@@ -20,6 +20,9 @@ struct Account {
     bool operator==(const Account&) const = default;
 };
 
+/// The account that a server makes at its first start, its owner's.
+inline constexpr qint64 ownerAccount = 1;
+
 /// Who holds a token.
 struct TokenHolder {
     qint64 account = 0;

@@ -59,6 +59,16 @@ QList<DiscussionSummary> Discussions::newest(qint64 account, qint64 limit) {
     return summaries;
 }
 
+std::optional<DiscussionSummary> Discussions::find(qint64 account, qint64 discussion) {
+    Query row = database_.query("SELECT id, name, updated_at, "
+                                "(SELECT count(*) FROM turns WHERE discussion_id = discussions.id) "
+                                "FROM discussions WHERE account_id = ? AND id = ?",
+                                account, discussion);
+    if (!row.next())
+        return std::nullopt;
+    return DiscussionSummary{row.integer(0), row.text(1), row.integer(2), row.integer(3)};
+}
+
 QList<Turn> Discussions::turns(qint64 discussion, qint64 limit) {
     QList<Turn> turns;
     Query rows = database_.query("SELECT id, created_at, text, reply, provider, model, channel, findings FROM turns "

@@ -41,6 +41,7 @@ public:
     bool has(qint64 account, qint64 discussion);
     /// Files a turn and gives it its number. The oldest discussions past a thousand of an account are forgotten.
     void append(Turn& turn);
+    std::optional<DiscussionSummary> find(qint64 account, qint64 discussion);
     QList<DiscussionSummary> newest(qint64 account, qint64 limit);
     /// The last `limit` turns, oldest first.
     QList<Turn> turns(qint64 discussion, qint64 limit);

@@ -1,13 +1,31 @@
 #include "server/MachineTasks.h"
 
+#include "server/Database.h"
 #include "server/JsonText.h"
 
 namespace vennic::server {
 
 using namespace std::chrono_literals;
 
+namespace {
+constexpr auto undelivered = 60s; // until a machine that doesn't come is thought to be off
+}
+
 /// One task from its asking to its end.
 struct MachineTasks::Asked {
+    Asked() = default;
+    Asked(const Asked&) = delete;
+    Asked& operator=(const Asked&) = delete;
+    ~Asked() {
+        watch.reset();
+        try {
+            if (desk)
+                desk->withdraw(id);
+        } catch (const DatabaseError&) { // then it stays in the queue
+        }
+    }
+    TaskDesk* desk = nullptr; // with a task
+    QString id;
     std::function<void(TaskOutcome)> then;
     std::function<void(const QString&)> streamed;
     std::shared_ptr<void> watch;
@@ -51,6 +69,9 @@ std::shared_ptr<void> MachineTasks::ask(qint64 account, const QString& kind, con
         return asked;
     }
     const QString id = tasks_.submit(*machine, kind, jsonText(args)).id;
+    asked->desk = &tasks_;
+    asked->id = id;
+    asked->soon = time_.after(undelivered, [state = asked.get()] { state->desk->withdraw(state->id); });
     asked->watch = tasks_.watch(id, [this, id, weak = std::weak_ptr(asked)](const QString* delta) {
         const auto state = weak.lock();
         if (!state)

@@ -38,10 +38,36 @@ void takeTimeout(Options& options, const QString& value) {
         throw LocalizedError(QStringLiteral("--task-timeout attend un nombre de secondes, de 1 à 86400."));
     options.taskTimeout = std::chrono::seconds{seconds};
 }
+/// The options of the model's server, which belong together.
+struct ModelOptions {
+    QString url;
+    QString name;
+    QString keyFile;
+};
+
+void takeModelName(ModelOptions& model, const QString& value) {
+    constexpr qsizetype longestName = 200;
+    const bool printable = std::all_of(value.begin(), value.end(), [](QChar c) { return c.isPrint(); });
+    if (value.size() > longestName || !printable)
+        throw LocalizedError(QStringLiteral("--model attend le nom d'un modèle."));
+    model.name = value;
+}
+
+void settle(Options& options, const ModelOptions& model) {
+    if (model.url.isEmpty() && (!model.name.isEmpty() || !model.keyFile.isEmpty()))
+        throw LocalizedError(QStringLiteral("--model et --model-key-file vont avec --model-url."));
+    if (model.url.isEmpty() || options.help || options.version)
+        return;
+    options.model = modelAddress(model.url);
+    options.model->model = model.name;
+    if (!model.keyFile.isEmpty())
+        options.model->key = modelKey(model.keyFile);
+}
 } // namespace
 
 Options readOptions(const QStringList& arguments) {
     Options options;
+    ModelOptions model;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         QString name = arguments.at(i);
         if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
@@ -50,6 +76,10 @@ Options readOptions(const QStringList& arguments) {
         }
         if (name == QLatin1String("--version")) {
             options.version = true;
+            continue;
+        }
+        if (name == QLatin1String("--model-on-machine")) {
+            options.modelOnMachine = true;
             continue;
         }
         QString value;
@@ -71,6 +101,12 @@ Options readOptions(const QStringList& arguments) {
             options.ownerEmail = value;
         else if (name == QLatin1String("--task-timeout"))
             takeTimeout(options, value);
+        else if (name == QLatin1String("--model-url"))
+            model.url = value;
+        else if (name == QLatin1String("--model"))
+            takeModelName(model, value);
+        else if (name == QLatin1String("--model-key-file"))
+            model.keyFile = value;
         else
             throw LocalizedError(QStringLiteral("Option inconnue : %1").arg(name));
         if (value.isEmpty())
@@ -78,6 +114,7 @@ Options readOptions(const QStringList& arguments) {
     }
     if (options.data.isEmpty() && !options.help && !options.version)
         throw LocalizedError(QStringLiteral("Il manque --data DOSSIER."));
+    settle(options, model);
     return options;
 }
 
@@ -95,6 +132,14 @@ QString optionsHelp() {
         "  --task-timeout SECONDES temps laissé à une machine pour répondre, dix fois plus pour ce qui est long (texte "
         "à\n"
         "                          reconnaître, photos, automatisation, modèle) ; par défaut 60\n"
+        "  --model-url ADRESSE     le serveur compatible OpenAI qui répond aux questions, par exemple\n"
+        "                          https://modele.exemple/v1 ; http seulement vers cette machine. Sans lui, le serveur "
+        "fait\n"
+        "                          lui-même des réponses simples\n"
+        "  --model NOM             le modèle à lui demander\n"
+        "  --model-key-file FICHIER\n"
+        "                          la clé à lui présenter\n"
+        "  --model-on-machine      la machine du compte répond avec son propre modèle\n"
         "  --help                  cette aide\n"
         "  --version               la version\n");
 }

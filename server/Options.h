@@ -1,9 +1,11 @@
 #pragma once
 #include "server/Http.h"
+#include "server/ModelAddress.h"
 
 #include <QStringList>
 
 #include <chrono>
+#include <optional>
 
 namespace vennic::server {
 
@@ -16,7 +18,9 @@ struct Options {
     QString readyFile;
     QString ownerEmail = QStringLiteral("proprietaire@localhost");
     std::chrono::milliseconds taskTimeout = std::chrono::seconds{60};
-    HttpLimits limits; // not on the command line
+    std::optional<ModelAddress> model; // who answers; none: the server's own plain answers
+    bool modelOnMachine = false;       // the user's machine answers by its own model
+    HttpLimits limits;                 // not on the command line
     bool help = false;
     bool version = false;
 };

@@ -15,7 +15,6 @@
 namespace vennic::server {
 
 namespace {
-constexpr qint64 ownerAccount = 1;
 constexpr std::size_t smallBody = std::size_t{16} * 1024;
 constexpr qsizetype longestWord = 200;
 constexpr qint64 longestWaitSeconds = 60;

@@ -64,6 +64,9 @@ void addPages(Router& router) {
     const QString root = QStringLiteral(":/pages");
     addPage(router, "/console", root + QStringLiteral("/console.html"));
     addPage(router, "/pairing", root + QStringLiteral("/pairing.html"));
+    // A client leads to both; the page's script asks for what its address names.
+    addPage(router, "/discussions", root + QStringLiteral("/discussions.html"));
+    addPage(router, "/discussions/*", root + QStringLiteral("/discussions.html"));
     for (QDirIterator each(root, QDir::Files, QDirIterator::Subdirectories); each.hasNext();) {
         const QString file = each.next();
         if (!file.endsWith(endings.front().ending))

@@ -1,9 +1,11 @@
 #include "server/QueryApi.h"
 
+#include "server/Database.h"
+#include "server/DiscussionsApi.h"
+#include "server/EventPieces.h"
 #include "server/HttpError.h"
 #include "server/JsonText.h"
 #include "server/Router.h"
-#include "server/TaskJson.h"
 #include "server/TimeKeeper.h"
 
 #include <algorithm>
@@ -101,14 +103,21 @@ public:
 private:
     void said(const QString& delta) {
         turn_.reply += delta;
-        if (streams_ && exchange_)
-            exchange_->sendEvent("message", delta.toUtf8());
+        if (streams_)
+            send(pieces_.take(delta));
+    }
+
+    void send(const QString& piece) {
+        if (exchange_ && !piece.isEmpty())
+            exchange_->sendEvent("message", piece.toUtf8());
     }
 
     void done(const Reply& reply) {
         turn_.reply = reply.text;
         turn_.findings = reply.findings;
         file();
+        if (streams_)
+            send(pieces_.rest());
         const auto exchange = std::exchange(exchange_, nullptr);
         // What makes the reply is in the middle of telling so: it goes with this object, once it has returned.
         if (!exchange)
@@ -127,8 +136,11 @@ private:
     }
 
     void file() {
-        if (!std::exchange(filed_, true))
-            discussions_.append(turn_);
+        try {
+            if (!std::exchange(filed_, true))
+                discussions_.append(turn_);
+        } catch (const DatabaseError&) { // a full disk doesn't keep the words from who asked
+        }
     }
 
     Discussions& discussions_;
@@ -136,6 +148,7 @@ private:
     Turn turn_;
     bool streams_;
     bool filed_ = false;
+    EventPieces pieces_;
     std::shared_ptr<void> making_;
 };
 
@@ -170,16 +183,7 @@ void importTurn(const QueryDesks& desks, const Call& call) {
 
 void listDiscussions(const QueryDesks& desks, const Call& call) {
     const qint64 limit = std::clamp<qint64>(call.head.number("limit", 20), 1, 20);
-    QByteArray body = "[";
-    for (const DiscussionSummary& summary : desks.discussions.newest(call.caller.account, limit)) {
-        if (body.size() > 1)
-            body += ',';
-        body += jsonText({{QStringLiteral("id"), summary.id},
-                          {QStringLiteral("name"), summary.name},
-                          {QStringLiteral("updated_at"), isoMoment(summary.updatedAt)},
-                          {QStringLiteral("queries_count"), summary.turns}});
-    }
-    call.exchange->respond(jsonResponse(200, body + ']'));
+    call.exchange->respond(jsonResponse(200, discussionsJson(desks.discussions.newest(call.caller.account, limit))));
 }
 } // namespace
 

@@ -8,6 +8,7 @@
 #include "server/Loop.h"
 #include "server/MachineTasks.h"
 #include "server/Machines.h"
+#include "server/ModelSource.h"
 #include "server/Options.h"
 #include "server/OwnerGate.h"
 #include "server/PairingDesk.h"
@@ -38,6 +39,7 @@ public:
 
 private:
     void finish();
+    std::unique_ptr<Answering> makeAnswering();
     Options options_;
     DataFolder folder_;
     Loop loop_;
@@ -50,6 +52,8 @@ private:
     std::unique_ptr<TaskDesk> tasks_;
     Discussions discussions_{database_};
     std::unique_ptr<MachineTasks> machineTasks_;
+    std::unique_ptr<ModelSource> machineModel_;
+    std::unique_ptr<ModelSource> modelServer_;
     std::unique_ptr<Answering> answering_;
     Router router_{accounts_, gate_};
     std::unique_ptr<HttpServer> http_;

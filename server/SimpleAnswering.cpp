@@ -1,5 +1,6 @@
 #include "server/SimpleAnswering.h"
 
+#include "server/MarkdownText.h"
 #include "server/SimpleRequest.h"
 
 #include <QJsonArray>
@@ -18,17 +19,6 @@ constexpr int mostHits = 5;
 constexpr int mostReadCharacters = 2000;
 const QLatin1String documentLink("vennic://local_file/open/");
 
-/// Text that inline Markdown shows as it is.
-QString literal(const QString& text) {
-    QString escaped;
-    for (const QChar c : text) {
-        if (QStringView(u"\\`*_[]<>!").contains(c))
-            escaped += u'\\';
-        escaped += c == u'\n' ? QChar(u' ') : c;
-    }
-    return escaped;
-}
-
 QJsonArray objects(const QJsonObject& result, QLatin1String key) { return result.value(key).toArray(); }
 
 QString word(const QJsonValue& object, QLatin1String key) { return object[key].toString(); }
@@ -36,17 +26,18 @@ QString word(const QJsonValue& object, QLatin1String key) { return object[key].t
 Reply searchReply(const QString& words, const QJsonObject& result) {
     const QJsonArray items = objects(result, QLatin1String("items"));
     if (items.isEmpty())
-        return {QStringLiteral("Je n'ai rien trouvé pour « %1 ».").arg(literal(words)), "[]"};
-    QString text = items.size() == 1 ? QStringLiteral("J'ai trouvé un document pour « %1 » :").arg(literal(words))
-                                     : QStringLiteral("J'ai trouvé %1 documents pour « %2 » :")
-                                           .arg(QString::number(items.size()), literal(words));
+        return {QStringLiteral("Je n'ai rien trouvé pour « %1 ».").arg(literalMarkdown(words)), "[]"};
+    QString text = items.size() == 1
+                       ? QStringLiteral("J'ai trouvé un document pour « %1 » :").arg(literalMarkdown(words))
+                       : QStringLiteral("J'ai trouvé %1 documents pour « %2 » :")
+                             .arg(QString::number(items.size()), literalMarkdown(words));
     QJsonArray findings;
     for (const QJsonValue item : items) {
         const QString id = word(item, QLatin1String("id"));
         findings.append(QJsonObject{{QStringLiteral("id"), id}, {QStringLiteral("name"), item[QLatin1String("name")]}});
         text += QStringLiteral("\n%1. [%2](%3%4) — %5")
-                    .arg(QString::number(findings.size()), literal(word(item, QLatin1String("name"))), documentLink, id,
-                         literal(word(item, QLatin1String("parent"))));
+                    .arg(QString::number(findings.size()), literalMarkdown(word(item, QLatin1String("name"))),
+                         documentLink, id, literalMarkdown(word(item, QLatin1String("parent"))));
     }
     text += QStringLiteral("\n\nDis « lis le premier » et je te le lis.");
     return {text, QJsonDocument(findings).toJson(QJsonDocument::Compact)};
@@ -55,11 +46,11 @@ Reply searchReply(const QString& words, const QJsonObject& result) {
 QString readReply(const QString& name, const QJsonObject& result) {
     const QString content = word(result, QLatin1String("content")).trimmed();
     if (content.isEmpty())
-        return QStringLiteral("**%1** ne contient pas de texte.").arg(literal(name));
+        return QStringLiteral("**%1** ne contient pas de texte.").arg(literalMarkdown(name));
     QStringList lines;
     for (const QString& line : content.split(u'\n'))
-        lines.append(literal(line));
-    QString text = QStringLiteral("**%1**\n\n%2").arg(literal(name), lines.join(u'\n'));
+        lines.append(literalMarkdown(line));
+    QString text = QStringLiteral("**%1**\n\n%2").arg(literalMarkdown(name), lines.join(u'\n'));
     if (result.value(QLatin1String("truncated")).toBool())
         text += QStringLiteral("\n\n… La suite est dans le document.");
     return text;
@@ -72,8 +63,8 @@ QString foldersReply(const QJsonObject& result) {
     QString text = QStringLiteral("Ce Mac partage :");
     for (const QJsonValue folder : folders)
         text += QStringLiteral("\n- **%1** — %2")
-                    .arg(literal(word(folder, QLatin1String("name"))),
-                         literal(word(folder, QLatin1String("path_display"))));
+                    .arg(literalMarkdown(word(folder, QLatin1String("name"))),
+                         literalMarkdown(word(folder, QLatin1String("path_display"))));
     return text;
 }
 
@@ -83,7 +74,7 @@ QString shortcutsReply(const QJsonObject& result) {
         return QStringLiteral("Aucune automatisation n'est installée sur ce Mac.");
     QString text = QStringLiteral("Les automatisations de ce Mac :");
     for (const QJsonValue name : names)
-        text += QStringLiteral("\n- ") + literal(name.toString());
+        text += QStringLiteral("\n- ") + literalMarkdown(name.toString());
     return text;
 }
 
@@ -95,7 +86,7 @@ QString photosReply(const QJsonObject& result) {
     for (const QJsonValue item : items) {
         const QByteArray id = QUrl::toPercentEncoding(word(item, QLatin1String("id")));
         text += QStringLiteral("\n- [%1](vennic://local_photo/view/%2)")
-                    .arg(literal(word(item, QLatin1String("name"))), QString::fromLatin1(id));
+                    .arg(literalMarkdown(word(item, QLatin1String("name"))), QString::fromLatin1(id));
         const QDateTime taken = QDateTime::fromString(word(item, QLatin1String("taken_at")), Qt::ISODate);
         if (taken.isValid())
             text += QStringLiteral(" — ") + QLocale(QLocale::French).toString(taken.date(), QLocale::LongFormat);
@@ -150,7 +141,7 @@ std::shared_ptr<void> SimpleAnswering::answer(const Question& question, Listener
         making->task = tasks_.ask(question.account, kind, args, [state, tell = std::move(tell)](TaskOutcome outcome) {
             state->end(outcome.result
                            ? tell(*outcome.result)
-                           : Reply{QStringLiteral("Le Mac n'a pas pu : %1").arg(literal(outcome.error)), {}});
+                           : Reply{QStringLiteral("Le Mac n'a pas pu : %1").arg(literalMarkdown(outcome.error)), {}});
         });
         return making;
     };
@@ -175,7 +166,7 @@ std::shared_ptr<void> SimpleAnswering::answer(const Question& question, Listener
                            const bool ok = result.value(QLatin1String("ok")).toBool();
                            return Reply{(ok ? QStringLiteral("**%1** est ouvert sur le Mac.")
                                             : QStringLiteral("**%1** n'a pas pu être ouvert sur le Mac."))
-                                            .arg(literal(name)),
+                                            .arg(literalMarkdown(name)),
                                         {}};
                        });
         return ask(QStringLiteral("read"),

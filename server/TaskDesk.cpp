@@ -233,6 +233,14 @@ void TaskDesk::expired(const QString& id) {
     finish(*std::move(task), TaskState::Timeout);
 }
 
+void TaskDesk::withdraw(const QString& id) {
+    auto task = store_.find(id);
+    if (!task || task->state != TaskState::Queued)
+        return;
+    task->errorMessage = QStringLiteral("La machine n'était pas connectée.");
+    finish(*std::move(task), TaskState::Timeout);
+}
+
 void TaskDesk::dismiss(const DeviceKey& key) {
     endPoll(key, {PollEnd::Why::Revoked, {}, {}});
     for (TaskRecord task : store_.unfinished(key)) {

@@ -41,6 +41,9 @@ public:
     void succeeded(const DeviceKey& key, const QString& id, const QByteArray& result, std::chrono::nanoseconds arrived);
     void failed(const DeviceKey& key, const QString& id, const QString& message, std::chrono::nanoseconds arrived);
 
+    /// Ends a task that waits to be delivered, so that it has no effect later. Any other is left alone.
+    void withdraw(const QString& id);
+
     /// Ends the machine's polls and tasks: it is no longer one of the account's.
     void dismiss(const DeviceKey& key);
     /// Ends the polls that came with this token.
