@@ -4,7 +4,7 @@ import { element } from "./elements.js";
 import { plain } from "./words.js";
 
 const longestAddress = 2048;
-const piece = /\\([!-/:-@[-`{-~])|\[((?:\\.|[^\\[\]\n]){1,1000})\]\(([^\s()<>]{1,2048})\)|\*\*((?:\\.|[^\\*\n]){1,1000})\*\*|(https:\/\/[^\s<>"()[\]]{1,2048})/g;
+const piece = /\\([!-/:-@[-`{-~])|\[((?:\\.|[^\\[\]\n]){1,300})\]\(([^\s()<>]{1,2048})\)|\*\*((?:\\.|[^\\*\n]){1,300})\*\*|(https:\/\/[^\s<>"()[\]]{1,2048})/g;
 const unescaped = (text) => text.replace(/\\([!-/:-@[-`{-~])/g, "$1");
 
 // Where a link may lead: to the web, or to a document or photo that Vennic opens on this machine.

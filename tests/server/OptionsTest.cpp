@@ -35,6 +35,19 @@ TEST(OptionsTest, helpNeedsNoFolder) {
     EXPECT_TRUE(optionsHelp().contains(QStringLiteral("--task-timeout")));
 }
 
+TEST(OptionsTest, readsWhoAnswers) {
+    const Options options = read("--data /d --model-url https://modele.exemple/v1 --model a/b --model-on-machine");
+    ASSERT_TRUE(options.model);
+    EXPECT_EQ(options.model->host, QStringLiteral("modele.exemple"));
+    EXPECT_EQ(options.model->model, QStringLiteral("a/b"));
+    EXPECT_TRUE(options.modelOnMachine);
+    EXPECT_FALSE(read("--data /d").model);
+    for (const char* words :
+         {"--data /d --model a", "--data /d --model-key-file /k", "--data /d --model-url http://modele.exemple",
+          "--data /d --model-url https://a --model-key-file /none"})
+        EXPECT_THROW(read(words), LocalizedError) << words;
+}
+
 TEST(OptionsTest, refusesWhatItCannotUse) {
     for (const char* words :
          {"--listen 127.0.0.1:1", "--data", "--data= --host a", "--data /d --listen 8443", "--data /d --listen :70000",
