@@ -39,12 +39,15 @@ ToolCall tool(const char* name, const char* arguments) {
     return {QStringLiteral("c1"), QString::fromUtf8(name), QString::fromUtf8(arguments)};
 }
 
-struct ModelAnsweringTest : ::testing::Test {
-    ModelAnsweringTest() {
-        prepareSchema(database);
-        Accounts(database).ensureOwner(QStringLiteral("a@b"));
-        machines.seen({key, QStringLiteral("Portable"), {}, time.wallMs(), 1});
+struct Prepared : Database {
+    Prepared() : Database(QStringLiteral(":memory:")) {
+        prepareSchema(*this);
+        Accounts(*this).ensureOwner(QStringLiteral("a@b"));
     }
+};
+
+struct ModelAnsweringTest : ::testing::Test {
+    ModelAnsweringTest() { machines.seen({key, QStringLiteral("Portable"), {}, time.wallMs(), 1}); }
     void ask(const char* text = "Où est ma facture ?") {
         question.account = 1;
         question.text = QString::fromUtf8(text);
@@ -92,7 +95,7 @@ struct ModelAnsweringTest : ::testing::Test {
 
     const DeviceKey key{1, QStringLiteral("A")};
     TurnedTime time;
-    Database database{QStringLiteral(":memory:")};
+    Prepared database;
     Machines machines{database};
     TaskStore store{database};
     TaskDesk desk{store, time, 60s};
