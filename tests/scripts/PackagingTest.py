@@ -9,7 +9,8 @@ import xml.etree.ElementTree
 PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
 VERBS = {"status", "pair", "token", "sign-out", "share", "shares", "unshare", "bridge", "search", "ask", "open",
          "toggle", "photos", "model", "autostart", "doctor", "quit"}
-SERVER_OPTIONS = {"--data", "--listen", "--host", "--ready-file", "--owner-email", "--task-timeout", "--help", "--version"}
+SERVER_OPTIONS = {"--data", "--listen", "--host", "--ready-file", "--owner-email", "--task-timeout",
+                  "--model-url", "--model", "--model-key-file", "--model-on-machine", "--help", "--version"}
 
 
 def complete(program, *words, folder="/", path=None):
