@@ -12,6 +12,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSysInfo>
 #include <QTimer>
 
@@ -32,6 +34,13 @@ photos::KeeperSettings photoSettings(const Paths& paths) {
     settings.catalogue = QFile::encodeName(paths.data + QStringLiteral("/photos.sqlite")).toStdString();
     settings.folder = [] { return QFile::encodeName(photos::picturesFolder()).toStdString(); };
     return settings;
+}
+
+std::optional<double> mainScreenScale() {
+    const QScreen* const screen = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr
+                                      ? QGuiApplication::primaryScreen()
+                                      : nullptr;
+    return screen != nullptr ? std::optional(screen->devicePixelRatio()) : std::nullopt;
 }
 
 } // namespace
@@ -56,7 +65,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
-      bridgeContext_(keychain_, preferences_), telemetry_(http_, memory_, clock_),
+      bridgeContext_(keychain_, preferences_, mainScreenScale), telemetry_(http_, memory_, clock_),
       heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
       preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
