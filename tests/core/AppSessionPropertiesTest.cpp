@@ -34,7 +34,7 @@ TEST_F(Properties, everyPublishedPropertyHasItsOwnSignal) {
                              "selectedCloudModel voiceMode audioOutput whisperTranscription audioVoice "
                              "doubleCommandEnabled summonBehavior summonFallbackShortcut "
                              "globalShortcutPermissionGranted globalShortcutStatusMessage bridgeEnabled "
-                             "localLLMEnabled localLLMEndpoint localLLMModel localLLMDeviceNickname"));
+                             "localLLMEnabled localLLMEndpoint localLLMModel localLLMDeviceNickname userEmail"));
     EXPECT_EQ(notifications.size(), names.size());
 }
 

@@ -60,10 +60,10 @@ struct SettingsWindowTest : ScreenFixture {
         EXPECT_EQ(image.size(), window().size() * scale);
         const QString folder = qEnvironmentVariable("VENNIC_PICTURES");
         if (!folder.isEmpty()) {
-            EXPECT_TRUE(image.save(QDir(folder).filePath(QStringLiteral("settings-%1%2@%3.png")
-                                                             .arg(QLatin1String(name),
-                                                                  appearance.dark ? QStringLiteral("-dark") : QString())
-                                                             .arg(scale))));
+            EXPECT_TRUE(image.save(QDir(folder).filePath(
+                QStringLiteral("settings-%1%2@%3.png")
+                    .arg(QLatin1String(name), appearance.dark ? QStringLiteral("-dark") : QString())
+                    .arg(scale))));
         }
     }
     void paired() {
@@ -75,8 +75,8 @@ struct SettingsWindowTest : ScreenFixture {
         world.share(QStringLiteral("/home/marie/Documents"));
         world.share(QStringLiteral("/home/marie/Images/Été à Noël"));
         world.share(QStringLiteral("/media/sauvegarde/Archives"));
-        world.bookmarks->moved[QStringLiteral("/home/marie/Images/Été à Noël")] =
-            QStringLiteral("/home/marie/Images/Vacances/Un très long nom de dossier qui ne tient pas sur la ligne/Été à Noël");
+        world.bookmarks->moved[QStringLiteral("/home/marie/Images/Été à Noël")] = QStringLiteral(
+            "/home/marie/Images/Vacances/Un très long nom de dossier qui ne tient pas sur la ligne/Été à Noël");
         world.bookmarks->lost.insert(QStringLiteral("/media/sauvegarde/Archives"));
     }
     void bridgeAtWork() {
@@ -89,8 +89,13 @@ struct SettingsWindowTest : ScreenFixture {
     }
     bool foldersFound() {
         return waitUntil([this] {
-            return !settings->bridge()->folders().isEmpty() &&
-                   !settings->bridge()->folders().last().toMap().value(QStringLiteral("path")).toString().startsWith(u'R');
+            return !settings->bridge()->folders().isEmpty() && !settings->bridge()
+                                                                    ->folders()
+                                                                    .last()
+                                                                    .toMap()
+                                                                    .value(QStringLiteral("path"))
+                                                                    .toString()
+                                                                    .startsWith(u'R');
         });
     }
 };
@@ -201,6 +206,7 @@ TEST_F(SettingsWindowTest, theBridgeIsSwitchedAndFoldersAddedAndRemovedByTheKeyb
     ASSERT_TRUE(waitUntil([this] { return world.grants.entries().size() == 1; }));
     ASSERT_TRUE(foldersFound());
     paint();
+    EXPECT_EQ(focused(), QStringLiteral("addFolder"));
     tabTo("remove");
     key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
     EXPECT_TRUE(world.grants.entries().empty());
