@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QFile>
 #include <QTemporaryDir>
@@ -24,6 +25,11 @@ public:
     ~StandInPortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
 
     void change(const QString& group, const QString& key, const QVariant& value) {
+        // Who asks only now hears the same.
+        if (group == u"org.freedesktop.appearance")
+            scheme = value.toUInt();
+        else if (group == u"org.gnome.desktop.interface")
+            animations = value.toBool();
         QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
                                                          QStringLiteral("org.freedesktop.portal.Settings"),
                                                          QStringLiteral("SettingChanged"));

@@ -1,9 +1,9 @@
 #include "linux/desktop/DesktopAppearancePortal.h"
 
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
@@ -58,8 +58,9 @@ DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, QStringLis
     : bus_(std::move(bus)), gtkDark_(gtkPrefersDark(gtkSettings)), dark_(gtkDark_) {
     if (!bus_.isConnected())
         return;
-    bus_.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-                 SLOT(settingChanged(QString, QString, QDBusVariant)));
+    // From whomever: it is a colour, and a portal that starts anew has another address.
+    bus_.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+                 SLOT(settingChanged(QDBusMessage)));
     const auto askAll = [this] {
         ask(appearance, colorScheme);
         ask(gnomeInterface, enableAnimations);
@@ -106,8 +107,11 @@ void DesktopAppearancePortal::ask(const QString& group, const QString& key) {
     });
 }
 
-void DesktopAppearancePortal::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    take(group, key, value.variant());
+void DesktopAppearancePortal::settingChanged(const QDBusMessage& message) {
+    if (message.signature() != u"ssv")
+        return;
+    const QVariantList said = message.arguments();
+    take(said[0].toString(), said[1].toString(), said[2]);
 }
 
 void DesktopAppearancePortal::take(const QString& group, const QString& key, const QVariant& value) {

@@ -2,7 +2,7 @@
 #include "ports/DesktopAppearance.h"
 
 #include <QDBusConnection>
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 
 #include <memory>
@@ -28,7 +28,7 @@ public:
     void follow(std::function<void()> changed) override { changed_ = std::move(changed); }
 
 private Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void settingChanged(const QDBusMessage& message);
 
 private:
     void ask(const QString& group, const QString& key);
