@@ -1,5 +1,6 @@
 #include "Bridge/ScreenControlBridgeHandler.h"
 
+#include "Bridge/ApplicationNotFound.h"
 #include "Bridge/ShortcutsCLIError.h"
 #include "base/Pool.h"
 
@@ -28,34 +29,6 @@ bool isInSubfolder(const Application& application, const QString& fileName) {
            QStringView(application.pathInFolder).sliced(slash + 1) == fileName;
 }
 
-/// The road to the answer of one kind: a result, or the sentence of an error body.
-using Outcome = std::variant<BridgeResult, QString>;
-
-Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler,
-                  const std::shared_ptr<Workspace>& workspace, const QString& name) {
-    BridgeOkResult result;
-    try {
-        if (const auto application = handler.locateApp(name)) {
-            workspace->openApplication(application->path, stop);
-            result.ok = true;
-        } else {
-            result.error = QStringLiteral("Aucune application nommée '%1' n'a été trouvée.").arg(name);
-        }
-    } catch (const std::exception& error) {
-        result.error = localizedDescription(error);
-    }
-    return result;
-}
-
-Outcome runNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const ShortcutRunArgs& args) {
-    try {
-        const QString text = handler.runShortcutsCLI({QStringLiteral("run"), args.name}, args.input, stop);
-        return BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)};
-    } catch (const std::exception& error) {
-        return QStringLiteral("shortcut_run_failed: ") + localizedDescription(error);
-    }
-}
-
 QStringView withoutBlanks(QStringView line) {
     const auto isBlank = [](QChar c) { return c == u' ' || c == u'\t'; };
     while (!line.isEmpty() && isBlank(line.front()))
@@ -65,19 +38,17 @@ QStringView withoutBlanks(QStringView line) {
     return line;
 }
 
-Outcome listAll(const std::stop_token& stop, const ScreenControlBridgeHandler& handler) {
-    try {
-        const QString text = handler.runShortcutsCLI({QStringLiteral("list")}, std::nullopt, stop);
-        BridgeShortcutListResult result;
-        for (const QStringView line : QStringView(text).split(u'\n')) {
-            if (const QStringView name = withoutBlanks(line); !name.isEmpty())
-                result.shortcuts.append(name.toString());
-        }
-        return result;
-    } catch (const std::exception& error) {
-        return QStringLiteral("shortcut_list_failed: ") + localizedDescription(error);
+BridgeShortcutListResult shortcutsIn(const QString& text) {
+    BridgeShortcutListResult result;
+    for (const QStringView line : QStringView(text).split(u'\n')) {
+        if (const QStringView name = withoutBlanks(line); !name.isEmpty())
+            result.shortcuts.append(name.toString());
     }
+    return result;
 }
+
+/// The road to the answer of one kind: a result, or the sentence of an error body.
+using Outcome = std::variant<BridgeResult, QString>;
 
 Task<> answer(BridgeTask task, Outcome outcome, APIService api) {
     if (const auto* failure = std::get_if<QString>(&outcome)) {
@@ -91,18 +62,65 @@ Task<> answer(BridgeTask task, Outcome outcome, APIService api) {
 } // namespace
 
 Task<> ScreenControlBridgeHandler::handleOpenApp(BridgeTask task, AppOpenArgs args, APIService api) const {
-    Outcome outcome = co_await onPoolWaiting(openNamed, *this, workspace_, args.name);
-    co_await answer(std::move(task), std::move(outcome), std::move(api));
+    BridgeOkResult result;
+    try {
+        co_await openApp(args.name);
+        result.ok = true;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        result.error = localizedDescription(error);
+    }
+    co_await answer(std::move(task), std::move(result), std::move(api));
 }
 
 Task<> ScreenControlBridgeHandler::handleRunShortcut(BridgeTask task, ShortcutRunArgs args, APIService api) const {
-    Outcome outcome = co_await onPoolWaiting(runNamed, *this, std::move(args));
+    Outcome outcome;
+    try {
+        const QString text = co_await runShortcuts({QStringLiteral("run"), args.name}, args.input);
+        outcome = BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)};
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        outcome = shortcutRunFailed(error);
+    }
     co_await answer(std::move(task), std::move(outcome), std::move(api));
 }
 
 Task<> ScreenControlBridgeHandler::handleListShortcuts(BridgeTask task, APIService api) const {
-    Outcome outcome = co_await onPoolWaiting(listAll, *this);
+    Outcome outcome;
+    try {
+        outcome = shortcutsIn(co_await runShortcuts({QStringLiteral("list")}, std::nullopt));
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        outcome = shortcutListFailed(error);
+    }
     co_await answer(std::move(task), std::move(outcome), std::move(api));
+}
+
+Task<> ScreenControlBridgeHandler::openApp(QString name) const {
+    auto open = [](const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QString& name) {
+        const auto application = handler.locateApp(name);
+        if (!application)
+            throw ApplicationNotFound(name);
+        handler.workspace_->openApplication(application->path, stop);
+    };
+    return onPoolWaiting(open, *this, std::move(name));
+}
+
+Task<QString> ScreenControlBridgeHandler::runShortcuts(QStringList args, std::optional<QString> input) const {
+    auto run = [](const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QStringList& args,
+                  const std::optional<QString>& input) { return handler.runShortcutsCLI(args, input, stop); };
+    return onPoolWaiting(run, *this, std::move(args), std::move(input));
+}
+
+QString ScreenControlBridgeHandler::shortcutRunFailed(const std::exception& error) {
+    return QStringLiteral("shortcut_run_failed: ") + localizedDescription(error);
+}
+
+QString ScreenControlBridgeHandler::shortcutListFailed(const std::exception& error) {
+    return QStringLiteral("shortcut_list_failed: ") + localizedDescription(error);
 }
 
 std::optional<FileURL> ScreenControlBridgeHandler::locateApp(const QString& name) const {

@@ -21,6 +21,15 @@ public:
     Task<> handleRunShortcut(BridgeTask task, ShortcutRunArgs args, APIService api) const;
     Task<> handleListShortcuts(BridgeTask task, APIService api) const;
 
+    /// Opens the application of that name, off the main thread. Raises ApplicationNotFound, what the platform raises,
+    /// and Cancelled.
+    Task<> openApp(QString name) const;
+    /// `runShortcutsCLI` off the main thread; Cancelled ends the tool.
+    Task<QString> runShortcuts(QStringList args, std::optional<QString> input) const;
+    /// The sentences of a run and of a list that failed.
+    static QString shortcutRunFailed(const std::exception& error);
+    static QString shortcutListFailed(const std::exception& error);
+
     /// The desktop entry of the application with that identifier, file name or exact name, in this order; an ending
     /// ".desktop" may be left out. Reads the disk. From any thread.
     std::optional<FileURL> locateApp(const QString& name) const;

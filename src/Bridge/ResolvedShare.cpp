@@ -1,4 +1,4 @@
-#include "app/ResolvedShare.h"
+#include "Bridge/ResolvedShare.h"
 
 #include "Bridge/BookmarkResolver.h"
 #include "base/Pool.h"

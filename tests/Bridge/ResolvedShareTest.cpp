@@ -1,4 +1,4 @@
-#include "app/ResolvedShare.h"
+#include "Bridge/ResolvedShare.h"
 
 #include "base/LocalizedError.h"
 #include "support/Await.h"
