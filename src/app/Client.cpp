@@ -56,9 +56,11 @@ Client::Client(const Paths& paths, Deployment deployment)
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_), telemetry_(http_, memory_, clock_),
-      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }), preferenceSync_(http_, config_, clock_) {
+      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
+      preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     LocalLLMTelemetry::install(&telemetry_);
+    const auto recognizer = std::make_shared<TextRecognizerWorker>(pictures_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
         .config = config_,
@@ -76,9 +78,23 @@ Client::Client(const Paths& paths, Deployment deployment)
         .workspace = workspace_,
         .automations = automations_,
         .thumbnailer = thumbnailer_,
-        .recognizer = std::make_shared<TextRecognizerWorker>(pictures_),
+        .recognizer = recognizer,
     });
     BridgeService::install(bridge_.get());
+    tools_ = std::make_unique<LocalToolRegistry>(LocalToolRegistry::Surroundings{
+        .store = preferences_,
+        .index = granted_,
+        .clock = clock_,
+        .idCache = bridge_->idCache(),
+        .bookmarks = folders_,
+        .files = files_,
+        .types = types_,
+        .reader = reader_,
+        .recognizer = recognizer,
+        .photos = photos_,
+        .workspace = workspace_,
+        .automations = automations_,
+    });
     returnMemoryAfterTasks();
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
@@ -92,12 +108,19 @@ Client::Client(const Paths& paths, Deployment deployment)
     });
     AppSession::install(session_.get());
     bridgeContext_.follow(session_.get());
+    localChat_ = std::make_unique<LocalToolChat>(LocalToolChat::Surroundings{
+        .session = *session_,
+        .tools = *tools_,
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+    });
     chat_ = std::make_unique<ChatView>(ChatView::Surroundings{
         .session = *session_,
         .http = http_,
         .config = config_,
         .clock = clock_,
-        .local = localChat_,
+        .local = *localChat_,
     });
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
@@ -138,6 +161,10 @@ void Client::returnMemoryAfterTasks() {
             afterTasks_.start();
     });
     QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
+}
+
+SharedFolderSearch Client::documentSearch() {
+    return {BookmarkPersistence(preferences_), folders_, spotlight_, bridge_->idCache()};
 }
 
 void Client::warn(const QString& title, const QString& informativeText) {
