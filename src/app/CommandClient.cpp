@@ -27,8 +27,8 @@ std::chrono::milliseconds patienceWith(const QString& verb) {
     return writesCredentials ? std::chrono::milliseconds{credentialPatience} : patience;
 }
 
-CommandRequest requestOf(const QString& verb, const QStringList& arguments) {
-    CommandRequest request{verb, arguments, {}};
+CommandRequest requestOf(const QString& verb, const CommandLine& line) {
+    CommandRequest request{.verb = verb, .arguments = line.arguments, .secret = {}, .local = line.local};
     // Paths are relative to where the user stands, which only this process knows.
     if (request.verb == QLatin1String("share")) {
         for (QString& path : request.arguments)
@@ -56,7 +56,7 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
     try {
         if (verb == QLatin1String("doctor"))
             return print(examine(paths, instance), line.json);
-        const QByteArray request = encodeCommandRequest(requestOf(verb, line.arguments));
+        const QByteArray request = encodeCommandRequest(requestOf(verb, line));
         if (request.size() > maxRequestBytes) {
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
             return ExitStatus::usage;

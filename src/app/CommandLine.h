@@ -29,6 +29,7 @@ struct CommandLine {
     std::optional<QString> verb; // none: start the client
     QStringList arguments;
     bool json = false;
+    bool local = false; // the local model answers; `ask` only
     bool help = false;
     bool version = false;
     bool operator==(const CommandLine&) const = default;
