@@ -262,7 +262,7 @@ def main():
         sys.exit(__doc__)
     if sys.argv[1] == "mixed" and "VENNIC_SESSION" not in os.environ:
         session = pathlib.Path(__file__).resolve().parent.parent / "scripts" / "desktop-session"
-        os.execv(session, [session, "--only", "display,bus,keyring,wm", "--", *sys.argv])
+        os.execv(session, [session, "--only", "display,bus,keyring,wm", "--", sys.executable, *sys.argv])
     soak = MixedSoak() if sys.argv[1] == "mixed" else Soak()
     soak.setUp()
     try:

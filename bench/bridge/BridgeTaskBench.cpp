@@ -96,9 +96,9 @@ void bridge(LoopbackServer& server, TimingBackend& backend) {
                                       .pairingPage = {},
                                       .packageManagerSite = {}});
     VennicHTTP http(transport, host, LoopbackServer::authority().anchors());
-    BridgeService service({http, config, world.clock, world.context, nullptr, world.telemetry, world.store, world.index, world.bookmarks,
-                           world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
-                           world.thumbnailer, world.recognizer});
+    BridgeService service({http, config, world.clock, world.context, nullptr, world.telemetry, world.store, world.index,
+                           world.bookmarks, world.files, world.types, world.reader, world.photos, world.workspace,
+                           world.automations, world.thumbnailer, world.recognizer});
     service.start(SecretText("token"));
     while (backend.count() < warmUp + measured)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -20,11 +20,11 @@ int main(int argc, char** argv) {
     try {
         vennic::TextRecognizerWorker recognizer(
             std::make_shared<vennic::WorkerLane>(vennic::DocumentWorkerOptions::pictures(arguments.at(1))));
-        recognizer.image(arguments.at(2));
+        recognizer.image(arguments.at(2), {});
         qsizetype characters = 0;
         const auto start = std::chrono::steady_clock::now();
         for (qsizetype i = 2; i < arguments.size(); ++i)
-            characters += recognizer.image(arguments.at(i)).text.size();
+            characters += recognizer.image(arguments.at(i), {}).text.size();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         std::printf("recognised\t%.4f\ts\ntext\t%lld\tUTF-16 units\n", taken.count(),
                     static_cast<long long>(characters));

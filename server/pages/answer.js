@@ -70,9 +70,10 @@ export function answerPanel({ ask, prepare, ended }) {
       ended();
     });
     mine.addEventListener("delta", (event) => {
-      streamed += JSON.parse(event.data).delta;
+      const { delta } = JSON.parse(event.data);
+      streamed += delta;
       if (task.state === "streaming" && writing) {
-        writing.textContent = streamed;
+        writing.append(delta);
       } else {
         task.state = "streaming";
         draw();

@@ -5,6 +5,7 @@ import { suggestions } from "./remembered.js";
 import { title } from "./words.js";
 
 const idOf = (field) => `arg-${field.name}`;
+const givenIdOf = (field) => `${idOf(field)}-given`;
 const isLong = (field) => field.type === "area" || field.type === "json";
 
 function input(field) {
@@ -25,15 +26,27 @@ function fieldNodes(field, value, device) {
   const made = input(field);
   made.value = value ?? field.value?.() ?? "";
   if (field.type === "json") {
-    const check = () => made.setCustomValidity(isJson(made.value) ? "" : "Ce texte n'est pas du JSON valide.");
+    const check = () => {
+      const fine = isJson(made.value) || (!field.required && made.value.trim() === "");
+      made.setCustomValidity(fine ? "" : "Ce texte n'est pas du JSON valide.");
+    };
     made.addEventListener("input", check);
     check();
   }
   const mark = field.required ? element("span", { class: "mark", "aria-hidden": "true" }, " *") : null;
   return [element("label", { for: idOf(field) }, field.label, mark), made,
+    field.given ? element("label", { class: "check" }, given(field, made, value !== undefined), ` ${field.given}`) : null,
     field.note ? element("p", { class: "note", id: `${idOf(field)}-note` }, field.note) : null,
     field.known ? element("datalist", { id: `${idOf(field)}-known` }, ...suggestions(field.known, device).map(([id, name]) =>
       element("option", { value: id }, title(name)))) : null];
+}
+
+// The box that says whether a field is an argument at all, for one that may well be empty. Writing ticks it.
+function given(field, made, isGiven) {
+  const box = element("input", { type: "checkbox", id: givenIdOf(field) });
+  box.checked = isGiven;
+  made.addEventListener("input", () => { box.checked = true; });
+  return box;
 }
 
 function isJson(text) {
@@ -42,21 +55,27 @@ function isJson(text) {
 
 const written = (field, value) => {
   if (field.type === "number" || field.number) return Number(value);
+  if (field.type === "json") return isJson(value) ? JSON.parse(value) : value;
   if (field.type === "list") return value.split(",").map((part) => part.trim()).filter(Boolean);
   return value;
 };
 
-const shown = (field, value) => (field.type === "list" && Array.isArray(value) ? value.join(", ") : value);
+function shown(field, value) {
+  if (field.type === "list" && Array.isArray(value)) return value.join(", ");
+  return field.type === "json" && value !== undefined ? JSON.stringify(value, null, 2) : value;
+}
 
 const sorted = (args) => JSON.stringify(Object.entries(args).sort(([one], [other]) => (one < other ? -1 : 1)));
 
 function typedArgs() {
-  const args = {};
-  for (const field of kindNamed(byId("kind").value).fields) {
+  const kind = kindNamed(byId("kind").value);
+  const values = {};
+  for (const field of kind.fields) {
     const value = byId(idOf(field)).value;
-    if (value.trim() !== "" || field.required) args[field.name] = written(field, value);
+    const isGiven = field.given ? byId(givenIdOf(field)).checked : value.trim() !== "" || field.required;
+    if (isGiven) values[field.name] = written(field, value);
   }
-  return args;
+  return kind.compose ? kind.compose(values) : values;
 }
 
 function setRaw(raw, args) {
@@ -78,7 +97,8 @@ export function fill(name, args) {
   const kind = kindNamed(name);
   byId("kind").value = name;
   byId("kind-hint").textContent = kind.hint;
-  const nodes = kind.fields.flatMap((field) => fieldNodes(field, shown(field, args[field.name]), byId("device").value));
+  const values = (kind.parts ? kind.parts(args) : args) ?? {};
+  const nodes = kind.fields.flatMap((field) => fieldNodes(field, shown(field, values[field.name]), byId("device").value));
   if (kind.fields.some((field) => field.required)) nodes.push(element("p", { class: "note" }, "* obligatoire"));
   const [legend] = byId("fields").children;
   byId("fields").replaceChildren(legend, ...nodes.filter(Boolean));

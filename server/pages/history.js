@@ -12,9 +12,11 @@ const longestBrief = 90;
 
 // The arguments as the form asks for them, then any others.
 function inOrder(task) {
-  const names = kindNamed(task.kind)?.fields.map((field) => field.name) ?? [];
+  const kind = kindNamed(task.kind);
+  const names = kind?.fields.map((field) => field.name) ?? [];
   const rank = ([name]) => (names.includes(name) ? names.indexOf(name) : names.length);
-  return Object.entries(task.args ?? {}).sort((one, other) => rank(one) - rank(other));
+  const values = kind?.parts?.(task.args) ?? task.args ?? {};
+  return Object.entries(values).filter(([, value]) => value !== undefined).sort((one, other) => rank(one) - rank(other));
 }
 
 function brief(task) {

@@ -1,4 +1,6 @@
-// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it.
+// The thirteen kinds of tasks with their arguments. A field's `known` names what earlier answers may suggest for it;
+// `given` labels a box that says whether an argument that may be empty is there. Where the fields aren't the arguments
+// themselves, `compose(values)` makes the arguments of them and `parts(args)` gives the values back, or null.
 
 const text = (name, label, more = {}) => ({ name, label, type: "text", ...more });
 const number = (name, label, more = {}) => ({ name, label, type: "number", min: 1, ...more });
@@ -6,6 +8,24 @@ const documentId = text("document_id", "Document (identifiant)", { required: tru
 const photoLimit = number("limit", "Nombre de photos", { placeholder: "10", max: 30 });
 const months = ["janvier", "février", "mars", "avril", "mai", "juin", "juillet", "août", "septembre", "octobre",
   "novembre", "décembre"];
+
+// A chat as an OpenAI body: what stands in the fields, and nothing else.
+function chatBody({ model, system, question, tools }) {
+  const messages = [...(system ? [{ role: "system", content: system }] : []), { role: "user", content: question ?? "" }];
+  const offered = tools === undefined ? {} : { tools, tool_choice: "auto" };
+  return { openai_body_json: JSON.stringify({ ...(model ? { model } : {}), messages, ...offered }) };
+}
+
+function chatParts(args) {
+  try {
+    const { model, messages, tools } = JSON.parse(args.openai_body_json);
+    const said = (role) => messages.find((message) => message.role === role)?.content;
+    return { question: said("user"), system: said("system"), tools, model };
+  } catch {
+    return null;
+  }
+}
+
 const identifiers = "Les identifiants viennent d'une recherche ou d'un dossier parcouru.";
 
 export const kindGroups = [
@@ -43,10 +63,14 @@ export const kindGroups = [
     { kind: "shortcut_list", label: "Lister les automatisations", hint: "Les automatisations que la machine sait lancer.", fields: [] },
     { kind: "shortcut_run", label: "Lancer une automatisation", hint: "Lance une automatisation et rend ce qu'elle écrit.",
       fields: [text("name", "Nom de l'automatisation", { required: true, known: "shortcuts" }),
-               text("input", "Texte d'entrée", { type: "area" })] },
-    { kind: "llm_infer", label: "Demander au modèle local", hint: "Envoie une demande au modèle de la machine.",
-      fields: [text("openai_body_json", "Demande (JSON)", { type: "json", required: true, code: true,
-        value: () => '{"messages":[{"role":"user","content":"Bonjour"}],"stream":true}' })] },
+               text("input", "Texte d'entrée", { type: "area", given: "Donner ce texte, même vide" })] },
+    { kind: "llm_infer", label: "Demander au modèle local", hint: "Le modèle que la machine sert elle-même répond ; son texte s'affiche pendant qu'il l'écrit.",
+      fields: [text("question", "Question", { type: "area", required: true }),
+               text("system", "Consigne", { type: "area" }),
+               text("tools", "Outils (JSON)", { type: "json", code: true, note: "Un tableau d'outils, comme dans l'API d'OpenAI. La machine ne les lance pas : elle rend les appels que le modèle demande." }),
+               text("model", "Modèle", { code: true, placeholder: "propriétaire/modèle",
+                 note: "Vide, ou sans « / » : celui que la machine a choisi." })],
+      compose: chatBody, parts: chatParts },
   ] },
 ];
 

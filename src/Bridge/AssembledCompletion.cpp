@@ -19,8 +19,8 @@ QJsonArray assembledCalls(const std::vector<LocalToolCall>& calls, const Identif
         assembled.append(QJsonObject{
             {QStringLiteral("id"), id},
             {QStringLiteral("type"), call.type},
-            {QStringLiteral("function"), QJsonObject{{QStringLiteral("name"), call.name},
-                                                     {QStringLiteral("arguments"), call.args}}},
+            {QStringLiteral("function"),
+             QJsonObject{{QStringLiteral("name"), call.name}, {QStringLiteral("arguments"), call.args}}},
         });
     }
     return assembled;
@@ -46,12 +46,12 @@ QString assembledCompletion(const LocalCompletionStream& answer, const QString& 
                              {QStringLiteral("finish_reason"), answer.finishReason().value_or(usualReason)},
                              {QStringLiteral("message"), message}};
     const auto& usage = answer.usage();
-    const QJsonObject completion{{QStringLiteral("id"), QStringLiteral("chatcmpl-") + newId()},
-                                 {QStringLiteral("object"), QStringLiteral("chat.completion")},
-                                 {QStringLiteral("model"), model},
-                                 {QStringLiteral("choices"), QJsonArray{choice}},
-                                 {QStringLiteral("usage"),
-                                  QJsonObject{{QStringLiteral("prompt_tokens"), usage.promptTokens},
+    const QJsonObject completion{
+        {QStringLiteral("id"), QStringLiteral("chatcmpl-") + newId()},
+        {QStringLiteral("object"), QStringLiteral("chat.completion")},
+        {QStringLiteral("model"), model},
+        {QStringLiteral("choices"), QJsonArray{choice}},
+        {QStringLiteral("usage"), QJsonObject{{QStringLiteral("prompt_tokens"), usage.promptTokens},
                                               {QStringLiteral("completion_tokens"), usage.completionTokens},
                                               {QStringLiteral("total_tokens"), total(usage)}}}};
     return QString::fromUtf8(QJsonDocument(completion).toJson(QJsonDocument::Compact));

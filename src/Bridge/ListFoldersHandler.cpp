@@ -9,7 +9,8 @@ namespace vennic {
 namespace {
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-BridgeListFoldersResult presentFolders(std::shared_ptr<FolderBookmarks> bookmarks, std::shared_ptr<FileSystem> files,
+BridgeListFoldersResult presentFolders(const std::shared_ptr<FolderBookmarks>& bookmarks,
+                                       const std::shared_ptr<FileSystem>& files,
                                        const std::vector<BookmarkEntry>& grants) {
     const BookmarkResolver resolver(*bookmarks);
     const QString home = files->homeDirectory();

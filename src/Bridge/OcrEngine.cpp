@@ -16,31 +16,39 @@ constexpr qsizetype mostCharacters = qsizetype{16} * 1024 * 1024; // of a docume
 
 constexpr std::array imageExtensions{u"png", u"jpg", u"jpeg", u"heic", u"heif", u"tiff", u"tif", u"gif", u"bmp"};
 
+/// What fails once it is told to stop says nothing of the document.
+void endIfStopped(const std::stop_token& stop) {
+    if (stop.stop_requested())
+        throw Cancelled();
+}
+
 /// The open document; null when it can't be opened or has no page.
-std::unique_ptr<PdfPages> opened(TextRecognizer& recognizer, const QString& path) {
+std::unique_ptr<PdfPages> opened(TextRecognizer& recognizer, const QString& path, const std::stop_token& stop) {
     try {
-        return recognizer.openPdf(path);
+        return recognizer.openPdf(path, stop);
     } catch (const DocumentReadError&) {
         return nullptr;
     }
 }
 
-QString layerOf(PdfPages& pages, qint64 page) {
+QString layerOf(PdfPages& pages, qint64 page, const std::stop_token& stop) {
     try {
         return pages.text(page);
     } catch (const DocumentReadError&) { // its picture may still be readable
+        endIfStopped(stop);
         return {};
     }
 }
 
 /// What one page has to say. The languages are those of a recognition: a text layer has none.
-std::optional<RecognizedText> readPage(PdfPages& pages, qint64 page) {
+std::optional<RecognizedText> readPage(PdfPages& pages, qint64 page, const std::stop_token& stop) {
     try {
-        const QString layer = layerOf(pages, page);
+        const QString layer = layerOf(pages, page, stop);
         if (!layer.trimmed().isEmpty())
             return RecognizedText{layer, {}};
         return pages.recognize(page);
     } catch (const DocumentReadError&) {
+        endIfStopped(stop);
         return std::nullopt; // one bad page doesn't fail the document
     }
 }
@@ -54,15 +62,17 @@ BridgeOcrResult OcrEngine::recognize(const FileURL& url, const std::stop_token& 
     if (ext == u"pdf")
         return recognizePDF(url, bytesProcessed, stop);
     if (std::ranges::find(imageExtensions, QStringView(ext)) != imageExtensions.end())
-        return recognizeImage(url, bytesProcessed);
+        return recognizeImage(url, bytesProcessed, stop);
     throw OcrError::unsupported(ext);
 }
 
-BridgeOcrResult OcrEngine::recognizeImage(const FileURL& url, qint64 bytesProcessed) const {
+BridgeOcrResult OcrEngine::recognizeImage(const FileURL& url, qint64 bytesProcessed,
+                                          const std::stop_token& stop) const {
     try {
-        const RecognizedText found = recognizer_->image(url.path);
+        const RecognizedText found = recognizer_->image(url.path, stop);
         return {.text = found.text, .languages = found.languages, .bytes_processed = bytesProcessed};
     } catch (const DocumentReadError& error) {
+        endIfStopped(stop);
         throw OcrError::visionFailure(error.fault() == DocumentFault::worker
                                           ? error.errorDescription()
                                           : QStringLiteral("impossible de charger l'image"));
@@ -70,16 +80,16 @@ BridgeOcrResult OcrEngine::recognizeImage(const FileURL& url, qint64 bytesProces
 }
 
 BridgeOcrResult OcrEngine::recognizePDF(const FileURL& url, qint64 bytesProcessed, const std::stop_token& stop) const {
-    const auto pages = opened(*recognizer_, url.path);
+    const auto pages = opened(*recognizer_, url.path, stop);
+    endIfStopped(stop);
     if (!pages)
         throw OcrError::noPages();
     QStringList parts;
     qsizetype characters = 0;
     QSet<QString> languages;
     for (qint64 page = 0; page < pages->count(); ++page) {
-        if (stop.stop_requested())
-            throw Cancelled();
-        const auto found = readPage(*pages, page);
+        const auto found = readPage(*pages, page, stop);
+        endIfStopped(stop);
         if (found && !found->text.isEmpty())
             parts.append(found->text);
         characters += found ? found->text.size() : 0;

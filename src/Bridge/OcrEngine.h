@@ -16,11 +16,11 @@ public:
     OcrEngine(std::shared_ptr<TextRecognizer> recognizer, std::shared_ptr<FileSystem> files)
         : recognizer_(std::move(recognizer)), files_(std::move(files)) {}
 
-    /// Blocks, for as long as the document has pages. Raises OcrError; Cancelled between two pages when `stop` asks.
+    /// Blocks, for as long as the document has pages. Raises OcrError; Cancelled soon after `stop` asks.
     BridgeOcrResult recognize(const FileURL& url, const std::stop_token& stop = {}) const;
 
 private:
-    BridgeOcrResult recognizeImage(const FileURL& url, qint64 bytesProcessed) const;
+    BridgeOcrResult recognizeImage(const FileURL& url, qint64 bytesProcessed, const std::stop_token& stop) const;
     BridgeOcrResult recognizePDF(const FileURL& url, qint64 bytesProcessed, const std::stop_token& stop) const;
 
     std::shared_ptr<TextRecognizer> recognizer_;

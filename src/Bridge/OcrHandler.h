@@ -13,8 +13,8 @@ public:
                const BridgeIDCache& idCache)
         : documents_(grants, std::move(bookmarks), idCache), engine_(std::move(engine)) {}
 
-    /// Sends its own answer; a success that can't be sent is dropped. Never fails but with Cancelled, after which the
-    /// document isn't read on.
+    /// Sends its own answer; a success that can't be sent is dropped. Never fails but with Cancelled, which
+    /// ends the recognition too.
     Task<> handleOcrImage(BridgeTask task, OcrImageArgs args, APIService api);
 
 private:

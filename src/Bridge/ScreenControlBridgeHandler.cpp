@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <tuple>
-#include <variant>
 
 namespace vennic {
 
@@ -29,6 +28,37 @@ bool isInSubfolder(const Application& application, const QString& fileName) {
            QStringView(application.pathInFolder).sliced(slash + 1) == fileName;
 }
 
+/// What one kind answers, encoded where it is made: an automation may write as much as it likes, and the main thread
+/// has better to do than to escape it.
+struct Outcome {
+    QByteArray body;
+    bool isError = false;
+};
+
+Outcome succeeded(const BridgeResult& result) { return {encodeBridgeSuccessBody(result), false}; }
+
+Outcome failed(const QString& sentence) { return {encodeBridgeErrorBody(sentence), true}; }
+
+Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QString& name) {
+    BridgeOkResult result;
+    try {
+        handler.openApp(name, stop);
+        result.ok = true;
+    } catch (const std::exception& error) {
+        result.error = localizedDescription(error);
+    }
+    return succeeded(result);
+}
+
+Outcome runNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const ShortcutRunArgs& args) {
+    try {
+        const QString text = handler.runShortcutsCLI({QStringLiteral("run"), args.name}, args.input, stop);
+        return succeeded(BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)});
+    } catch (const std::exception& error) {
+        return failed(ScreenControlBridgeHandler::shortcutRunFailed(error));
+    }
+}
+
 QStringView withoutBlanks(QStringView line) {
     const auto isBlank = [](QChar c) { return c == u' ' || c == u'\t'; };
     while (!line.isEmpty() && isBlank(line.front()))
@@ -38,81 +68,51 @@ QStringView withoutBlanks(QStringView line) {
     return line;
 }
 
-BridgeShortcutListResult shortcutsIn(const QString& text) {
-    BridgeShortcutListResult result;
-    for (const QStringView line : QStringView(text).split(u'\n')) {
-        if (const QStringView name = withoutBlanks(line); !name.isEmpty())
-            result.shortcuts.append(name.toString());
+Outcome listAll(const std::stop_token& stop, const ScreenControlBridgeHandler& handler) {
+    try {
+        const QString text = handler.runShortcutsCLI({QStringLiteral("list")}, std::nullopt, stop);
+        BridgeShortcutListResult result;
+        for (const QStringView line : QStringView(text).split(u'\n')) {
+            if (const QStringView name = withoutBlanks(line); !name.isEmpty())
+                result.shortcuts.append(name.toString());
+        }
+        return succeeded(result);
+    } catch (const std::exception& error) {
+        return failed(ScreenControlBridgeHandler::shortcutListFailed(error));
     }
-    return result;
 }
 
-/// The road to the answer of one kind: a result, or the sentence of an error body.
-using Outcome = std::variant<BridgeResult, QString>;
-
 Task<> answer(BridgeTask task, Outcome outcome, APIService api) {
-    if (const auto* failure = std::get_if<QString>(&outcome)) {
-        co_await TaskAnswer::error(std::move(api), task.id, *failure);
+    if (outcome.isError) {
+        co_await TaskAnswer::encodedError(std::move(api), task.id, std::move(outcome.body));
         co_return;
     }
     const TaskAnswer dropping([](const QString&) {});
-    co_await dropping.success(std::move(api), task.id, std::get<BridgeResult>(std::move(outcome)));
+    co_await dropping.encodedSuccess(std::move(api), task.id, std::move(outcome.body));
 }
 
 } // namespace
 
 Task<> ScreenControlBridgeHandler::handleOpenApp(BridgeTask task, AppOpenArgs args, APIService api) const {
-    BridgeOkResult result;
-    try {
-        co_await openApp(args.name);
-        result.ok = true;
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const std::exception& error) {
-        result.error = localizedDescription(error);
-    }
-    co_await answer(std::move(task), std::move(result), std::move(api));
+    Outcome outcome = co_await onPoolWaiting(openNamed, *this, args.name);
+    co_await answer(std::move(task), std::move(outcome), std::move(api));
 }
 
 Task<> ScreenControlBridgeHandler::handleRunShortcut(BridgeTask task, ShortcutRunArgs args, APIService api) const {
-    Outcome outcome;
-    try {
-        const QString text = co_await runShortcuts({QStringLiteral("run"), args.name}, args.input);
-        outcome = BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)};
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const std::exception& error) {
-        outcome = shortcutRunFailed(error);
-    }
+    Outcome outcome = co_await onPoolWaiting(runNamed, *this, std::move(args));
     co_await answer(std::move(task), std::move(outcome), std::move(api));
 }
 
 Task<> ScreenControlBridgeHandler::handleListShortcuts(BridgeTask task, APIService api) const {
-    Outcome outcome;
-    try {
-        outcome = shortcutsIn(co_await runShortcuts({QStringLiteral("list")}, std::nullopt));
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const std::exception& error) {
-        outcome = shortcutListFailed(error);
-    }
+    Outcome outcome = co_await onPoolWaiting(listAll, *this);
     co_await answer(std::move(task), std::move(outcome), std::move(api));
 }
 
-Task<> ScreenControlBridgeHandler::openApp(QString name) const {
-    auto open = [](const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QString& name) {
-        const auto application = handler.locateApp(name);
-        if (!application)
-            throw ApplicationNotFound(name);
-        handler.workspace_->openApplication(application->path, stop);
-    };
-    return onPoolWaiting(open, *this, std::move(name));
-}
-
-Task<QString> ScreenControlBridgeHandler::runShortcuts(QStringList args, std::optional<QString> input) const {
-    auto run = [](const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QStringList& args,
-                  const std::optional<QString>& input) { return handler.runShortcutsCLI(args, input, stop); };
-    return onPoolWaiting(run, *this, std::move(args), std::move(input));
+void ScreenControlBridgeHandler::openApp(const QString& name, std::stop_token stop) const {
+    const auto application = locateApp(name);
+    if (!application)
+        throw ApplicationNotFound(name);
+    workspace_->openApplication(application->path, std::move(stop));
 }
 
 QString ScreenControlBridgeHandler::shortcutRunFailed(const std::exception& error) {

@@ -21,11 +21,9 @@ public:
     Task<> handleRunShortcut(BridgeTask task, ShortcutRunArgs args, APIService api) const;
     Task<> handleListShortcuts(BridgeTask task, APIService api) const;
 
-    /// Opens the application of that name, off the main thread. Raises ApplicationNotFound, what the platform raises,
-    /// and Cancelled.
-    Task<> openApp(QString name) const;
-    /// `runShortcutsCLI` off the main thread; Cancelled ends the tool.
-    Task<QString> runShortcuts(QStringList args, std::optional<QString> input) const;
+    /// Opens the application of that name. Blocks until it has been started. Raises ApplicationNotFound and what the
+    /// platform raises. From any thread.
+    void openApp(const QString& name, std::stop_token stop) const;
     /// The sentences of a run and of a list that failed.
     static QString shortcutRunFailed(const std::exception& error);
     static QString shortcutListFailed(const std::exception& error);

@@ -5,7 +5,6 @@
 #include "Bridge/ScopedAccess.h"
 #include "Bridge/SharedDocumentError.h"
 #include "base/Pool.h"
-#include "base/StopsAtEnd.h"
 
 #include <memory>
 #include <type_traits>
@@ -27,17 +26,14 @@ public:
         const auto url = idCache_.get(documentId);
         if (!url)
             throw SharedDocumentError::notFound();
-        const StopsAtEnd end;
-        co_return co_await onPool(inSharedFolder<Work>, bookmarks_, grants_.load(), *url, end.source.get_token(),
-                                  std::move(work));
+        co_return co_await onPoolWaiting(inSharedFolder<Work>, bookmarks_, grants_.load(), *url, std::move(work));
     }
 
 private:
-    /// A folder on a slow disk, or one that has to be looked for, holds up nothing else.
+    /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
     template <class Work>
-    static auto inSharedFolder(const std::shared_ptr<FolderBookmarks>& bookmarks,
-                               const std::vector<BookmarkEntry>& grants, const FileURL& document,
-                               const std::stop_token& stop, const Work& work) {
+    static auto inSharedFolder(const std::stop_token& stop, const std::shared_ptr<FolderBookmarks>& bookmarks,
+                               const std::vector<BookmarkEntry>& grants, const FileURL& document, const Work& work) {
         const BookmarkResolver resolver(*bookmarks);
         const auto grant = resolver.grantOf(document, grants);
         if (!grant)

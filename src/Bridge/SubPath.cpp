@@ -19,7 +19,7 @@ std::optional<SubPath> SubPath::parse(QStringView text) {
 }
 
 std::optional<FileURL> SubPath::below(const FileURL& root) const {
-    const FileURL target = normalized_.isEmpty() ? root : root.appendingPathComponent(normalized_);
+    FileURL target = normalized_.isEmpty() ? root : root.appendingPathComponent(normalized_);
     if (!target.standardized().isOrLiesUnder(root.standardized()))
         return std::nullopt;
     return target;

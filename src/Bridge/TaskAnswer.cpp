@@ -4,10 +4,13 @@
 
 namespace vennic {
 
-template <class Result>
-Task<> TaskAnswer::send(APIService api, QString id, Result result) const {
+Task<> TaskAnswer::success(APIService api, QString id, BridgeResult result) const {
+    return encodedSuccess(std::move(api), std::move(id), encodeBridgeSuccessBody(result));
+}
+
+Task<> TaskAnswer::encodedSuccess(APIService api, QString id, QByteArray body) const {
     try {
-        co_await api.reportBridgeTaskSuccess(id, std::move(result));
+        co_await api.reportBridgeTask(id, std::move(body));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& failure) {
@@ -15,17 +18,13 @@ Task<> TaskAnswer::send(APIService api, QString id, Result result) const {
     }
 }
 
-Task<> TaskAnswer::success(APIService api, QString id, BridgeResult result) const {
-    return send(std::move(api), std::move(id), std::move(result));
-}
-
-Task<> TaskAnswer::encodedSuccess(APIService api, QString id, QByteArray body) const {
-    return send(std::move(api), std::move(id), std::move(body));
-}
-
 Task<> TaskAnswer::error(APIService api, QString id, QString message) {
+    return encodedError(std::move(api), std::move(id), encodeBridgeErrorBody(message));
+}
+
+Task<> TaskAnswer::encodedError(APIService api, QString id, QByteArray body) {
     try {
-        co_await api.reportBridgeTaskError(id, message);
+        co_await api.reportBridgeTask(id, std::move(body));
     } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): nobody is left to tell
     }
 }

@@ -11,7 +11,7 @@ class TaskAnswer {
 public:
     using UnsentSuccess = std::function<void(const QString& reason)>;
 
-    /// `onUnsentSuccess` hears why a success couldn't be encoded or sent.
+    /// `onUnsentSuccess` hears why a success couldn't be sent.
     explicit TaskAnswer(UnsentSuccess onUnsentSuccess) : onUnsentSuccess_(std::move(onUnsentSuccess)) {}
 
     Task<> success(APIService api, QString id, BridgeResult result) const;
@@ -19,11 +19,10 @@ public:
     Task<> encodedSuccess(APIService api, QString id, QByteArray body) const;
     /// An error answer that can't be sent is dropped: the backend lets the task run out of time.
     static Task<> error(APIService api, QString id, QString message);
+    /// The same with what `encodeBridgeErrorBody` gave.
+    static Task<> encodedError(APIService api, QString id, QByteArray body);
 
 private:
-    template <class Result>
-    Task<> send(APIService api, QString id, Result result) const;
-
     UnsentSuccess onUnsentSuccess_;
 };
 

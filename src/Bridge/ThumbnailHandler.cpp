@@ -30,10 +30,10 @@ BridgeThumbnailResult resultOf(const std::optional<Thumbnail>& thumbnail) {
 }
 
 /// Runs on the pool: a file may be large, and its disk slow.
-BridgeThumbnailResult drawn(const std::shared_ptr<Thumbnailer>& thumbnailer, const QString& path, int edge,
-                            double scale) {
+BridgeThumbnailResult drawn(std::stop_token stop, const std::shared_ptr<Thumbnailer>& thumbnailer, const QString& path,
+                            int edge, double scale) {
     try {
-        return resultOf(thumbnailer->thumbnail(path, edge, scale));
+        return resultOf(thumbnailer->thumbnail(path, edge, scale, std::move(stop)));
     } catch (const std::exception&) { // memory or threads have run out; the backend learns only that there is none
         return resultOf(std::nullopt);
     }
@@ -58,7 +58,7 @@ Task<> ThumbnailHandler::handleThumbnail(BridgeTask task, ThumbnailArgs args, AP
     }
     const double scale = context_.mainScreenScale().value_or(scaleWithoutScreen);
     BridgeThumbnailResult result =
-        co_await onPool(drawn, thumbnailer_, std::get<FileURL>(document).path, edgeLength(args.maxEdge), scale);
+        co_await onPoolWaiting(drawn, thumbnailer_, std::get<FileURL>(document).path, edgeLength(args.maxEdge), scale);
     // The one answer that is tried twice: a picture that doesn't get through is answered by none.
     if (!co_await isSent(api, task.id, std::move(result)))
         co_await isSent(api, task.id, resultOf(std::nullopt));

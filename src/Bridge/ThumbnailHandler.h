@@ -12,7 +12,7 @@ public:
     ThumbnailHandler(ShownDocuments documents, std::shared_ptr<Thumbnailer> thumbnailer, const BridgeContext& context)
         : documents_(std::move(documents)), thumbnailer_(std::move(thumbnailer)), context_(context) {}
 
-    /// Sends its own answer. Never fails but with Cancelled.
+    /// Sends its own answer. Never fails but with Cancelled, which ends the drawing too.
     Task<> handleThumbnail(BridgeTask task, ThumbnailArgs args, APIService api);
 
 private:

@@ -51,7 +51,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       index_(indexSettings(paths), indexTexts_, queryTexts_, *types_),
       granted_(index_, [this] { indexSharedFolders(); }), bookmarks_(preferences_, *folders_, *files_, clock_),
       spotlight_(granted_, files_, types_, clock_), dialogs_(paths.dialogProgram()),
-      photoConsent_(preferences_, dialogs_, clock_),
+      photoConsent_(preferences_, dialogs_),
       photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),

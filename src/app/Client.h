@@ -55,7 +55,6 @@ public:
     BookmarkStore& bookmarks() { return bookmarks_; }
     /// The grants, and where their folders are now.
     Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
-    const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
@@ -64,7 +63,6 @@ public:
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
     ChatView& chat() { return *chat_; }
-    LocalToolRegistry& tools() { return *tools_; }
     /// By words, as the backend and the local model search.
     SharedFolderSearch documentSearch();
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }

@@ -22,32 +22,31 @@ constexpr std::array verbTable{
          u"Le jeton ne se donne jamais en argument : il serait visible des autres programmes."},
     Verb{QLatin1String("sign-out"), QLatin1String(""), 0, 0, false, u"déconnecte ce Mac et oublie le jeton", u""},
     Verb{QLatin1String("share"), QLatin1String("DOSSIER..."), 1, many, false, u"partage un ou plusieurs dossiers",
-         u"Le backend peut alors y chercher et y lire des documents ; les fichiers restent ici, seules les réponses "
+         u"Le serveur peut alors y chercher et y lire des documents ; les fichiers restent ici, seules les réponses "
          u"partent."},
     Verb{QLatin1String("shares"), QLatin1String(""), 0, 0, true, u"liste les dossiers partagés", u""},
     Verb{QLatin1String("unshare"), QLatin1String("ID..."), 1, many, false, u"retire un dossier du partage",
          u"L'identifiant est celui que donne « vennic shares » ; le chemin du dossier convient aussi."},
     Verb{QLatin1String("bridge"), QLatin1String("on|off"), 1, 1, false, u"active ou désactive le pont local", u""},
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
-         u"cherche dans les dossiers partagés, comme le ferait le backend", u""},
-    Verb{
-        QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
-        u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre",
-        u"Avec --local, le modèle de ce Mac répond à cette question, et peut chercher et lire dans les dossiers "
-        u"partagés ; l'échange fini est classé dans la discussion du compte. Si son serveur ne répond pas, la question "
-        u"passe par le backend."},
+         u"cherche dans les dossiers partagés, comme le ferait le serveur", u""},
+    Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
+         u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre",
+         u"Avec --local, le modèle de ce Mac répond à cette question, et peut chercher et lire dans les dossiers "
+         u"partagés ; l'échange fini est classé dans la discussion du compte. Si le modèle ne répond pas, la question "
+         u"passe par le serveur."},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
          u"ouvre un document trouvé ou une photo, par son adresse",
          u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "
          u"fin de Vennic. Celles des photos, vennic://local_photo/view/..., restent valables."},
     Verb{QLatin1String("photos"), QLatin1String("allow|deny|status"), 1, 1, true,
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
-         u"Le backend peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
+         u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
     Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
          u"active ou désactive le modèle local, le règle, ou dit où il en est",
-         u"Le backend peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
-         u"http://localhost:8080/v1 ; les demandes du backend et les réponses du modèle passent par là."},
+         u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
+         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
     Verb{QLatin1String("doctor"), QLatin1String(""), 0, 0, true, u"vérifie ce dont Vennic a besoin sur cette machine",
          u""},
     Verb{QLatin1String("quit"), QLatin1String(""), 0, 0, false, u"arrête Vennic", u""},

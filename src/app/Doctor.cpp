@@ -1,13 +1,16 @@
 #include "app/Doctor.h"
 
 #include "app/PhotosReport.h"
+#include "app/SampleHeic.h"
 #include "backend/Deployment.h"
 #include "backend/PinnedRoots.h"
 #include "base/RecognitionLanguage.h"
 #include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
+#include "linux/PipedProgram.h"
 #include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
+#include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/thumbnail/InstalledThumbnailer.h"
 #include "linux/thumbnail/SandboxedCommand.h"
 #include "linux/worker/BoxedThumbnail.h"
@@ -20,6 +23,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <vector>
 
@@ -50,23 +54,34 @@ Finding pinnedRoots(const Paths& paths) {
     const auto count = loadPinnedRoots(path)->ders.size();
     if (count == 0)
         return {Verdict::bad, QStringLiteral("aucun certificat dans %1").arg(path),
-                QStringLiteral("Installe le fichier pinned-roots.pem de ce backend.")};
+                QStringLiteral("Installe le fichier pinned-roots.pem de ce serveur.")};
     return {Verdict::good, QStringLiteral("%1 certificat(s)").arg(count), {}};
 }
+
+/// A file to try something on. Raises LocalizedError.
+class Sample {
+public:
+    Sample(const QString& name, const QByteArray& bytes) : path_(folder_.filePath(name)) {
+        QFile file(path_);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+            throw LocalizedError(QStringLiteral("le dossier temporaire n'accepte pas de fichier"));
+    }
+    const QString& path() const { return path_; }
+    qint64 size() const { return QFileInfo(path_).size(); }
+
+private:
+    QTemporaryDir folder_;
+    QString path_;
+};
 
 /// Has one of the boxed programs read a document of `bytes`; `read` says whether it did so rightly.
 Finding boxed(const QString& program, const QByteArray& bytes, const std::function<bool(const QString&)>& read) {
     const QString remedy = QStringLiteral("Réinstalle %1 à côté de vennic ; il a besoin d'un noyau avec Landlock et "
                                           "seccomp.")
                                .arg(QFileInfo(program).fileName());
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
-    file.close();
+    const Sample sample(QStringLiteral("essai"), bytes);
     try {
-        if (!read(path))
+        if (!read(sample.path()))
             return {Verdict::bad, QStringLiteral("le lecteur a mal lu un document d'essai"), remedy};
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(), remedy};
@@ -76,15 +91,10 @@ Finding boxed(const QString& program, const QByteArray& bytes, const std::functi
 
 /// Pictures are drawn in the boxed process; films by an installed program, if there is one and a box for it.
 Finding thumbnails(const Paths& paths) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("essai.svg"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write("<svg xmlns='http://www.w3.org/2000/svg'/>") < 0)
-        return {Verdict::bad, QStringLiteral("le dossier temporaire n'accepte pas de fichier"), {}};
-    file.close();
+    const Sample sample(QStringLiteral("essai.svg"), "<svg xmlns='http://www.w3.org/2000/svg'/>");
     WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
     try {
-        (void)boxedThumbnail(pictures, OpenedDocument(path, file.size()), 32);
+        (void)boxedThumbnail(pictures, OpenedDocument(sample.path(), sample.size()), 32);
     } catch (const LocalizedError& error) {
         return {Verdict::bad, error.errorDescription(),
                 QStringLiteral("Réinstalle vennic-picture-worker à côté de vennic ; il a besoin d'un noyau avec "
@@ -93,13 +103,27 @@ Finding thumbnails(const Paths& paths) {
     const QString picturesOnly = QStringLiteral("images, dessins et pages de PDF, mais pas les vidéos");
     if (!SandboxedCommand::isPossible())
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe bubblewrap.")};
-    if (!SandboxedCommand{.command = {"true"}, .input = path, .output = path}.run(-1))
+    if (!SandboxedCommand{.command = {"true"}}.run(OpenedDocument(sample.path(), sample.size()), sample.path(), -1))
         return {Verdict::limited, picturesOnly,
                 QStringLiteral("bubblewrap n'arrive pas à isoler un programme : permets les espaces de noms "
                                "d'utilisateur (user.max_user_namespaces).")};
     if (!installedThumbnailer(QStringLiteral("video/mp4"), dataFolders()))
         return {Verdict::limited, picturesOnly, QStringLiteral("Pour les vidéos, installe ffmpegthumbnailer.")};
     return {Verdict::good, QStringLiteral("images, dessins, pages de PDF et vidéos"), {}};
+}
+
+/// The library that reads them may be there without what decodes them.
+Finding telephonePhotos(const Paths& paths) {
+    const Sample sample(QStringLiteral("essai.heic"), QByteArray::fromBase64(sampleHeic));
+    WorkerLane pictures(DocumentWorkerOptions::pictures(paths.pictureWorker()));
+    try {
+        (void)boxedThumbnail(pictures, OpenedDocument(sample.path(), sample.size()), 32);
+    } catch (const LocalizedError& error) {
+        return {Verdict::limited, QStringLiteral("illisibles (%1)").arg(error.errorDescription()),
+                QStringLiteral("Réinstalle libheif1 et, là où le système l'a mis à part, son décodeur "
+                               "(libheif-plugin-libde265).")};
+    }
+    return {Verdict::good, QStringLiteral("lues"), {}};
 }
 
 Finding textWorker(const Paths& paths) {
@@ -115,21 +139,15 @@ Finding pictureWorker(const Paths& paths) {
                  "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
                  "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
                  "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF",
-                 [&](const QString& path) { return recognizer.openPdf(path)->count() == 1; });
+                 [&](const QString& path) { return recognizer.openPdf(path, {})->count() == 1; });
 }
 
-bool isInstalled(const RecognitionLanguage& language) {
-    return std::ranges::any_of(recognitionDataFolders, [&](const char* folder) {
-        return QFileInfo::exists(
-            QStringLiteral("%1/%2.traineddata").arg(QLatin1String(folder), QLatin1String(language.data)));
-    });
-}
-
-Finding recognition() {
+Finding recognition(std::span<const char* const> folders) {
+    const auto installed = installedRecognition(folders).languages;
     QStringList names;
     QStringList missing;
     for (const RecognitionLanguage& language : recognitionLanguages) {
-        if (isInstalled(language))
+        if (std::ranges::find(installed, language) != installed.end())
             names.append(QString::fromUtf8(language.name));
         else
             missing.append(QString::fromLatin1(language.package));
@@ -209,9 +227,42 @@ Finding applications() {
     const auto known = WorkspaceGio().applications();
     if (known.empty())
         return {Verdict::limited, QStringLiteral("aucune application de bureau n'est installée"),
-                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le backend pourra les "
+                QStringLiteral("Installe des applications qui apportent un fichier .desktop ; le serveur pourra les "
                                "ouvrir.")};
-    return {Verdict::good, QStringLiteral("%1 application(s) que le backend peut ouvrir").arg(known.size()), {}};
+    return {Verdict::good, QStringLiteral("%1 application(s) que le serveur peut ouvrir").arg(known.size()), {}};
+}
+
+/// What the tasks that open a document will find.
+Finding defaultApplications() {
+    struct Type {
+        const char* mime;
+        const char* name;
+    };
+    constexpr std::array types{Type{"application/pdf", "PDF"}, Type{"text/plain", "textes"},
+                               Type{"image/jpeg", "photos"}};
+    QStringList opened;
+    QStringList missing;
+    for (const Type& type : types)
+        (WorkspaceGio::hasDefaultApplication(type.mime) ? opened : missing).append(QString::fromUtf8(type.name));
+    if (missing.isEmpty())
+        return {Verdict::good, opened.join(QStringLiteral(", ")), {}};
+    return {Verdict::limited, QStringLiteral("aucune application n'ouvre : %1").arg(missing.join(QStringLiteral(", "))),
+            QStringLiteral("Installe une application pour ces documents, ou choisis-la dans les réglages du bureau.")};
+}
+
+/// Whether questions and warnings reach the user.
+Finding dialogs(const Paths& paths) {
+    const QString remedy = QStringLiteral("Réinstalle vennic-dialog à côté de vennic.");
+    if (!QFileInfo(paths.dialogProgram()).isExecutable())
+        return {Verdict::limited, QStringLiteral("vennic-dialog manque"), remedy};
+    PipedProgram program(paths.dialogProgram(), {}, QByteArray()); // it is told of nothing to show, and shows nothing
+    const bool hasExited = program.await(0, {}) == PipedProgram::End::exited;
+    if (!hasExited || program.number() != static_cast<int>(DialogExit::notShown))
+        return {Verdict::limited, QStringLiteral("vennic-dialog ne démarre pas"), remedy};
+    if (!ModalDialogsProgram(paths.dialogProgram()).hasScreen())
+        return {Verdict::limited, QStringLiteral("pas d'écran ici pour poser une question"),
+                QStringLiteral("Réponds d'avance : « vennic photos allow » ou « vennic photos deny ».")};
+    return {Verdict::good, QStringLiteral("vennic-dialog"), {}};
 }
 
 Finding automations(const Paths& paths) {
@@ -266,20 +317,23 @@ QString mark(Verdict verdict) {
 
 } // namespace
 
-CommandAnswer examine(const Paths& paths, Instance& instance) {
+CommandAnswer examine(const Paths& paths, Instance& instance, std::span<const char* const> recognitionFolders) {
     const std::vector<Check> checks{
         {QStringLiteral("Réglages du déploiement"), [&] { return deployment(paths); }},
-        {QStringLiteral("Racines du backend"), [&] { return pinnedRoots(paths); }},
+        {QStringLiteral("Racines du serveur"), [&] { return pinnedRoots(paths); }},
         {QStringLiteral("Lecteur de documents"), [&] { return textWorker(paths); }},
         {QStringLiteral("Lecteur d'images"), [&] { return pictureWorker(paths); }},
-        {QStringLiteral("Reconnaissance de texte"), recognition},
+        {QStringLiteral("Reconnaissance de texte"), [&] { return recognition(recognitionFolders); }},
         {QStringLiteral("Vignettes"), [&] { return thumbnails(paths); }},
+        {QStringLiteral("Photos HEIC"), [&] { return telephonePhotos(paths); }},
         {QStringLiteral("Trousseau"), [&] { return credentials(paths); }},
         {QStringLiteral("Présence de l'utilisateur"), presence},
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
         {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
+        {QStringLiteral("Dialogues"), [&] { return dialogs(paths); }},
         {QStringLiteral("Applications"), applications},
+        {QStringLiteral("Ouverture des documents"), defaultApplications},
         {QStringLiteral("Automatisations"), [&] { return automations(paths); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };

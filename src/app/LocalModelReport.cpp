@@ -46,8 +46,8 @@ QString localModelSentence(const QJsonObject& data) {
     const QString loaded = data[QLatin1String("loaded_model")].toString();
     QString sentence = loaded.isEmpty() ? QStringLiteral("serveur en marche, aucun modèle annoncé") : loaded;
     if (const QJsonValue speed = data[QLatin1String("tokens_per_second")]; speed.isDouble())
-        sentence += QStringLiteral(", %1 jetons par seconde")
-                        .arg(QLocale(QLocale::French).toString(speed.toDouble(), 'f', 1));
+        sentence +=
+            QStringLiteral(", %1 jetons par seconde").arg(QLocale(QLocale::French).toString(speed.toDouble(), 'f', 1));
     return sentence;
 }
 

@@ -19,9 +19,19 @@ namespace {
 
 constexpr auto handOverPatience = std::chrono::seconds{10};
 
-/// Has the running client come forward. None when nobody takes requests: it has yet to begin, or is ending.
-std::optional<ExitStatus> handOver(InstanceSocket& instance) {
-    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("activate"), {}, {}}), handOverPatience);
+/// The answer of the running client when it is asked to come forward. None when nobody takes requests: it has yet to
+/// begin, is ending, or was killed while it started a program, which holds its place until it is itself.
+std::optional<QByteArray> askForward(Instance& instance) {
+    try {
+        return instance.ask(encodeCommandRequest({QStringLiteral("activate"), {}, {}}), handOverPatience);
+    } catch (const InstanceHungUp&) {
+        return std::nullopt;
+    }
+}
+
+/// Has the running client come forward. None when nobody takes requests.
+std::optional<ExitStatus> handOver(Instance& instance) {
+    const auto answer = askForward(instance);
     if (!answer)
         return std::nullopt;
     const auto decoded = decodeCommandAnswer(*answer);

@@ -166,29 +166,25 @@ Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
 }
 
 Task<> APIService::reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const {
-    return reportBridgeTaskSuccess(id, encodeBridgeSuccessBody(result));
-}
-
-Task<> APIService::reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const {
-    return sendBridgeTaskUpdate(id, std::move(encodedBody));
+    return reportBridgeTask(id, encodeBridgeSuccessBody(result));
 }
 
 Task<> APIService::reportBridgeTaskError(const QString& id, const QString& message) const {
-    return sendBridgeTaskUpdate(id, encodeBridgeErrorBody(message));
+    return reportBridgeTask(id, encodeBridgeErrorBody(message));
 }
 
 Task<> APIService::reportBridgeTaskStream(const QString& id, const QString& delta) const {
-    return sendBridgeTaskUpdate(id, encodeBridgeStreamBody(delta));
+    return reportBridgeTask(id, encodeBridgeStreamBody(delta));
 }
 
-Task<> APIService::sendBridgeTaskUpdate(const QString& id, QByteArray bodyData) const {
+Task<> APIService::reportBridgeTask(const QString& id, QByteArray encodedBody) const {
     const auto url = config_->bridgeTaskURL(id);
     if (!url)
         return failBeforeSending(token_);
     auto updateRequest = request("PATCH", *url, seconds{15});
     updateRequest.headers.push_back(jsonContent());
     updateRequest.headers.insert(updateRequest.headers.end(), bridgeHeaders_.begin(), bridgeHeaders_.end());
-    updateRequest.body = std::move(bodyData);
+    updateRequest.body = std::move(encodedBody);
     return sendIgnoringAnswer(http_, token_, std::move(updateRequest));
 }
 

@@ -58,16 +58,14 @@ public:
     Task<std::optional<BridgeTask>> pollBridgeTask(qint64 wait) const;
     /// PATCH /bridge/tasks/ID with the "done" envelope around `result`.
     Task<> reportBridgeTaskSuccess(const QString& id, const BridgeResult& result) const;
-    /// The same with what `encodeBridgeSuccessBody` gave: a large result is encoded where it is made.
-    Task<> reportBridgeTaskSuccess(const QString& id, QByteArray encodedBody) const;
     /// PATCH /bridge/tasks/ID with the "error" envelope.
     Task<> reportBridgeTaskError(const QString& id, const QString& message) const;
     /// PATCH /bridge/tasks/ID with the "streaming" envelope around a piece of output.
     Task<> reportBridgeTaskStream(const QString& id, const QString& delta) const;
+    /// The same with an envelope that is encoded already: what is large is encoded where it is made.
+    Task<> reportBridgeTask(const QString& id, QByteArray encodedBody) const;
 
 private:
-    Task<> sendBridgeTaskUpdate(const QString& id, QByteArray bodyData) const;
-
     VennicHTTP* http_;
     const APIConfig* config_;
     std::optional<SecretText> token_;

@@ -13,8 +13,8 @@ constexpr qint64 mostStreamBytes = 256LL * 1024 * 1024;
 std::optional<QUrl> localServerURL(const QString& endpoint, QLatin1String path) {
     const QUrl url(endpoint + path, QUrl::StrictMode);
     const QString scheme = url.scheme();
-    const bool usable = url.isValid() && !url.host().isEmpty() &&
-                        (scheme == QLatin1String("http") || scheme == QLatin1String("https"));
+    const bool usable =
+        url.isValid() && !url.host().isEmpty() && (scheme == QLatin1String("http") || scheme == QLatin1String("https"));
     return usable ? std::optional(url) : std::nullopt;
 }
 

@@ -104,6 +104,7 @@ void LocalCompletionStream::count(qsizetype more) {
 
 std::vector<LocalToolCall> LocalCompletionStream::toolCalls() const {
     std::vector<LocalToolCall> calls;
+    calls.reserve(calls_.size());
     for (const auto& [index, call] : calls_)
         calls.push_back(call);
     return calls;

@@ -26,9 +26,7 @@ public:
 class SystemClock final : public Clock {
 public:
     QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
-    std::chrono::nanoseconds elapsed() const override {
-        return std::chrono::steady_clock::now().time_since_epoch();
-    }
+    std::chrono::nanoseconds elapsed() const override { return std::chrono::steady_clock::now().time_since_epoch(); }
     QTimeZone zone() const override { return QTimeZone::systemTimeZone(); }
     Task<> sleep(std::chrono::nanoseconds duration) override;
 };

@@ -14,7 +14,7 @@
 namespace vennic::wire {
 
 inline constexpr std::uint32_t magic = 0x444e4e56; // "VNND"
-inline constexpr std::uint16_t version = 2;
+inline constexpr std::uint16_t version = 3;
 
 /// What is asked of a document, what it takes and what it gives.
 enum class Form : std::uint16_t {
@@ -23,8 +23,8 @@ enum class Form : std::uint16_t {
     pdf = 3,         // mostCharacters -> UTF-8
     pdfPages = 4,    // -> PageCount; unparsable where the document has no page
     pdfPageText = 5, // page -> UTF-8, the page's text layer
-    pdfPageScan = 6, // page -> UTF-8, the lines recognised on the page's picture
-    imageText = 7,   // -> UTF-8, the lines recognised in an image
+    pdfPageScan = 6, // page -> RecognizedIn and UTF-8, the lines recognised on the page's picture
+    imageText = 7,   // -> RecognizedIn and UTF-8, the lines recognised in an image
     thumbnail = 8,   // edge -> PictureSize and a PNG; unparsable where there is nothing to draw
     photoFacts = 9,  // -> PhotoFacts; what is no picture says so there
 };
@@ -42,6 +42,11 @@ struct PageCount {
     std::uint32_t pages = 0;
 };
 inline constexpr std::uint32_t mostPages = 0x7fffffff; // Poppler counts in an int
+
+/// Body of pdfPageScan and imageText: the languages that were looked for, and then the text.
+struct RecognizedIn {
+    std::uint32_t languages = 0; // bit i stands for recognitionLanguages[i]
+};
 
 /// Body of thumbnail: the size in pixels, which the PNG's header says too, and then the PNG.
 struct PictureSize {
@@ -91,7 +96,7 @@ struct Answer {
 };
 
 static_assert(sizeof(Hello) == 8 && sizeof(Request) == 40 && sizeof(Answer) == 40 && sizeof(PageCount) == 4 &&
-              sizeof(PictureSize) == 8);
+              sizeof(RecognizedIn) == 4 && sizeof(PictureSize) == 8);
 
 /// What a form may be given, give and use. A form with a larger file is refused on both sides.
 struct Ceilings {

@@ -30,7 +30,7 @@ std::optional<QByteArray> LineReader::next() {
 }
 
 bool LineReader::overflowed() const {
-    const qsizetype end = pending_.indexOf('\n', at_);
+    const qsizetype end = pending_.indexOf('\n', searched_);
     return (end < 0 ? pending_.size() : end) - at_ > mostBytes_;
 }
 

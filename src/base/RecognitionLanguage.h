@@ -1,5 +1,8 @@
 #pragma once
 #include <array>
+#include <span>
+#include <string>
+#include <vector>
 
 namespace vennic {
 
@@ -9,6 +12,7 @@ struct RecognitionLanguage {
     const char* data;    // Tesseract's name of it: <data>.traineddata
     const char* package; // Debian's, which brings the data
     const char* name;    // French, UTF-8
+    bool operator==(const RecognitionLanguage&) const = default;
 };
 
 /// In the order of preference.
@@ -20,5 +24,14 @@ inline constexpr std::array<RecognitionLanguage, 2> recognitionLanguages{{
 /// Where distributions keep the data: Debian and its kin, then the others. The first that has any is used.
 inline constexpr std::array<const char*, 2> recognitionDataFolders{"/usr/share/tesseract-ocr/5/tessdata",
                                                                    "/usr/share/tessdata"};
+
+/// What texts can be recognised with.
+struct RecognitionData {
+    std::string folder;
+    std::vector<RecognitionLanguage> languages; // whose data can be read there, the preferred one first
+};
+
+/// Of the first of `folders` that has the data of any language; empty where none has.
+RecognitionData installedRecognition(std::span<const char* const> folders);
 
 } // namespace vennic

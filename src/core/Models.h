@@ -122,28 +122,31 @@ std::vector<ChatMessage> decodeConversation(const QByteArray& json);
 
 /// The keys of the preferences. A key that is missing has the default that its reader gives it.
 namespace PreferenceKey {
-inline constexpr QLatin1String selectedMode("selectedMode");                     // Mode
-inline constexpr QLatin1String chatMessages("chatMessages");                     // data: a stored conversation
-inline constexpr QLatin1String chatDiscussionId("chatDiscussionId");             // integer
-inline constexpr QLatin1String selectedProvider("selectedProvider");             // Provider
-inline constexpr QLatin1String selectedLocalModel("selectedLocalModel");         // text
-inline constexpr QLatin1String selectedCloudModel("selectedCloudModel");         // text
-inline constexpr QLatin1String voiceMode("voiceMode");                           // VoiceMode
-inline constexpr QLatin1String audioOutput("audioOutput");                       // AudioOutput
-inline constexpr QLatin1String whisperTranscription("whisperTranscription");     // boolean
-inline constexpr QLatin1String audioVoice("audioVoice");                         // text
-inline constexpr QLatin1String doubleCommandEnabled("doubleCommandEnabled");     // boolean
-inline constexpr QLatin1String summonBehavior("summonBehavior");                 // SummonBehavior
-inline constexpr QLatin1String summonFallbackShortcut("summonFallbackShortcut"); // SummonFallbackShortcut
-inline constexpr QLatin1String bridgeEnabled("bridgeEnabled");                   // boolean
-inline constexpr QLatin1String localLLMEnabled("localLLMEnabled");               // boolean
-inline constexpr QLatin1String localLLMEndpoint("localLLMEndpoint");             // text
-inline constexpr QLatin1String localLLMModel("localLLMModel");                   // text
-inline constexpr QLatin1String localLLMDeviceNickname("localLLMDeviceNickname"); // text
-inline constexpr QLatin1String apiBaseURL("apiBaseURL");                         // text, only ever read
-inline constexpr QLatin1String highSecurityMode("highSecurityMode");             // boolean
-inline constexpr QLatin1String bridgeAllowedBookmarks("bridgeAllowedBookmarks"); // data: folder grants
-inline constexpr QLatin1String bridgeDeviceId("vennic.bridgeDeviceId");          // text
+inline constexpr QLatin1String selectedMode("selectedMode");                         // Mode
+inline constexpr QLatin1String chatMessages("chatMessages");                         // data: a stored conversation
+inline constexpr QLatin1String chatDiscussionId("chatDiscussionId");                 // integer
+inline constexpr QLatin1String selectedProvider("selectedProvider");                 // Provider
+inline constexpr QLatin1String selectedLocalModel("selectedLocalModel");             // text
+inline constexpr QLatin1String selectedCloudModel("selectedCloudModel");             // text
+inline constexpr QLatin1String voiceMode("voiceMode");                               // VoiceMode
+inline constexpr QLatin1String audioOutput("audioOutput");                           // AudioOutput
+inline constexpr QLatin1String whisperTranscription("whisperTranscription");         // boolean
+inline constexpr QLatin1String audioVoice("audioVoice");                             // text
+inline constexpr QLatin1String doubleCommandEnabled("doubleCommandEnabled");         // boolean
+inline constexpr QLatin1String summonBehavior("summonBehavior");                     // SummonBehavior
+inline constexpr QLatin1String summonFallbackShortcut("summonFallbackShortcut");     // SummonFallbackShortcut
+inline constexpr QLatin1String bridgeEnabled("bridgeEnabled");                       // boolean
+inline constexpr QLatin1String localLLMEnabled("localLLMEnabled");                   // boolean
+inline constexpr QLatin1String localLLMEndpoint("localLLMEndpoint");                 // text
+inline constexpr QLatin1String localLLMModel("localLLMModel");                       // text
+inline constexpr QLatin1String localLLMDeviceNickname("localLLMDeviceNickname");     // text
+inline constexpr QLatin1String apiBaseURL("apiBaseURL");                             // text, only ever read
+inline constexpr QLatin1String highSecurityMode("highSecurityMode");                 // boolean
+inline constexpr QLatin1String bridgeAllowedBookmarks("bridgeAllowedBookmarks");     // data: folder grants
+inline constexpr QLatin1String settingsInitialTab("settingsInitialTab");             // SettingsTab
+inline constexpr QLatin1String hallwardenPanelAnchor("hallwardenPanelAnchor");       // HallwardenAnchor
+inline constexpr QLatin1String suppressQuitConfirmation("suppressQuitConfirmation"); // boolean
+inline constexpr QLatin1String bridgeDeviceId("vennic.bridgeDeviceId");              // text
 } // namespace PreferenceKey
 
 } // namespace vennic

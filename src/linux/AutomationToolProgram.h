@@ -7,7 +7,8 @@ namespace vennic {
 /// does, and what it started in the background goes on.
 class AutomationToolProgram final : public AutomationTool {
 public:
-    /// The most that is taken of standard output, and of standard error.
+    /// The most that is taken of standard output, and of standard error. Who writes more goes on undisturbed: a run
+    /// that ends well raises then, and one that fails says nothing but its status.
     static constexpr qsizetype mostOutput = qsizetype{64} << 20;
 
     /// `executable` is an absolute path.

@@ -44,7 +44,8 @@ protected:
     qint64 announcedBytes() const;
     /// Fails the exchange: more came than may come. To be returned by `takeBody`.
     std::size_t overflow();
-    /// What `takeBody` gives for CURL_WRITEFUNC_PAUSE. The peer's silence no longer counts: it is we who keep it waiting.
+    /// What `takeBody` gives for CURL_WRITEFUNC_PAUSE. The peer's silence no longer counts: it is we who keep it
+    /// waiting.
     std::size_t pause();
     /// Takes up what was paused, if it was.
     void goOn();

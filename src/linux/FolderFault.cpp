@@ -1,7 +1,8 @@
 #include "linux/FolderFault.h"
 
+#include "base/SystemReason.h"
+
 #include <cerrno>
-#include <cstring>
 
 namespace vennic {
 
@@ -23,7 +24,7 @@ QString folderFault(int error) {
     case EINVAL:
         return QStringLiteral("son chemin n'est pas valable");
     default:
-        return QString::fromLocal8Bit(strerror(error));
+        return QString::fromStdString(systemReason(error));
     }
 }
 

@@ -1,9 +1,9 @@
 #include "linux/FolderUsagePosix.h"
 
+#include "base/SystemReason.h"
 #include "linux/NativePath.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fts.h>
 #include <memory>
@@ -51,7 +51,7 @@ void FolderUsagePosix::removeFolder(const QString& path) {
         std::filesystem::remove_all(native->toStdString(), error);
     if (error)
         throw LocalizedError(QStringLiteral("Le dossier « %1 » n'a pas pu être supprimé (%2).")
-                                 .arg(path, QString::fromLocal8Bit(std::strerror(error.value()))));
+                                 .arg(path, QString::fromStdString(systemReason(error.value()))));
 }
 
 } // namespace vennic

@@ -1,6 +1,7 @@
 #include "linux/InstanceSocket.h"
 
 #include "base/LocalizedError.h"
+#include "base/SystemReason.h"
 #include "linux/InstanceConnection.h"
 
 #include <QDeadlineTimer>
@@ -24,7 +25,7 @@ namespace {
 constexpr std::size_t maxConnections = 32;
 constexpr qsizetype maxAnswerBytes = qsizetype{16} * 1024 * 1024;
 
-QString systemReason() { return QString::fromLocal8Bit(std::strerror(errno)); }
+QString lastReason() { return QString::fromStdString(systemReason(errno)); }
 
 sockaddr_un addressOf(const QString& path) {
     sockaddr_un address{};
@@ -83,7 +84,7 @@ void InstanceSocket::makeDirectory() const {
         throw LocalizedError(QStringLiteral("Le dossier %1 ne peut pas servir à Vennic.").arg(directory_));
     if ((info.st_mode & 0777) != 0700 && ::chmod(path.constData(), 0700) != 0)
         throw LocalizedError(
-            QStringLiteral("Le dossier %1 ne peut pas être protégé : %2").arg(directory_, systemReason()));
+            QStringLiteral("Le dossier %1 ne peut pas être protégé : %2").arg(directory_, lastReason()));
 }
 
 bool InstanceSocket::claim(Handler handler) {
@@ -91,7 +92,7 @@ bool InstanceSocket::claim(Handler handler) {
     const QByteArray lockPath = QFile::encodeName(directory_ + QStringLiteral("/lock"));
     FileDescriptor lock(::open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!lock.isOpen())
-        throw LocalizedError(QStringLiteral("Le verrou de Vennic ne peut pas être créé : %1").arg(systemReason()));
+        throw LocalizedError(QStringLiteral("Le verrou de Vennic ne peut pas être créé : %1").arg(lastReason()));
     if (::flock(lock.number(), LOCK_EX | LOCK_NB) != 0)
         return false;
     lock_ = std::move(lock);
@@ -108,8 +109,7 @@ void InstanceSocket::listen() {
     if (!listener_.isOpen() ||
         ::bind(listener_.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::chmod(address.sun_path, 0600) != 0 || ::listen(listener_.number(), 16) != 0)
-        throw LocalizedError(
-            QStringLiteral("Le point d'accès de Vennic ne peut pas être créé : %1").arg(systemReason()));
+        throw LocalizedError(QStringLiteral("Le point d'accès de Vennic ne peut pas être créé : %1").arg(lastReason()));
     incoming_ = std::make_unique<QSocketNotifier>(listener_.number(), QSocketNotifier::Read);
     QObject::connect(incoming_.get(), &QSocketNotifier::activated, incoming_.get(), [this] { accept(); });
 }
@@ -144,12 +144,12 @@ std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::ch
         return std::nullopt;
     QByteArray rest = request + '\n';
     while (!rest.isEmpty()) {
-        const ssize_t sent =
-            ready(socket.number(), POLLOUT, deadline)
-                ? ::send(socket.number(), rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL)
-                : -1;
-        if (sent <= 0)
+        if (!ready(socket.number(), POLLOUT, deadline))
             noAnswer();
+        const ssize_t sent =
+            ::send(socket.number(), rest.constData(), static_cast<std::size_t>(rest.size()), MSG_NOSIGNAL);
+        if (sent <= 0)
+            throw InstanceHungUp();
         rest.remove(0, sent);
     }
     QByteArray answer;
@@ -157,7 +157,7 @@ std::optional<QByteArray> InstanceSocket::ask(const QByteArray& request, std::ch
     while (ready(socket.number(), POLLIN, deadline)) {
         const ssize_t count = ::recv(socket.number(), buffer, sizeof buffer, 0);
         if (count <= 0)
-            break;
+            throw InstanceHungUp();
         answer.append(buffer, count);
         if (answer.endsWith('\n')) {
             answer.chop(1);

@@ -1,7 +1,9 @@
 #include "linux/PipedProgram.h"
 
+#include "base/SystemReason.h"
 #include "linux/GlibOwned.h"
 #include "linux/ProgramOfTheUser.h"
+#include "linux/StopDescriptor.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -14,7 +16,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,7 +50,7 @@ ssize_t writeQuietly(int descriptor, const char* data, std::size_t size) {
     return written;
 }
 
-QString reasonOf(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
+QString reasonOf(int error) { return QString::fromStdString(systemReason(error)); }
 
 bool isForLater(int error) { return error == EAGAIN || error == EINTR; }
 
@@ -70,25 +71,6 @@ GlibTexts environmentForTheUser() {
         environment = g_environ_unsetenv(environment, *name);
     return GlibTexts(environment);
 }
-
-/// A descriptor that becomes readable when somebody asks to stop.
-class StopDescriptor {
-public:
-    explicit StopDescriptor(std::stop_token stop)
-        : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), onStop_(std::move(stop), Tell{descriptor_.number()}) {}
-    int number() const { return descriptor_.number(); }
-
-private:
-    struct Tell {
-        int descriptor;
-        void operator()() const {
-            const std::uint64_t one = 1;
-            [[maybe_unused]] const ssize_t written = ::write(descriptor, &one, sizeof one);
-        }
-    };
-    FileDescriptor descriptor_;
-    std::stop_callback<Tell> onStop_;
-};
 
 } // namespace
 
@@ -135,6 +117,7 @@ PipedProgram::~PipedProgram() {
 }
 
 PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop) {
+    mostOutput_ = mostOutput;
     const StopDescriptor stopped(std::move(stop));
     while (true) {
         // A closed one has the number -1, which poll leaves out.
@@ -164,10 +147,6 @@ PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop
             readWhatIsLeft(output_);
             readWhatIsLeft(error_);
         }
-        if (output_.text.size() > mostOutput || error_.text.size() > mostOutput) {
-            end();
-            return End::tooMuch;
-        }
         if (hasEnded)
             return ended();
     }
@@ -186,22 +165,27 @@ void PipedProgram::writeSome() {
         inputPipe_ = FileDescriptor();
 }
 
-void PipedProgram::readSome(Output& from) {
+qsizetype PipedProgram::readSome(Output& from) const {
     std::array<char, chunk> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills what is used
     const ssize_t count = ::read(from.pipe.number(), bytes.data(), bytes.size());
-    if (count > 0)
-        from.text.append(bytes.data(), count);
-    else if (count == 0 || !isForLater(errno))
+    if (count == 0 || (count < 0 && !isForLater(errno)))
         from.pipe = FileDescriptor();
+    if (count <= 0)
+        return 0;
+    const qsizetype kept = std::min<qsizetype>(count, mostOutput_ - from.text.size());
+    from.text.append(bytes.data(), kept);
+    from.isWhole = from.isWhole && kept == count;
+    return count;
 }
 
-void PipedProgram::readWhatIsLeft(Output& from) {
+void PipedProgram::readWhatIsLeft(Output& from) const {
     // What the program wrote before its end fits into the pipe; whoever else holds it may write without an end.
-    const qsizetype most = from.text.size() + std::max(::fcntl(from.pipe.number(), F_GETPIPE_SZ), 0);
-    qsizetype before = -1;
-    while (from.pipe.isOpen() && from.text.size() < most && from.text.size() != before) {
-        before = from.text.size();
-        readSome(from);
+    qsizetype most = std::max(::fcntl(from.pipe.number(), F_GETPIPE_SZ), 0);
+    while (from.pipe.isOpen() && most > 0) {
+        const qsizetype count = readSome(from);
+        if (count == 0)
+            return;
+        most -= count;
     }
 }
 

@@ -18,7 +18,12 @@ public:
         exited,    // `number` is the exit status
         signalled, // `number` is the signal's
         stopped,   // `stop` asked for it
-        tooMuch,   // it wrote more than `mostOutput` bytes on one of its streams
+    };
+    /// What was read of one of its streams.
+    struct Output {
+        FileDescriptor pipe;
+        QByteArray text;     // its beginning, as much of it as is kept
+        bool isWhole = true; // else there was more, which was read and dropped
     };
 
     /// Starts it. `executable` is an absolute path; an absent `input` is /dev/null. Raises LocalizedError in the
@@ -28,25 +33,22 @@ public:
     PipedProgram(const PipedProgram&) = delete;
     PipedProgram& operator=(const PipedProgram&) = delete;
 
-    /// Blocks until the program has ended; once. Where it doesn't end by itself, its whole process group is asked to
-    /// end (SIGTERM), and half a second later made to (SIGKILL).
+    /// Blocks until the program has ended; once. Of each of its streams the first `mostOutput` bytes are kept: what it
+    /// does matters more than what it says, so it isn't held up and goes on. When `stop` asks for it, its whole process
+    /// group is asked to end (SIGTERM), and half a second later made to (SIGKILL).
     ///
     /// What the program leaves behind may hold the pipes open for as long as it likes; it isn't waited for.
     End await(qsizetype mostOutput, std::stop_token stop);
 
     int number() const { return number_; }
-    const QByteArray& output() const { return output_.text; }
-    const QByteArray& error() const { return error_.text; }
+    const Output& output() const { return output_; }
+    const Output& error() const { return error_; }
 
 private:
-    struct Output {
-        FileDescriptor pipe;
-        QByteArray text;
-    };
-
     void writeSome();
-    static void readSome(Output& from);
-    static void readWhatIsLeft(Output& from);
+    /// How many bytes were there to be read.
+    qsizetype readSome(Output& from) const;
+    void readWhatIsLeft(Output& from) const;
     End ended();
     void end();
 
@@ -55,6 +57,7 @@ private:
     FileDescriptor inputPipe_;
     QByteArray input_;
     qsizetype written_ = 0;
+    qsizetype mostOutput_ = 0;
     Output output_;
     Output error_;
     int number_ = 0;

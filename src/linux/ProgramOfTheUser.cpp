@@ -8,7 +8,7 @@
 
 namespace vennic {
 
-void becomeProgramOfTheUser(gpointer) noexcept {
+void becomeProgramOfTheUser(void*) noexcept {
     setsid();
     restoreLimits();
     sigset_t none;

@@ -31,7 +31,7 @@ std::optional<qint64> field(QByteArrayView text, QByteArrayView key) {
 }
 
 std::optional<qint64> totalOfTheSystem() {
-    struct sysinfo info {};
+    struct sysinfo info{};
     if (sysinfo(&info) != 0)
         return std::nullopt;
     return static_cast<qint64>(info.totalram) * info.mem_unit;

@@ -54,7 +54,7 @@ GlibOwned<GDBusConnection> harmlessSessionBus(GlibWait& wait) {
     if (bus)
         g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
     else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED))
-        raiseGlibError(error); // GIO would wait for that bus too, and without an end
+        wait.raise(error); // GIO would wait for that bus too, and without an end
     else
         g_error_free(error);
     return bus;
@@ -90,7 +90,7 @@ void activate(GDBusConnection* bus, const QByteArray& name, const gchar* uri, Gl
     GError* error = nullptr;
     const GlibOwned<GVariant> answer(g_dbus_connection_call_finish(bus, result.get(), &error));
     if (!answer)
-        raiseGlibError(error);
+        wait.raise(error);
 }
 
 /// Asks the file manager, which the bus starts where needed (freedesktop.org File Manager D-Bus Interface).
@@ -104,7 +104,7 @@ void showInFileManager(GDBusConnection* bus, const gchar* uri, GlibWait& wait) {
     GError* error = nullptr;
     const GlibOwned<GVariant> answer(g_dbus_connection_call_finish(bus, result.get(), &error));
     if (!answer)
-        raiseGlibError(error);
+        wait.raise(error);
 }
 
 /// Starts the application's program. Only as a manager of sessions one may say how it is started.
@@ -169,6 +169,10 @@ void WorkspaceGio::openApplication(const QString& entry, std::stop_token stop) {
     if (!application)
         throw LocalizedError(QStringLiteral("L'application n'est plus installée."));
     launch(application.get(), nullptr, std::move(stop));
+}
+
+bool WorkspaceGio::hasDefaultApplication(const char* mimeType) {
+    return GlibOwned<GAppInfo>(g_app_info_get_default_for_type(mimeType, FALSE)) != nullptr;
 }
 
 void WorkspaceGio::open(const QString& path, std::stop_token stop) {

@@ -10,6 +10,9 @@ public:
     /// `systemData` is the data folder of what came with the system (Filesystem Hierarchy Standard 3.0, 4.11).
     explicit WorkspaceGio(QString systemData = QStringLiteral("/usr/share")) : systemData_(std::move(systemData)) {}
 
+    /// Whether there is an application that opens files of that type.
+    static bool hasDefaultApplication(const char* mimeType);
+
     std::vector<Application> applications() override;
     void openApplication(const QString& entry, std::stop_token stop) override;
     void open(const QString& path, std::stop_token stop) override;

@@ -27,8 +27,7 @@ Task<bool> isReachable(VennicHTTP* http, QString endpoint, std::chrono::millisec
     }
 }
 
-Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyData,
-                          std::function<void(const QString&)> onDelta) {
+Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyData, OnDelta onDelta) {
     auto url = localServerURL(endpoint, QLatin1String("/chat/completions"));
     if (!url)
         throw DirectError::serverUnreachable(QStringLiteral("invalid endpoint"));

@@ -13,6 +13,8 @@ namespace vennic {
 /// between calls and sends no token; `http` outlives the calls.
 namespace LocalDirectClient {
 
+using OnDelta = std::function<void(const QString&)>;
+
 /// A whole answer.
 struct Reply {
     QString text;
@@ -26,8 +28,7 @@ Task<bool> isReachable(VennicHTTP* http, QString endpoint, std::chrono::millisec
 /// Sends `bodyData`, the JSON of a streamed chat completion, to `endpoint`/chat/completions. `onDelta`, which may be
 /// empty, hears each piece of text on the main thread. Raises DirectError, TransportError and Cancelled; a cancelled
 /// job closes the connection at once.
-Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyData,
-                          std::function<void(const QString&)> onDelta);
+Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyData, OnDelta onDelta);
 
 /// The calls that have a name, as the conversation keeps them: one without an id gets "call_" and what `newId` gives,
 /// missing arguments are "{}".

@@ -23,7 +23,7 @@ public:
     /// Starts the tool and blocks until it ends, however long that takes. An absent `input` is nothing to read; an
     /// empty one is an empty standard input. When `stop` asks for it, the tool and what it runs are ended. From any
     /// thread. Raises LocalizedError, with the platform's own words when the tool can't be started, and when it was
-    /// stopped or writes more than is taken.
+    /// stopped, or ended well after it had written more than is taken.
     virtual AutomationRun run(const QStringList& arguments, const std::optional<QByteArray>& input,
                               std::stop_token stop) = 0;
 };

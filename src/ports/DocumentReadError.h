@@ -5,7 +5,7 @@ namespace vennic {
 
 /// Why a document gave nothing.
 enum class DocumentFault {
-    unreadable, // the file couldn't be opened or read; the description is the system's own
+    unreadable, // the file couldn't be opened or read; the description says why
     unparsable, // the bytes are not a document of that form
     worker,     // the boxed process died, ran out of its time or memory, or couldn't be boxed
 };

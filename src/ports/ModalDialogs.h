@@ -5,19 +5,27 @@
 
 namespace vennic {
 
+enum class DialogStyle {
+    question,      // Enter and Escape refuse
+    informational, // Enter accepts: the user has asked for what the dialog asks about
+};
+
 /// A question with two answers. All of it is plain text.
 struct DialogQuestion {
     QString title;
     QString informativeText;
-    QString accept; // the words of the two buttons
+    QString accept; // the words of the two buttons, the first one first
     QString refuse;
+    DialogStyle style = DialogStyle::question;
+    QString suppression = {}; // the words of a check box, unchecked, by which the user isn't asked again; empty: no box
     bool operator==(const DialogQuestion&) const = default;
 };
 
 enum class DialogAnswer {
     accepted,
-    refused, // closing the dialog refuses too
-    none,    // nobody could be asked
+    acceptedForGood, // with the box checked
+    refused,         // closing the dialog refuses too, whatever the box says
+    none,            // nobody could be asked
 };
 
 /// Dialogs that the user has to close before they go on. Main thread.

@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <stop_token>
 
 namespace vennic {
 
@@ -15,7 +16,8 @@ struct RecognizedText {
 };
 
 /// An open PDF, the same file as long as this object lives. Its operations block, may be called from several threads,
-/// and raise DocumentReadError; one that fails says nothing of the other pages.
+/// and raise DocumentReadError; one that fails says nothing of the other pages, unless it was given up because the
+/// token that the PDF was opened with asked for it.
 class PdfPages {
 public:
     virtual ~PdfPages() = default;
@@ -28,15 +30,15 @@ public:
 };
 
 /// Reads the text out of pictures that nobody vetted, in a boxed process: French and English, accurately, with
-/// language correction. Each operation blocks, takes an absolute path, may be called from several threads, and raises
-/// DocumentReadError.
+/// language correction. Each operation blocks, takes an absolute path, may be called from several threads, gives up
+/// soon after `stop` asks for it, and raises DocumentReadError, then too.
 class TextRecognizer {
 public:
     virtual ~TextRecognizer() = default;
     /// An image file, of PNG, JPEG, TIFF, GIF, BMP, HEIC or HEIF; unparsable when no picture can be made of it.
-    virtual RecognizedText image(const QString& path) = 0;
+    virtual RecognizedText image(const QString& path, std::stop_token stop) = 0;
     /// Unparsable when the file is no PDF that opens without a password, or has no pages.
-    virtual std::unique_ptr<PdfPages> openPdf(const QString& path) = 0;
+    virtual std::unique_ptr<PdfPages> openPdf(const QString& path, std::stop_token stop) = 0;
 };
 
 } // namespace vennic

@@ -1,5 +1,6 @@
 #include "shortcuts/Automations.h"
 
+#include "base/SystemReason.h"
 #include "base/Utf8.h"
 
 #include <algorithm>
@@ -90,7 +91,7 @@ std::vector<Automation> automationsIn(const std::string& path) {
     if (!folder) {
         if (errno == ENOENT)
             return {};
-        throw failure(path, std::string("ne peut pas être lu : ") + std::strerror(errno) + '.');
+        throw failure(path, "ne peut pas être lu : " + systemReason(errno) + '.');
     }
     const int descriptor = ::dirfd(folder.get());
     struct stat about{};

@@ -1,3 +1,4 @@
+#include "base/SystemReason.h"
 #include "base/Utf8.h"
 #include "shortcuts/Automations.h"
 #include "shortcuts/FrenchOrder.h"
@@ -86,7 +87,7 @@ int list(const std::string& folder) {
     for (const std::string& name : names)
         std::printf("%s\n", name.c_str());
     if (std::fflush(stdout) != 0)
-        return fail(failed, std::string("La liste n'a pas pu être écrite : ") + std::strerror(errno) + '.');
+        return fail(failed, "La liste n'a pas pu être écrite : " + systemReason(errno) + '.');
     return done;
 }
 
@@ -101,7 +102,7 @@ int become(const std::string& folder, const Automation& automation) {
     if (errno == ENOEXEC)
         return fail(cannotRun, shown(automation.name) + " n'est ni un programme de cette machine, ni un script dont la "
                                                         "première ligne est « #! » et son interpréteur.");
-    return fail(cannotRun, shown(automation.name) + " ne peut pas être lancé : " + std::strerror(errno) + '.');
+    return fail(cannotRun, shown(automation.name) + " ne peut pas être lancé : " + systemReason(errno) + '.');
 }
 
 int run(const std::string& folder, const std::string& name) {

@@ -9,16 +9,29 @@
 namespace vennic::worker {
 namespace {
 
-/// Poppler reads its tables whenever the first of the open documents is opened. One that stays open keeps them.
-void keepTables() {
+std::string_view without(std::string_view text, std::string_view end) {
+    if (text.ends_with(end))
+        text.remove_suffix(end.size());
+    return text;
+}
+
+/// Poppler ends each line, each run of lines and the page: what it sets last is no part of the page's text.
+std::string_view withoutPageEnd(std::string_view text) {
+    constexpr std::string_view pageMark = "\f";
+    constexpr std::string_view lineEnd = "\n";
+    return without(without(without(text, pageMark), lineEnd), lineEnd);
+}
+
+} // namespace
+
+void preparePoppler() {
+    // Poppler reads its tables whenever the first of the open documents is opened. One that stays open keeps them.
     static constexpr std::string_view smallest = "%PDF-1.1\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
                                                  "2 0 obj<</Type/Pages/Kids[]/Count 0>>endobj\n"
                                                  "trailer<</Root 1 0 R>>\n%%EOF";
     static const std::unique_ptr<poppler::document> kept(
         poppler::document::load_from_raw_data(smallest.data(), static_cast<int>(smallest.size())));
 }
-
-} // namespace
 
 void warmUpPdf() {
     poppler::set_debug_error_function([](const std::string&, void*) {}, nullptr);
@@ -31,7 +44,7 @@ void warmUpPdf() {
 }
 
 std::unique_ptr<poppler::document> openPdf(std::string_view bytes) {
-    keepTables();
+    preparePoppler();
     if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         return nullptr;
     std::unique_ptr<poppler::document> document(
@@ -46,9 +59,7 @@ std::optional<std::string> pdfPageText(const poppler::document& document, int in
     if (!page)
         return std::nullopt;
     const auto utf8 = page->text(poppler::rectf(), poppler::page::non_raw_non_physical_layout).to_utf8();
-    const std::string_view text(utf8.data(), utf8.size());
-    const std::size_t last = text.find_last_not_of("\n\r\f ");
-    return last == std::string_view::npos ? std::string() : std::string(text.substr(0, last + 1));
+    return std::string(withoutPageEnd({utf8.data(), utf8.size()}));
 }
 
 } // namespace vennic::worker

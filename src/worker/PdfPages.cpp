@@ -9,34 +9,42 @@
 namespace vennic::worker {
 namespace {
 
-/// The PDF that was opened last stays open, since the pages of one are asked for one after another.
-const poppler::document* opened(const Document& document) {
-    static Document source;
-    static std::unique_ptr<poppler::document> pdf;
-    if (!pdf || !source.isSameAs(document)) {
-        pdf.reset(); // before its bytes
-        source = document;
-        pdf = openPdf(source.bytes());
+/// A PDF that was opened. It is opened once more for drawing, when the first of its pages has to be recognised.
+struct OpenedPdf {
+    Document source;
+    std::unique_ptr<poppler::document> texts;
+    std::unique_ptr<PdfDrawing> drawing;
+};
+
+/// The one that was opened last stays open, since the pages of one are asked for one after another.
+OpenedPdf& opened(const Document& document) {
+    static OpenedPdf pdf;
+    if (!pdf.texts || !pdf.source.isSameAs(document)) {
+        pdf.drawing.reset(); // before its bytes
+        pdf.texts.reset();
+        pdf.source = document;
+        pdf.texts = openPdf(pdf.source.bytes());
     }
-    return pdf.get();
+    return pdf;
 }
 
-const poppler::document* openedAt(const Document& document, std::uint32_t page) {
-    return page > wire::mostPages ? nullptr : opened(document);
+OpenedPdf* openedAt(const Document& document, std::uint32_t page) {
+    OpenedPdf* const pdf = page > wire::mostPages ? nullptr : &opened(document);
+    return pdf != nullptr && pdf->texts ? pdf : nullptr;
 }
 
 } // namespace
 
 ReadResult readPdfPages(const Document& document, const wire::Parameters&) {
-    const auto* const pdf = opened(document);
-    if (pdf == nullptr || pdf->pages() < 1)
+    const auto& pdf = opened(document).texts;
+    if (!pdf || pdf->pages() < 1)
         return ReadResult::unparsable();
     return ReadResult::record(wire::PageCount{static_cast<std::uint32_t>(pdf->pages())});
 }
 
 ReadResult readPdfPageText(const Document& document, const wire::Parameters& parameters) {
-    const auto* const pdf = openedAt(document, parameters.page);
-    auto text = pdf != nullptr ? pdfPageText(*pdf, static_cast<int>(parameters.page)) : std::nullopt;
+    const OpenedPdf* const pdf = openedAt(document, parameters.page);
+    auto text = pdf != nullptr ? pdfPageText(*pdf->texts, static_cast<int>(parameters.page)) : std::nullopt;
     if (!text)
         return ReadResult::unparsable();
     if (text->size() > wire::mostPdfTextBytes)
@@ -45,10 +53,12 @@ ReadResult readPdfPageText(const Document& document, const wire::Parameters& par
 }
 
 ReadResult readPdfPageScan(const Document& document, const wire::Parameters& parameters) {
-    const auto* const pdf = openedAt(document, parameters.page);
+    OpenedPdf* const pdf = openedAt(document, parameters.page);
     if (pdf == nullptr)
         return ReadResult::unparsable();
-    Picture picture = pictureOfPdfPage(*pdf, static_cast<int>(parameters.page), wire::recognitionDpi);
+    if (!pdf->drawing)
+        pdf->drawing = std::make_unique<PdfDrawing>(pdf->source.bytes());
+    Picture picture = pdf->drawing->page(static_cast<int>(parameters.page), wire::recognitionDpi);
     return picture ? recognizedText(std::move(picture)) : ReadResult::beyondBox();
 }
 

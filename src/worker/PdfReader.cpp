@@ -22,13 +22,14 @@ std::optional<PdfText> pdfText(std::string_view bytes, std::size_t most, std::si
             result.cutShort = true;
             return result;
         }
-        // A newline always ends a character, so the pages can be counted one by one.
+        // A newline always ends a character, so the pages can be counted one by one; after a carriage return it is
+        // part of the same one.
         characters += graphemeCount(text);
         result.text += text;
         if (characters >= most)
             return result;
         result.text += '\n';
-        ++characters;
+        characters += text.ends_with('\r') ? 0 : 1;
     }
     return result;
 }

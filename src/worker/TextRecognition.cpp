@@ -2,11 +2,10 @@
 
 #include "base/RecognitionLanguage.h"
 
-#include <fcntl.h>
+#include <algorithm>
 #include <leptonica/allheaders.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
-#include <unistd.h>
 
 // OpenMP's own declaration stands in a header of the compiler that Tesseract was built with.
 extern "C" void omp_set_max_active_levels(int levels);
@@ -14,39 +13,24 @@ extern "C" void omp_set_max_active_levels(int levels);
 namespace vennic::worker {
 namespace {
 
-// Asking for the file is the only way to know: Tesseract takes a missing language for one that finds nothing.
-bool canRead(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file >= 0)
-        close(file);
-    return file >= 0;
+/// As Tesseract takes them: "fra+eng".
+std::string joined(const std::vector<RecognitionLanguage>& languages) {
+    std::string names;
+    for (const RecognitionLanguage& language : languages)
+        names += (names.empty() ? "" : "+") + std::string(language.data);
+    return names;
 }
 
-/// "fra+eng", without those that the folder doesn't have.
-std::string languagesIn(const std::string& folder) {
-    std::string languages;
-    for (const RecognitionLanguage& language : recognitionLanguages) {
-        if (canRead(folder + '/' + language.data + ".traineddata"))
-            languages += (languages.empty() ? "" : "+") + std::string(language.data);
+/// Of the languages that were asked for, Tesseract passes over those whose data it can't use.
+wire::RecognizedIn loadedLanguages(const tesseract::TessBaseAPI& recognizer) {
+    std::vector<std::string> loaded;
+    recognizer.GetLoadedLanguagesAsVector(&loaded);
+    wire::RecognizedIn languages;
+    for (std::size_t i = 0; i < recognitionLanguages.size(); ++i) {
+        if (std::ranges::find(loaded, recognitionLanguages[i].data) != loaded.end())
+            languages.languages |= 1U << i;
     }
     return languages;
-}
-
-/// Null when there is no language.
-std::unique_ptr<tesseract::TessBaseAPI> makeRecognizer() {
-    // Its parallel loops are so short that starting them takes longer than they do.
-    omp_set_max_active_levels(0);
-    for (const char* const folder : recognitionDataFolders) {
-        const std::string languages = languagesIn(folder);
-        if (languages.empty())
-            continue;
-        auto recognizer = std::make_unique<tesseract::TessBaseAPI>();
-        if (recognizer->Init(folder, languages.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
-            return nullptr;
-        recognizer->SetPageSegMode(tesseract::PSM_AUTO);
-        return recognizer;
-    }
-    return nullptr;
 }
 
 std::string withoutEnd(std::string line) {
@@ -70,19 +54,41 @@ std::string linesOf(tesseract::TessBaseAPI& recognizer) {
 
 } // namespace
 
-ReadResult recognizedText(Picture picture) {
-    static const auto recognizer = makeRecognizer();
-    if (!recognizer)
+TextRecognition::TextRecognition(std::span<const char* const> folders) {
+    const RecognitionData data = installedRecognition(folders);
+    if (data.languages.empty())
+        return;
+    // Its parallel loops are so short that starting them takes longer than they do.
+    omp_set_max_active_levels(0);
+    recognizer_ = std::make_unique<tesseract::TessBaseAPI>();
+    if (recognizer_->Init(data.folder.c_str(), joined(data.languages).c_str(), tesseract::OEM_LSTM_ONLY) != 0) {
+        recognizer_.reset();
+        return;
+    }
+    recognizer_->SetPageSegMode(tesseract::PSM_AUTO);
+    languages_ = loadedLanguages(*recognizer_);
+}
+
+TextRecognition::~TextRecognition() = default;
+
+ReadResult TextRecognition::read(Picture picture) {
+    if (!recognizer_)
         return ReadResult::unavailable();
-    recognizer->SetImage(picture.get());
+    recognizer_->SetImage(picture.get());
     picture.reset(); // the recogniser has its own copy
-    if (recognizer->Recognize(nullptr) != 0) {
-        recognizer->Clear();
+    if (recognizer_->Recognize(nullptr) != 0) {
+        recognizer_->Clear();
         return ReadResult::beyondBox();
     }
-    std::string text = linesOf(*recognizer);
-    recognizer->Clear();
-    return {wire::Outcome::done, std::move(text), false};
+    ReadResult result = ReadResult::record(languages_);
+    result.body += linesOf(*recognizer_);
+    recognizer_->Clear();
+    return result;
+}
+
+ReadResult recognizedText(Picture picture) {
+    static TextRecognition recognition(recognitionDataFolders);
+    return recognition.read(std::move(picture));
 }
 
 } // namespace vennic::worker

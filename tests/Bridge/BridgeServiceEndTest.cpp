@@ -110,8 +110,8 @@ TEST_F(BridgeServiceTest, aFailureThatAHandlerDoesNotExpectIsAnsweredWithItsWord
         IndexStatus status() const override { return {}; }
     } broken;
     world.share(QStringLiteral("/d"));
-    BridgeService other({world.http, world.config, world.clock, world.context, nullptr, world.telemetry, world.store, broken,
-                         world.bookmarks, world.files, world.types, world.reader, world.photos, world.workspace,
+    BridgeService other({world.http, world.config, world.clock, world.context, nullptr, world.telemetry, world.store,
+                         broken, world.bookmarks, world.files, world.types, world.reader, world.photos, world.workspace,
                          world.automations, world.thumbnailer, world.recognizer});
     other.start(SecretText("token"));
     ASSERT_TRUE(polling(1));

@@ -40,9 +40,9 @@ struct BridgeWireTest : ::testing::Test {
                                              .pairingPage = {},
                                              .packageManagerSite = {}}};
     VennicHTTP http{transport, QStringLiteral("127.0.0.1"), LoopbackServer::authority().anchors()};
-    BridgeService service{{http, config, world.clock, world.context, nullptr, world.telemetry, world.store, world.index, world.bookmarks,
-                           world.files, world.types, world.reader, world.photos, world.workspace, world.automations,
-                           world.thumbnailer, world.recognizer}};
+    BridgeService service{{http, config, world.clock, world.context, nullptr, world.telemetry, world.store, world.index,
+                           world.bookmarks, world.files, world.types, world.reader, world.photos, world.workspace,
+                           world.automations, world.thumbnailer, world.recognizer}};
 
     QString origin() const { return QStringLiteral("https://127.0.0.1:%1").arg(server.port()); }
     void start() { service.start(SecretText("t0ken")); }

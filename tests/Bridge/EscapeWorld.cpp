@@ -22,20 +22,41 @@ namespace vennic::test {
 
 namespace {
 
-/// Opens documents as the program does and reads their bytes as they are, like a document process without a box.
+/// Opens documents as the program does and gives their bytes as they are, like a document process without a box.
+DocumentText openedText(const QString& path) {
+    const OpenedDocument document(path, 1'000'000);
+    QByteArray bytes(64, '\0'); // enough to tell what it is
+    const ssize_t got = ::read(document.descriptor(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+    if (got < 0)
+        throw DocumentReadError(DocumentFault::unreadable, QStringLiteral("Illisible."));
+    return {QString::fromUtf8(bytes.first(got)), false, document.size()};
+}
+
 class OpeningReader final : public DocumentReader {
 public:
-    DocumentText plainText(const QString& path, qint64 maxChars) override {
-        const OpenedDocument document(path, 1'000'000);
-        QByteArray bytes(64, '\0'); // enough to tell what it is
-        const ssize_t got = ::read(document.descriptor(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-        if (got < 0)
-            throw DocumentReadError(DocumentFault::unreadable, QStringLiteral("Illisible."));
-        const QString text = QString::fromUtf8(bytes.first(got));
-        return {text.left(maxChars), text.size() > maxChars, document.size()};
+    DocumentText plainText(const QString& path, qint64) override { return openedText(path); }
+    DocumentText rtf(const QString& path, qint64) override { return openedText(path); }
+    DocumentText pdf(const QString& path, qint64) override { return openedText(path); }
+};
+
+class OpeningRecognizer final : public TextRecognizer {
+public:
+    RecognizedText image(const QString& path, std::stop_token) override { return {openedText(path).text, {}}; }
+    std::unique_ptr<PdfPages> openPdf(const QString& path, std::stop_token) override {
+        return std::make_unique<OnePage>(openedText(path).text);
     }
-    DocumentText rtf(const QString& path, qint64 maxChars) override { return plainText(path, maxChars); }
-    DocumentText pdf(const QString& path, qint64 maxChars) override { return plainText(path, maxChars); }
+
+private:
+    class OnePage final : public PdfPages {
+    public:
+        explicit OnePage(QString text) : text_(std::move(text)) {}
+        qint64 count() const override { return 1; }
+        QString text(qint64) override { return text_; }
+        RecognizedText recognize(qint64) override { return {text_, {}}; }
+
+    private:
+        QString text_;
+    };
 };
 
 void require(bool held, const char* what) {
@@ -79,6 +100,7 @@ EscapeWorld::EscapeWorld()
     surroundings.files = files;
     surroundings.types = std::make_shared<FileTypesShared>();
     surroundings.reader = std::make_shared<OpeningReader>();
+    surroundings.recognizer = std::make_shared<OpeningRecognizer>();
     service = std::make_unique<BridgeService>(surroundings);
     service->start(SecretText("token"));
 }
@@ -86,51 +108,51 @@ EscapeWorld::EscapeWorld()
 EscapeWorld::~EscapeWorld() { service->stop(); }
 
 void EscapeWorld::layOutFiles() {
-    for (const char* folder : {"grant/inner", "grant/Reçus", "grant/folder.txt", "grant/-rf", "grant/a\nb", "grant/..x",
+    for (const char* folder : {"grant/inner", "grant/Reçus", "grant/folder.pdf", "grant/-rf", "grant/a\nb", "grant/..x",
                                "grant/...", "grant/.hidden", "grantor", "grant-old", "Grant", "outside"})
         makeFolder(at(folder));
     makeFolder(at("grant/") + QString(255, u'd'));
-    for (const char* name : {"plain.txt", "inner/deep.txt", "été.txt", "nfd-e\u0301.txt", "a\nb.txt", "-rf.txt",
-                             " .txt", "%2f.txt", "$(reboot).txt", "\u202etxt.txt", "\u200b.txt", "a\\b.txt",
-                             "'\"`;.txt", ".hidden/x.txt", "..x/x.txt", "Reçus/edf.txt"})
+    for (const char* name : {"plain.pdf", "inner/deep.pdf", "été.pdf", "nfd-e\u0301.pdf", "a\nb.pdf", "-rf.pdf",
+                             " .pdf", "%2f.pdf", "$(reboot).pdf", "\u202etxt.pdf", "\u200b.pdf", "a\\b.pdf",
+                             "'\"`;.pdf", ".hidden/x.pdf", "..x/x.pdf", "Reçus/edf.pdf"})
         write(at("grant/") + QString::fromUtf8(name), "shared");
-    write(at("grant/") + QString(251, u'n') + QStringLiteral(".txt"), "shared");
-    for (const char* path : {"grantor/near.txt", "grant-old/near.txt", "grant.txt", "Grant/plain.txt",
-                             "outside/secret.txt", "outside/hard.txt"})
+    write(at("grant/") + QString(251, u'n') + QStringLiteral(".pdf"), "shared");
+    for (const char* path : {"grantor/near.pdf", "grant-old/near.pdf", "grant.pdf", "Grant/plain.pdf",
+                             "outside/secret.pdf", "outside/hard.pdf"})
         write(at(path), "secret");
 }
 
 void EscapeWorld::layOutLinks() {
-    const QString secret = QStringLiteral("../outside/secret.txt");
-    link(secret, at("grant/link.txt"));
-    link(at("outside/secret.txt"), at("grant/absolute.txt"));
+    const QString secret = QStringLiteral("../outside/secret.pdf");
+    link(secret, at("grant/link.pdf"));
+    link(at("outside/secret.pdf"), at("grant/absolute.pdf"));
     link(QStringLiteral("../outside"), at("grant/dir"));
     link(QStringLiteral("."), at("grant/self"));
     link(QStringLiteral(".."), at("grant/up"));
     link(at("grant"), at("outside/back"));
-    link(QStringLiteral("loop.txt"), at("grant/loop.txt"));
-    link(QStringLiteral("nothing"), at("grant/dangling.txt"));
+    link(QStringLiteral("loop.pdf"), at("grant/loop.pdf"));
+    link(QStringLiteral("nothing"), at("grant/dangling.pdf"));
     // Links to links: the kernel follows 40.
-    link(secret, at("grant/chain0.txt"));
+    link(secret, at("grant/chain0.pdf"));
     link(QStringLiteral("inner"), at("grant/hop0"));
     for (int step = 1; step < 50; ++step) {
-        link(QStringLiteral("chain%1.txt").arg(step - 1), at("grant/chain%1.txt").arg(step));
+        link(QStringLiteral("chain%1.pdf").arg(step - 1), at("grant/chain%1.pdf").arg(step));
         link(QStringLiteral("hop%1").arg(step - 1), at("grant/hop%1").arg(step));
     }
     for (const auto& [from, to] :
-         {std::pair("outside/hard.txt", "grant/hard.txt"), std::pair("grant/plain.txt", "outside/hard-back.txt")})
+         {std::pair("outside/hard.pdf", "grant/hard.pdf"), std::pair("grant/plain.pdf", "outside/hard-back.pdf")})
         require(::link(QFile::encodeName(at(from)).constData(), QFile::encodeName(at(to)).constData()) == 0, "link");
 }
 
 void EscapeWorld::layOutWhatIsNoFile() {
-    require(::mkfifo(QFile::encodeName(at("grant/pipe.txt")).constData(), 0600) == 0, "mkfifo");
-    bindSocket(at("grant"), "socket.txt");
+    require(::mkfifo(QFile::encodeName(at("grant/pipe.pdf")).constData(), 0600) == 0, "mkfifo");
+    bindSocket(at("grant"), "socket.pdf");
     for (const char* device : {"zero", "null", "random", "tty", "full", "stdin"})
-        link(QStringLiteral("/dev/%1").arg(QLatin1String(device)), at("grant/%1.txt").arg(QLatin1String(device)));
+        link(QStringLiteral("/dev/%1").arg(QLatin1String(device)), at("grant/%1.pdf").arg(QLatin1String(device)));
     link(QStringLiteral("/proc/self/root"), at("grant/magic"));
     link(QStringLiteral("/proc/self/cwd"), at("grant/cwd"));
-    link(QStringLiteral("/proc/self/fd/0"), at("grant/descriptor.txt"));
-    link(QStringLiteral("/proc/self/exe"), at("grant/program.txt"));
+    link(QStringLiteral("/proc/self/fd/0"), at("grant/descriptor.pdf"));
+    link(QStringLiteral("/proc/self/exe"), at("grant/program.pdf"));
 }
 
 QString EscapeWorld::handleOf(const QString& path) {

@@ -8,7 +8,8 @@ namespace vennic::test {
 /// A bridge over a real disk on which everything is laid out that leads somewhere else: a shared folder "grant" beside
 /// folders and files whose names begin alike, and a folder "outside" with a secret.
 ///
-/// Every file that counts as shared holds "shared", every other one "secret".
+/// Every file that counts as shared holds "shared", every other one "secret". They are named as documents that each
+/// kind takes; what reads them opens them as the program does, and what shows them writes down what it was given.
 class EscapeWorld {
 public:
     EscapeWorld();

@@ -110,7 +110,8 @@ TEST_F(ListDirHandlerTest, theChecksComeInTheirOrder) {
 
 TEST_F(ListDirHandlerTest, subPathsThatClimbOrBeginWithASlashAreInvalid) {
     folder(u"/d/a");
-    for (const char16_t* text : {u"/", u"//", u"/a", u"..", u"a/..", u"a/../b", u"../d", u"a//../.", u"/d/a"})
+    for (const char16_t* text :
+         {u"/", u"//", u"/a", u"..", u"a/..", u"a/../b", u"a/../a", u"b/../a", u"./..", u"../d", u"a//../.", u"/d/a"})
         EXPECT_EQ(failure(handle(QStringView(text).toString())), invalid) << QStringView(text).toLatin1().toStdString();
     EXPECT_EQ(world.bookmarks->started, 0);
 }
@@ -144,6 +145,17 @@ TEST_F(ListDirHandlerTest, aSubPathIsListedAndGivenBackNormalised) {
     EXPECT_EQ(each("name", QStringLiteral("a//b/")), QStringList{QStringLiteral("c.txt")});
     EXPECT_EQ(each("sub_path", QStringLiteral("a//b/")), QStringList{QStringLiteral("a/b/c.txt")});
     EXPECT_EQ(each("sub_path"), QStringList{QStringLiteral("a")});
+}
+
+TEST_F(ListDirHandlerTest, aDotIsKeptInTheSubPathAndLeadsNowhereElse) {
+    folder(u"/d/a/b");
+    file(u"/d/a/b/c.txt");
+    file(u"/d/near.txt");
+    EXPECT_EQ(each("name", QStringLiteral("a/./b")), QStringList{QStringLiteral("c.txt")});
+    EXPECT_EQ(result(QStringLiteral("a/.//b/"))[QLatin1String("sub_path")].toString(), QStringLiteral("a/./b"));
+    EXPECT_EQ(each("sub_path", QStringLiteral("a/./b")), QStringList{QStringLiteral("a/./b/c.txt")});
+    EXPECT_EQ(each("name", QStringLiteral(".")), QStringList{QStringLiteral("near.txt")});
+    EXPECT_EQ(result(QStringLiteral("."))[QLatin1String("sub_path")].toString(), QStringLiteral("."));
 }
 
 TEST_F(ListDirHandlerTest, anEmptyFolderHasNoItems) {

@@ -125,10 +125,9 @@ TEST_F(LocalLLMHandlerTest, textIsStreamedAndTheEndIsOneAssembledAnswer) {
     EXPECT_EQ(choice().value(QLatin1String("finish_reason")), QLatin1String("stop"));
     EXPECT_EQ(message(), (QJsonObject{{QStringLiteral("role"), QStringLiteral("assistant")},
                                       {QStringLiteral("content"), QStringLiteral("Bonjour")}}));
-    EXPECT_EQ(response().value(QLatin1String("usage")),
-              QJsonValue(QJsonObject{{QStringLiteral("prompt_tokens"), 11},
-                                     {QStringLiteral("completion_tokens"), 4},
-                                     {QStringLiteral("total_tokens"), 15}}));
+    EXPECT_EQ(response().value(QLatin1String("usage")), QJsonValue(QJsonObject{{QStringLiteral("prompt_tokens"), 11},
+                                                                               {QStringLiteral("completion_tokens"), 4},
+                                                                               {QStringLiteral("total_tokens"), 15}}));
     EXPECT_EQ(world.telemetry.tokPerSecEMA(), 2.0);
 }
 
@@ -183,11 +182,11 @@ TEST_F(LocalLLMHandlerTest, onlyToolCallsAreNoUpdateAtAll) {
     ASSERT_EQ(calls.size(), 2);
     const QString id = calls.at(0).toObject().value(QLatin1String("id")).toString();
     EXPECT_TRUE(QRegularExpression(QStringLiteral("^call_[0-9A-F]{8}$")).match(id).hasMatch()) << id.toStdString();
-    EXPECT_EQ(calls.at(0), QJsonValue(QJsonObject{{QStringLiteral("id"), id},
-                                                  {QStringLiteral("type"), QStringLiteral("function")},
-                                                  {QStringLiteral("function"),
-                                                   QJsonObject{{QStringLiteral("name"), QString()},
-                                                               {QStringLiteral("arguments"), QString()}}}}))
+    EXPECT_EQ(calls.at(0), QJsonValue(QJsonObject{
+                               {QStringLiteral("id"), id},
+                               {QStringLiteral("type"), QStringLiteral("function")},
+                               {QStringLiteral("function"), QJsonObject{{QStringLiteral("name"), QString()},
+                                                                        {QStringLiteral("arguments"), QString()}}}}))
         << "a call without a name stays, and arguments stay empty";
     EXPECT_EQ(calls.at(1).toObject().value(QLatin1String("id")), QLatin1String("b"));
 }
@@ -286,8 +285,8 @@ TEST_F(LocalLLMHandlerTest, withoutAUsageRecordTheUsageIsZeroAndTheSpeedStays) {
 }
 
 TEST_F(LocalLLMHandlerTest, numbersThatNoServerCountsToDoNotOverflow) {
-    server.say(chunks::line(
-        R"({"usage":{"prompt_tokens":9223372036854775807,"completion_tokens":9223372036854775807}})"));
+    server.say(
+        chunks::line(R"({"usage":{"prompt_tokens":9223372036854775807,"completion_tokens":9223372036854775807}})"));
     server.end();
     start();
     ASSERT_TRUE(ended());
@@ -303,7 +302,8 @@ TEST_F(LocalLLMHandlerTest, switchedOffItSaysSo) {
 }
 
 TEST_F(LocalLLMHandlerTest, anEndpointThatIsNoAddressIsNamed) {
-    for (const char* endpoint : {"", "pas une adresse", "localhost:8080/v1", "http://", "http://a b", "http://[", "ftp://a"}) {
+    for (const char* endpoint :
+         {"", "pas une adresse", "localhost:8080/v1", "http://", "http://a b", "http://[", "ftp://a"}) {
         world.backend.updates.clear();
         world.context.localModel.endpoint = QString::fromUtf8(endpoint);
         start();
@@ -324,8 +324,7 @@ TEST_F(LocalLLMHandlerTest, aBodyThatCannotBeReadIsRefused) {
     for (const char* body : {"", "{", "5", "null", "bonjour"}) {
         world.backend.updates.clear();
         start(body);
-        EXPECT_EQ(failure(),
-                  "Corps OpenAI invalide : Données illisibles : le texte reçu n'est pas du JSON.");
+        EXPECT_EQ(failure(), "Corps OpenAI invalide : Données illisibles : le texte reçu n'est pas du JSON.");
     }
     world.backend.updates.clear();
     start(QStringLiteral("{\"a\":\"%1\"}").arg(QChar(0xd800)));

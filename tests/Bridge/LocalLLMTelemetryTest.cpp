@@ -73,9 +73,9 @@ TEST_F(LocalLLMTelemetryTest, aClockThatWasSetBackMakesNoModelFresh) {
 }
 
 TEST_F(LocalLLMTelemetryTest, anythingElseThanAListOfModelsIsNoModel) {
-    for (const char* body : {"", "5", "[]", "{}", R"({"data":null})", R"({"data":{}})", R"({"data":[]})",
-                             R"({"data":["x"]})", R"({"data":[{"id":"a"},5]})", R"({"data":[{}]})",
-                             R"({"data":[{"id":5}]})", R"({"data":[{"id":null}]})"}) {
+    for (const char* body :
+         {"", "5", "[]", "{}", R"({"data":null})", R"({"data":{}})", R"({"data":[]})", R"({"data":["x"]})",
+          R"({"data":[{"id":"a"},5]})", R"({"data":[{}]})", R"({"data":[{"id":5}]})", R"({"data":[{"id":null}]})"}) {
         transport.answerWith(200, body);
         EXPECT_EQ(loaded(), "-") << body;
     }
@@ -211,7 +211,7 @@ TEST(BridgeHeartbeat, aDiskFullOfModelsStaysWithinAHeader) {
     heartbeat.downloaded_models = models;
     const QByteArray encoded = heartbeat.encode();
     EXPECT_LE(encoded.size(), 4096);
-    EXPECT_GT(encoded.size(), 3500);
+    EXPECT_GT(encoded.size(), 3000);
     const QJsonArray kept =
         QJsonDocument::fromJson(encoded).object().value(QLatin1String("downloaded_models")).toArray();
     EXPECT_EQ(kept.first(), QStringLiteral("owner/modèle-0"));

@@ -1,5 +1,6 @@
 #include "Bridge/OcrHandler.h"
 
+#include "Bridge/BookmarkError.h"
 #include "Bridge/BridgeWorld.h"
 #include "support/Await.h"
 
@@ -98,6 +99,42 @@ TEST_F(OcrHandlerTest, aGrantThatCannotBeResolvedIsPassedOver) {
     world.bookmarks->lost.insert(QStringLiteral("/d"));
     image(QStringLiteral("/d/a.png"), QStringLiteral("x"));
     EXPECT_EQ(failure(QStringLiteral("/d/a.png")), outside);
+}
+
+TEST_F(OcrHandlerTest, aGrantThatCannotBeResolvedTheSecondTimeIsToldInItsWords) {
+    world.share(QStringLiteral("/d"));
+    image(QStringLiteral("/d/a.png"), QStringLiteral("x"));
+    world.bookmarks->resolvable = 1;
+    EXPECT_EQ(failure(QStringLiteral("/d/a.png")),
+              BookmarkError::resolutionFailed(QStringLiteral("Le dossier est introuvable.")).errorDescription());
+    EXPECT_EQ(world.bookmarks->resolved, 2);
+    EXPECT_EQ(world.bookmarks->started, 0);
+    EXPECT_TRUE(world.recognizer->asked().isEmpty());
+}
+
+TEST_F(OcrHandlerTest, aCancelledTaskEndsTheRecognitionAndClosesTheFolder) {
+    world.share(QStringLiteral("/d"));
+    image(QStringLiteral("/d/a.png"), QStringLiteral("x"));
+    world.recognizer->addPdf(QStringLiteral("/d/a.pdf"),
+                             {{QString(), QStringLiteral("un")}, {QString(), QStringLiteral("deux")}});
+    cache.put(QStringLiteral("/d/a.pdf"), FileURL{QStringLiteral("/d/a.pdf")});
+    int cancelled = 0;
+    for (const char16_t* asked : {u"image /d/a.png", u"open /d/a.pdf", u"recognize /d/a.pdf 0", u"text /d/a.pdf 1"}) {
+        const QString endless = QStringView(asked).toString();
+        world.recognizer->endless = endless;
+        const OcrImageArgs args{endless.section(u' ', 1, 1)};
+        Scope scope;
+        Job job = scope.start(
+            handler.handleOcrImage({QStringLiteral("t1"), BridgeTaskKind::ocrImage, args}, args, world.api()));
+        ASSERT_TRUE(waitUntil([&] { return world.recognizer->asked().contains(endless); }));
+        job.cancel();
+        ++cancelled;
+        EXPECT_TRUE(waitUntil([&] {
+            return world.recognizer->givenUp == cancelled && world.bookmarks->openNow() == 0;
+        })) << cancelled;
+        EXPECT_EQ(world.recognizer->asked().last(), endless); // no further page is read
+    }
+    EXPECT_TRUE(world.backend.updates.empty());
 }
 
 TEST_F(OcrHandlerTest, aSuccessThatCannotBeSentIsDropped) {

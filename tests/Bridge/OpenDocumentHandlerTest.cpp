@@ -97,6 +97,21 @@ TEST_F(OpenDocumentHandlerTest, whatTheDesktopCannotOpenIsDoneWithoutBeingOk) {
               done({{QStringLiteral("ok"), false}, {QStringLiteral("error"), QStringLiteral("open_failed")}}));
 }
 
+TEST_F(OpenDocumentHandlerTest, aCancelledTaskGivesTheOpeningUpAndSendsNothing) {
+    world.share(QStringLiteral("/d"));
+    const OpenDocumentArgs args{QStringLiteral("/d/a.txt")};
+    cache.put(args.documentId, FileURL{args.documentId});
+    world.workspace->endless = args.documentId;
+    const BridgeTask task{QStringLiteral("t1"), BridgeTaskKind::openDocument, args};
+    Scope scope;
+    Job job = scope.start(handler.handleOpenDocument(task, args, world.api()));
+    ASSERT_TRUE(waitUntil([&] { return world.workspace->asked == 1; }));
+    job.cancel();
+    EXPECT_TRUE(waitUntil([&] { return world.workspace->givenUp == 1; }));
+    EXPECT_TRUE(world.backend.updates.empty());
+    EXPECT_EQ(unsent, QString());
+}
+
 TEST_F(OpenDocumentHandlerTest, aSuccessThatCannotBeSentIsToldAndNotSentAgain) {
     world.share(QStringLiteral("/d"));
     world.backend.preparedUpdates.emplace_back(TransportFault::timedOut);

@@ -2,6 +2,7 @@
 
 #include "fakes/ModalDialogsFake.h"
 #include "fakes/PhotoLibraryFake.h"
+#include "fakes/WorkspaceFake.h"
 #include "support/Await.h"
 
 #include <QFile>
@@ -14,22 +15,9 @@ using namespace vennic::test;
 
 namespace {
 
-class WorkspaceScript final : public Workspace {
-public:
-    std::vector<Application> applications() override { return {}; }
-    void openApplication(const QString&, std::stop_token) override {}
-    void open(const QString& path, std::stop_token) override {
-        opened.append(path);
-        if (!failure.isEmpty())
-            throw LocalizedError(failure);
-    }
-    QStringList opened;
-    QString failure;
-};
-
 struct PhotoOpenerTest : ::testing::Test {
     std::shared_ptr<PhotoLibraryFake> library = std::make_shared<PhotoLibraryFake>();
-    std::shared_ptr<WorkspaceScript> workspace = std::make_shared<WorkspaceScript>();
+    std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
     ModalDialogsFake dialogs;
     QTemporaryDir folder;
     QString temporary = folder.path();
@@ -65,12 +53,14 @@ struct PhotoOpenerTest : ::testing::Test {
 } // namespace
 
 TEST_F(PhotoOpenerTest, theImageIsWrittenToATemporaryFileAndOpened) {
-    photo(QStringLiteral("A"), "public.png", "\x89PNG\0 and more");
+    const QByteArray image = QByteArrayLiteral("\x89PNG\0 and more\0");
+    ASSERT_EQ(image.size(), 15);
+    photo(QStringLiteral("A"), "public.png", image);
     open(QStringLiteral("A"));
     ASSERT_EQ(workspace->opened, QStringList{temporary + QStringLiteral("/vennic-UUID.png")});
     QFile file(workspace->opened[0]);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly)); // and it stays there
-    EXPECT_EQ(file.readAll(), QByteArray("\x89PNG"));
+    EXPECT_EQ(file.readAll(), image);
     EXPECT_TRUE(dialogs.warnings.empty());
 }
 
@@ -111,6 +101,10 @@ TEST_F(PhotoOpenerTest, thePercentEncodingIsRemovedOrElseTheIdentifierTakenAsItS
     EXPECT_TRUE(finds(QStringLiteral("%E9"), QStringLiteral("%E9"))); // no UTF-8
     EXPECT_FALSE(finds(QStringLiteral("%41"), QStringLiteral("%41")));
     EXPECT_TRUE(finds(QStringLiteral("%41"), QStringLiteral("%2541")));
+    const QString withNul = QStringLiteral("A") + QChar::Null + QStringLiteral("B");
+    EXPECT_TRUE(finds(withNul, QStringLiteral("A%00B")));
+    EXPECT_TRUE(finds(withNul, withNul));
+    EXPECT_FALSE(finds(QStringLiteral("A"), QStringLiteral("A%00B")));
 }
 
 TEST_F(PhotoOpenerTest, anUnknownPhotoIsToldInAnAlert) {
@@ -144,7 +138,8 @@ TEST_F(PhotoOpenerTest, aTemporaryFileThatCannotBeWrittenIsTold) {
 
 TEST_F(PhotoOpenerTest, whenNoApplicationOpensItThePlatformsWordsAreTold) {
     photo(QStringLiteral("A"));
-    workspace->failure = QStringLiteral("Aucune application n'est enregistrée.");
+    workspace->failures[temporary + QStringLiteral("/vennic-UUID.jpg")] =
+        QStringLiteral("Aucune application n'est enregistrée.");
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Aucune application n'est enregistrée."));
 }

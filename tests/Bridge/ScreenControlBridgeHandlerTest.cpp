@@ -231,6 +231,20 @@ TEST_F(ScreenControlTest, outputThatIsNotUtf8CountsAsEmpty) {
     EXPECT_EQ(run(QStringLiteral("B")), R"({"error_message":"shortcut_run_failed: exit 3","status":"error"})");
 }
 
+TEST_F(ScreenControlTest, aLargeOutputAndALargeComplaintArriveWhole) {
+    const QString large = QStringLiteral("\"é\"\n").repeated(4'000'000) + u'.'; // 24 MB, and 40 on the wire
+    ending(QStringLiteral("Parle"), 0, large.toUtf8());
+    ending(QStringLiteral("Refuse"), 1, {}, large.toUtf8());
+    const auto told = [&](const char* name, QLatin1String key) {
+        run(QLatin1String(name));
+        const QJsonObject body = world.backend.updates.back().body;
+        const QJsonValue result = body[QLatin1String("result")][key];
+        return result.isString() ? result.toString() : body[key].toString();
+    };
+    EXPECT_TRUE(told("Parle", QLatin1String("output")) == large);
+    EXPECT_TRUE(told("Refuse", QLatin1String("error_message")) == QStringLiteral("shortcut_run_failed: ") + large);
+}
+
 TEST_F(ScreenControlTest, aFailedRunIsToldInItsWordsElseByItsStatus) {
     ending(QStringLiteral("A"), 4, "output", "  Pas de réseau\n");
     EXPECT_EQ(run(QStringLiteral("A")),

@@ -115,28 +115,28 @@ std::vector<Row> textRows() {
 
 std::vector<Row> folderRows() {
     return {
-        row("", "plain.txt"),
-        row(".", "plain.txt"),
-        row("./", "plain.txt"),
-        row("././.", "plain.txt"),
-        row("inner", "deep.txt"),
-        row("inner/", "deep.txt"),
-        row("inner///", "deep.txt"),
-        row("./inner", "deep.txt"),
-        row("inner/.", "deep.txt"),
-        row("Reçus", "edf.txt"),
+        row("", "plain.pdf"),
+        row(".", "plain.pdf"),
+        row("./", "plain.pdf"),
+        row("././.", "plain.pdf"),
+        row("inner", "deep.pdf"),
+        row("inner/", "deep.pdf"),
+        row("inner///", "deep.pdf"),
+        row("./inner", "deep.pdf"),
+        row("inner/.", "deep.pdf"),
+        row("Reçus", "edf.pdf"),
         row("Rec\u0327us", missing), // the name is composed on the disk
-        row("..x", "x.txt"),
-        row(".hidden", "x.txt"), // never shown, but there
+        row("..x", "x.pdf"),
+        row(".hidden", "x.pdf"), // never shown, but there
         row("...", ""),
         row("-rf", ""),
         row("a\nb", ""),
-        row("folder.txt", ""),
+        row("folder.pdf", ""),
         {QString(255, u'd'), QString()},
         {QString(256, u'd'), tooLong},
         {QStringLiteral("inner/").repeated(1000), tooLong},
         {QStringLiteral("./").repeated(500'000), tooLong},
-        {QStringLiteral("inner") + QString(500'000, u'/'), QStringLiteral("deep.txt")},
+        {QStringLiteral("inner") + QString(500'000, u'/'), QStringLiteral("deep.pdf")},
         {QString(1'000'000, u'a'), tooLong},
         {QStringLiteral("a/").repeated(500), missing},
     };
@@ -145,35 +145,35 @@ std::vector<Row> folderRows() {
 /// Links are not followed by the checks, and are by the listing; what is no folder ends at once.
 std::vector<Row> linkRows() {
     return {
-        row("dir", "secret.txt"),
-        row("dir/back", "plain.txt"),
+        row("dir", "secret.pdf"),
+        row("dir/back", "plain.pdf"),
         row("up", "grantor"),
-        row("up/outside", "secret.txt"),
-        row("up/grant/inner", "deep.txt"),
-        row("self/self/self/inner", "deep.txt"),
-        row("hop0", "deep.txt"),
-        row("hop39", "deep.txt"),
+        row("up/outside", "secret.pdf"),
+        row("up/grant/inner", "deep.pdf"),
+        row("self/self/self/inner", "deep.pdf"),
+        row("hop0", "deep.pdf"),
+        row("hop39", "deep.pdf"),
         row("hop40", nowhere),
         row("hop49", nowhere),
-        row("loop.txt", nowhere),
-        row("loop.txt/x", nowhere),
-        row("dangling.txt", missing),
+        row("loop.pdf", nowhere),
+        row("loop.pdf/x", nowhere),
+        row("dangling.pdf", missing),
         row("magic", nowhere),
         row("magic/etc", nowhere),
         row("cwd", nowhere),
-        row("descriptor.txt", nowhere),
-        row("program.txt", nowhere),
-        row("plain.txt", noFolder),
-        row("plain.txt/", noFolder),
-        row("plain.txt/inner", noFolder),
-        row("inner/deep.txt", noFolder),
-        row("link.txt", noFolder),
-        row("pipe.txt", noFolder),
-        row("socket.txt", noFolder),
-        row("zero.txt", noFolder),
-        row("null.txt", noFolder),
-        row("tty.txt", noFolder),
-        row("%2f.txt", noFolder),
+        row("descriptor.pdf", nowhere),
+        row("program.pdf", nowhere),
+        row("plain.pdf", noFolder),
+        row("plain.pdf/", noFolder),
+        row("plain.pdf/inner", noFolder),
+        row("inner/deep.pdf", noFolder),
+        row("link.pdf", noFolder),
+        row("pipe.pdf", noFolder),
+        row("socket.pdf", noFolder),
+        row("zero.pdf", noFolder),
+        row("null.pdf", noFolder),
+        row("tty.pdf", noFolder),
+        row("%2f.pdf", noFolder),
     };
 }
 
@@ -231,25 +231,25 @@ TEST_F(SubPathEscapeTest, theRootHidesWhatIsHiddenAndListsEveryLinkAsOneEntry) {
         EXPECT_FALSE(name.startsWith(u'.')) << name.toStdString();
         if (name == QLatin1String("dir") || name == QLatin1String("up"))
             EXPECT_EQ(item[QLatin1String("type")].toString(), QStringLiteral("folder"));
-        if (name == QLatin1String("dangling.txt") || name == QLatin1String("pipe.txt"))
+        if (name == QLatin1String("dangling.pdf") || name == QLatin1String("pipe.pdf"))
             EXPECT_EQ(item[QLatin1String("size")].toInteger(-1), 0);
     }
     for (const char* name :
-         {"dir", "up", "self", "loop.txt", "dangling.txt", "pipe.txt", "socket.txt", "magic", "hard.txt"})
+         {"dir", "up", "self", "loop.pdf", "dangling.pdf", "pipe.pdf", "socket.pdf", "magic", "hard.pdf"})
         EXPECT_TRUE(names.contains(QString::fromUtf8(name))) << name;
 }
 
 TEST_F(SubPathEscapeTest, whatWasListedOutsideThroughALinkIsReadUnderItsNameInside) {
     const QJsonObject got = list(QStringLiteral("dir"));
     for (const auto& item : got[QLatin1String("result")][QLatin1String("items")].toArray()) {
-        if (item[QLatin1String("name")].toString() != QLatin1String("secret.txt"))
+        if (item[QLatin1String("name")].toString() != QLatin1String("secret.pdf"))
             continue;
-        EXPECT_EQ(item[QLatin1String("sub_path")].toString(), QStringLiteral("dir/secret.txt"));
+        EXPECT_EQ(item[QLatin1String("sub_path")].toString(), QStringLiteral("dir/secret.pdf"));
         const QJsonObject read = world.answer("read", {{QStringLiteral("document_id"), item[QLatin1String("id")]}});
         EXPECT_EQ(read[QLatin1String("result")][QLatin1String("content")].toString(), QStringLiteral("secret"));
         return;
     }
-    FAIL() << "secret.txt isn't listed";
+    FAIL() << "secret.pdf isn't listed";
 }
 
 TEST_F(SubPathEscapeTest, aFolderThatTookTheNameOfAGrantIsNotTheGrant) {
@@ -261,5 +261,5 @@ TEST_F(SubPathEscapeTest, aFolderThatTookTheNameOfAGrantIsNotTheGrant) {
     const QJsonObject got = list(QStringLiteral("inner"));
     for (const auto& item : got[QLatin1String("result")][QLatin1String("items")].toArray())
         names << item[QLatin1String("name")].toString();
-    EXPECT_EQ(names, QStringList{QStringLiteral("deep.txt")});
+    EXPECT_EQ(names, QStringList{QStringLiteral("deep.pdf")});
 }

@@ -118,7 +118,9 @@ TEST_F(ThumbnailHandlerTest, aPictureWithoutBytesIsTheEmptyForm) {
 
 TEST_F(ThumbnailHandlerTest, aThumbnailerThatBreaksDownIsTheEmptyForm) {
     struct Broken final : Thumbnailer {
-        std::optional<Thumbnail> thumbnail(const QString&, int, double) override { throw std::bad_alloc(); }
+        std::optional<Thumbnail> thumbnail(const QString&, int, double, std::stop_token) override {
+            throw std::bad_alloc();
+        }
     };
     world.share(QStringLiteral("/d"));
     cache.put(photo, FileURL{photo});
@@ -127,6 +129,20 @@ TEST_F(ThumbnailHandlerTest, aThumbnailerThatBreaksDownIsTheEmptyForm) {
     const ThumbnailArgs args{photo, {}};
     await(broken.handleThumbnail({QStringLiteral("t1"), BridgeTaskKind::thumbnail, args}, args, world.api()));
     EXPECT_EQ(world.backend.updates.back().body, emptyForm);
+}
+
+TEST_F(ThumbnailHandlerTest, aCancelledTaskEndsTheDrawingAndSendsNothing) {
+    world.share(QStringLiteral("/d"));
+    cache.put(photo, FileURL{photo});
+    world.thumbnailer->endless = photo;
+    const ThumbnailArgs args{photo, {}};
+    Scope scope;
+    Job job = scope.start(
+        handler.handleThumbnail({QStringLiteral("t1"), BridgeTaskKind::thumbnail, args}, args, world.api()));
+    ASSERT_TRUE(waitUntil([&] { return world.thumbnailer->asked().size() == 1; }));
+    job.cancel();
+    EXPECT_TRUE(waitUntil([&] { return world.thumbnailer->givenUp == 1; }));
+    EXPECT_TRUE(world.backend.updates.empty());
 }
 
 TEST_F(ThumbnailHandlerTest, anUnknownHandleTellsToSearchAgain) {

@@ -1,7 +1,9 @@
 #include "app/Doctor.h"
 
 #include "app/ClientWorld.h"
+#include "app/CommandLine.h"
 #include "fakes/InstanceFake.h"
+#include "support/MadeUpDesktop.h"
 
 #include <QJsonArray>
 
@@ -39,7 +41,7 @@ TEST_F(DoctorTest, aSoundInstallationIsDoneAndEachCheckHasItsLine) {
     const CommandAnswer answer = examine(paths, instance);
     EXPECT_EQ(answer.status, ExitStatus::done) << answer.text.toStdString();
     const QJsonArray checks = answer.data[QLatin1String("checks")].toArray();
-    EXPECT_EQ(checks.size(), 14);
+    EXPECT_EQ(checks.size(), 17);
     for (const auto& each : checks) {
         const QString line =
             QStringLiteral(" %1 : %2")
@@ -67,7 +69,7 @@ TEST_F(DoctorTest, withoutAPinnedRootItFails) {
     ASSERT_TRUE(QFile::remove(paths.resources + QStringLiteral("/pinned-roots.pem")));
     const CommandAnswer answer = examine(paths, instance);
     EXPECT_EQ(answer.status, ExitStatus::failed);
-    EXPECT_EQ(check(answer, QStringLiteral("Racines du backend"))[QLatin1String("verdict")], QStringLiteral("bad"));
+    EXPECT_EQ(check(answer, QStringLiteral("Racines du serveur"))[QLatin1String("verdict")], QStringLiteral("bad"));
 }
 
 TEST_F(DoctorTest, withoutTheDocumentProcessItFailsAndSaysWhatToDo) {
@@ -77,6 +79,29 @@ TEST_F(DoctorTest, withoutTheDocumentProcessItFailsAndSaysWhatToDo) {
     const QJsonObject found = check(answer, QStringLiteral("Lecteur de documents"));
     EXPECT_EQ(found[QLatin1String("verdict")], QStringLiteral("bad"));
     EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(QStringLiteral("vennic-worker")));
+}
+
+TEST_F(DoctorTest, theLanguagesOfRecognitionAreThoseOfTheFirstFolderThatHasAny) {
+    const QByteArray empty = QFile::encodeName(folder(QStringLiteral("empty")));
+    const QByteArray first = QFile::encodeName(folder(QStringLiteral("first")));
+    const QByteArray second = QFile::encodeName(folder(QStringLiteral("second")));
+    const std::array<const char*, 3> folders{empty.constData(), first.constData(), second.constData()};
+    const auto found = [&] {
+        return check(examine(paths, instance, folders), QStringLiteral("Reconnaissance de texte"));
+    };
+    const auto install = [&](const char* file) {
+        EXPECT_TRUE(QFile(root.filePath(QLatin1String(file))).open(QIODevice::WriteOnly));
+    };
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("aucune langue n'est installée"));
+    install("second/fra.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("seulement en français"));
+    EXPECT_EQ(found()[QLatin1String("remedy")], QStringLiteral("Installe tesseract-ocr-eng."));
+    install("first/eng.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("seulement en anglais"));
+    EXPECT_EQ(found()[QLatin1String("remedy")], QStringLiteral("Installe tesseract-ocr-fra."));
+    install("first/fra.traineddata");
+    EXPECT_EQ(found()[QLatin1String("finding")], QStringLiteral("français, anglais"));
+    EXPECT_EQ(found()[QLatin1String("verdict")], QStringLiteral("ok"));
 }
 
 TEST_F(DoctorTest, withoutBusesTheKeyringAndTheUsersPresenceAreLimitedNotMissing) {
@@ -90,4 +115,69 @@ TEST_F(DoctorTest, theRunningClientIsAskedAndItsSilenceIsAFault) {
     EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("ok"));
     instance.silent = true;
     EXPECT_EQ(verdict(QStringLiteral("Client")), QStringLiteral("bad"));
+}
+
+TEST_F(DoctorTest, withoutTheProgramsForDialogsAndAutomationsTheRestStillWorks) {
+    const QString whole = paths.programs;
+    paths.programs = folder(QStringLiteral("programs"));
+    for (const char* name : {"/vennic-worker", "/vennic-picture-worker"})
+        ASSERT_TRUE(QFile::link(whole + QLatin1String(name), paths.programs + QLatin1String(name)));
+    const CommandAnswer answer = examine(paths, instance);
+    EXPECT_EQ(answer.status, ExitStatus::done);
+    for (const auto& [name, program] :
+         {std::pair(QStringLiteral("Dialogues"), QStringLiteral("vennic-dialog")),
+          std::pair(QStringLiteral("Automatisations"), QStringLiteral("vennic-shortcuts"))}) {
+        const QJsonObject found = check(answer, name);
+        EXPECT_EQ(found[QLatin1String("verdict")], QStringLiteral("limited"));
+        EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(program));
+    }
+    EXPECT_EQ(check(answer, QStringLiteral("Photos HEIC"))[QLatin1String("verdict")], QStringLiteral("ok"));
+}
+
+TEST_F(DoctorTest, aDialogProgramThatIsThereMustStartAndHaveAScreen) {
+    qunsetenv("DISPLAY");
+    qunsetenv("WAYLAND_DISPLAY");
+    EXPECT_EQ(check(examine(paths, instance), QStringLiteral("Dialogues"))[QLatin1String("finding")],
+              QStringLiteral("pas d'écran ici pour poser une question"));
+    qputenv("DISPLAY", ":7");
+    EXPECT_EQ(verdict(QStringLiteral("Dialogues")), QStringLiteral("ok"));
+    paths.programs = folder(QStringLiteral("programs"));
+    QFile broken(paths.dialogProgram());
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly) && broken.write("#!/bin/sh\nexit 127\n") > 0);
+    broken.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    broken.close();
+    EXPECT_EQ(check(examine(paths, instance), QStringLiteral("Dialogues"))[QLatin1String("finding")],
+              QStringLiteral("vennic-dialog ne démarre pas"));
+}
+
+TEST_F(DoctorTest, withoutThePictureProcessPhotosOfTelephonesAreSaidToBeUnreadable) {
+    paths.programs = root.filePath(QStringLiteral("nulle-part"));
+    EXPECT_EQ(verdict(QStringLiteral("Photos HEIC")), QStringLiteral("limited"));
+}
+
+TEST_F(DoctorTest, typesThatNoApplicationOpensAreNamed) {
+    const test::MadeUpDesktop& desktop = test::MadeUpDesktop::shared();
+    desktop.add("installed", "reader.desktop", "reader");
+    const QString list = desktop.data("config") + QStringLiteral("/mimeapps.list");
+    test::MadeUpDesktop::write(list, "[Default Applications]\napplication/pdf=reader.desktop\n"
+                                     "text/plain=reader.desktop\nimage/jpeg=gone.desktop\n");
+    EXPECT_EQ(check(examine(paths, instance), QStringLiteral("Ouverture des documents"))[QLatin1String("finding")],
+              QStringLiteral("aucune application n'ouvre : photos"));
+}
+
+TEST_F(DoctorTest, typesThatHaveTheirApplicationsAreAllWell) {
+    const test::MadeUpDesktop& desktop = test::MadeUpDesktop::shared();
+    desktop.add("installed", "reader.desktop", "reader");
+    const QString list = desktop.data("config") + QStringLiteral("/mimeapps.list");
+    test::MadeUpDesktop::write(list, "[Default Applications]\napplication/pdf=reader.desktop\n"
+                                     "text/plain=reader.desktop\nimage/jpeg=reader.desktop\n");
+    EXPECT_EQ(verdict(QStringLiteral("Ouverture des documents")), QStringLiteral("ok"));
+}
+
+TEST_F(DoctorTest, theServerIsCalledByOneName) {
+    EXPECT_FALSE(examine(paths, instance).text.contains(QStringLiteral("backend"), Qt::CaseInsensitive));
+    for (const Verb& verb : verbs()) {
+        const QString help = helpText(QString(verb.name));
+        EXPECT_FALSE(help.contains(QStringLiteral("backend"), Qt::CaseInsensitive)) << help.toStdString();
+    }
 }

@@ -41,7 +41,8 @@ TEST_F(LocalModelReportTest, whatIsLoadedAndHowFastItIsAreTold) {
     client().telemetry().generationEnded(25, 2000);
     EXPECT_EQ(data().value(QLatin1String("tokens_per_second")), 12.5);
     EXPECT_EQ(sentence(), "Qwen/Qwen3-8B, 12,5 jetons par seconde");
-    EXPECT_EQ(model.count("GET", "/v1/models"), 4) << "whether it is there is asked each time, what it has once a minute";
+    EXPECT_EQ(model.count("GET", "/v1/models"), 4)
+        << "whether it is there is asked each time, what it has once a minute";
     for (const ReceivedRequest& request : model.requests())
         EXPECT_TRUE(request.header("X-User-Token").isNull());
 }

@@ -13,6 +13,7 @@ TEST(SessionBridgeContext, withoutASessionTheBridgeIsOff) {
     KeychainStore keychain(credentials, preferences);
     const SessionBridgeContext context(keychain, preferences);
     EXPECT_FALSE(context.bridgeEnabled());
+    EXPECT_EQ(context.localLLM(), LocalLLMSettings{});
     EXPECT_EQ(context.localLLMDeviceNickname(), QString());
 }
 

@@ -7,9 +7,7 @@ using namespace vennic;
 namespace {
 
 struct StatusReportTest : test::ClientWorld {
-    QJsonObject data(const std::vector<ResolvedShare>& shares = {}) {
-        return statusData(client(), shares, localModel);
-    }
+    QJsonObject data(const std::vector<ResolvedShare>& shares = {}) { return statusData(client(), shares, localModel); }
     QJsonObject localModel;
     static QString line(const QString& text, const QString& label) {
         for (const QString& line : text.split(u'\n')) {

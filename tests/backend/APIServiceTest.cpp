@@ -2,9 +2,8 @@
 
 #include "backend/APIConfig.h"
 #include "base/Json.h"
-#include "fakes/HttpTransportFake.h"
-#include "fakes/KeyValueStoreFake.h"
 #include "support/Await.h"
+#include "support/ScriptedBackend.h"
 
 #include <QJsonDocument>
 
@@ -15,22 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct Service : testing::Test {
-    test::KeyValueStoreFake store;
-    test::HttpTransportFake transport;
-    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), nullptr};
-    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                       .backendDomain = QStringLiteral("vennic.test"),
-                                       .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
-                                       .packageManagerSite = {}}};
+struct Service : testing::Test, test::ScriptedBackend {
     const APIService::BridgeHeaders headers{{"X-Bridge-Device-Id", "D"}, {"X-Bridge-Device-Nickname", ""}};
-    int authFailures = 0;
-
-    Service() {
-        QObject::connect(&http.authFailure(), &AuthFailureNotification::VennicHTTPAuthFailure,
-                         [this] { ++authFailures; });
-    }
 
     APIService api(std::optional<SecretText> token = SecretText{"tok"}) { return {http, config, token, headers}; }
     const HttpRequest& sent() { return transport.requests.at(0); }

@@ -1,9 +1,8 @@
 #include "backend/APIConfig.h"
 #include "backend/APIService.h"
 #include "base/Json.h"
-#include "fakes/HttpTransportFake.h"
-#include "fakes/KeyValueStoreFake.h"
 #include "support/Await.h"
+#include "support/ScriptedBackend.h"
 
 #include <QJsonDocument>
 
@@ -14,21 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct AccountCalls : testing::Test {
-    test::KeyValueStoreFake store;
-    test::HttpTransportFake transport;
-    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), std::make_shared<const TrustAnchors>()};
-    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                       .backendDomain = QStringLiteral("vennic.test"),
-                                       .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
-                                       .packageManagerSite = {}}};
-    int authFailures = 0;
-
-    AccountCalls() {
-        QObject::connect(&http.authFailure(), &AuthFailureNotification::VennicHTTPAuthFailure,
-                         [this] { ++authFailures; });
-    }
+struct AccountCalls : testing::Test, test::ScriptedBackend {
     APIService api(std::optional<SecretText> token = SecretText{"tok"}) { return {http, config, token, {}}; }
     QJsonObject sentBody() { return QJsonDocument::fromJson(transport.requests.at(0).body.value()).object(); }
     QString sentLine() {

@@ -1,8 +1,7 @@
 #include "backend/CloudCatalog.h"
 
-#include "fakes/HttpTransportFake.h"
-#include "fakes/KeyValueStoreFake.h"
 #include "support/Await.h"
+#include "support/ScriptedBackend.h"
 #include "support/TestClock.h"
 
 #include <gtest/gtest.h>
@@ -14,16 +13,8 @@ using namespace std::chrono_literals;
 
 const QByteArray oneProvider = R"([{"id":1,"slug":"openai","name":"OpenAI","models":[{"id":2,"slug":"m"}]}])";
 
-struct CloudCatalogTest : testing::Test {
-    test::KeyValueStoreFake store;
-    test::HttpTransportFake transport;
+struct CloudCatalogTest : testing::Test, test::ScriptedBackend {
     test::TestClock clock;
-    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), std::make_shared<const TrustAnchors>()};
-    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                       .backendDomain = QStringLiteral("vennic.test"),
-                                       .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
-                                       .packageManagerSite = {}}};
     CloudCatalog catalog{http, config, clock};
     int changes = 0;
 

@@ -83,12 +83,12 @@ TEST(LocalCompletionStream, onlyLinesThatBeginWithDataAndABlankCount) {
 }
 
 TEST(LocalCompletionStream, whatIsNoChunkIsPassedOver) {
-    for (const char* bad : {"{", "5", "[]", "null", "\xff\xfe", "{}", R"({"choices":null})", R"({"choices":{}})",
-                            R"({"choices":[]})", R"({"choices":[5]})", R"({"choices":[{}]})",
-                            R"({"choices":[{"delta":null}]})", R"({"choices":[{"delta":"x"}]})",
-                            R"({"choices":[{"delta":{"content":"x"}},5]})", R"({"choices":[{"delta":{"content":5}}]})",
-                            R"({"choices":[{"delta":{"content":null}}]})", R"({"choices":[{"delta":{"content":""}}]})",
-                            R"({"error":{"message":"x"}})"}) {
+    for (const char* bad :
+         {"{", "5", "[]", "null", "\xff\xfe", "{}", R"({"choices":null})", R"({"choices":{}})", R"({"choices":[]})",
+          R"({"choices":[5]})", R"({"choices":[{}]})", R"({"choices":[{"delta":null}]})",
+          R"({"choices":[{"delta":"x"}]})", R"({"choices":[{"delta":{"content":"x"}},5]})",
+          R"({"choices":[{"delta":{"content":5}}]})", R"({"choices":[{"delta":{"content":null}}]})",
+          R"({"choices":[{"delta":{"content":""}}]})", R"({"error":{"message":"x"}})"}) {
         const Reading reading = read(text("a") + line(bad) + text("b"));
         EXPECT_EQ(reading.texts, (Words{"a", "b"})) << bad;
     }
@@ -121,10 +121,9 @@ TEST(LocalCompletionStream, toolCallsComeInTheOrderOfTheirIndices) {
 }
 
 TEST(LocalCompletionStream, anIndexThatIsNoIntegerIsZero) {
-    const Reading reading = read(call(R"({"function":{"arguments":"a"}})") +
-                                 call(R"({"index":"7","function":{"arguments":"b"}})") +
-                                 call(R"({"index":0.5,"function":{"arguments":"c"}})") +
-                                 call(R"({"index":0,"function":{"arguments":"d"}})"));
+    const Reading reading = read(
+        call(R"({"function":{"arguments":"a"}})") + call(R"({"index":"7","function":{"arguments":"b"}})") +
+        call(R"({"index":0.5,"function":{"arguments":"c"}})") + call(R"({"index":0,"function":{"arguments":"d"}})"));
     ASSERT_EQ(reading.calls.size(), 1u);
     EXPECT_EQ(reading.calls[0], " function  abcd");
 }

@@ -49,16 +49,16 @@ protected:
 TYPED_TEST_SUITE_P(TextRecognizerContract);
 
 TYPED_TEST_P(TextRecognizerContract, givesTheLinesOfAnImageInReadingOrder) {
-    EXPECT_EQ(this->recognizer().image(this->world_.addImage(this->lines_)), this->both());
+    EXPECT_EQ(this->recognizer().image(this->world_.addImage(this->lines_), {}), this->both());
 }
 
 TYPED_TEST_P(TextRecognizerContract, aBlankImageGivesAnEmptyTextAndBothLanguages) {
-    EXPECT_EQ(this->recognizer().image(this->world_.addImage({})), (RecognizedText{QString(), this->languages_}));
+    EXPECT_EQ(this->recognizer().image(this->world_.addImage({}), {}), (RecognizedText{QString(), this->languages_}));
 }
 
 TYPED_TEST_P(TextRecognizerContract, aPageHasItsTextLayerOrIsRecognised) {
     const QString path = this->world_.addPdf({{QStringLiteral("Bonjour"), {}}, {QString(), this->lines_}});
-    const auto pages = this->recognizer().openPdf(path);
+    const auto pages = this->recognizer().openPdf(path, {});
     ASSERT_EQ(pages->count(), 2);
     EXPECT_EQ(pages->text(0), QStringLiteral("Bonjour"));
     EXPECT_EQ(pages->text(1), QString());
@@ -66,28 +66,28 @@ TYPED_TEST_P(TextRecognizerContract, aPageHasItsTextLayerOrIsRecognised) {
 }
 
 TYPED_TEST_P(TextRecognizerContract, aBlankPageIsRecognisedAsEmpty) {
-    const auto pages = this->recognizer().openPdf(this->world_.addPdf({{QString(), {}}}));
+    const auto pages = this->recognizer().openPdf(this->world_.addPdf({{QString(), {}}}), {});
     EXPECT_EQ(pages->recognize(0), (RecognizedText{QString(), this->languages_}));
 }
 
 TYPED_TEST_P(TextRecognizerContract, anOpenPdfStaysTheSameFile) {
     const QString path = this->world_.addPdf({{QStringLiteral("Bonjour"), {}}});
-    const auto pages = this->recognizer().openPdf(path);
+    const auto pages = this->recognizer().openPdf(path, {});
     this->world_.remove(path);
     EXPECT_EQ(pages->text(0), QStringLiteral("Bonjour"));
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path); }), DocumentFault::unreadable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aPageThatIsNotThereFailsAndTheOthersDoNot) {
-    const auto pages = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("Bonjour"), {}}}));
+    const auto pages = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("Bonjour"), {}}}), {});
     EXPECT_TRUE(this->faultOf([&] { pages->text(1); }).has_value());
     EXPECT_TRUE(this->faultOf([&] { pages->recognize(1); }).has_value());
     EXPECT_EQ(pages->text(0), QStringLiteral("Bonjour"));
 }
 
 TYPED_TEST_P(TextRecognizerContract, twoPdfsMayBeOpenAtOnce) {
-    const auto first = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("un"), {}}}));
-    const auto second = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("deux"), {}}}));
+    const auto first = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("un"), {}}}), {});
+    const auto second = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("deux"), {}}}), {});
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(first->text(0), QStringLiteral("un"));
         EXPECT_EQ(second->text(0), QStringLiteral("deux"));
@@ -97,19 +97,19 @@ TYPED_TEST_P(TextRecognizerContract, twoPdfsMayBeOpenAtOnce) {
 TYPED_TEST_P(TextRecognizerContract, whatIsNotOfTheFormIsUnparsable) {
     const QString image = this->world_.addImage({});
     const QString pdf = this->world_.addPdf({{QStringLiteral("Bonjour"), {}}});
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(image); }), DocumentFault::unparsable);
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(pdf); }), DocumentFault::unparsable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(image, {}); }), DocumentFault::unparsable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(pdf, {}); }), DocumentFault::unparsable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aPdfWithoutPagesIsUnparsable) {
     const QString path = this->world_.addPdf({});
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path); }), DocumentFault::unparsable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unparsable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aMissingFileIsUnreadable) {
     const QString path = this->world_.missing();
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(path); }), DocumentFault::unreadable);
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path); }), DocumentFault::unreadable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(path, {}); }), DocumentFault::unreadable);
+    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, severalThreadsMayAskAtOnce) {
@@ -117,7 +117,7 @@ TYPED_TEST_P(TextRecognizerContract, severalThreadsMayAskAtOnce) {
     const QString second = this->world_.addPdf({{QStringLiteral("deux"), {}}});
     const auto readOften = [this](const QString& path, const QString& expected) {
         for (int i = 0; i < 30; ++i)
-            EXPECT_EQ(this->recognizer().openPdf(path)->text(0), expected);
+            EXPECT_EQ(this->recognizer().openPdf(path, {})->text(0), expected);
     };
     std::thread one([&] { readOften(first, QStringLiteral("un")); });
     std::thread two([&] { readOften(second, QStringLiteral("deux")); });

@@ -26,7 +26,7 @@ protected:
     World world_;
 
     std::pair<int, int> sizeOf(const QString& path, int edge, double scale) {
-        const auto thumbnail = world_.thumbnailer().thumbnail(path, edge, scale);
+        const auto thumbnail = world_.thumbnailer().thumbnail(path, edge, scale, {});
         EXPECT_TRUE(thumbnail && !thumbnail->png.isEmpty());
         return thumbnail ? std::pair(thumbnail->width, thumbnail->height) : std::pair(0, 0);
     }
@@ -51,10 +51,10 @@ TYPED_TEST_P(ThumbnailerContract, aLongPhotoKeepsAPixelOfItsShortSide) {
 }
 
 TYPED_TEST_P(ThumbnailerContract, whatHasNoPictureGivesNothing) {
-    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.addText(), 128, 2.0), std::nullopt);
-    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.folder(), 128, 2.0), std::nullopt);
-    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.missing(), 128, 2.0), std::nullopt);
-    EXPECT_EQ(this->world_.thumbnailer().thumbnail(QString(), 128, 2.0), std::nullopt);
+    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.addText(), 128, 2.0, {}), std::nullopt);
+    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.folder(), 128, 2.0, {}), std::nullopt);
+    EXPECT_EQ(this->world_.thumbnailer().thumbnail(this->world_.missing(), 128, 2.0, {}), std::nullopt);
+    EXPECT_EQ(this->world_.thumbnailer().thumbnail(QString(), 128, 2.0, {}), std::nullopt);
 }
 
 TYPED_TEST_P(ThumbnailerContract, severalThreadsMayAskAtOnce) {

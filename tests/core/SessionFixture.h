@@ -2,11 +2,10 @@
 #include "core/AppSession.h"
 #include "fakes/BridgeControlFake.h"
 #include "fakes/CredentialStoreFake.h"
-#include "fakes/HttpTransportFake.h"
-#include "fakes/KeyValueStoreFake.h"
 #include "fakes/LocalLLMTelemetrySinkFake.h"
 #include "fakes/PreferenceSyncFake.h"
 #include "support/Await.h"
+#include "support/ScriptedBackend.h"
 
 #include <QCoreApplication>
 
@@ -28,20 +27,12 @@ private:
 };
 
 /// A session with everything around it in memory; it is built by the first call of `session`.
-struct SessionFixture : testing::Test {
-    KeyValueStoreFake store;
+struct SessionFixture : testing::Test, ScriptedBackend {
     CredentialStoreFake credentials;
-    HttpTransportFake transport;
     BridgeControlFake bridge;
     PreferenceSyncFake preferences;
     LocalLLMTelemetrySinkFake telemetry;
     KeychainStore keychain{credentials, store, [] { return QStringLiteral("DEVICE"); }};
-    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), nullptr};
-    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                       .backendDomain = QStringLiteral("vennic.test"),
-                                       .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
-                                       .packageManagerSite = {}}};
     QString hostName = QStringLiteral("atelier");
     std::unique_ptr<AppSession> built;
 

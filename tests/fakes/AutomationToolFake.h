@@ -1,8 +1,8 @@
 #pragma once
 #include "base/LocalizedError.h"
+#include "fakes/UntilStopped.h"
 #include "ports/AutomationTool.h"
 
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -52,10 +52,7 @@ public:
     }
     /// Runs until it is stopped.
     static AutomationRun endless(const std::optional<QByteArray>&, std::stop_token stop) {
-        std::mutex lock;
-        std::condition_variable_any changed;
-        std::unique_lock guard(lock);
-        changed.wait(guard, std::move(stop), [] { return false; });
+        waitUntilStopped(std::move(stop));
         throw LocalizedError(QStringLiteral("L'automatisation a été interrompue."));
     }
 

@@ -2,6 +2,8 @@
 #include "base/LocalizedError.h"
 #include "ports/FileSystem.h"
 
+#include <QDir>
+
 #include <atomic>
 #include <functional>
 #include <map>
@@ -23,8 +25,9 @@ public:
             return nullptr;
         return std::make_unique<Walk>(*this, root + u'/');
     }
-    std::unique_ptr<FolderListing> list(const QString& path) override {
-        const auto folder = entries.find(path.size() > 1 && path.endsWith(u'/') ? path.chopped(1) : path);
+    std::unique_ptr<FolderListing> list(const QString& spelled) override {
+        const QString path = QDir::cleanPath(spelled); // there are no links here
+        const auto folder = entries.find(path);
         if (folder == entries.end() || !folder->second.isDirectory)
             throw LocalizedError(QStringLiteral("Ce dossier n'existe pas."));
         if (unreadable.contains(path))

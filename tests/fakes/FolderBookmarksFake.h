@@ -2,6 +2,7 @@
 #include "base/LocalizedError.h"
 #include "ports/FolderBookmarks.h"
 
+#include <limits>
 #include <map>
 #include <mutex>
 #include <set>
@@ -20,7 +21,7 @@ public:
         const std::scoped_lock guard(lock_);
         ++resolved;
         const QString path = QString::fromUtf8(bookmark.mid(9));
-        if (!bookmark.startsWith("bookmark:") || lost.contains(path))
+        if (!bookmark.startsWith("bookmark:") || lost.contains(path) || resolved > resolvable)
             throw LocalizedError(QStringLiteral("Le dossier est introuvable."));
         const auto target = moved.find(path);
         return target == moved.end() ? ResolvedFolder{path, false} : ResolvedFolder{target->second, true};
@@ -48,9 +49,10 @@ public:
         return sum;
     }
 
-    std::map<QString, QString> moved; // from, to
-    std::set<QString> lost;           // can't be bookmarked nor resolved
-    std::set<QString> refused;        // access to them doesn't open
+    std::map<QString, QString> moved;                 // from, to
+    std::set<QString> lost;                           // can't be bookmarked nor resolved
+    int resolvable = std::numeric_limits<int>::max(); // after so many, none is resolved any more
+    std::set<QString> refused;                        // access to them doesn't open
     std::map<QString, int> open;
     int resolved = 0;
     int started = 0;

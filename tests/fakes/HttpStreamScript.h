@@ -19,7 +19,7 @@ public:
     void end() { state_->ended = true, wake(); }
     void fail(TransportFault fault) { state_->fault = fault, end(); }
     /// Whether the reader has taken everything and waits for more.
-    bool isAwaited() const { return state_->news != nullptr; }
+    bool isAwaited() const { return state_->news && state_->pieces.empty() && !state_->ended; }
     /// Whether the reader is done with it.
     bool isClosed() const { return state_->closed; }
     /// Pieces that nobody has asked for yet.

@@ -1,4 +1,5 @@
 #pragma once
+#include "fakes/UntilStopped.h"
 #include "ports/Thumbnailer.h"
 
 #include <QHash>
@@ -6,6 +7,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 namespace vennic::test {
@@ -27,10 +29,20 @@ public:
         return asked_;
     }
 
-    std::optional<Thumbnail> thumbnail(const QString& path, int edge, double scale) override {
+    /// A path whose drawing takes until it is told to stop.
+    std::optional<QString> endless;
+    /// How often that happened.
+    std::atomic<int> givenUp = 0;
+
+    std::optional<Thumbnail> thumbnail(const QString& path, int edge, double scale, std::stop_token stop) override {
         {
             const QMutexLocker lock(&guard_);
             asked_.append({path, edge, scale});
+        }
+        if (path == endless) {
+            waitUntilStopped(std::move(stop));
+            ++givenUp;
+            return std::nullopt;
         }
         const auto found = pictures_.constFind(path);
         if (found == pictures_.constEnd())

@@ -1,10 +1,12 @@
 #pragma once
 #include "base/LocalizedError.h"
+#include "fakes/UntilStopped.h"
 #include "ports/Workspace.h"
 
 #include <QStringList>
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 
 namespace vennic::test {
@@ -24,7 +26,13 @@ public:
             throw LocalizedError(QStringLiteral("L'application n'est plus installée."));
         open(entry, {});
     }
-    void open(const QString& path, std::stop_token) override {
+    void open(const QString& path, std::stop_token stop) override {
+        if (path == endless) {
+            ++asked;
+            waitUntilStopped(std::move(stop));
+            ++givenUp;
+            throw LocalizedError(QStringLiteral("L'ouverture a été abandonnée."));
+        }
         if (const auto words = failures.find(path); words != failures.end())
             throw LocalizedError(words->second);
         opened.append(path);
@@ -46,6 +54,9 @@ public:
     std::vector<Application> known;
     std::map<QString, QString> failures; // by path
     std::optional<QString> unreadable;
+    std::optional<QString> endless; // a path whose opening takes until it is told to stop
+    std::atomic<int> asked = 0;
+    std::atomic<int> givenUp = 0;
     QStringList opened;
     int listings = 0;
 };

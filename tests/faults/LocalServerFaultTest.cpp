@@ -1,12 +1,12 @@
 #include "Bridge/LocalLLMHandler.h"
 #include "backend/APIConfig.h"
 #include "backend/LocalCompletionReader.h"
+#include "fakes/KeyValueStoreFake.h"
+#include "fakes/SystemMemoryFake.h"
+#include "faults/FaultBackend.h"
 #include "linux/HttpTransportCurl.h"
 #include "localllm/DirectError.h"
 #include "localllm/LocalDirectClient.h"
-#include "faults/FaultBackend.h"
-#include "fakes/KeyValueStoreFake.h"
-#include "fakes/SystemMemoryFake.h"
 #include "support/Answers.h"
 #include "support/Await.h"
 #include "support/ChatChunks.h"
@@ -97,10 +97,13 @@ std::vector<LocalFault> localFaults() {
          failed("Local server HTTP 307: moved")},
         {"htmlInsteadOfAStream", always(answers::plain(200, "<html>\n<p>Bonjour\n")), true, whole("")},
         {"binary", always(answers::plain(200, QByteArray("data: \0\xff\xfe\n\n\x80", 13))), true, whole("")},
-        {"endsWithoutALength", always(answers::bytesThenClose(streamHead + QByteArray("\r\n") + chunks::text("Bon"))), true,
-         whole("Bon")},
+        {"endsWithoutALength", always(answers::bytesThenClose(streamHead + QByteArray("\r\n") + chunks::text("Bon"))),
+         true, whole("Bon")},
     };
 }
+
+/// Its name alone: it stands in the name of the test.
+void PrintTo(const LocalFault& fault, std::ostream* out) { *out << fault.name; }
 
 std::string nameOf(const testing::TestParamInfo<LocalFault>& fault) { return fault.param.name; }
 
@@ -331,11 +334,10 @@ TEST_F(LocalServer, aReaderThatWaitsHoldsUpAServerThatFloods) {
     qint64 characters = 0;
     Scope scope;
     const qint64 before = ownMemory();
-    scope.start(Run::keep(readSlowly(&http,
-                                     localCompletionRequest(*localServerURL(endpoint, QLatin1String("/chat/completions")),
-                                                            "{}"),
-                                     &goOn, &pieces),
-                          &characters));
+    scope.start(Run::keep(
+        readSlowly(&http, localCompletionRequest(*localServerURL(endpoint, QLatin1String("/chat/completions")), "{}"),
+                   &goOn, &pieces),
+        &characters));
     ASSERT_TRUE(waitUntil([&] { return pieces == 1; }));
     qint64 seen = -1;
     ASSERT_TRUE(waitUntil([&] { // until nothing more is taken from the server

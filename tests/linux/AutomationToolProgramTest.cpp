@@ -105,14 +105,27 @@ TEST_F(AutomationToolProgramTest, whatWritesWithoutAnEndAfterItsEndIsNotReadWith
     EXPECT_LE(run.output.size(), AutomationToolProgram::mostOutput);
 }
 
-TEST_F(AutomationToolProgramTest, moreThanTheCeilingFailsInWordsAndEndsTheAutomation) {
-    EXPECT_EQ(failureOf("exec yes"), QStringLiteral("L'automatisation écrit plus de 64 Mio."));
-    EXPECT_EQ(failureOf("exec yes >&2"), QStringLiteral("L'automatisation écrit plus de 64 Mio."));
-    EXPECT_EQ(failureOf("trap '' TERM; echo $$ > '" + pidFile() + "'; yes; while :; do sleep 1; done"),
-              QStringLiteral("L'automatisation écrit plus de 64 Mio."));
-    QFile file(QFile::decodeName(pidFile()));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_FALSE(lives(file.readAll().trimmed().toInt()));
+TEST_F(AutomationToolProgramTest, whoWritesMoreThanTheCeilingGetsToItsEndAndTheFailureSaysSo) {
+    const QByteArray more = "head -c 67108865 /dev/zero";
+    EXPECT_EQ(failureOf(more + "; touch '" + pidFile() + "'; exit 0"),
+              QStringLiteral("L'automatisation est allée à son terme, mais elle a écrit plus de 64 Mio : sa réponse "
+                             "n'est pas transmise."));
+    EXPECT_TRUE(QFile::exists(QFile::decodeName(pidFile())));
+    EXPECT_EQ(runScript(more + " >&2; echo fait"), (AutomationRun{0, "fait\n", ""}));
+    EXPECT_EQ(runScript(more + " >&2; exit 3"), (AutomationRun{3, "", ""}));
+    const AutomationRun failed = runScript(more + "; echo non >&2; exit 4");
+    EXPECT_EQ(failed.status, 4);
+    EXPECT_EQ(failed.error, "non\n");
+    EXPECT_EQ(failed.output.size(), AutomationToolProgram::mostOutput);
+}
+
+TEST_F(AutomationToolProgramTest, whoWritesWithoutAnEndIsStoppedLikeAnyOther) {
+    Scope scope;
+    Job job;
+    const pid_t process = startOnPool(scope, &job, "", "exec yes");
+    ASSERT_GT(process, 0);
+    job.cancel();
+    EXPECT_TRUE(waitUntil([&] { return scope.size() == 0 && !lives(process); }));
 }
 
 TEST_F(AutomationToolProgramTest, theCeilingItselfIsStillTaken) {

@@ -2,6 +2,7 @@
 
 #include "base/LocalizedError.h"
 #include "base/Pool.h"
+#include "linux/FileDescriptor.h"
 #include "support/Await.h"
 
 #include <QCoreApplication>
@@ -10,10 +11,13 @@
 #include <QScopeGuard>
 #include <QTemporaryDir>
 
+#include <atomic>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace vennic;
@@ -136,7 +140,44 @@ TEST_F(InstanceSocketTest, aFolderThatIsALinkIsRefused) {
 TEST_F(InstanceSocketTest, aClientThatNeverAnswersIsGivenUp) {
     InstanceSocket client(directory);
     ASSERT_TRUE(client.claim(never));
-    EXPECT_THROW(askFromElsewhere(directory, "a", 50ms), LocalizedError);
+    try {
+        (void)askFromElsewhere(directory, "a", 50ms);
+        FAIL() << "nobody answered";
+    } catch (const InstanceHungUp&) {
+        FAIL() << "nobody hung up";
+    } catch (const LocalizedError& error) {
+        EXPECT_EQ(error.errorDescription(), QStringLiteral("Vennic tourne, mais n'a pas répondu à temps."));
+    }
+}
+
+TEST_F(InstanceSocketTest, aClientThatEndsWithoutHavingTakenTheRequestIsToldFromASilentOne) {
+    QDir().mkpath(directory);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, QFile::encodeName(directory + QStringLiteral("/socket")).constData(),
+             sizeof address.sun_path);
+    FileDescriptor place(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(::bind(place.number(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(place.number(), 1), 0);
+    std::atomic<bool> hungUp = false;
+    std::thread asker([&] {
+        try {
+            (void)InstanceSocket(directory).ask("a", 5s);
+        } catch (const InstanceHungUp&) {
+            hungUp = true;
+        }
+    });
+    pollfd arrival{place.number(), POLLIN, 0};
+    EXPECT_EQ(::poll(&arrival, 1, 5000), 1);
+    place.close();
+    asker.join();
+    EXPECT_TRUE(hungUp);
+}
+
+TEST_F(InstanceSocketTest, aClientThatRefusesARequestIsToldFromASilentOne) {
+    InstanceSocket client(directory);
+    ASSERT_TRUE(client.claim(echo));
+    EXPECT_THROW(askFromElsewhere(directory, QByteArray(70 * 1024, 'x')), InstanceHungUp);
 }
 
 TEST_F(InstanceSocketTest, aLineThatIsTooLongGetsNoAnswer) {

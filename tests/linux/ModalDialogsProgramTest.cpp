@@ -1,5 +1,6 @@
 #include "linux/dialog/ModalDialogsProgram.h"
 
+#include "linux/ProcessLimits.h"
 #include "support/Await.h"
 
 #include <QDir>
@@ -8,6 +9,8 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace vennic;
 using namespace vennic::test;
@@ -39,7 +42,8 @@ protected:
     }
 
     const DialogQuestion question{QStringLiteral("« Titre »"), QStringLiteral("<b>Texte</b>\n\"à\" lire"),
-                                  QStringLiteral("Oui"), QStringLiteral("Non")};
+                                  QStringLiteral("Oui"),       QStringLiteral("Non"),
+                                  DialogStyle::question,       {}};
     QTemporaryDir folder_;
 };
 
@@ -49,6 +53,7 @@ TEST_F(ModalDialogsProgramTest, theProgramIsToldTheQuestionAndItsEndIsTheAnswer)
     EXPECT_EQ(answerOf("exit 10"), DialogAnswer::accepted);
     EXPECT_EQ(request(), DialogRequest::ofQuestion(question));
     EXPECT_EQ(answerOf("exit 11"), DialogAnswer::refused);
+    EXPECT_EQ(answerOf("exit 13"), DialogAnswer::acceptedForGood);
 }
 
 TEST_F(ModalDialogsProgramTest, anyOtherEndMeansThatNobodyWasAsked) {
@@ -98,6 +103,40 @@ TEST_F(ModalDialogsProgramTest, aWarningIsShownOrElseSaidOnStandardError) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Photo : Introuvable.\n");
 }
 
+TEST_F(ModalDialogsProgramTest, nothingOfOursReachesTheDialogButTheEnvironment) {
+    for (const char* name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "NOTIFY_SOCKET"})
+        qputenv(name, "stale");
+    qputenv("XDG_RUNTIME_DIR", "/run/user/7");
+    qputenv("LANG", "fr_FR.UTF-8");
+    ::umask(0027);
+    limitProcess();
+    QFile open(folder_.filePath(QStringLiteral("open")));
+    ASSERT_TRUE(open.open(QIODevice::WriteOnly));
+    ASSERT_GE(::dup(open.handle()), 0); // without close-on-exec
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    const QString seen = folder_.filePath(QStringLiteral("seen"));
+    EXPECT_EQ(answerOf("exec >" + seen.toUtf8() +
+                       "; ls /proc/$$/fd; echo $$ $(cut -d' ' -f5,6 /proc/$$/stat); umask\n"
+                       "env | grep -E '^(XDG_ACT|XDG_RUN|DESKTOP_S|NOTIFY|DISPLAY|LANG=)' | sort\n"
+                       "grep SigBlk /proc/self/status; exit 10"),
+              DialogAnswer::accepted);
+    pthread_sigmask(SIG_UNBLOCK, &held, nullptr);
+    QFile file(seen);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+    qunsetenv("NOTIFY_SOCKET");
+    ASSERT_EQ(lines.size(), 10);
+    EXPECT_EQ(lines.mid(0, 4), (QList<QByteArray>{"0", "1", "10", "2"})); // 10 is the shell's own, for its script
+    const QList<QByteArray> ids = lines[4].split(' ');
+    EXPECT_EQ(ids, (QList<QByteArray>{ids[0], ids[0], ids[0]})); // process, group and session
+    EXPECT_EQ(lines[5], "0027");
+    EXPECT_EQ(lines.mid(6, 3), (QList<QByteArray>{"DISPLAY=:7", "LANG=fr_FR.UTF-8", "XDG_RUNTIME_DIR=/run/user/7"}));
+    EXPECT_EQ(lines[9], "SigBlk:\t0000000000000000");
+}
+
 TEST_F(ModalDialogsProgramTest, whoWaitsNoMoreTakesTheDialogAway) {
     ModalDialogsProgram dialogs =
         program("echo $$ >" + folder_.filePath(QStringLiteral("pid")).toUtf8() + ".new; mv \"$0\" \"$0.gone\"; mv " +
@@ -122,9 +161,14 @@ TEST(DialogRequest, onlyAWholeRequestOfAModestSizeIsTaken) {
     const DialogRequest request = DialogRequest::ofWarning(QStringLiteral("Photo"), QStringLiteral("Perdue."));
     const QByteArray json = encoded(request);
     EXPECT_EQ(decodedDialogRequest(json), request);
-    for (const QByteArray& bytes : {QByteArray(), QByteArray("{}"), QByteArray("[]"), json.chopped(1),
-                                    QByteArray(R"({"title":1,"text":"","accept":"","refuse":"","warning":true})"),
-                                    QByteArray(R"({"title":"","text":"","accept":"","refuse":"","warning":"yes"})"),
-                                    QByteArray(DialogRequest::mostBytes, ' ') + json})
+    for (
+        const QByteArray& bytes :
+        {QByteArray(), QByteArray("{}"), QByteArray("[]"), json.chopped(1),
+         QByteArray(
+             R"({"title":1,"text":"","accept":"","refuse":"","informational":false,"suppression":"","warning":true})"),
+         QByteArray(
+             R"({"title":"","text":"","accept":"","refuse":"","informational":false,"suppression":"","warning":"yes"})"),
+         QByteArray(R"({"title":"","text":"","accept":"","refuse":"","warning":true})"),
+         QByteArray(DialogRequest::mostBytes, ' ') + json})
         EXPECT_FALSE(decodedDialogRequest(bytes)) << bytes.left(80).toStdString();
 }

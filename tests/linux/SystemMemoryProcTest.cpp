@@ -16,7 +16,8 @@ TEST(SystemMemoryProc, whatTheFileDoesNotSayIsNotTold) {
     EXPECT_EQ(SystemMemoryProc::parse(""), MemoryUse{});
     EXPECT_EQ(SystemMemoryProc::parse("MemTotal: 8 kB"), totalOnly);
     EXPECT_EQ(SystemMemoryProc::parse("MemTotal: 8 kB\nMemAvailable: 9 kB\n"), totalOnly) << "more than there is";
-    for (const char* bad : {"", " ", " x kB", " -1 kB", " 8", " 8 MB", " 99999999999999999999 kB", " 9223372036854775807 kB"})
+    for (const char* bad :
+         {"", " ", " x kB", " -1 kB", " 8", " 8 MB", " 99999999999999999999 kB", " 9223372036854775807 kB"})
         EXPECT_EQ(SystemMemoryProc::parse(QByteArray("MemTotal: 8 kB\nMemAvailable:") + bad + "\n"), totalOnly) << bad;
     EXPECT_EQ(SystemMemoryProc::parse("XMemTotal: 8 kB\nMemAvailable: 1 kB\n"), MemoryUse{});
 }

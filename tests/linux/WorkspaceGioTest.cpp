@@ -281,7 +281,7 @@ TEST_F(WorkspaceGioTest, anApplicationThatNeverAnswersIsGivenUpWhenAsked) {
     EXPECT_TRUE(waitUntil([&] { return application.told.size() == 1; }));
     source.request_stop();
     opening.join();
-    EXPECT_NE(words, QStringLiteral("no failure"));
+    EXPECT_EQ(words, QStringLiteral("La demande a été interrompue."));
 }
 
 TEST_F(WorkspaceGioTest, aDocumentGoesToAnApplicationOnTheBusAsItsAddress) {
@@ -377,7 +377,7 @@ TEST_F(WorkspaceGioTest, aBusThatNeverAnswersIsGivenUpWhenAsked) {
         source.request_stop();
         ::close(connected);
     });
-    EXPECT_NE(failureOf("waiting.desktop", source.get_token()), QStringLiteral("no failure"));
+    EXPECT_EQ(failureOf("waiting.desktop", source.get_token()), QStringLiteral("La demande a été interrompue."));
     asking.join();
     ::close(listening);
     EXPECT_FALSE(QFile::exists(desktop.log("waiting")));

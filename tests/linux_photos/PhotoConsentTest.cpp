@@ -3,7 +3,6 @@
 #include "fakes/KeyValueStoreFake.h"
 #include "fakes/ModalDialogsFake.h"
 #include "support/Await.h"
-#include "support/TestClock.h"
 
 #include <gtest/gtest.h>
 
@@ -15,8 +14,7 @@ namespace {
 struct PhotoConsentTest : ::testing::Test {
     KeyValueStoreFake store;
     ModalDialogsFake dialogs;
-    TestClock clock;
-    PhotoConsent consent{store, dialogs, clock};
+    PhotoConsent consent{store, dialogs};
     Scope scope;
     std::vector<PhotoAuthorization> answers;
 
@@ -36,7 +34,7 @@ TEST_F(PhotoConsentTest, theAnswerIsAskedOnceAndKept) {
     EXPECT_EQ(await(consent.request()), PhotoAuthorization::authorized);
     EXPECT_EQ(await(consent.request()), PhotoAuthorization::authorized);
     EXPECT_EQ(dialogs.questions.size(), 1U);
-    const PhotoConsent later(store, dialogs, clock);
+    const PhotoConsent later(store, dialogs);
     EXPECT_EQ(later.status(), PhotoAuthorization::authorized);
 }
 
@@ -119,24 +117,6 @@ TEST_F(PhotoConsentTest, theDialogGoesWhenNobodyWaitsAnyMore) {
     ASSERT_TRUE(waitUntil([&] { return dialogs.onScreen == 0; }));
     EXPECT_TRUE(answers.empty());
     EXPECT_EQ(consent.status(), PhotoAuthorization::notDetermined);
-}
-
-TEST_F(PhotoConsentTest, aDialogThatNobodyAnswersIsTakenAwayAndRaisedByTheNextRequest) {
-    dialogs.hold = true;
-    request();
-    ASSERT_TRUE(onScreen());
-    ASSERT_TRUE(waitUntil([&] { return clock.sleeping() == 1; }));
-    clock.advance(PhotoConsent::patience - std::chrono::seconds{1});
-    EXPECT_EQ(dialogs.onScreen, 1);
-    clock.advance(std::chrono::seconds{1});
-    ASSERT_TRUE(waitUntil([&] { return answers.size() == 1; }));
-    EXPECT_EQ(answers[0], PhotoAuthorization::notDetermined);
-    EXPECT_EQ(dialogs.onScreen, 0);
-    dialogs.hold = false;
-    request();
-    ASSERT_TRUE(waitUntil([&] { return answers.size() == 2; }));
-    EXPECT_EQ(answers[1], PhotoAuthorization::authorized);
-    EXPECT_EQ(dialogs.questions.size(), 2U);
 }
 
 TEST_F(PhotoConsentTest, aStoredValueOfAnotherTypeDecidesNothing) {

@@ -2,6 +2,7 @@
 #include "base/LocalizedError.h"
 #include "linux_photos/PicturesWorld.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -162,10 +163,21 @@ TEST_F(PhotoContent, datesThatMakeNoSenseAreNone) {
 
 TEST_F(PhotoContent, aDateInTheFutureCountsWhenItHasCome) {
     world.photo(s("x.jpg"), "2025:12:24 20:00:00");
-    EXPECT_FALSE(world.all().at(0).creationDate);
-    world.setNow(utc(2025, 12, 25, 8));
-    world.reopen();
+    world.photo(s("y.jpg"), "2026:12:24 20:00:00");
+    const auto dated = [&] {
+        return std::ranges::count_if(world.all(), [](const auto& each) { return each.creationDate.has_value(); });
+    };
+    EXPECT_EQ(dated(), 0);
+    world.setNow(utc(2025, 12, 23, 19, 59, 59)); // a camera's clock may be of another zone
+    EXPECT_EQ(dated(), 0);
+    world.setNow(utc(2025, 12, 23, 20));
     EXPECT_EQ(world.all().at(0).creationDate, utc(2025, 12, 24, 20));
+    EXPECT_EQ(dated(), 1);
+    world.setNow(utc(2027, 1, 1, 0));
+    EXPECT_EQ(dated(), 2);
+    world.setNow(utc(2025, 3, 1, 9)); // a clock that was wrong for a while
+    world.reopen();
+    EXPECT_EQ(dated(), 0);
 }
 
 TEST_F(PhotoContent, fractionsOfASecondDecideTheOrder) {

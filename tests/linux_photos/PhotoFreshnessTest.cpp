@@ -66,6 +66,19 @@ TEST_F(PhotoFreshness, onlyWhatSomebodyWaitsForIsReadInHaste) {
     EXPECT_EQ(world.reader.awaited(), awaited + 1);
 }
 
+TEST_F(PhotoFreshness, theImageOfAPhotoThatStandsAsItIsKnownWaitsForNothingElse) {
+    const QString a = world.id(s("a.jpg"));
+    const int awaited = world.reader.awaited();
+    world.photo(s("c.jpg"), "2024:03:03 10:00:00");
+    EXPECT_EQ(world.library().imageData(a)->data, jpegTaken("2024:01:01 10:00:00"));
+    EXPECT_TRUE(settles(3));
+    EXPECT_EQ(world.reader.awaited(), awaited);
+    world.rename(s("a.jpg"), s("x/d.jpg"));
+    EXPECT_EQ(world.library().imageData(a)->data, jpegTaken("2024:01:01 10:00:00"));
+    world.photo(s("x/d.jpg"), "2024:05:05 10:00:00");
+    EXPECT_EQ(world.library().imageData(a)->data, jpegTaken("2024:05:05 10:00:00"));
+}
+
 TEST_F(PhotoFreshness, aSettledLibraryReadsNothingAgain) {
     const int reads = world.reader.reads();
     world.reopen();

@@ -65,7 +65,7 @@ void PicturesWorld::close() {
 
 void PicturesWorld::reopen() {
     close();
-    consent_ = std::make_unique<PhotoConsent>(store, dialogs, clock);
+    consent_ = std::make_unique<PhotoConsent>(store, dialogs);
     library_ = std::make_unique<PhotoLibraryFolder>(*consent_, settings, script, types);
 }
 

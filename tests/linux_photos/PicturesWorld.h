@@ -4,7 +4,6 @@
 #include "linux/FileTypesShared.h"
 #include "linux/photos/PhotoLibraryFolder.h"
 #include "support/PictureMaker.h"
-#include "support/TestClock.h"
 
 #include <QTemporaryDir>
 
@@ -69,7 +68,6 @@ public:
 
     KeyValueStoreFake store;
     ModalDialogsFake dialogs;
-    TestClock clock;
     std::shared_ptr<FactsReaderScript> script = std::make_shared<FactsReaderScript>();
     FactsReaderScript& reader = *script;
     std::shared_ptr<FileTypesShared> types = std::make_shared<FileTypesShared>();

@@ -55,5 +55,5 @@ INSTANTIATE_TYPED_TEST_SUITE_P(FakeAndDesktop, ThumbnailerContract, Worlds);
 }
 
 TEST(NoThumbnailer, drawsNothing) {
-    EXPECT_EQ(NoThumbnailer().thumbnail(QStringLiteral("/a.png"), 128, 2.0), std::nullopt);
+    EXPECT_EQ(NoThumbnailer().thumbnail(QStringLiteral("/a.png"), 128, 2.0, {}), std::nullopt);
 }

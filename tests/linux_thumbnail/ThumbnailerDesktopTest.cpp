@@ -2,6 +2,7 @@
 
 #include "linux/thumbnail/SandboxedCommand.h"
 #include "linux/worker/WorkerLane.h"
+#include "worker/PdfMaker.h"
 #include "worker/WorkerFolder.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +30,7 @@ protected:
                            fileBytes(dataFolder() + QStringLiteral("/pictures/") + QString::fromLatin1(picture)));
     }
     std::optional<std::pair<int, int>> size(const QString& path, int edge = 64, double scale = 1.0) {
-        const auto drawn = thumbnailer_.thumbnail(path, edge, scale);
+        const auto drawn = thumbnailer_.thumbnail(path, edge, scale, {});
         if (!drawn)
             return std::nullopt;
         EXPECT_TRUE(drawn->png.startsWith("\x89PNG"));
@@ -62,15 +63,25 @@ TEST_F(ThumbnailerDesktopTest, anInstalledProgramDrawsWhatTheBoxedProcessCannot)
     skipWithoutBox();
     EXPECT_EQ(size(film("a.mp4", "corners.webp")), whole_); // without a program, what its bytes are
     EXPECT_EQ(size(folder_.add(QStringLiteral("b.mp4"), "a film")), std::nullopt);
-    install("film", "video/mp4;", "cat < $1 > $2");
+    install("film", "video/mp4;", "exec cat < $1 > $2");
     EXPECT_EQ(size(film("a.mp4", "corners.png")), whole_);
     EXPECT_EQ(size(film("a.mp4", "corners.png"), 16, 2.0), std::pair(32, 24)); // whatever size the program made
     EXPECT_EQ(size(folder_.add(QStringLiteral("b.mp4"), "no picture")), std::nullopt);
 }
 
+TEST_F(ThumbnailerDesktopTest, aFilmIsDrawnByTheProgramThatThisMachineHasForIt) {
+    skipWithoutBox();
+    if (IsSkipped() || !installedThumbnailer(QStringLiteral("video/mp4"), {QStringLiteral("/usr/share")}))
+        GTEST_SKIP() << "no program draws films here";
+    ThumbnailerDesktop installed(pictures_, {QStringLiteral("/usr/share")});
+    const auto drawn = installed.thumbnail(dataFolder() + QStringLiteral("/pictures/film.mp4"), 64, 2.0, {});
+    ASSERT_TRUE(drawn.has_value());
+    EXPECT_EQ(std::pair(drawn->width, drawn->height), std::pair(128, 96));
+}
+
 TEST_F(ThumbnailerDesktopTest, aProgramLearnsTheSizeInPixels) {
     skipWithoutBox();
-    install("film", "video/mp4;", "test $3 = 256 && cat < $1 > $2");
+    install("film", "video/mp4;", "test $3 = 256 && exec cat < $1 > $2");
     EXPECT_EQ(size(film("a.mp4", "corners.png"), 128, 2.0), whole_);
     EXPECT_EQ(size(film("a.mp4", "corners.png"), 128, 1.0), std::nullopt);
 }
@@ -85,8 +96,8 @@ TEST_F(ThumbnailerDesktopTest, noProgramIsAskedForWhatTheBoxedProcessDraws) {
 TEST_F(ThumbnailerDesktopTest, whatAProgramMakesIsTrustedNoMoreThanAnyFile) {
     skipWithoutBox();
     const QString path = folder_.add(QStringLiteral("a.mp4"), "a film");
-    for (const char* script : {"exit 0", "exit 1", "echo no picture > $2", "head -c 1000000 /dev/urandom > $2",
-                               "rm -f $2", "cat < /dev/zero > $2", "printf '\\\\211PNG' > $2"}) {
+    for (const char* script : {"exit 0", "exit 1", "echo no picture > $2", "exec head -c 1000000 /dev/urandom > $2",
+                               "exec rm -f $2", "exec cat < /dev/zero > $2", "printf '\\\\211PNG' > $2"}) {
         install("film", "video/mp4;", script);
         EXPECT_EQ(size(path), std::nullopt) << script;
     }
@@ -106,9 +117,27 @@ TEST_F(ThumbnailerDesktopTest, aFileThatIsNotOneIsNeverGivenToAProgram) {
     EXPECT_EQ(size(folder_.path(QStringLiteral("zero.mp4"))), std::nullopt);
 }
 
+TEST_F(ThumbnailerDesktopTest, whoeverIsToldToStopGivesUpAndTheNextIsDrawn) {
+    const QString bomb = folder_.add(QStringLiteral("a.pdf"), flateBomb(4096));
+    const QString picture = film("a.png", "corners.png");
+    const auto stopped = [this](const QString& path) {
+        std::stop_source stop;
+        std::thread waiting([&] { EXPECT_EQ(thumbnailer_.thumbnail(path, 64, 1.0, stop.get_token()), std::nullopt); });
+        stop.request_stop();
+        waiting.join();
+    };
+    stopped(bomb);
+    EXPECT_EQ(size(picture), whole_);
+    if (!SandboxedCommand::isPossible())
+        return;
+    install("film", "video/mp4;", "exec sleep 1000");
+    stopped(folder_.add(QStringLiteral("a.mp4"), "a film"));
+    EXPECT_EQ(size(picture), whole_);
+}
+
 TEST_F(ThumbnailerDesktopTest, closingEndsTheProgramThatRuns) {
     skipWithoutBox();
-    install("film", "video/mp4;", "sleep 1000");
+    install("film", "video/mp4;", "exec sleep 1000");
     const QString path = folder_.add(QStringLiteral("a.mp4"), "a film");
     std::thread waiting([&] { EXPECT_EQ(size(path), std::nullopt); });
     thumbnailer_.close();

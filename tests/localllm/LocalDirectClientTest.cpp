@@ -24,9 +24,8 @@ struct LocalDirectClientTest : testing::Test {
     std::vector<std::string> deltas;
 
     LocalDirectClient::Reply chat(const QString& base = endpoint) {
-        return await(LocalDirectClient::streamChatRaw(&http, base, R"({"model":"m"})", [this](const QString& delta) {
-            deltas.push_back(delta.toStdString());
-        }));
+        return await(LocalDirectClient::streamChatRaw(
+            &http, base, R"({"model":"m"})", [this](const QString& delta) { deltas.push_back(delta.toStdString()); }));
     }
     LocalDirectClient::Reply answered(const QByteArray& body) {
         transport.answerWith(200, body);
@@ -111,14 +110,15 @@ TEST_F(LocalDirectClientTest, aStreamWithoutALastWordGivesWhatWasGathered) {
 }
 
 TEST_F(LocalDirectClientTest, onlyToolCallsAreAnEmptyTextWithoutAnyDelta) {
-    const auto reply = answered(chunks::calls(R"({"index":1,"id":"b","function":{"name":"lire","arguments":"{\"a\""}})") +
-                                chunks::calls(R"({"index":1,"function":{"arguments":":1}"}})") +
-                                chunks::calls(R"({"index":0,"id":"a","function":{"name":"lister"}})") + chunks::done());
+    const auto reply =
+        answered(chunks::calls(R"({"index":1,"id":"b","function":{"name":"lire","arguments":"{\"a\""}})") +
+                 chunks::calls(R"({"index":1,"function":{"arguments":":1}"}})") +
+                 chunks::calls(R"({"index":0,"id":"a","function":{"name":"lister"}})") + chunks::done());
     EXPECT_TRUE(reply.text.isEmpty());
     EXPECT_TRUE(deltas.empty());
-    EXPECT_EQ(reply.toolCalls, (QJsonArray{call(QStringLiteral("a"), QStringLiteral("lister"), QStringLiteral("{}")),
-                                           call(QStringLiteral("b"), QStringLiteral("lire"),
-                                                QStringLiteral(R"({"a":1})"))}));
+    EXPECT_EQ(reply.toolCalls,
+              (QJsonArray{call(QStringLiteral("a"), QStringLiteral("lister"), QStringLiteral("{}")),
+                          call(QStringLiteral("b"), QStringLiteral("lire"), QStringLiteral(R"({"a":1})"))}));
 }
 
 TEST_F(LocalDirectClientTest, aCallThatNeverGetsANameDisappears) {
@@ -132,9 +132,8 @@ TEST_F(LocalDirectClientTest, aCallWithoutAnIdGetsOneAtTheEnd) {
     const auto reply = answered(chunks::calls(R"({"index":0,"type":"custom","function":{"name":"lire"}})"));
     const QJsonObject made = reply.toolCalls.at(0).toObject();
     const QString id = made.value(QLatin1String("id")).toString();
-    EXPECT_TRUE(QRegularExpression(QStringLiteral("^call_[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"))
-                    .match(id)
-                    .hasMatch())
+    EXPECT_TRUE(
+        QRegularExpression(QStringLiteral("^call_[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")).match(id).hasMatch())
         << id.toStdString();
     EXPECT_EQ(made.value(QLatin1String("type")), QLatin1String("custom"));
 }

@@ -1,8 +1,7 @@
 #include "localllm/LocalLLMCatalog.h"
 
-#include "fakes/HttpTransportFake.h"
-#include "fakes/KeyValueStoreFake.h"
 #include "support/Await.h"
+#include "support/ScriptedBackend.h"
 
 #include <QDir>
 #include <QFile>
@@ -105,15 +104,7 @@ TEST_F(LocalLLMCatalogTest, aRefusedRemovalIsRaised) {
     EXPECT_THROW(remove("a/b"), LocalizedError);
 }
 
-struct RemoteCatalogTest : testing::Test {
-    test::KeyValueStoreFake store;
-    test::HttpTransportFake transport;
-    VennicHTTP http{transport, QStringLiteral("api.vennic.test"), std::make_shared<const TrustAnchors>()};
-    APIConfig config{store, Deployment{.backendUrl = QStringLiteral("https://api.vennic.test"),
-                                       .backendDomain = QStringLiteral("vennic.test"),
-                                       .apiHost = QStringLiteral("api.vennic.test"),
-                                       .pairingPage = {},
-                                       .packageManagerSite = {}}};
+struct RemoteCatalogTest : testing::Test, test::ScriptedBackend {
     auto fetch() { return test::await(LocalLLMCatalog::fetchRemoteModels(&http, &config)); }
 };
 

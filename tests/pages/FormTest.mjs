@@ -54,7 +54,7 @@ test("arguments are written in the types of the wire", () => {
     ["ocr_image", { document_id: "X" }],
     ["open_document", { document_id: "X" }],
     ["thumbnail", { document_id: "X", max_edge: 256 }],
-    ["llm_infer", { openai_body_json: "{\"messages\":[]}" }],
+    ["llm_infer", { openai_body_json: '{"messages":[{"role":"user","content":"Bonjour"}]}' }],
   ];
   assert.equal(rows.length, kinds.length);
   for (const [kind, args] of rows) {
@@ -62,6 +62,41 @@ test("arguments are written in the types of the wire", () => {
     assert.equal(byId("raw").hidden, true, kind);
     assert.deepEqual(readForm(), { kind, args });
   }
+});
+
+test("a question to the local model becomes a chat, and the chat a question again", () => {
+  const tools = [{ type: "function", function: { name: "chercher" } }];
+  fill("llm_infer", {});
+  assert.deepEqual(readForm().args, { openai_body_json: '{"messages":[{"role":"user","content":""}]}' });
+  write("question", "Qui ?");
+  write("system", "Sois bref.");
+  write("model", "a/b");
+  write("tools", JSON.stringify(tools));
+  const { args } = readForm();
+  assert.deepEqual(JSON.parse(args.openai_body_json), { model: "a/b", messages: [{ role: "system", content: "Sois bref." },
+    { role: "user", content: "Qui ?" }], tools, tool_choice: "auto" });
+  fill("llm_infer", args);
+  assert.equal(byId("raw").hidden, true);
+  assert.equal(byId("arg-question").value, "Qui ?");
+  assert.deepEqual(JSON.parse(byId("arg-tools").value), tools);
+  assert.deepEqual(readForm().args, args);
+});
+
+test("a chat that the fields can't hold is shown as JSON", () => {
+  for (const body of ["{", "[]", "{}", '{"messages":5}', '{"messages":[{"role":"user","content":"x"}],"temperature":0.5}',
+    '{"messages":[{"role":"user","content":[{"type":"text"}]}]}', '{"messages":[{"role":"user","content":"a"},{"role":"user","content":"b"}]}']) {
+    fill("llm_infer", { openai_body_json: body });
+    assert.equal(byId("raw").hidden, false, body);
+    assert.deepEqual(readForm().args, { openai_body_json: body });
+  }
+});
+
+test("tools that are no JSON are refused, and none are fine", () => {
+  fill("llm_infer", {});
+  const tools = byId("arg-tools");
+  const judged = (value) => { tools.value = value; tools.dispatchEvent(new Event("input")); return tools.validity === ""; };
+  assert.deepEqual([judged(""), judged("  "), judged("[]"), judged("[")], [true, true, true, false]);
+  assert.equal(tools.validity, "Ce texte n'est pas du JSON valide.");
 });
 
 test("an optional field left empty is left out", () => {
@@ -73,6 +108,22 @@ test("an optional field left empty is left out", () => {
   assert.deepEqual(readForm().args, { year: new Date().getFullYear() });
   write("month", "12");
   assert.equal(readForm().args.month, 12);
+});
+
+test("an input that is empty or blank is given when it is meant to be, and left out when not", () => {
+  for (const args of [{ name: "Dire" }, { name: "Dire", input: "" }, { name: "Dire", input: " \n" }]) {
+    fill("shortcut_run", args);
+    assert.equal(byId("raw").hidden, true);
+    assert.deepEqual(readForm().args, args);
+  }
+  fill("shortcut_run", { name: "Dire" });
+  write("input", "\n");
+  byId("arg-input").dispatchEvent(new Event("input"));
+  assert.deepEqual(readForm().args, { name: "Dire", input: "\n" });
+  write("input", "");
+  assert.deepEqual(readForm().args, { name: "Dire", input: "" });
+  byId("arg-input-given").checked = false;
+  assert.deepEqual(readForm().args, { name: "Dire" });
 });
 
 test("what a field can't hold to the letter is shown as JSON, and sent as it is", () => {
@@ -95,15 +146,6 @@ test("JSON that is none, or no object, is refused in words", () => {
   }
   byId("raw-args").value = " ";
   assert.equal(readForm().args, undefined);
-});
-
-test("a request to the model must be JSON", () => {
-  fill("llm_infer", {});
-  const field = byId("arg-openai_body_json");
-  assert.equal(field.validity, "");
-  field.value = "{";
-  field.dispatchEvent(new Event("input"));
-  assert.equal(field.validity, "Ce texte n'est pas du JSON valide.");
 });
 
 test("choosing another kind shows its fields and forgets an earlier error", () => {

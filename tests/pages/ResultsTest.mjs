@@ -149,6 +149,15 @@ test("the model's answer shows what was said and the whole of it", () => {
   assert.equal(shown("llm_infer", { response_json: "pas du JSON", model_used: "m", latency_ms: 1 }).all("pre")[0].textContent, "pas du JSON");
 });
 
+test("what the model read, wrote and asked for is told", () => {
+  const calls = [{ id: "c", function: { name: "chercher", arguments: "{\"mots\":\"edf\"}" } }, { function: { name: "<i>" } }, null];
+  const answer = { choices: [{ message: { content: "", tool_calls: calls } }], usage: { prompt_tokens: 9, completion_tokens: 1 } };
+  const page = shown("llm_infer", { response_json: JSON.stringify(answer), model_used: "m", latency_ms: 1840 });
+  assert.equal(spaced(page.all("p")[0].textContent), "m · 1,8 s · 9 jetons lus · 1 jeton écrit");
+  assert.deepEqual(page.all("dt").map((each) => each.textContent), ["chercher", "<i>", "(sans nom)"]);
+  assert.equal(page.all("dd")[0].textContent, '{"mots":"edf"}');
+});
+
 test("hostile names are texts in every kind, and never elements", () => {
   const answers = {
     search: { items: hostile.map((name) => item(name, { parent: name, mime: name })) },
@@ -160,9 +169,10 @@ test("hostile names are texts in every kind, and never elements", () => {
     read: { content: hostile[0], truncated: false, bytes_read: 1 },
     ocr_image: { text: hostile[0], languages: hostile, bytes_processed: 1 },
     app_open: { ok: false, error: hostile[0] },
-    llm_infer: { response_json: hostile[0], model_used: hostile[0], latency_ms: 1 },
+    llm_infer: { response_json: JSON.stringify({ choices: [{ message: { content: hostile[0],
+      tool_calls: hostile.map((name) => ({ function: { name, arguments: name } })) } }] }), model_used: hostile[0], latency_ms: 1 },
   };
-  const harmless = new Set(["a", "button", "details", "div", "h3", "input", "li", "nav", "ol", "p", "pre", "span", "strong", "summary",
+  const harmless = new Set(["a", "button", "dd", "details", "div", "dl", "dt", "h3", "input", "li", "nav", "ol", "p", "pre", "span", "strong", "summary",
     "table", "tbody", "td", "th", "thead", "tr"]);
   for (const [kind, result] of Object.entries(answers)) {
     const page = shown(kind, result);

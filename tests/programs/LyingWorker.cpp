@@ -54,7 +54,10 @@ wire::Request hear() {
     return request;
 }
 
-std::string_view bytesOf(const wire::PageCount& count) { return {reinterpret_cast<const char*>(&count), sizeof count}; }
+template <class Record>
+std::string bytesOf(const Record& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
+}
 
 // A PDF of two pages.
 void answerOfPages(std::string_view lie, const wire::Request& request) {
@@ -66,7 +69,16 @@ void answerOfPages(std::string_view lie, const wire::Request& request) {
         count.pages = 0;
     if (lie == "more-pages-than-can-be")
         count.pages = wire::mostPages + 1;
-    std::string body(request.form == wire::Form::pdfPages ? bytesOf(count) : "ab");
+    wire::RecognizedIn recognized{3};
+    if (lie == "no-language")
+        recognized.languages = 0;
+    if (lie == "unknown-language")
+        recognized.languages = 4;
+    std::string body(request.form == wire::Form::pdfPages      ? bytesOf(count)
+                     : request.form == wire::Form::pdfPageText ? std::string("ab")
+                                                               : bytesOf(recognized) + "ab");
+    if (lie == "half-a-language")
+        body.resize(sizeof recognized - 1);
     if (lie == "longer-count")
         body += "x";
     if (lie == "shorter-count")
@@ -74,7 +86,7 @@ void answerOfPages(std::string_view lie, const wire::Request& request) {
     if (lie == "truncated-page")
         answer.truncated = 1;
     if (lie == "page-not-utf8")
-        body = "a\xC3";
+        body.back() = '\xC3';
     if (lie == "nothing-installed-for-a-layer")
         answer.outcome = wire::Outcome::unavailable;
     if (lie == "beyond-the-box-with-a-body")

@@ -83,6 +83,18 @@ class Act(Scene):
         text = "é" * 500_000
         self.assertEqual(self.act("shortcut_run", name="redire", input=text)["result"], {"output": text})
 
+    def test_a_long_output_arrives_and_a_longer_one_than_is_taken_is_told(self):
+        ended = self.folder / "ended"
+        self.add_automation("long", "yes é | head -c 20000000")
+        self.add_automation("trop long", f"yes é | head -c 70000000; touch '{ended}'")
+        self.start_all()
+        output = self.act("shortcut_run", name="long")["result"]["output"]
+        self.assertEqual((len(output), set(output)), (13_333_333, {"é", "\n"}))
+        answer = self.act("shortcut_run", name="trop long")
+        self.assertEqual(answer["error_message"], "shortcut_run_failed: L'automatisation est allée à son terme, mais elle "
+                                                  "a écrit plus de 64 Mio : sa réponse n'est pas transmise.")
+        self.assertTrue(ended.exists())
+
     def test_an_automation_that_runs_ends_with_the_client_and_does_not_hold_it_up(self):
         pid_file = self.folder / "pid"
         self.add_automation("long", f"echo $$ >'{pid_file}.new'; mv '{pid_file}.new' '{pid_file}'; sleep 600; true")
@@ -111,7 +123,7 @@ class Act(Scene):
         self.add_automation("a", "true")
         self.add_automation("b", "true")
         after = findings()
-        self.assertEqual(after["Applications"]["finding"], "1 application(s) que le backend peut ouvrir")
+        self.assertEqual(after["Applications"]["finding"], "1 application(s) que le serveur peut ouvrir")
         self.assertEqual(after["Automatisations"]["finding"], f"2 dans {self.automations}")
         self.automations.chmod(0o777)
         self.assertEqual(findings()["Automatisations"]["verdict"], "limited")

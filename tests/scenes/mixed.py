@@ -6,7 +6,7 @@ import random
 import signal
 
 from proxy import FaultProxy, Outcome
-from reach import MALFORMED, NO_PICTURE, NOT_YET, REPEATABLE, ROWS, World
+from reach import MALFORMED, NO_PICTURE, REPEATABLE, ROWS, World
 from scene import PATIENCE, Scene, wait_for
 
 LOST = "La machine a demandé la tâche suivante sans répondre à celle-ci."
@@ -35,10 +35,9 @@ class MixedTasks(Scene):
         self.find("hortensia", "bail.md")
         for name in ("lettre.pdf", "reçu.png", "archive.zip"):
             self.find(name.split(".")[0], name)
-        if "photos_recent" not in NOT_YET:
-            allowed = self.client.verb("photos", "allow")
-            self.assertEqual(allowed.returncode, 0, allowed.stderr)
-            wait_for(lambda: self.backend.run(self.device, "photos_recent")["result"]["items"], "the photo is in the library")
+        allowed = self.client.verb("photos", "allow")
+        self.assertEqual(allowed.returncode, 0, allowed.stderr)
+        wait_for(lambda: self.backend.run(self.device, "photos_recent")["result"]["items"], "the photo is in the library")
 
     def deploy(self):
         self.proxy.lead_to(self.backend)
@@ -82,7 +81,7 @@ class MixedTasks(Scene):
             if task_id in rows and rows[task_id] is None:
                 continue
             self.served += len(each)
-            if task_id in rows and rows[task_id].effect and rows[task_id].kind not in NOT_YET:
+            if task_id in rows and rows[task_id].effect:
                 self.effects[rows[task_id].effect] += len(each)
         return deliveries
 

@@ -67,12 +67,6 @@ class Road(Scene):
         self.assertEqual(answer["error_message"], "Le pont local est désactivé dans les Réglages du Mac.")
         self.assertEqual(self.client.status()["tasks_served"], 1)
 
-    def test_a_kind_that_is_not_served_yet_is_answered(self):
-        self.start_all()
-        answer = self.backend.run(self.device, "llm_infer", {"openai_body_json": "{}"})
-        self.assertEqual((answer["state"], answer["error_message"]),
-                         ("error", "Cette tâche n'est pas encore disponible sur ce Mac."))
-
     def test_shared_folders_are_listed_level_by_level_and_what_is_listed_can_be_read(self):
         self.write("Reçus/edf.txt", "hortensia")
         self.write("Reçus/.caché", "x")

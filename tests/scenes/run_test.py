@@ -100,7 +100,7 @@ class Run(Scene):
         client, backend = self.child("vennic"), self.child("vennic-server")
         os.kill(backend, signal.SIGKILL)
         self.assertEqual(self.process.wait(PATIENCE), 1)
-        self.assertIn("Le backend s'est arrêté de lui-même (code 137).", self.said())
+        self.assertIn("Le serveur s'est arrêté de lui-même (code 137).", self.said())
         self.assert_gone(client, backend)
 
     def test_a_client_that_is_told_to_quit_ends_both_and_is_no_failure(self):

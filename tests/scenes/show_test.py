@@ -48,7 +48,7 @@ class Show(Scene):
         folder = self.folder / "data" / "thumbnailers"
         folder.mkdir(parents=True)
         (folder / "film.thumbnailer").write_text(
-            "[Thumbnailer Entry]\nTryExec=cat\nExec=sh -c 'cat $0 > $1' %i %o\nMimeType=video/mp4;\n", encoding="utf-8")
+            "[Thumbnailer Entry]\nTryExec=cat\nExec=sh -c 'exec cat $0 > $1' %i %o\nMimeType=video/mp4;\n", encoding="utf-8")
         self.start_all()
         self.assertShows(self.thumbnail(self.find("film", "film.mp4")["id"]), 64, 48)
 

@@ -63,6 +63,27 @@ std::optional<DocumentText> unboxed(const QString& path, qint64 most) {
 
 } // namespace
 
+TEST_F(DocumentReaderWorkerTest, theEndOfAPageIsOneCharacterWhereItsTextEndsWithACarriageReturn) {
+    const QString path = add(pdfReadAs("0062000d").replace("/Kids [4 0 R] /Count 1", "/Kids [4 0 R 4 0 R] /Count 2"));
+    struct Read {
+        QString text;
+        bool isTruncated = false;
+    };
+    const QList<Read> byMost{{QString(), true},
+                             {QStringLiteral("a"), true},
+                             {QStringLiteral("ab"), true},
+                             {QStringLiteral("ab\r"), false}, // as many as were asked: no further page is looked at
+                             {QStringLiteral("ab\r\na"), true},
+                             {QStringLiteral("ab\r\nab"), true},
+                             {QStringLiteral("ab\r\nab\r"), false},
+                             {QStringLiteral("ab\r\nab\r\n"), false}};
+    for (qsizetype most = 0; most < byMost.size(); ++most) {
+        const DocumentText read = reader_.pdf(path, most);
+        EXPECT_EQ(read.text, byMost[most].text) << most;
+        EXPECT_EQ(read.truncated, byMost[most].isTruncated) << most;
+    }
+}
+
 TEST_F(DocumentReaderWorkerTest, readsTheSameBoxedAndUnboxed) {
     int texts = 0;
     QDirIterator files(dataFolder(), QDir::Files, QDirIterator::Subdirectories);

@@ -23,11 +23,11 @@ protected:
 
     std::optional<DocumentFault> imageFault(const QByteArray& bytes) {
         const QString path = folder_.add(QStringLiteral("image"), bytes);
-        return faultOf([&] { recognizer_.image(path); });
+        return faultOf([&] { recognizer_.image(path, {}); });
     }
     void expectGoodOneIsRead() {
         const QString path = folder_.add(QStringLiteral("good"), good_);
-        EXPECT_EQ(recognizer_.image(path).text, QStringLiteral("Bonjour"));
+        EXPECT_EQ(recognizer_.image(path, {}).text, QStringLiteral("Bonjour"));
     }
     void expectFault(const QByteArray& bytes) {
         EXPECT_TRUE(imageFault(bytes).has_value());
@@ -183,7 +183,7 @@ TEST_F(HostilePictures, aPageOfHugeSizeIsAFaultAndTheNextPageIsRead) {
         QByteArray pdf = pdfOf({{QString(), {QStringLiteral("grand")}}, {QStringLiteral("suite"), {}}});
         const qsizetype at = pdf.indexOf("/MediaBox [");
         pdf.replace(at, pdf.indexOf(']', at) + 1 - at, "/MediaBox " + box);
-        const auto pages = recognizer_.openPdf(folder_.add(QStringLiteral("pdf"), pdf));
+        const auto pages = recognizer_.openPdf(folder_.add(QStringLiteral("pdf"), pdf), {});
         // A page of 5760 points is 256 million pixels; one without a size may be taken for a sheet of letter paper.
         std::optional<RecognizedText> read;
         faultOf([&] { read = pages->recognize(0); });
@@ -197,7 +197,7 @@ TEST_F(HostilePictures, aPdfCutShortAtManyPlacesDoesNoHarm) {
     for (int part = 0; part < 40; ++part) {
         const QString path = folder_.add(QStringLiteral("pdf"), pdf.left(pdf.size() * part / 40));
         faultOf([&] {
-            const auto pages = recognizer_.openPdf(path);
+            const auto pages = recognizer_.openPdf(path, {});
             pages->text(0);
             pages->recognize(0);
         });
@@ -212,7 +212,7 @@ TEST_F(HostilePictures, aPageWhoseImageLiesAboutItsSizeDoesNoHarm) {
         QByteArray lying = pdf;
         const qsizetype at = lying.indexOf("/Width ");
         lying.replace(at, lying.indexOf("/ColorSpace") - at, QByteArray(edge) + " ");
-        const auto pages = recognizer_.openPdf(folder_.add(QStringLiteral("pdf"), lying));
+        const auto pages = recognizer_.openPdf(folder_.add(QStringLiteral("pdf"), lying), {});
         faultOf([&] { pages->recognize(0); });
         expectGoodOneIsRead();
     }

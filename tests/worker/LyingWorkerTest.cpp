@@ -46,6 +46,7 @@ private:
 
 class LyingAboutPageCounts : public ::testing::TestWithParam<const char*> {};
 class LyingAboutPageTexts : public ::testing::TestWithParam<const char*> {};
+class LyingAboutRecognition : public ::testing::TestWithParam<const char*> {};
 
 std::string nameOfLie(const ::testing::TestParamInfo<const char*>& info) {
     QString name = QString::fromLatin1(info.param);
@@ -98,11 +99,22 @@ INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutPageTexts,
                                            "beyond-the-box-with-a-body", "endless-page"),
                          nameOfLie);
 
+TEST_P(LyingAboutRecognition, isNotBelieved) {
+    PageLiar liar(QString::fromLatin1(GetParam()));
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::imageText); }), DocumentFault::worker);
+    EXPECT_EQ(faultOf([&] { liar.ask(wire::Form::pdfPageScan); }), DocumentFault::worker);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lies, LyingAboutRecognition,
+                         ::testing::Values("no-language", "unknown-language", "half-a-language", "truncated-page",
+                                           "page-not-utf8", "beyond-the-box-with-a-body"),
+                         nameOfLie);
+
 TEST(LyingWorkerOnce, honestPagesAreTaken) {
     PageLiar liar(QStringLiteral("honest"));
     EXPECT_EQ(liar.ask(wire::Form::pdfPages), QByteArray("\2\0\0\0", 4));
     EXPECT_EQ(liar.ask(wire::Form::pdfPageText), "ab");
-    EXPECT_EQ(liar.ask(wire::Form::imageText), "ab");
+    EXPECT_EQ(liar.ask(wire::Form::imageText), QByteArray("\3\0\0\0ab", 6));
 }
 
 TEST(LyingWorkerOnce, whatFailedSaysWhetherTheDocumentMayBeToBlame) {

@@ -25,19 +25,34 @@ inline QByteArray pdfStream(const QByteArray& data, const QByteArray& extra = {}
     return "<< /Length " + QByteArray::number(data.size()) + " " + extra + ">>\nstream\n" + data + "\nendstream";
 }
 
-/// One page with the given reference or references as its contents; `more` are the objects from 5 on.
-inline QByteArray onePagePdf(const QByteArray& contents, const QList<QByteArray>& more) {
+/// One page with the given entries and the given reference or references as its contents; `more` are the objects from
+/// 5 on.
+inline QByteArray onePagePdf(const QByteArray& entries, const QByteArray& contents, const QList<QByteArray>& more,
+                             const QByteArray& fontEntries = {}) {
     return assemblePdf(QList<QByteArray>{"<< /Type /Catalog /Pages 2 0 R >>",
                                          "<< /Type /Pages /Kids [4 0 R] /Count 1 >>",
-                                         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
-                                         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] "
-                                         "/Resources << /Font << /F1 3 0 R >> >> /Contents " +
-                                             contents + " >>"} +
+                                         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica " + fontEntries + ">>",
+                                         "<< /Type /Page /Parent 2 0 R " + entries +
+                                             " /Resources << /Font << /F1 3 0 R >> >> /Contents " + contents + " >>"} +
                        more);
+}
+inline QByteArray onePagePdf(const QByteArray& contents, const QList<QByteArray>& more) {
+    return onePagePdf("/MediaBox [0 0 595 842]", contents, more);
 }
 
 inline QByteArray pdfSaying(const QByteArray& asciiLine) {
     return onePagePdf("5 0 R", {pdfStream("BT /F1 12 Tf 72 700 Td (" + asciiLine + ") Tj ET")});
+}
+
+/// One page that says "ab" in a font whose "b" is read as `meaning`, UTF-16 in hexadecimal digits.
+inline QByteArray pdfReadAs(const QByteArray& meaning) {
+    const QByteArray table =
+        "/CIDInit /ProcSet findresource begin 12 dict begin begincmap /CMapName /T def /CMapType 2 "
+        "def\n1 begincodespacerange <00> <ff> endcodespacerange\n"
+        "2 beginbfchar <61> <0061> <62> <" +
+        meaning + "> endbfchar endcmap end end";
+    return onePagePdf("/MediaBox [0 0 595 842]", "5 0 R",
+                      {pdfStream("BT /F1 12 Tf 72 700 Td (ab) Tj ET"), pdfStream(table)}, "/ToUnicode 6 0 R ");
 }
 
 /// Contents that unfold to `megabytes` of operators and take a fraction of it on disk: the object, which is to have

@@ -70,8 +70,7 @@ worker::Picture pictureSaying(const QStringList& lines) {
                      "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 260 " + number(20 * (lines.size() + 2)) +
                          "] /Resources << /Font << /F1 3 0 R >> >> /Contents 5 0 R >>",
                      pdfStream(drawnLines(lines))});
-    const auto document = worker::openPdf({pdf.constData(), static_cast<std::size_t>(pdf.size())});
-    return worker::pictureOfPdfPage(*document, 0, dpi);
+    return worker::PdfDrawing({pdf.constData(), static_cast<std::size_t>(pdf.size())}).page(0, dpi);
 }
 
 worker::Picture inkOnNothing(const QStringList& lines, Ink ink) {

@@ -45,6 +45,16 @@ TEST_F(PictureWorker, givesTheTextLayerOfEachPage) {
     EXPECT_EQ(pageText(document("japanese.pdf"), 0), QStringLiteral("日本語の文書です"));
 }
 
+TEST_F(PictureWorker, theTextOfAPageIsGivenAsItStandsToItsEnd) {
+    const auto readAs = [&](const char* meaning) {
+        return pageText(folder_.add(QStringLiteral("read-as.pdf"), pdfReadAs(meaning)), 0);
+    };
+    EXPECT_EQ(readAs("00620020"), QStringLiteral("ab "));
+    EXPECT_EQ(readAs("0062000a000a"), QStringLiteral("ab\n\n"));
+    EXPECT_EQ(readAs("0062000c"), QStringLiteral("ab\f"));
+    EXPECT_EQ(readAs("0062000d"), QStringLiteral("ab\r"));
+}
+
 TEST_F(PictureWorker, aPageThatIsNotThereIsUnparsable) {
     const QString path = document("small.pdf");
     for (const std::uint32_t page : {1U, wire::mostPages, wire::mostPages + 1, 0xffffffffU})

@@ -1,9 +1,11 @@
 #include "linux/worker/TextRecognizerWorker.h"
 
+#include "base/RecognitionLanguage.h"
 #include "linux/worker/WorkerLane.h"
 #include "support/Await.h"
 #include "worker/PictureMaker.h"
 #include "worker/PictureReaders.h"
+#include "worker/TextRecognition.h"
 #include "worker/Unboxed.h"
 #include "worker/WorkerFolder.h"
 
@@ -11,6 +13,7 @@
 
 #include <array>
 #include <csignal>
+#include <future>
 #include <gtest/gtest.h>
 #include <leptonica/allheaders.h>
 
@@ -36,9 +39,9 @@ protected:
         return dataFolder() + QStringLiteral("/documents/") + QString::fromLatin1(name);
     }
     QString add(const QByteArray& bytes) const { return folder_.add(QStringLiteral("file"), bytes); }
-    QString textOf(const QByteArray& bytes) { return recognizer_.image(add(bytes)).text; }
+    QString textOf(const QByteArray& bytes) { return recognizer_.image(add(bytes), {}).text; }
     std::optional<DocumentFault> imageFault(const QString& path) {
-        return faultOf([&] { recognizer_.image(path); });
+        return faultOf([&] { recognizer_.image(path, {}); });
     }
 };
 
@@ -65,12 +68,12 @@ QByteArray exifSegment(quint16 orientation) {
 TEST_F(TextRecognizerWorkerTest, readsEveryFormOfImageByItsContent) {
     for (const QByteArray& image : imagesSaying(lines_))
         EXPECT_EQ(textOf(image), text_) << image.left(8).toHex().toStdString();
-    EXPECT_EQ(recognizer_.image(data("note.heic")).text, QStringLiteral("Note de frais\nTotal 42 euros"));
+    EXPECT_EQ(recognizer_.image(data("note.heic"), {}).text, QStringLiteral("Note de frais\nTotal 42 euros"));
     EXPECT_EQ(childProcesses().size(), 1);
 }
 
 TEST_F(TextRecognizerWorkerTest, readsTheTilesOfAGrid) {
-    EXPECT_EQ(recognizer_.image(data("grid.heic")).text,
+    EXPECT_EQ(recognizer_.image(data("grid.heic"), {}).text,
               QStringLiteral("Note de frais\nTotal 42 euros\nNote de frais\nTotal 42 euros"));
 }
 
@@ -137,7 +140,7 @@ TEST_F(TextRecognizerWorkerTest, anOrientationThatMakesNoSenseIsNone) {
 }
 
 TEST_F(TextRecognizerWorkerTest, readsAccents) {
-    const QString text = recognizer_.openPdf(document("accents.pdf"))->recognize(0).text;
+    const QString text = recognizer_.openPdf(document("accents.pdf"), {})->recognize(0).text;
     for (const char16_t* word : {u"Élève", u"école", u"où", u"l’œuvre", u"coûte", u"12 €", u"très"})
         EXPECT_TRUE(text.contains(QStringView(word))) << text.toStdString();
 }
@@ -152,7 +155,7 @@ TEST_F(TextRecognizerWorkerTest, readsAPictureThatIsTooLargeForColour) {
 
 TEST_F(TextRecognizerWorkerTest, aPictureOfOnePixelHasNoText) {
     for (const quint32 edge : {1U, 2U, 3U, 10U})
-        EXPECT_EQ(recognizer_.image(add(plainPng(edge, edge, 8, 0))).text, QString()) << edge;
+        EXPECT_EQ(recognizer_.image(add(plainPng(edge, edge, 8, 0)), {}).text, QString()) << edge;
 }
 
 TEST_F(TextRecognizerWorkerTest, whatIsNoPictureIsUnparsable) {
@@ -164,12 +167,29 @@ TEST_F(TextRecognizerWorkerTest, whatIsNoPictureIsUnparsable) {
 }
 
 TEST_F(TextRecognizerWorkerTest, aPageIsReadAsItIsShown) {
-    const auto rotated = recognizer_.openPdf(document("rotated.pdf"));
+    const auto rotated = recognizer_.openPdf(document("rotated.pdf"), {});
     EXPECT_EQ(rotated->recognize(0).text, QStringLiteral("Page tournée."));
 }
 
+TEST_F(TextRecognizerWorkerTest, theWholeMediaBoxOfAPageIsReadWhateverItsCropBoxShows) {
+    const QByteArray lines = "BT /F1 14 Tf 20 TL 24 ";
+    const QByteArray words = " Td (Facture de janvier) ' (Total 42 euros) ' ET";
+    struct Cropped {
+        QByteArray boxes;
+        QByteArray from; // the left end of the line above the first
+    };
+    for (const auto& [boxes, from] :
+         QList<Cropped>{{"/MediaBox [0 0 260 100] /CropBox [0 60 260 100]", "84"},
+                        {"/MediaBox [0 0 260 100] /CropBox [0 60 260 100] /Rotate 90", "84"},
+                        {"/MediaBox [0 -500 260 -400] /CropBox [10 -440 250 -410]", "-416"},
+                        {"/MediaBox [0 0 260 100] /CropBox [0 0 1 1]", "84"}}) {
+        const QString path = add(onePagePdf(boxes, "5 0 R", {pdfStream(lines + from + words)}));
+        EXPECT_EQ(recognizer_.openPdf(path, {})->recognize(0).text, text_) << boxes.toStdString();
+    }
+}
+
 TEST_F(TextRecognizerWorkerTest, aPageThatIsTooLargeToDrawFailsAloneAndItsTextLayerIsRead) {
-    const auto pages = recognizer_.openPdf(document("huge-page.pdf"));
+    const auto pages = recognizer_.openPdf(document("huge-page.pdf"), {});
     EXPECT_EQ(faultOf([&] { pages->recognize(0); }), DocumentFault::worker);
     EXPECT_EQ(pages->text(0), QStringLiteral("Une page immense."));
 }
@@ -179,7 +199,7 @@ TEST_F(TextRecognizerWorkerTest, aPageThatTakesTooLongFailsAloneAndTheNextOnesAr
         DocumentWorkerOptions{.executable = pictureWorkerProgram(), .mostCpu = 1500ms, .life = wire::pictureLife});
     TextRecognizerWorker hurried(lane_);
     const QString path = add(pdfWithBombBetween(QStringLiteral("un"), QStringLiteral("trois"), 4096));
-    const auto pages = hurried.openPdf(path);
+    const auto pages = hurried.openPdf(path, {});
     ASSERT_EQ(pages->count(), 3);
     EXPECT_EQ(pages->text(0), QStringLiteral("un"));
     const pid_t process = childProcesses().value(0, -1);
@@ -190,15 +210,63 @@ TEST_F(TextRecognizerWorkerTest, aPageThatTakesTooLongFailsAloneAndTheNextOnesAr
 }
 
 TEST_F(TextRecognizerWorkerTest, aProcessThatIsKilledBetweenTwoPagesIsReplaced) {
-    const auto pages = recognizer_.openPdf(document("three-pages.pdf"));
+    const auto pages = recognizer_.openPdf(document("three-pages.pdf"), {});
     EXPECT_EQ(pages->text(0), QStringLiteral("Première page."));
     kill(childProcesses().value(0, -1), SIGKILL);
     EXPECT_TRUE(waitUntil([] { return childProcesses().isEmpty(); }));
     EXPECT_EQ(pages->text(2), QStringLiteral("Troisième page."));
 }
 
+TEST_F(TextRecognizerWorkerTest, whoeverIsToldToStopGivesUpAPageAndTheNextIsReadByAnotherProcess) {
+    const QString path = add(pdfWithBombBetween(QStringLiteral("un"), QStringLiteral("trois"), 4096));
+    std::stop_source stop;
+    const auto pages = recognizer_.openPdf(path, stop.get_token());
+    EXPECT_EQ(pages->text(0), QStringLiteral("un"));
+    const pid_t process = childProcesses().value(0, -1);
+    auto given = std::async(std::launch::async, [&] { return causeOf([&] { pages->recognize(1); }); });
+    EXPECT_TRUE(waitUntil([&] { return processStatus(process, "State").startsWith('R'); }));
+    stop.request_stop();
+    EXPECT_EQ(given.get(), WorkerFailure::Cause::unavailable);
+    EXPECT_EQ(causeOf([&] { pages->text(2); }), WorkerFailure::Cause::unavailable);
+    EXPECT_EQ(recognizer_.openPdf(path, {})->text(2), QStringLiteral("trois"));
+    EXPECT_NE(childProcesses().value(0, -1), process);
+}
+
+TEST_F(TextRecognizerWorkerTest, whoeverIsToldToStopWaitsNoLongerForWhoIsBefore) {
+    const QString path = add(pdfWithBombBetween(QStringLiteral("un"), QStringLiteral("trois"), 4096));
+    const auto pages = recognizer_.openPdf(path, {});
+    const pid_t process = childProcesses().value(0, -1);
+    auto before = std::async(std::launch::async, [&] { return faultOf([&] { pages->recognize(1); }); });
+    EXPECT_TRUE(waitUntil([&] { return processStatus(process, "State").startsWith('R'); }));
+    std::stop_source stop;
+    auto waiting = std::async(std::launch::async,
+                              [&] { return causeOf([&] { recognizer_.image(data("note.heic"), stop.get_token()); }); });
+    stop.request_stop();
+    EXPECT_EQ(waiting.get(), WorkerFailure::Cause::unavailable);
+    EXPECT_EQ(childProcesses(), QList<pid_t>{process}); // which is still at work on the other's page
+    lane_->close();
+    EXPECT_EQ(before.get(), DocumentFault::worker);
+}
+
+TEST_F(TextRecognizerWorkerTest, whatIsBeyondTheBoxFailsAloneAndWhateverIsAskedNextSucceeds) {
+    const QString image = folder_.add(QStringLiteral("image"), encoded(pictureSaying(lines_), ImageForm::png));
+    const QString huge = folder_.add(QStringLiteral("huge"), plainPng(30000, 30000, 8, 0));
+    const auto next = [&](const char* after) {
+        EXPECT_EQ(recognizer_.image(image, {}).text, text_) << after;
+        EXPECT_EQ(recognizer_.openPdf(document("rotated.pdf"), {})->recognize(0).text, QStringLiteral("Page tournée."))
+            << after;
+    };
+    EXPECT_TRUE(imageFault(huge).has_value());
+    next("an image");
+    const auto pages = recognizer_.openPdf(document("huge-page.pdf"), {});
+    EXPECT_EQ(faultOf([&] { pages->recognize(0); }), DocumentFault::worker);
+    next("a page");
+    EXPECT_EQ(faultOf([&] { pages->recognize(0); }), DocumentFault::worker);
+    EXPECT_EQ(pages->text(0), QStringLiteral("Une page immense."));
+}
+
 TEST_F(TextRecognizerWorkerTest, aClosedLaneFailsEveryPage) {
-    const auto pages = recognizer_.openPdf(document("three-pages.pdf"));
+    const auto pages = recognizer_.openPdf(document("three-pages.pdf"), {});
     lane_->close();
     EXPECT_EQ(faultOf([&] { pages->text(0); }), DocumentFault::worker);
     EXPECT_EQ(imageFault(data("note.heic")), DocumentFault::worker);
@@ -206,10 +274,39 @@ TEST_F(TextRecognizerWorkerTest, aClosedLaneFailsEveryPage) {
 
 TEST_F(TextRecognizerWorkerTest, theSamePictureGivesTheSameTextHoweverOftenAndInWhateverOrder) {
     const QString image = folder_.add(QStringLiteral("image"), imagesSaying(lines_).first());
-    const RecognizedText first = recognizer_.image(image);
-    recognizer_.image(data("grid.heic"));
-    EXPECT_EQ(recognizer_.image(image), first);
-    EXPECT_EQ(recognizer_.image(image), first);
+    const RecognizedText first = recognizer_.image(image, {});
+    recognizer_.image(data("grid.heic"), {});
+    EXPECT_EQ(recognizer_.image(image, {}), first);
+    EXPECT_EQ(recognizer_.image(image, {}), first);
+}
+
+TEST_F(TextRecognizerWorkerTest, recognisesInTheOneLanguageThatIsInstalledAndNamesItAlone) {
+    const QByteArray installed(installedRecognition(recognitionDataFolders).folder.c_str());
+    const auto dataOf = [&](const char* language) {
+        return QString::fromUtf8(installed) + u'/' + QLatin1String(language) + QStringLiteral(".traineddata");
+    };
+    const auto read = [&] {
+        const QByteArray folder = QFile::encodeName(folder_.path(QStringLiteral("tessdata")));
+        const std::array<const char*, 3> folders{"/proc/nowhere", folder.constData(), installed.constData()};
+        return worker::TextRecognition(folders).read(pictureSaying(lines_));
+    };
+    const auto body = [&](char languages) { return QByteArray(1, languages) + QByteArray(3, '\0') + text_.toUtf8(); };
+    const auto bytesOf = [](const worker::ReadResult& result) { return QByteArray::fromStdString(result.body); };
+    QDir().mkpath(folder_.path(QStringLiteral("tessdata")));
+    EXPECT_EQ(bytesOf(read()), body(3)); // a folder without a language is passed over
+    ASSERT_TRUE(QFile::link(dataOf("eng"), folder_.path(QStringLiteral("tessdata/eng.traineddata"))));
+    EXPECT_EQ(bytesOf(read()), body(2)); // one with any is used alone
+    const QString french = folder_.add(QStringLiteral("tessdata/fra.traineddata"), "damaged");
+    EXPECT_EQ(bytesOf(read()), body(2));
+    ASSERT_TRUE(QFile::remove(french) && QFile::link(dataOf("fra"), french));
+    EXPECT_EQ(bytesOf(read()), body(3));
+    ASSERT_TRUE(QFile::remove(folder_.path(QStringLiteral("tessdata/eng.traineddata"))));
+    EXPECT_EQ(bytesOf(read()), body(1));
+}
+
+TEST_F(TextRecognizerWorkerTest, withoutAnyLanguageNothingIsRecognised) {
+    const std::array<const char*, 1> folders{"/proc/nowhere"};
+    EXPECT_EQ(worker::TextRecognition(folders).read(pictureSaying(lines_)).outcome, wire::Outcome::unavailable);
 }
 
 TEST_F(TextRecognizerWorkerTest, readsTheSameBoxedAndUnboxed) {

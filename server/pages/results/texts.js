@@ -45,17 +45,28 @@ export function shortcutRun(result) {
   return result.output === undefined ? [empty("C'est fait. L'automatisation n'a rien écrit.")] : preformatted(textOf(result.output), []);
 }
 
+// The calls that a model asks for, each with its arguments.
+function toolCalls(message) {
+  if (!Array.isArray(message?.tool_calls) || !message.tool_calls.length) return [];
+  return [element("h3", {}, "Outils demandés"), element("dl", {}, ...message.tool_calls.flatMap((call) =>
+    [element("dt", { class: "code" }, plain(call?.function?.name) || "(sans nom)"),
+      element("dd", { class: "code" }, plain(call?.function?.arguments))]))];
+}
+
+function tokens(usage) {
+  const { prompt_tokens: asked, completion_tokens: written } = usage ?? {};
+  return Number.isInteger(written) && written > 0 ? [counted(asked, "jeton lu", "jetons lus"), counted(written, "jeton écrit", "jetons écrits")] : [];
+}
+
 export function inference(result) {
   const raw = textOf(result.response_json);
-  let said = "";
-  let body = raw;
-  try {
-    const answer = JSON.parse(raw);
-    said = answer?.choices?.[0]?.message?.content ?? "";
-    body = JSON.stringify(answer, null, 2);
-  } catch { /* no JSON: shown as it came */ }
-  return [hint(`${plain(result.model_used) || "modèle inconnu"} · ${milliseconds(result.latency_ms)}`),
-    ...(typeof said === "string" && said ? preformatted(said, []) : []),
-    element("h3", {}, `Réponse du modèle (${counted(raw.length, "caractère", "caractères")})`),
-    element("pre", { tabindex: 0 }, body.length > 100_000 ? `${body.slice(0, 100_000)}…\n(${number(body.length - 100_000)} de plus)` : body)];
+  let answer = null;
+  try { answer = JSON.parse(raw); } catch { /* no JSON: shown as it came */ }
+  const body = answer === null ? raw : JSON.stringify(answer, null, 2);
+  const message = answer?.choices?.[0]?.message;
+  const said = message?.content;
+  return [hint([plain(result.model_used) || "modèle inconnu", milliseconds(result.latency_ms), ...tokens(answer?.usage)].join(" · ")),
+    ...(typeof said === "string" && said ? preformatted(said, []) : []), ...toolCalls(message),
+    element("details", { open: answer === null }, element("summary", {}, `Réponse du modèle (${counted(raw.length, "caractère", "caractères")})`),
+      element("pre", { tabindex: 0 }, body.length > 100_000 ? `${body.slice(0, 100_000)}…\n(${number(body.length - 100_000)} de plus)` : body))];
 }

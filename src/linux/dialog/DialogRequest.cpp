@@ -12,6 +12,8 @@ constexpr auto textKey = QLatin1String("text");
 constexpr auto acceptKey = QLatin1String("accept");
 constexpr auto refuseKey = QLatin1String("refuse");
 constexpr auto warningKey = QLatin1String("warning");
+constexpr auto informationalKey = QLatin1String("informational");
+constexpr auto suppressionKey = QLatin1String("suppression");
 } // namespace
 
 DialogRequest DialogRequest::ofQuestion(const DialogQuestion& question) {
@@ -19,9 +21,12 @@ DialogRequest DialogRequest::ofQuestion(const DialogQuestion& question) {
 }
 
 DialogRequest DialogRequest::ofWarning(const QString& title, const QString& informativeText) {
-    return {
-        .question = {.title = title, .informativeText = informativeText, .accept = QStringLiteral("OK"), .refuse = {}},
-        .isWarning = true};
+    return {.question = {.title = title,
+                         .informativeText = informativeText,
+                         .accept = QStringLiteral("OK"),
+                         .refuse = {},
+                         .suppression = {}},
+            .isWarning = true};
 }
 
 QByteArray encoded(const DialogRequest& request) {
@@ -29,6 +34,8 @@ QByteArray encoded(const DialogRequest& request) {
                              {textKey, request.question.informativeText},
                              {acceptKey, request.question.accept},
                              {refuseKey, request.question.refuse},
+                             {informationalKey, request.question.style == DialogStyle::informational},
+                             {suppressionKey, request.question.suppression},
                              {warningKey, request.isWarning}};
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
@@ -41,7 +48,11 @@ std::optional<DialogRequest> decodedDialogRequest(const QByteArray& json) {
         return DialogRequest{.question = {.title = requiredString(object, titleKey),
                                           .informativeText = requiredString(object, textKey),
                                           .accept = requiredString(object, acceptKey),
-                                          .refuse = requiredString(object, refuseKey)},
+                                          .refuse = requiredString(object, refuseKey),
+                                          .style = requiredBoolean(object, informationalKey)
+                                                       ? DialogStyle::informational
+                                                       : DialogStyle::question,
+                                          .suppression = requiredString(object, suppressionKey)},
                              .isWarning = requiredBoolean(object, warningKey)};
     } catch (const DecodingError&) {
         return std::nullopt;

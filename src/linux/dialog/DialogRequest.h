@@ -23,6 +23,6 @@ QByteArray encoded(const DialogRequest& request);
 std::optional<DialogRequest> decodedDialogRequest(const QByteArray& json);
 
 /// Exit status of the dialog program. Any other end means that nobody saw a dialog.
-enum class DialogExit { accepted = 10, refused = 11, notShown = 12 };
+enum class DialogExit { accepted = 10, refused = 11, notShown = 12, acceptedForGood = 13 };
 
 } // namespace vennic

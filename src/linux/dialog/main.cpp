@@ -3,6 +3,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QFile>
 #include <QLabel>
 #include <QMessageBox>
@@ -25,7 +26,10 @@ DialogExit show(const DialogRequest& request) {
     const DialogQuestion& words = request.question;
     QMessageBox box;
     box.setWindowTitle(QStringLiteral("Vennic"));
-    box.setIcon(request.isWarning ? QMessageBox::Warning : QMessageBox::Question);
+    const bool isInformational = words.style == DialogStyle::informational;
+    box.setIcon(request.isWarning ? QMessageBox::Warning
+                : isInformational ? QMessageBox::Information
+                                  : QMessageBox::Question);
     // An error may name a file, and a file's name may look like markup that loads pictures: both labels are made plain
     // before they get their words.
     box.setInformativeText(QStringLiteral(" "));
@@ -36,18 +40,26 @@ DialogExit show(const DialogRequest& request) {
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
     box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
                                      "QLabel#qt_msgbox_informativelabel { min-width: 24em; }"));
-    const QAbstractButton* const accept = box.addButton(words.accept, QMessageBox::AcceptRole);
+    QPushButton* const accept = box.addButton(words.accept, QMessageBox::AcceptRole);
     if (!request.isWarning) {
-        // Whoever hits Enter or Escape while typing elsewhere has agreed to nothing.
         QPushButton* const refuse = box.addButton(words.refuse, QMessageBox::RejectRole);
-        box.setDefaultButton(refuse);
+        // Whoever hits Enter or Escape while typing elsewhere has agreed to nothing, unless they asked for the dialog.
+        box.setDefaultButton(isInformational ? accept : refuse);
         box.setEscapeButton(refuse);
+    }
+    const QCheckBox* forGood = nullptr;
+    if (!words.suppression.isEmpty()) {
+        auto* const check = new QCheckBox(words.suppression); // the box owns it
+        box.setCheckBox(check);
+        forGood = check;
     }
     box.show();
     box.raise();
     box.activateWindow();
     box.exec();
-    return box.clickedButton() == accept || request.isWarning ? DialogExit::accepted : DialogExit::refused;
+    if (box.clickedButton() != accept && !request.isWarning)
+        return DialogExit::refused;
+    return forGood && forGood->isChecked() ? DialogExit::acceptedForGood : DialogExit::accepted;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "linux/index/DiskFolder.h"
 
+#include "linux/index/FileTime.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -32,15 +34,8 @@ Entry fromStatx(const struct statx& status) {
     entry.kind = S_ISREG(status.stx_mode)   ? EntryKind::file
                  : S_ISDIR(status.stx_mode) ? EntryKind::folder
                                             : EntryKind::other;
-    const auto nanoseconds = [](const statx_timestamp& time) {
-        std::int64_t result = 0; // a made-up date may lie beyond what fits
-        if (__builtin_mul_overflow(time.tv_sec, std::int64_t{1'000'000'000}, &result) ||
-            __builtin_add_overflow(result, time.tv_nsec, &result))
-            return std::int64_t{0};
-        return result;
-    };
-    entry.modified = nanoseconds(status.stx_mtime);
-    entry.changed = nanoseconds(status.stx_ctime);
+    entry.modified = fileTime(status.stx_mtime);
+    entry.changed = fileTime(status.stx_ctime);
     entry.size = static_cast<std::int64_t>(status.stx_size);
     if (entry.kind == EntryKind::folder) { // its own size means nothing; its inode's changes are those of its list
         entry.size = 0;

@@ -1,23 +1,13 @@
 #include "linux/photos/FileIdentity.h"
 
+#include "linux/index/FileTime.h"
+
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 
 namespace vennic::photos {
-
-namespace {
-
-std::int64_t nanoseconds(const statx_timestamp& time) {
-    std::int64_t result = 0; // a made-up date may lie beyond what fits
-    if (__builtin_mul_overflow(time.tv_sec, std::int64_t{1'000'000'000}, &result) ||
-        __builtin_add_overflow(result, time.tv_nsec, &result))
-        return 0;
-    return result;
-}
-
-} // namespace
 
 std::uint64_t volumeIdentifier(int folder) {
     struct statfs status{};
@@ -38,9 +28,9 @@ std::optional<FileOnDisk> fileAt(int folder, const std::string& name, std::uint6
     file.identity.volume = volume;
     file.identity.inode = status.stx_ino;
     if ((status.stx_mask & STATX_BTIME) != 0)
-        file.identity.birth = nanoseconds(status.stx_btime);
-    file.modified = nanoseconds(status.stx_mtime);
-    file.changed = nanoseconds(status.stx_ctime);
+        file.identity.birth = index::fileTime(status.stx_btime);
+    file.modified = index::fileTime(status.stx_mtime);
+    file.changed = index::fileTime(status.stx_ctime);
     file.size = static_cast<std::int64_t>(status.stx_size);
     return file;
 }

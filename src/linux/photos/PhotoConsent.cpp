@@ -22,9 +22,6 @@ DialogQuestion question() {
 
 } // namespace
 
-PhotoConsent::PhotoConsent(KeyValueStore& store, ModalDialogs& dialogs, Clock& clock)
-    : store_(store), dialogs_(dialogs), clock_(clock) {}
-
 PhotoAuthorization PhotoConsent::status() const {
     const auto allowed = storedAs<bool>(store_, key);
     if (!allowed)
@@ -58,25 +55,18 @@ Task<PhotoAuthorization> PhotoConsent::request() {
 }
 
 Task<> PhotoConsent::ask() {
-    limit_ = jobs_.start(losePatience());
     try {
         const DialogAnswer answer = co_await dialogs_.ask(question());
         endAsking();
         if (answer != DialogAnswer::none)
             decide(answer == DialogAnswer::accepted);
-    } catch (const Cancelled&) { // decided elsewhere, or nobody came
+    } catch (const Cancelled&) { // decided elsewhere
         endAsking();
     }
 }
 
-Task<> PhotoConsent::losePatience() {
-    co_await clock_.sleep(patience);
-    asking_.cancel();
-}
-
 void PhotoConsent::endAsking() {
     asking_ = Job{};
-    limit_.cancel();
     for (Event<>* each : waiting_)
         each->set(); // who waits goes on from the event loop, when all is decided
 }

@@ -1,5 +1,4 @@
 #pragma once
-#include "base/Clock.h"
 #include "ports/KeyValueStore.h"
 #include "ports/ModalDialogs.h"
 #include "ports/PhotoLibrary.h"
@@ -15,17 +14,14 @@ namespace vennic {
 class PhotoConsent final : public QObject {
     Q_OBJECT
 public:
-    /// How long the dialog waits before it is taken away; the next request raises it again.
-    static constexpr std::chrono::minutes patience{10};
-
     /// What is named by reference outlives it.
-    PhotoConsent(KeyValueStore& store, ModalDialogs& dialogs, Clock& clock);
+    PhotoConsent(KeyValueStore& store, ModalDialogs& dialogs) : store_(store), dialogs_(dialogs) {}
 
     PhotoAuthorization status() const;
     /// Whether the user can be asked here.
     bool canAsk() const { return dialogs_.hasScreen(); }
-    /// Asks if nothing is decided yet, and waits. Several requests share one dialog; it goes when nobody waits any
-    /// more, and when something is decided elsewhere.
+    /// Asks if nothing is decided yet, and waits for as long as it takes. Several requests share one dialog; it goes
+    /// when nobody waits any more, and when something is decided elsewhere.
     Task<PhotoAuthorization> request();
     void decide(bool allowed);
 
@@ -34,15 +30,12 @@ Q_SIGNALS:
 
 private:
     Task<> ask();
-    Task<> losePatience();
     void endAsking();
 
     KeyValueStore& store_;
     ModalDialogs& dialogs_;
-    Clock& clock_;
     std::list<Event<>*> waiting_;
     Job asking_;
-    Job limit_;
     Scope jobs_;
 };
 

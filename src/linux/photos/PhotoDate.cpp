@@ -17,7 +17,7 @@ QDateTime momentOf(const QDate& date, const QTime& time, const QTimeZone& zone) 
 
 } // namespace
 
-std::optional<QDateTime> creationDate(const PhotoFacts& facts, const QTimeZone& zone, const QDateTime& now) {
+std::optional<QDateTime> writtenDate(const PhotoFacts& facts, const QTimeZone& zone) {
     if (facts.dated == 0 || facts.year < firstPhotograph)
         return std::nullopt;
     const QDate date(facts.year, facts.month, facts.day);
@@ -26,9 +26,9 @@ std::optional<QDateTime> creationDate(const PhotoFacts& facts, const QTimeZone& 
         return std::nullopt;
     const QDateTime moment = facts.zoned != 0 ? QDateTime(date, time, Qt::OffsetFromUTC, facts.offsetMinutes * 60)
                                               : momentOf(date, time, zone);
-    if (!moment.isValid() || moment > now.addDays(1)) // a camera's clock may be of another zone
-        return std::nullopt;
-    return moment.toUTC();
+    return moment.isValid() ? std::optional(moment.toUTC()) : std::nullopt;
 }
+
+QDateTime countsFrom(const QDateTime& written) { return written.addDays(-1); }
 
 } // namespace vennic::photos

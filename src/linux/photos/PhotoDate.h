@@ -8,8 +8,11 @@
 
 namespace vennic::photos {
 
-/// The moment that a photo was taken: by the zone that it tells, else by `zone`. None for a photo without a date and
-/// for dates without sense: before there was photography, and more than a day after `now`.
-std::optional<QDateTime> creationDate(const PhotoFacts& facts, const QTimeZone& zone, const QDateTime& now);
+/// The moment that a photo says it was taken: by the zone that it tells, else by `zone`. None for a photo without a
+/// date and for dates that can't be: no such day, and before there was photography.
+std::optional<QDateTime> writtenDate(const PhotoFacts& facts, const QTimeZone& zone);
+
+/// From when on such a moment is believed: nobody photographs the future, but a camera's clock may be of another zone.
+QDateTime countsFrom(const QDateTime& written);
 
 } // namespace vennic::photos

@@ -133,8 +133,15 @@ bool PhotoKeeper::catchUp(milliseconds limit) {
     reader_->hurry();
     lock.lock();
     caughtUp_.wait_for(lock, limit, [&] { return answered_ >= number || stop_; });
-    return following_ && !status_.folder.empty() && !status_.missing;
+    return isThere();
 }
+
+bool PhotoKeeper::isFollowing() const {
+    const std::lock_guard lock(mutex_);
+    return isThere();
+}
+
+bool PhotoKeeper::isThere() const { return following_ && !status_.folder.empty() && !status_.missing; }
 
 KeeperStatus PhotoKeeper::status() const {
     const std::lock_guard lock(mutex_);
@@ -148,9 +155,15 @@ PhotoFactsReader::Haste PhotoKeeper::haste() const {
 
 std::int64_t PhotoKeeper::nanosecondsNow() const { return settings_.now().toMSecsSinceEpoch() * 1'000'000; }
 
-std::int64_t PhotoKeeper::takenOf(const PhotoFacts& facts) const {
-    const auto date = creationDate(facts, zone_, settings_.now());
-    return date ? date->toMSecsSinceEpoch() : undated;
+std::int64_t PhotoKeeper::takenOf(const PhotoFacts& facts) {
+    const auto date = writtenDate(facts, zone_);
+    if (!date)
+        return undated;
+    const QDateTime counts = countsFrom(*date);
+    if (counts <= settings_.now())
+        return date->toMSecsSinceEpoch();
+    nextDate_ = nextDate_ ? std::min(*nextDate_, counts) : counts;
+    return undated;
 }
 
 void PhotoKeeper::run() {
@@ -231,6 +244,7 @@ void PhotoKeeper::open() {
 /// come.
 void PhotoKeeper::redate() {
     zone_ = settings_.zone();
+    nextDate_.reset();
     work_->catalogue.redate([this](const PhotoFacts& facts) { return takenOf(facts); });
 }
 
@@ -278,7 +292,7 @@ void PhotoKeeper::takeOrders() {
         applyFolder(folder);
     work.hurried = hurried;
     work.pausedUntil = {};
-    if (settings_.zone() != zone_)
+    if (settings_.zone() != zone_ || (nextDate_ && *nextDate_ <= settings_.now()))
         redate();
     if (work.sync.lostRoot() != 0)
         work.sync.push(work.sync.lostRoot(), PhotoSync::Depth::all);

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -57,6 +58,8 @@ public:
     /// Waits until what has happened on disk before this call is in the catalogue, at most that long. False when
     /// nothing is followed, or the folder isn't there.
     bool catchUp(std::chrono::milliseconds limit);
+    /// Whether a folder is followed that was there when it was last looked at.
+    bool isFollowing() const;
     /// Ends the thread; whoever waits goes on.
     void close();
 
@@ -85,7 +88,8 @@ private:
     void setCatalogueAside();
     void wake() const;
     PhotoFactsReader::Haste haste() const;
-    std::int64_t takenOf(const PhotoFacts& facts) const;
+    bool isThere() const; // with the mutex held
+    std::int64_t takenOf(const PhotoFacts& facts);
     std::int64_t nanosecondsNow() const;
 
     const KeeperSettings settings_;
@@ -94,6 +98,7 @@ private:
     const index::Descriptor wake_;
     std::unique_ptr<Work> work_;
     QTimeZone zone_;
+    std::optional<QDateTime> nextDate_; // when a photo that seems to be of the future is to be dated again
 
     mutable std::mutex mutex_;
     std::condition_variable caughtUp_;

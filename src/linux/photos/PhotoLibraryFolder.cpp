@@ -2,7 +2,6 @@
 
 #include "base/LocalizedError.h"
 #include "linux/index/DiskFolder.h"
-#include "linux/photos/PhotoQueries.h"
 #include "linux/photos/PictureType.h"
 #include "linux/worker/OpenedDocument.h"
 
@@ -45,6 +44,12 @@ PhotoAsset assetOf(const photos::KnownPhoto& photo, const FileTypes& types) {
         asset.location = PhotoPlace{photo.facts.latitude, photo.facts.longitude};
     asset.resource = PhotoResource{nameOf(photo), typeOf(photo, types)};
     return asset;
+}
+
+bool standsAsKnown(const photos::KnownPhoto& photo) {
+    const index::Descriptor folder = index::openFolder(photo.folder);
+    return folder && photos::fileAt(folder.get(), photo.name, photos::volumeIdentifier(folder.get())) ==
+                         std::optional(photo.disk);
 }
 
 /// All bytes of an open file. Raises LocalizedError.
@@ -121,24 +126,28 @@ std::vector<PhotoAsset> PhotoLibraryFolder::fetchImages(qint64 limit, std::optio
     return assets;
 }
 
-std::optional<PhotoAsset> PhotoLibraryFolder::asset(const QString& localIdentifier) {
-    if (!keeper_.catchUp(patience))
-        return std::nullopt;
+std::optional<photos::KnownPhoto> PhotoLibraryFolder::known(const QString& localIdentifier) const {
     try {
-        const auto photo = photos::photoOf(keeper_.catalogue(), localIdentifier.toStdString());
-        return photo ? std::optional(assetOf(*photo, *types_)) : std::nullopt;
-    } catch (const index::DatabaseError&) {
+        return photos::photoOf(keeper_.catalogue(), localIdentifier.toStdString());
+    } catch (const index::DatabaseError&) { // the status tells; the library is empty
         return std::nullopt;
     }
 }
 
-std::optional<PhotoImage> PhotoLibraryFolder::imageData(const QString& localIdentifier) {
+std::optional<PhotoAsset> PhotoLibraryFolder::asset(const QString& localIdentifier) {
     if (!keeper_.catchUp(patience))
         return std::nullopt;
-    std::optional<photos::KnownPhoto> photo;
-    try {
-        photo = photos::photoOf(keeper_.catalogue(), localIdentifier.toStdString());
-    } catch (const index::DatabaseError&) { // NOLINT(bugprone-empty-catch): as without such a photo
+    const auto photo = known(localIdentifier);
+    return photo ? std::optional(assetOf(*photo, *types_)) : std::nullopt;
+}
+
+std::optional<PhotoImage> PhotoLibraryFolder::imageData(const QString& localIdentifier) {
+    // Who asks has just waited for the photo itself. Where it stands as it is known, nothing else has to be waited for.
+    auto photo = keeper_.isFollowing() ? known(localIdentifier) : std::nullopt;
+    if (!photo || !standsAsKnown(*photo)) {
+        if (!keeper_.catchUp(patience))
+            return std::nullopt;
+        photo = known(localIdentifier);
     }
     if (!photo)
         return std::nullopt;

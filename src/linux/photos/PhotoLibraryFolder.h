@@ -1,6 +1,7 @@
 #pragma once
 #include "linux/photos/PhotoConsent.h"
 #include "linux/photos/PhotoKeeper.h"
+#include "linux/photos/PhotoQueries.h"
 #include "ports/PhotoLibrary.h"
 
 #include <QCoreApplication>
@@ -45,6 +46,7 @@ public:
 
 private:
     void obeyConsent();
+    std::optional<photos::KnownPhoto> known(const QString& localIdentifier) const;
 
     PhotoConsent& consent_;
     const std::shared_ptr<const FileTypes> types_;

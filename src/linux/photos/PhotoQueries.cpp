@@ -11,7 +11,8 @@ KnownPhoto photoOfRow(const index::Statement& row) {
             .name = std::string(row.blob(1)),
             .taken = row.integer(2),
             .facts = factsOfColumn(row.blob(3)),
-            .folder = {}};
+            .folder = {},
+            .disk = {}};
 }
 
 std::vector<std::string> componentsOf(const index::Database& database, std::int64_t folder) {
@@ -46,12 +47,18 @@ std::vector<KnownPhoto> newestPhotos(const std::string& catalogue, std::int64_t 
 
 std::optional<KnownPhoto> photoOf(const std::string& catalogue, const std::string& identifier) {
     const index::Database database(catalogue, index::Database::Mode::read);
-    index::Statement row = database.prepare("SELECT identifier, name, taken, facts, folder FROM photo "
-                                            "WHERE identifier = ? AND state = 1");
+    index::Statement row = database.prepare("SELECT identifier, name, taken, facts, folder, volume, inode, birth, "
+                                            "modified, changed, size FROM photo WHERE identifier = ? AND state = 1");
     if (!row.with(std::string_view(identifier)).step())
         return std::nullopt;
     KnownPhoto photo = photoOfRow(row);
     photo.folder = componentsOf(database, row.integer(4));
+    photo.disk.identity.volume = static_cast<std::uint64_t>(row.integer(5));
+    photo.disk.identity.inode = static_cast<std::uint64_t>(row.integer(6));
+    photo.disk.identity.birth = row.integer(7);
+    photo.disk.modified = row.integer(8);
+    photo.disk.changed = row.integer(9);
+    photo.disk.size = row.integer(10);
     return photo;
 }
 

@@ -13,7 +13,9 @@ struct KnownPhoto {
     std::string name;       // bytes
     std::int64_t taken = 0; // milliseconds since 1970, or `undated`
     PhotoFacts facts;
-    std::vector<std::string> folder; // components from the root's absolute path on; only where one photo is asked for
+    // Only where one photo is asked for:
+    std::vector<std::string> folder; // components from the root's absolute path on
+    FileOnDisk disk;
 };
 
 /// The newest photos, those without a date last; with `from` and `until` (milliseconds since 1970) only those taken

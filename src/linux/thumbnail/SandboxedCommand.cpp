@@ -1,6 +1,8 @@
 #include "linux/thumbnail/SandboxedCommand.h"
 
-#include "linux/FileDescriptor.h"
+#include "linux/StopDescriptor.h"
+#include "linux/thumbnail/OneProcessFilter.h"
+#include "linux/worker/OpenedDocument.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -39,7 +41,7 @@ QList<QByteArray> words(const char* text) { return QByteArray(text).split(' '); 
 
 /// util-linux's prlimit: what is set before the box is made holds for everything in it.
 QList<QByteArray> limits() {
-    return words("prlimit --as=4294967296 --fsize=16777216 --cpu=20 --nofile=256 --core=0 --");
+    return words("prlimit --as=2147483648 --fsize=16777216 --cpu=20 --nofile=256 --core=0 --");
 }
 
 QList<QByteArray> box() {
@@ -47,16 +49,38 @@ QList<QByteArray> box() {
     box += words("--clearenv --setenv PATH /usr/local/bin:/usr/bin:/bin --setenv HOME /tmp --setenv LANG C.UTF-8");
     for (const char* const file : systemFiles)
         box += QList<QByteArray>{"--ro-bind-try", file, file};
-    return box + words("--proc /proc --dev /dev --size 67108864 --tmpfs /tmp --chdir /tmp");
+    // What is made of files in memory is bounded in /tmp, and can't be written elsewhere.
+    return box + words("--proc /proc --dev /dev --remount-ro /dev --size 67108864 --tmpfs /tmp --chdir /tmp");
+}
+
+// Numbers of descriptors as bubblewrap gets them; it hands on what it doesn't know.
+constexpr int openedInput = 3;
+constexpr int callFilter = 4;
+
+/// What runs in the box before the program: sees to it that the file which bubblewrap found by its path is the one that
+/// was opened, and that the program doesn't get that descriptor, through which it could write. How many threads there
+/// may be is set here, since the kernel counts them by user and box.
+QList<QByteArray> entrance(const QByteArray& input) {
+    const QByteArray opened = QByteArray::number(openedInput);
+    return QList<QByteArray>{"sh", "-c",
+                             "test \"$1\" -ef /proc/self/fd/" + opened + " && exec " + opened +
+                                 "<&- && shift && exec \"$@\"",
+                             "sh", input} +
+           words("prlimit --nproc=256 --");
 }
 
 class SpawnSetup {
 public:
-    SpawnSetup() {
+    /// The process gets the two descriptors and no others.
+    SpawnSetup(int input, int filter)
+        : input_(fcntl(input, F_DUPFD_CLOEXEC, callFilter + 1)),
+          filter_(fcntl(filter, F_DUPFD_CLOEXEC, callFilter + 1)) {
         posix_spawn_file_actions_init(&actions_);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0);
-        posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+        posix_spawn_file_actions_adddup2(&actions_, input_.number(), openedInput);
+        posix_spawn_file_actions_adddup2(&actions_, filter_.number(), callFilter);
+        posix_spawn_file_actions_addclosefrom_np(&actions_, callFilter + 1);
         sigset_t signals;
         posix_spawnattr_init(&attributes_);
         sigfillset(&signals);
@@ -84,16 +108,20 @@ public:
     }
 
 private:
+    FileDescriptor input_; // out of the way of the numbers that they get
+    FileDescriptor filter_;
     posix_spawn_file_actions_t actions_{};
     posix_spawnattr_t attributes_{};
 };
 
 /// Returns when the process has ended, its time has, or the caller is wanted elsewhere.
-void awaitEnd(pid_t process, Monotonic::time_point end, int abandon) {
+void awaitEnd(pid_t process, Monotonic::time_point end, int abandon, std::stop_token stop) {
+    const StopDescriptor stopped(std::move(stop));
     const FileDescriptor watched(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     while (watched.isOpen()) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Monotonic::now()).count();
-        std::array<pollfd, 2> waited{{{watched.number(), POLLIN, 0}, {abandon, POLLIN, 0}}};
+        std::array<pollfd, 3> waited{
+            {{watched.number(), POLLIN, 0}, {abandon, POLLIN, 0}, {stopped.number(), POLLIN, 0}}};
         if (left <= 0 || poll(waited.data(), waited.size(), static_cast<int>(left)) > 0)
             return;
     }
@@ -116,16 +144,28 @@ QByteArray SandboxedCommand::outputInside() { return "/tmp/thumbnail.png"; }
 
 bool SandboxedCommand::isPossible() { return isThere("bwrap") && isThere("prlimit"); }
 
-bool SandboxedCommand::run(int abandon) const {
-    if (!isPossible() || command.isEmpty())
+bool SandboxedCommand::run(const OpenedDocument& input, const QString& output, int abandon,
+                           std::stop_token stop) const {
+    const FileDescriptor filter = oneProcessFilter();
+    if (!isPossible() || command.isEmpty() || !filter.isOpen())
         return false;
-    const QList<QByteArray> files{"--ro-bind", QFile::encodeName(input),  inputInside(input),
-                                  "--bind",    QFile::encodeName(output), outputInside(),
+    const QByteArray inside = inputInside(input.path());
+    const QList<QByteArray> files{"--seccomp",
+                                  QByteArray::number(callFilter),
+                                  "--ro-bind",
+                                  QFile::encodeName(input.path()),
+                                  inside,
+                                  "--bind",
+                                  QFile::encodeName(output),
+                                  outputInside(),
+                                  "--remount-ro",
+                                  "/",
                                   "--"};
-    const pid_t process = SpawnSetup().start(limits() + box() + files + command);
+    const pid_t process =
+        SpawnSetup(input.descriptor(), filter.number()).start(limits() + box() + files + entrance(inside) + command);
     if (process < 0)
         return false;
-    awaitEnd(process, Monotonic::now() + mostTime, abandon);
+    awaitEnd(process, Monotonic::now() + mostTime, abandon, std::move(stop));
     // The group holds what makes the box; what is in the box dies with that.
     kill(-process, SIGKILL);
     int status = 0;

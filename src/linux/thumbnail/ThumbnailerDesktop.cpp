@@ -54,10 +54,11 @@ ThumbnailerDesktop::ThumbnailerDesktop(std::shared_ptr<WorkerLane> pictures, QSt
     : pictures_(std::move(pictures)), dataFolders_(std::move(dataFolders)),
       abandon_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-std::optional<Thumbnail> ThumbnailerDesktop::thumbnail(const QString& path, int edge, double scale) {
+std::optional<Thumbnail> ThumbnailerDesktop::thumbnail(const QString& path, int edge, double scale,
+                                                       std::stop_token stop) {
     const double pixels = std::clamp(edge * scale, 1.0, static_cast<double>(wire::mostThumbnailEdge));
     try {
-        return draw(path, static_cast<int>(std::lround(pixels)));
+        return draw(path, static_cast<int>(std::lround(pixels)), stop);
     } catch (const DocumentReadError&) {
         return std::nullopt;
     }
@@ -68,29 +69,26 @@ void ThumbnailerDesktop::close() {
     [[maybe_unused]] const ssize_t written = write(abandon_.number(), &one, sizeof one);
 }
 
-std::optional<Thumbnail> ThumbnailerDesktop::draw(const QString& path, int edge) {
+std::optional<Thumbnail> ThumbnailerDesktop::draw(const QString& path, int edge, const std::stop_token& stop) {
+    constexpr qint64 mostBytes = wire::ceilingsOf(wire::Form::thumbnail).fileBytes;
     const QString type = typeOf(path);
     const auto installed = isOwn(type) ? std::nullopt : installedThumbnailer(type, dataFolders_);
-    if (installed)
-        return drawInstalled(*installed, path, edge);
-    return boxedThumbnail(*pictures_, OpenedDocument(path, wire::ceilingsOf(wire::Form::thumbnail).fileBytes), edge);
-}
-
-std::optional<Thumbnail> ThumbnailerDesktop::drawInstalled(const InstalledThumbnailer& thumbnailer, const QString& path,
-                                                           int edge) {
+    if (!installed)
+        return boxedThumbnail(*pictures_, OpenedDocument(path, mostBytes), edge, stop);
+    const QTemporaryDir folder;
+    const QString picture = folder.filePath(QStringLiteral("thumbnail"));
     // A file of any length, but a regular one: a device or a pipe would keep the program waiting.
     const OpenedDocument document(path, std::numeric_limits<qint64>::max());
-    const QTemporaryDir folder;
-    const QString output = folder.filePath(QStringLiteral("thumbnail"));
-    if (!QFile(output).open(QIODevice::WriteOnly))
+    if (!QFile(picture).open(QIODevice::WriteOnly) || !runInstalled(*installed, document, picture, edge, stop))
         return std::nullopt;
-    const QByteArray inside = SandboxedCommand::inputInside(path);
-    const SandboxedCommand command{.command = thumbnailer.command(inside, SandboxedCommand::outputInside(), edge),
-                                   .input = path,
-                                   .output = output};
-    if (!command.run(abandon_.number()))
-        return std::nullopt;
-    return boxedThumbnail(*pictures_, OpenedDocument(output, wire::ceilingsOf(wire::Form::thumbnail).fileBytes), edge);
+    return boxedThumbnail(*pictures_, OpenedDocument(picture, mostBytes), edge, stop);
+}
+
+bool ThumbnailerDesktop::runInstalled(const InstalledThumbnailer& thumbnailer, const OpenedDocument& document,
+                                      const QString& output, int edge, const std::stop_token& stop) const {
+    const QByteArray inside = SandboxedCommand::inputInside(document.path());
+    const SandboxedCommand command{.command = thumbnailer.command(inside, SandboxedCommand::outputInside(), edge)};
+    return command.run(document, output, abandon_.number(), stop);
 }
 
 } // namespace vennic

@@ -1,6 +1,7 @@
 #include "linux/worker/AnswerCheck.h"
 
 #include "base/Graphemes.h"
+#include "base/RecognitionLanguage.h"
 #include "base/Utf8.h"
 #include "linux/worker/AnswerRecord.h"
 #include "linux/worker/PlainPng.h"
@@ -28,6 +29,14 @@ bool arePossible(const PhotoFacts& facts) {
     return facts.format <= PictureFormat::raw && (facts.dated == 0 || isDate) && (facts.zoned == 0 || isZone) &&
            (facts.placed == 0 || isPlace) &&
            (facts.format != PictureFormat::none || (facts.dated == 0 && facts.placed == 0));
+}
+
+/// Recognised text comes with the languages that it was looked for in: at least one, of those that there are.
+bool isRecognition(const QByteArray& body) {
+    constexpr std::uint32_t all = (1U << recognitionLanguages.size()) - 1;
+    const auto recognized = leadingRecordOf<wire::RecognizedIn>(body);
+    return recognized && recognized->languages != 0 && (recognized->languages & ~all) == 0 &&
+           isUtf8(viewOf(body).substr(sizeof *recognized));
 }
 } // namespace
 
@@ -74,9 +83,10 @@ bool AnswerCheck::allows(const wire::Answer& answer, const QByteArray& body) con
         return answer.truncated == 0 && count && count->pages > 0 && count->pages <= wire::mostPages;
     }
     case Form::pdfPageText:
+        return answer.truncated == 0 && isUtf8(viewOf(body));
     case Form::pdfPageScan:
     case Form::imageText:
-        return answer.truncated == 0 && isUtf8(viewOf(body));
+        return answer.truncated == 0 && isRecognition(body);
     case Form::photoFacts: {
         const auto facts = recordOf<PhotoFacts>(body);
         return answer.truncated == 0 && facts && arePossible(*facts);

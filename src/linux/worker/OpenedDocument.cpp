@@ -1,5 +1,6 @@
 #include "linux/worker/OpenedDocument.h"
 
+#include "base/SystemReason.h"
 #include "linux/worker/WorkerFailure.h"
 
 #include <QFile>
@@ -7,7 +8,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -82,7 +82,7 @@ QString unreadableSentence(const QString& path, int number) {
         return named(path) + QStringLiteral("n'a pas pu être lu car le disque a signalé une erreur.");
     default:
         return named(path) +
-               QStringLiteral("n'a pas pu être ouvert (%1).").arg(QString::fromLocal8Bit(strerror(number)));
+               QStringLiteral("n'a pas pu être ouvert (%1).").arg(QString::fromStdString(systemReason(number)));
     }
 }
 

@@ -6,8 +6,8 @@
 namespace vennic {
 
 /// A regular file that was opened for reading without waiting for anybody: a FIFO, a device, a folder or a link of
-/// /proc is refused, and so is a file of more than `mostBytes`. Raises DocumentReadError (unreadable) with the
-/// system's own words.
+/// /proc is refused, and so is a file of more than `mostBytes`. Raises DocumentReadError (unreadable) with a
+/// sentence that says why.
 class OpenedDocument {
 public:
     OpenedDocument(const QString& path, qint64 mostBytes);

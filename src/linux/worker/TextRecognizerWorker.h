@@ -11,8 +11,8 @@ class TextRecognizerWorker final : public TextRecognizer {
 public:
     explicit TextRecognizerWorker(std::shared_ptr<WorkerLane> pictures) : pictures_(std::move(pictures)) {}
 
-    RecognizedText image(const QString& path) override;
-    std::unique_ptr<PdfPages> openPdf(const QString& path) override;
+    RecognizedText image(const QString& path, std::stop_token stop) override;
+    std::unique_ptr<PdfPages> openPdf(const QString& path, std::stop_token stop) override;
 
 private:
     std::shared_ptr<WorkerLane> pictures_;

@@ -118,12 +118,14 @@ public:
                 std::min<std::chrono::nanoseconds>(cpuLeft, wallEnd_ - Monotonic::now());
             if (left <= 0ns)
                 failSlow(cpuLeft <= 0ns ? Cause::document : Cause::interrupted);
-            std::array<pollfd, 2> waited{{{process_.socket_.number(), POLLIN, 0}, {process_.abandon_, POLLIN, 0}}};
+            std::array<pollfd, 3> waited{{{process_.socket_.number(), POLLIN, 0},
+                                          {process_.ends_.ofLane, POLLIN, 0},
+                                          {process_.ends_.ofRequest, POLLIN, 0}}};
             const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
             const int ready = poll(waited.data(), waited.size(), static_cast<int>(milliseconds));
             if (ready < 0 && errno != EINTR)
                 failDied(Cause::interrupted);
-            if (ready > 0 && waited[1].revents != 0)
+            if (ready > 0 && (waited[1].revents != 0 || waited[2].revents != 0))
                 failAbandoned();
             if (ready > 0)
                 return;
@@ -136,7 +138,7 @@ private:
     Monotonic::time_point wallEnd_;
 };
 
-WorkerProcess::WorkerProcess(const DocumentWorkerOptions& options, int abandon) : options_(options), abandon_(abandon) {
+WorkerProcess::WorkerProcess(const DocumentWorkerOptions& options, Ends ends) : options_(options), ends_(ends) {
     start();
     try {
         awaitHello();
@@ -154,6 +156,11 @@ void WorkerProcess::end() {
     kill(process_, SIGKILL); // it holds nothing that could be lost
     while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
     }
+}
+
+bool WorkerProcess::isAbandoned() const {
+    std::array<pollfd, 2> ends{{{ends_.ofLane, POLLIN, 0}, {ends_.ofRequest, POLLIN, 0}}};
+    return poll(ends.data(), ends.size(), 0) > 0;
 }
 
 void WorkerProcess::start() {
@@ -178,7 +185,7 @@ void WorkerProcess::awaitHello() {
     try {
         readExactly(&hello, sizeof hello, Patience(*this, options_.mostWall, options_.mostWall));
     } catch (const DocumentReadError&) {
-        if (pollfd abandoned{abandon_, POLLIN, 0}; poll(&abandoned, 1, 0) > 0)
+        if (isAbandoned())
             throw;
         failStart();
     }

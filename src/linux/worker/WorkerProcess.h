@@ -20,9 +20,14 @@ public:
         QByteArray body; // of the form's shape
     };
 
-    /// Starts the process and waits until it says that it is boxed. `abandon` is a descriptor whose becoming readable
-    /// ends every wait.
-    WorkerProcess(const DocumentWorkerOptions& options, int abandon);
+    /// Descriptors either of which ends every wait by becoming readable.
+    struct Ends {
+        int ofLane = -1;
+        int ofRequest = -1;
+    };
+
+    /// Starts the process and waits until it says that it is boxed.
+    WorkerProcess(const DocumentWorkerOptions& options, Ends ends);
     ~WorkerProcess();
     Q_DISABLE_COPY_MOVE(WorkerProcess)
 
@@ -38,13 +43,14 @@ private:
     void start();
     void awaitHello();
     void end();
+    bool isAbandoned() const;
     /// Once its socket is closed.
     WorkerFailure::Cause causeOfEnd() const;
     void readExactly(void* data, std::size_t size, const Patience& patience);
     std::chrono::nanoseconds cpuTime() const;
 
     const DocumentWorkerOptions& options_;
-    int abandon_;
+    Ends ends_;
     FileDescriptor socket_;
     pid_t process_ = -1;
 };

@@ -90,3 +90,7 @@ convert("second.webp", "-negate", "-define", "webp:lossless=true")
 run("webpmux", "-frame", "first.webp", "+100", "-frame", "second.webp", "+100", "-o", "animated.webp")
 for part in ("first.webp", "second.webp"):
     (folder / part).unlink()
+
+# A film, for programs that draw those.
+run("ffmpeg", "-loglevel", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=640x480:rate=5:duration=1", "-pix_fmt", "yuv420p",
+    "-c:v", "libx264", "-crf", "40", "-fflags", "+bitexact", "-map_metadata", "-1", "film.mp4")

@@ -1,0 +1,26 @@
+#pragma once
+#include "linux/DBusLink.h"
+#include "linux/desktop/ApplicationObject.h"
+
+#include <memory>
+
+namespace vennic {
+
+/// The road over the session bus: the name com.vennic.desktop, which is also the desktop entry's, with the interface
+/// org.freedesktop.Application.
+class DesktopActivationBus final : public DesktopActivation {
+public:
+    ~DesktopActivationBus() override { withdraw(); }
+    DesktopActivationBus() = default;
+    Q_DISABLE_COPY_MOVE(DesktopActivationBus)
+
+    bool offer(Requests requests) override;
+    void withdraw() override;
+    bool handOver(const QStringList& addresses, std::chrono::milliseconds limit) override;
+
+private:
+    DBusLink bus_{DBusLink::Bus::session};
+    std::unique_ptr<ApplicationObject> object_;
+};
+
+} // namespace vennic

@@ -1,0 +1,41 @@
+#pragma once
+#include "base/LocalizedError.h"
+
+#include <QObject>
+#include <QRect>
+
+#include <optional>
+
+namespace vennic {
+
+/// The window that hangs from the status item and holds everything. It closes by itself when the user turns to
+/// something else. Main thread.
+class Popover : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    virtual bool isShown() const = 0;
+    /// Shows it in front of everything, with the keyboard. `anchor` is the icon that it hangs from, in global pixels;
+    /// without one it comes up at the pointer. Raises LocalizedError when there is nothing to show it on.
+    virtual void show(std::optional<QRect> anchor) = 0;
+    /// Nothing when it is closed already.
+    virtual void close() = 0;
+
+Q_SIGNALS:
+    /// After each close, whoever closed it.
+    void closed();
+};
+
+/// A program without a screen.
+class NoPopover final : public Popover {
+public:
+    bool isShown() const override { return false; }
+    void show(std::optional<QRect>) override {
+        throw LocalizedError(QStringLiteral("Vennic tourne sans écran : il n'y a rien à ouvrir."));
+    }
+    void close() override {}
+};
+
+} // namespace vennic
