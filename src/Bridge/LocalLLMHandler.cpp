@@ -87,7 +87,7 @@ LocalLLMHandler::Prepared LocalLLMHandler::prepare(const LLMInferArgs& args) con
 }
 
 void LocalLLMHandler::logRequest(const Prepared& prepared) {
-    const QByteArray& body = *prepared.request.body;
+    const QByteArray body = prepared.request.body.value_or(QByteArray());
     QString line = QStringLiteral("[LocalLLM] → POST %1 model=%2 bytes=%3")
                        .arg(prepared.request.url.toString(QUrl::FullyEncoded | QUrl::RemoveUserInfo),
                             logged(prepared.model), QString::number(body.size()));
