@@ -95,7 +95,6 @@ Client::Client(const Paths& paths, Deployment deployment)
         .workspace = workspace_,
         .automations = automations_,
     });
-    returnMemoryAfterTasks();
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
         .keychain = keychain_,
@@ -107,6 +106,7 @@ Client::Client(const Paths& paths, Deployment deployment)
         .hostName = QSysInfo::machineHostName(),
     });
     AppSession::install(session_.get());
+    returnMemoryAfterTasks();
     bridgeContext_.follow(session_.get());
     localChat_ = std::make_unique<LocalToolChat>(LocalToolChat::Surroundings{
         .session = *session_,
@@ -156,10 +156,12 @@ void Client::returnMemoryAfterTasks() {
     using namespace std::chrono_literals;
     afterTasks_.setSingleShot(true);
     afterTasks_.setInterval(1s);
-    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, [this] {
+    const auto soon = [this] {
         if (!afterTasks_.isActive())
             afterTasks_.start();
-    });
+    };
+    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, soon);
+    QObject::connect(session_.get(), &AppSession::isStreamingChanged, &afterTasks_, soon); // tools list folders, too
     QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
 }
 

@@ -78,7 +78,7 @@ private:
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();
-    /// A machine that listed a huge folder is soon as small as before.
+    /// A machine that listed a huge folder, for the backend or for its own model, is soon as small as before.
     void returnMemoryAfterTasks();
 
     SystemClock clock_;

@@ -43,7 +43,7 @@ constexpr std::array verbTable{
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
-    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
+    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name NOM|status"), 1, 2, true,
          u"active ou désactive le modèle local, le règle, ou dit où il en est",
          u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
          u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},

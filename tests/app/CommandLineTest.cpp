@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace vennic;
@@ -115,6 +116,13 @@ TEST(CommandLine, theHelpNamesEveryOption) {
     const QString help = helpText(std::nullopt);
     for (const char* option : {"--json", "--local", "--help", "--version", "-- "})
         EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + QLatin1String(option))) << option;
+}
+
+TEST(CommandLine, theArgumentsOfEveryVerbAreShownAsTheyAreSpelled) {
+    for (const Verb& verb : verbs()) { // Latin-1 would mangle anything else
+        const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
+        EXPECT_TRUE(std::all_of(verb.arguments.begin(), verb.arguments.end(), isAscii)) << verb.name.data();
+    }
 }
 
 TEST(CommandLine, everyVerbHasHelpThatNamesIt) {
