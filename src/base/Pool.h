@@ -83,6 +83,7 @@ struct Interest {
 template <class F, class... A>
 auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::stop_token, A...>> {
     const detail::Interest interest;
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): some work takes them by value
     auto apart = [work = std::move(work)](std::stop_token stop, A... given) mutable {
         const detail::PlaceGivenUp place;
         return work(std::move(stop), std::move(given)...);
