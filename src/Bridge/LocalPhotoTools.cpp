@@ -33,7 +33,7 @@ QString photoLine(qsizetype number, const BridgePhotosResult::Item& photo) {
 } // namespace
 
 Task<QString> LocalPhotoTools::listRecentPhotos(LocalToolArguments arguments) const {
-    return fetchPhotos(limitOf(arguments), std::nullopt);
+    co_return co_await fetchPhotos(limitOf(arguments), std::nullopt);
 }
 
 Task<QString> LocalPhotoTools::listPhotosFromDate(LocalToolArguments arguments) const {

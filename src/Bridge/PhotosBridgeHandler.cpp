@@ -94,7 +94,7 @@ PhotosBridgeHandler::Items PhotosBridgeHandler::fetchItems(std::optional<qint64>
     return itemsOf(library_, limit, std::move(datePredicate));
 }
 
-PhotosBridgeHandler::Items PhotosBridgeHandler::itemsOf(std::shared_ptr<PhotoLibrary> library,
+PhotosBridgeHandler::Items PhotosBridgeHandler::itemsOf(const std::shared_ptr<PhotoLibrary>& library,
                                                         std::optional<qint64> limit,
                                                         std::optional<PhotoInterval> created) {
     const qint64 most = limit ? std::clamp(*limit, leastLimit, mostLimit) : usualLimit;

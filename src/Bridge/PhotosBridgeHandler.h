@@ -36,7 +36,7 @@ public:
 private:
     Task<> answer(BridgeTask task, std::optional<qint64> limit, std::optional<PhotoInterval> created,
                   APIService api) const;
-    static Items itemsOf(std::shared_ptr<PhotoLibrary> library, std::optional<qint64> limit,
+    static Items itemsOf(const std::shared_ptr<PhotoLibrary>& library, std::optional<qint64> limit,
                          std::optional<PhotoInterval> created);
     static std::optional<QString> mimeFromUTI(const std::optional<QString>& identifier);
 
