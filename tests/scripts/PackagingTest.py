@@ -222,7 +222,8 @@ class PackagingTest(unittest.TestCase):
     def testBashOffersTheOptionsOfAVerb(self):
         for verb in VERBS:
             offered = set(complete("vennic", verb, "-"))
-            self.assertEqual(offered, {"--help"} | ({"--json"} if verb in ("status", "shares", "search", "ask", "photos", "model", "autostart", "doctor") else set()), verb)
+            json = {"--json"} if verb in ("status", "shares", "search", "ask", "photos", "model", "autostart", "doctor") else set()
+            self.assertEqual(offered, {"--help"} | json | ({"--local"} if verb == "ask" else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
         self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)

@@ -235,6 +235,21 @@ TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {
     EXPECT_EQ(said(), (QStringList{QStringLiteral("u:q"), QStringLiteral("a:Salut")}));
 }
 
+TEST_F(ChatViewTest, aQuestionForTheLocalModelLeavesTheChoiceOfProviderAlone) {
+    signedInView();
+    session().setProvider(Provider::anthropic);
+    local.reachable = true;
+    const auto end = test::await(view().ask(QStringLiteral("q"), Provider::local));
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->text, QStringLiteral("d'ici"));
+    EXPECT_EQ(local.prompts, std::vector<QString>{QStringLiteral("q")});
+    local.reachable = false;
+    reply("d'ailleurs");
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("r"), Provider::local))->text, QStringLiteral("d'ailleurs"));
+    EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("local"));
+    EXPECT_EQ(session().provider(), Provider::anthropic);
+}
+
 TEST_F(ChatViewTest, askingTellsAFailure) {
     signedInView();
     transport.answerWith(503);
