@@ -56,6 +56,7 @@ public:
     BookmarkStore& bookmarks() { return bookmarks_; }
     /// The grants, and where their folders are now.
     Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
+    const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }

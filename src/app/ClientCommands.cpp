@@ -1,7 +1,6 @@
 #include "app/ClientCommands.h"
 
 #include "Bridge/LocalLinks.h"
-#include "Bridge/ScopedAccess.h"
 #include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"

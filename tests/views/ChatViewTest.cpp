@@ -2,6 +2,7 @@
 
 #include "base/Json.h"
 #include "core/SessionFixture.h"
+#include "fakes/DirectLocalChatFake.h"
 #include "support/TestClock.h"
 
 #include <QJsonDocument>
@@ -11,34 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A local model that is there or not, and answers from memory.
-class LocalChatFake final : public DirectLocalChat {
-public:
-    explicit LocalChatFake(std::function<AppSession&()> session) : session_(std::move(session)) {}
-    bool reachable = false;
-    std::vector<QString> asked; // endpoints
-    std::vector<QString> prompts;
-
-    Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override {
-        EXPECT_EQ(timeout, 2s);
-        asked.push_back(endpoint);
-        co_return reachable;
-    }
-    Task<> runDirectLocal(QString prompt) override {
-        prompts.push_back(prompt);
-        AppSession& session = session_();
-        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, QStringLiteral("d'ici"), {}});
-        session.setIsStreaming(false);
-        co_return;
-    }
-
-private:
-    std::function<AppSession&()> session_;
-};
-
 struct ChatViewTest : test::SessionFixture {
     test::TestClock clock;
-    LocalChatFake local{[this]() -> AppSession& { return session(); }};
+    test::DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
     std::unique_ptr<ChatView> built_;
 
     ChatView& view() {
@@ -183,6 +159,7 @@ TEST_F(ChatViewTest, aLocalServerThatAnswersTakesTheTurnEvenSignedOut) {
     EXPECT_EQ(said().last(), QStringLiteral("a:d'ici"));
     EXPECT_TRUE(transport.requests.empty());
     EXPECT_EQ(local.asked, std::vector<QString>{QStringLiteral("http://localhost:8080/v1")});
+    EXPECT_EQ(local.timeouts, std::vector<std::chrono::milliseconds>{2s});
 }
 
 TEST_F(ChatViewTest, aLocalServerThatIsAwayLeavesTheTurnToTheBackend) {
