@@ -133,8 +133,10 @@ class PackagingTest(unittest.TestCase):
         self.assertEqual(icon.get("width"), icon.get("height"))
 
     def testAnInstallationIsCompleteAndKnowsWhereItIs(self):
-        if not pathlib.Path(os.environ["VENNIC_BUILD"], "bin", "vennic-screen.so").exists():
-            self.skipTest("the programs are not built")
+        programs = [name.split("/")[-1] for name in INSTALLED.split() if name.startswith(("bin/", "{lib}/"))]
+        built = {file.name for folder in ("bin", "server") for file in pathlib.Path(os.environ["VENNIC_BUILD"], folder).glob("vennic*") if file.is_file()}
+        if missing := set(programs) - built:
+            self.skipTest(f"not built: {missing}")
         with tempfile.TemporaryDirectory() as folder:
             cache = pathlib.Path(os.environ["VENNIC_BUILD"], "CMakeCache.txt").read_text(encoding="utf-8")
             lib = re.search(r"^CMAKE_INSTALL_LIBDIR:PATH=(.+)$", cache, re.MULTILINE).group(1)
