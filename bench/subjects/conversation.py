@@ -10,3 +10,6 @@ def run(bench):
         bench.line("conversation: a delta, median", messages, rows[f"{messages}.delta.median"], "ms", 0.3, "Qt, whole",
                    rows[f"{messages}.whole.median"])
         bench.line("conversation: a delta, 95 of 100", messages, rows[f"{messages}.delta.p95"], "ms")
+        bench.line("conversation: a delta of the local model, median", messages, rows[f"{messages}.local.median"], "ms", 0.3,
+                   "Qt, whole", rows[f"{messages}.whole.median"])
+        bench.line("conversation: a delta of the local model, 95 of 100", messages, rows[f"{messages}.local.p95"], "ms")

@@ -27,3 +27,4 @@ complete -c vennic -n '__fish_seen_subcommand_from photos' -a 'allow deny status
 complete -c vennic -n '__fish_seen_subcommand_from model' -a 'on off endpoint name status'
 complete -c vennic -n '__fish_seen_subcommand_from autostart' -a 'on off status'
 complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos model autostart doctor' -l json -d 'Données en JSON'
+complete -c vennic -n '__fish_seen_subcommand_from ask' -l local -d 'Faire répondre le modèle local'

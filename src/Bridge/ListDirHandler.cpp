@@ -1,12 +1,8 @@
 #include "Bridge/ListDirHandler.h"
 
-#include "Bridge/BookmarkResolver.h"
-#include "Bridge/ScopedAccess.h"
-#include "Bridge/SubPath.h"
+#include "Bridge/SharedFolderLevel.h"
 #include "base/Dates.h"
-#include "base/NameCollation.h"
 #include "base/Pool.h"
-#include "base/StableSort.h"
 #include "base/StopsAtEnd.h"
 
 #include <QHash>
@@ -20,14 +16,10 @@ namespace {
 
 /// All that one listing is made from.
 struct Order {
-    std::shared_ptr<FolderBookmarks> bookmarks;
-    std::shared_ptr<FileSystem> files;
+    SharedFolderQuestion question;
     std::shared_ptr<FileTypes> types;
     IdentifierSource identifiers;
-    std::vector<BookmarkEntry> grants;
-    ListDirArgs args;
     qint64 mostHandles = 0;
-    std::stop_token stop;
 };
 
 struct Listing {
@@ -40,71 +32,29 @@ struct Outcome {
     std::optional<ScopedAccess> access;    // closed when the answer has been sent or given up
 };
 
-/// Makes one listing; lives on the pool, where a folder on a slow disk holds up nothing else.
+/// Makes one listing; lives on the pool.
 class Lister {
 public:
     explicit Lister(Order order) : order_(std::move(order)) {}
 
     Outcome run() {
-        const auto id = uuidFromText(order_.args.folderId);
-        if (!id)
-            return refused(QStringLiteral("folder_id mal formé."));
-        const auto grant = std::ranges::find(order_.grants, *id, &BookmarkEntry::id);
-        if (grant == order_.grants.end())
-            return refused(QStringLiteral("Ce dossier n'est plus partagé sur le Mac."));
-        const auto root = BookmarkResolver(*order_.bookmarks).resolveIfPossible(*grant);
-        if (!root)
-            return refused(QStringLiteral("Impossible de résoudre le bookmark (dossier déplacé ?)."));
-        const auto subPath = SubPath::parse(order_.args.subPath.value_or(QString()));
-        if (!subPath)
-            return refused(QStringLiteral("sub_path invalide."));
         Outcome outcome;
-        outcome.access.emplace(order_.bookmarks, root->url);
-        outcome.answer = listed(*subPath, root->url);
+        try {
+            outcome.answer = listing(listSharedFolder(order_.question, outcome.access));
+        } catch (const LocalizedError& error) {
+            outcome.answer = error.errorDescription();
+        }
         return outcome;
     }
 
 private:
-    static Outcome refused(const QString& sentence) { return {sentence, std::nullopt}; }
-
-    std::variant<Listing, QString> listed(const SubPath& subPath, const FileURL& root) {
-        const auto folder = subPath.below(root);
-        if (!folder)
-            return QStringLiteral("sub_path échappe du dossier partagé.");
-        try {
-            BridgeListDirResult result;
-            result.folder_id = order_.args.folderId;
-            result.sub_path = subPath.normalized();
-            result.items = items(sortedEntries(*folder), result.sub_path);
-            Listing listing;
-            listing.handles = handles(result.items, *folder);
-            listing.body = encodeBridgeSuccessBody(std::move(result));
-            return listing;
-        } catch (const LocalizedError& error) {
-            return QStringLiteral("Lecture du dossier impossible: ") + error.errorDescription();
-        }
-    }
-
-    std::vector<FolderEntry> sortedEntries(const FileURL& folder) const {
-        struct Keyed {
-            NameCollation::Key key;
-            FolderEntry entry;
-        };
-        const NameCollation collation;
-        const auto listing = order_.files->list(folder.path);
-        std::vector<Keyed> keyed;
-        while (auto entry = listing->next()) {
-            if (order_.stop.stop_requested())
-                break;
-            auto key = collation.key(entry->name);
-            keyed.push_back({std::move(key), *std::move(entry)});
-        }
-        keyed = stablySorted(std::move(keyed), [](const Keyed& a, const Keyed& b) { return a.key < b.key; });
-        std::vector<FolderEntry> entries;
-        entries.reserve(keyed.size());
-        for (Keyed& each : keyed)
-            entries.push_back(std::move(each.entry));
-        return entries;
+    Listing listing(SharedFolderLevel level) {
+        BridgeListDirResult result;
+        result.folder_id = order_.question.folderId;
+        result.sub_path = level.subPath;
+        result.items = items(std::move(level.entries), level.subPath);
+        auto given = handles(result.items, level.folder);
+        return {encodeBridgeSuccessBody(std::move(result)), std::move(given)};
     }
 
     std::vector<BridgeListDirResult::Item> items(std::vector<FolderEntry> entries, const QString& subPath) {
@@ -112,7 +62,7 @@ private:
         items.reserve(entries.size());
         const QString prefix = subPath.isEmpty() ? QString() : subPath + u'/';
         for (FolderEntry& entry : entries) {
-            if (order_.stop.stop_requested())
+            if (order_.question.stop.stop_requested())
                 break;
             items.push_back(item(std::move(entry), prefix));
         }
@@ -165,14 +115,15 @@ ListDirHandler::ListDirHandler(BookmarkPersistence grants, std::shared_ptr<Folde
 
 Task<> ListDirHandler::handleListDir(BridgeTask task, ListDirArgs args, APIService api) {
     const StopsAtEnd end;
-    Order order{.bookmarks = bookmarks_,
-                .files = files_,
+    Order order{.question = {.bookmarks = bookmarks_,
+                             .files = files_,
+                             .grants = grants_.load(),
+                             .folderId = args.folderId,
+                             .subPath = args.subPath.value_or(QString()),
+                             .stop = end.source.get_token()},
                 .types = types_,
                 .identifiers = identifiers_,
-                .grants = grants_.load(),
-                .args = std::move(args),
-                .mostHandles = idCache_.capacity(),
-                .stop = end.source.get_token()};
+                .mostHandles = idCache_.capacity()};
     auto work = [](Order order) { return Lister(std::move(order)).run(); };
     Outcome outcome = co_await onPool(work, std::move(order));
     if (const auto* failure = std::get_if<QString>(&outcome.answer)) {

@@ -87,7 +87,8 @@ BridgeOcrResult OcrEngine::recognizePDF(const FileURL& url, qint64 bytesProcesse
     QStringList parts;
     qsizetype characters = 0;
     QSet<QString> languages;
-    for (qint64 page = 0; page < pages->count(); ++page) {
+    const auto end = now_() + mostTime;
+    for (qint64 page = 0; page < pages->count() && now_() < end; ++page) {
         const auto found = readPage(*pages, page, stop);
         endIfStopped(stop);
         if (found && !found->text.isEmpty())

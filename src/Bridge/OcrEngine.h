@@ -4,6 +4,8 @@
 #include "ports/FileSystem.h"
 #include "ports/TextRecognizer.h"
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <stop_token>
 
@@ -13,10 +15,18 @@ namespace vennic {
 /// picture. Any thread may use it.
 class OcrEngine {
 public:
-    OcrEngine(std::shared_ptr<TextRecognizer> recognizer, std::shared_ptr<FileSystem> files)
-        : recognizer_(std::move(recognizer)), files_(std::move(files)) {}
+    using Now = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// Blocks, for as long as the document has pages. Raises OcrError; Cancelled soon after `stop` asks.
+    /// A document may have any number of pages, and a small hostile one claim millions: the pages that haven't been
+    /// begun after so long count as pages that can't be read.
+    static constexpr std::chrono::minutes mostTime{30};
+
+    OcrEngine(std::shared_ptr<TextRecognizer> recognizer, std::shared_ptr<FileSystem> files,
+              Now now = std::chrono::steady_clock::now)
+        : recognizer_(std::move(recognizer)), files_(std::move(files)), now_(std::move(now)) {}
+
+    /// Blocks, for as long as the document has pages, but not much longer than `mostTime`. Raises OcrError; Cancelled
+    /// soon after `stop` asks.
     BridgeOcrResult recognize(const FileURL& url, const std::stop_token& stop = {}) const;
 
 private:
@@ -25,6 +35,7 @@ private:
 
     std::shared_ptr<TextRecognizer> recognizer_;
     std::shared_ptr<FileSystem> files_;
+    Now now_; // of any thread
 };
 
 } // namespace vennic

@@ -1,11 +1,7 @@
 #pragma once
-#include "Bridge/BookmarkPersistence.h"
-#include "Bridge/BridgeIDCache.h"
 #include "Bridge/OcrEngine.h"
+#include "Bridge/SharedDocuments.h"
 #include "Bridge/TaskAnswer.h"
-#include "ports/FolderBookmarks.h"
-
-#include <memory>
 
 namespace vennic {
 
@@ -15,17 +11,15 @@ class OcrHandler {
 public:
     OcrHandler(BookmarkPersistence grants, std::shared_ptr<FolderBookmarks> bookmarks, OcrEngine engine,
                const BridgeIDCache& idCache)
-        : grants_(grants), bookmarks_(std::move(bookmarks)), engine_(std::move(engine)), idCache_(idCache) {}
+        : documents_(grants, std::move(bookmarks), idCache), engine_(std::move(engine)) {}
 
     /// Sends its own answer; a success that can't be sent is dropped. Never fails but with Cancelled, which
     /// ends the recognition too.
     Task<> handleOcrImage(BridgeTask task, OcrImageArgs args, APIService api);
 
 private:
-    BookmarkPersistence grants_;
-    std::shared_ptr<FolderBookmarks> bookmarks_;
+    SharedDocuments documents_;
     OcrEngine engine_;
-    const BridgeIDCache& idCache_;
     TaskAnswer answer_{[](const QString&) {}};
 };
 

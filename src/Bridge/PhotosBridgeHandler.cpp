@@ -16,11 +16,6 @@ constexpr qint64 usualLimit = 10;
 constexpr qint64 leastLimit = 1;
 constexpr qint64 mostLimit = 30;
 
-QString accessRefused() {
-    return localized("Accès Photos refusé. Allez dans Réglages Système → Confidentialité → Photos pour autoriser "
-                     "Vennic.");
-}
-
 /// The first moment of a month of the Gregorian calendar. Months outside 1 to 12 are carried over into other years.
 /// None where the calendar has no such day: there is no year 0, and it ends somewhere.
 std::optional<QDateTime> startOfMonth(qint64 year, qint64 month, const QTimeZone& zone) {
@@ -34,19 +29,6 @@ std::optional<QDateTime> startOfMonth(qint64 year, qint64 month, const QTimeZone
     return start.isValid() ? std::optional(start) : std::nullopt;
 }
 
-std::optional<PhotoInterval> intervalOf(const PhotosByDateArgs& args, const QTimeZone& zone) {
-    // Beyond these nothing is a date, and adding 1 would overflow.
-    if (args.year == std::numeric_limits<qint64>::max() || args.month == std::numeric_limits<qint64>::max())
-        return std::nullopt;
-    const auto from = startOfMonth(args.year, args.month.value_or(1), zone);
-    // A whole year's span runs to December of the next one: the backend counts on it.
-    const auto until =
-        args.month ? startOfMonth(args.year, *args.month + 1, zone) : startOfMonth(args.year + 1, 12, zone);
-    if (!from || !until)
-        return std::nullopt;
-    return PhotoInterval{*from, *until};
-}
-
 } // namespace
 
 Task<> PhotosBridgeHandler::handleRecent(BridgeTask task, PhotosRecentArgs args, APIService api) const {
@@ -58,7 +40,7 @@ Task<> PhotosBridgeHandler::handleRecent(BridgeTask task, PhotosRecentArgs args,
 }
 
 Task<> PhotosBridgeHandler::handleByDate(BridgeTask task, PhotosByDateArgs args, APIService api) const {
-    const auto created = intervalOf(args, clock_.zone());
+    const auto created = interval(args.year, args.month);
     if (!created) {
         co_await TaskAnswer::error(std::move(api), task.id, QStringLiteral("invalid_date_components"));
         co_return;
@@ -80,8 +62,31 @@ Task<bool> PhotosBridgeHandler::ensureAuthorized() const {
 Task<> PhotosBridgeHandler::answer(BridgeTask task, std::optional<qint64> limit, std::optional<PhotoInterval> created,
                                    APIService api) const {
     BridgePhotosResult result;
-    result.items = co_await onPool(itemsOf, library_, limit, created);
+    result.items = co_await fetch(limit, std::move(created));
     co_await answer_.success(std::move(api), task.id, std::move(result));
+}
+
+std::optional<PhotoInterval> PhotosBridgeHandler::interval(qint64 year, std::optional<qint64> month) const {
+    // Beyond these nothing is a date, and adding 1 would overflow.
+    if (year == std::numeric_limits<qint64>::max() || month == std::numeric_limits<qint64>::max())
+        return std::nullopt;
+    const QTimeZone zone = clock_.zone();
+    const auto from = startOfMonth(year, month.value_or(1), zone);
+    // A whole year's span runs to December of the next one: who asks counts on it.
+    const auto until = month ? startOfMonth(year, *month + 1, zone) : startOfMonth(year + 1, 12, zone);
+    if (!from || !until)
+        return std::nullopt;
+    return PhotoInterval{*from, *until};
+}
+
+QString PhotosBridgeHandler::accessRefused() {
+    return localized("Accès Photos refusé. Allez dans Réglages Système → Confidentialité → Photos pour autoriser "
+                     "Vennic.");
+}
+
+Task<PhotosBridgeHandler::Items> PhotosBridgeHandler::fetch(std::optional<qint64> limit,
+                                                            std::optional<PhotoInterval> datePredicate) const {
+    return onPool(itemsOf, library_, limit, std::move(datePredicate));
 }
 
 PhotosBridgeHandler::Items PhotosBridgeHandler::fetchItems(std::optional<qint64> limit,
@@ -89,7 +94,7 @@ PhotosBridgeHandler::Items PhotosBridgeHandler::fetchItems(std::optional<qint64>
     return itemsOf(library_, limit, std::move(datePredicate));
 }
 
-PhotosBridgeHandler::Items PhotosBridgeHandler::itemsOf(std::shared_ptr<PhotoLibrary> library,
+PhotosBridgeHandler::Items PhotosBridgeHandler::itemsOf(const std::shared_ptr<PhotoLibrary>& library,
                                                         std::optional<qint64> limit,
                                                         std::optional<PhotoInterval> created) {
     const qint64 most = limit ? std::clamp(*limit, leastLimit, mostLimit) : usualLimit;

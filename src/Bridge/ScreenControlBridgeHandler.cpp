@@ -1,5 +1,6 @@
 #include "Bridge/ScreenControlBridgeHandler.h"
 
+#include "Bridge/ApplicationNotFound.h"
 #include "Bridge/ShortcutsCLIError.h"
 #include "base/Pool.h"
 
@@ -36,20 +37,13 @@ struct Outcome {
 
 Outcome succeeded(const BridgeResult& result) { return {encodeBridgeSuccessBody(result), false}; }
 
-Outcome failed(const char* word, const std::exception& error) {
-    return {encodeBridgeErrorBody(QLatin1String(word) + localizedDescription(error)), true};
-}
+Outcome failed(const QString& sentence) { return {encodeBridgeErrorBody(sentence), true}; }
 
-Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler,
-                  const std::shared_ptr<Workspace>& workspace, const QString& name) {
+Outcome openNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& handler, const QString& name) {
     BridgeOkResult result;
     try {
-        if (const auto application = handler.locateApp(name)) {
-            workspace->openApplication(application->path, stop);
-            result.ok = true;
-        } else {
-            result.error = QStringLiteral("Aucune application nommée '%1' n'a été trouvée.").arg(name);
-        }
+        handler.openApp(name, stop);
+        result.ok = true;
     } catch (const std::exception& error) {
         result.error = localizedDescription(error);
     }
@@ -61,7 +55,7 @@ Outcome runNamed(const std::stop_token& stop, const ScreenControlBridgeHandler& 
         const QString text = handler.runShortcutsCLI({QStringLiteral("run"), args.name}, args.input, stop);
         return succeeded(BridgeShortcutRunResult{text.isEmpty() ? std::nullopt : std::optional(text)});
     } catch (const std::exception& error) {
-        return failed("shortcut_run_failed: ", error);
+        return failed(ScreenControlBridgeHandler::shortcutRunFailed(error));
     }
 }
 
@@ -84,7 +78,7 @@ Outcome listAll(const std::stop_token& stop, const ScreenControlBridgeHandler& h
         }
         return succeeded(result);
     } catch (const std::exception& error) {
-        return failed("shortcut_list_failed: ", error);
+        return failed(ScreenControlBridgeHandler::shortcutListFailed(error));
     }
 }
 
@@ -100,7 +94,7 @@ Task<> answer(BridgeTask task, Outcome outcome, APIService api) {
 } // namespace
 
 Task<> ScreenControlBridgeHandler::handleOpenApp(BridgeTask task, AppOpenArgs args, APIService api) const {
-    Outcome outcome = co_await onPoolWaiting(openNamed, *this, workspace_, args.name);
+    Outcome outcome = co_await onPoolWaiting(openNamed, *this, args.name);
     co_await answer(std::move(task), std::move(outcome), std::move(api));
 }
 
@@ -112,6 +106,21 @@ Task<> ScreenControlBridgeHandler::handleRunShortcut(BridgeTask task, ShortcutRu
 Task<> ScreenControlBridgeHandler::handleListShortcuts(BridgeTask task, APIService api) const {
     Outcome outcome = co_await onPoolWaiting(listAll, *this);
     co_await answer(std::move(task), std::move(outcome), std::move(api));
+}
+
+void ScreenControlBridgeHandler::openApp(const QString& name, std::stop_token stop) const {
+    const auto application = locateApp(name);
+    if (!application)
+        throw ApplicationNotFound(name);
+    workspace_->openApplication(application->path, std::move(stop));
+}
+
+QString ScreenControlBridgeHandler::shortcutRunFailed(const std::exception& error) {
+    return QStringLiteral("shortcut_run_failed: ") + localizedDescription(error);
+}
+
+QString ScreenControlBridgeHandler::shortcutListFailed(const std::exception& error) {
+    return QStringLiteral("shortcut_list_failed: ") + localizedDescription(error);
 }
 
 std::optional<FileURL> ScreenControlBridgeHandler::locateApp(const QString& name) const {

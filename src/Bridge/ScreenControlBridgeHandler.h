@@ -21,6 +21,13 @@ public:
     Task<> handleRunShortcut(BridgeTask task, ShortcutRunArgs args, APIService api) const;
     Task<> handleListShortcuts(BridgeTask task, APIService api) const;
 
+    /// Opens the application of that name. Blocks until it has been started. Raises ApplicationNotFound and what the
+    /// platform raises. From any thread.
+    void openApp(const QString& name, std::stop_token stop) const;
+    /// The sentences of a run and of a list that failed.
+    static QString shortcutRunFailed(const std::exception& error);
+    static QString shortcutListFailed(const std::exception& error);
+
     /// The desktop entry of the application with that identifier, file name or exact name, in this order; an ending
     /// ".desktop" may be left out. Reads the disk. From any thread.
     std::optional<FileURL> locateApp(const QString& name) const;

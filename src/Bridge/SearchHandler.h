@@ -1,13 +1,6 @@
 #pragma once
-#include "Bridge/BookmarkPersistence.h"
-#include "Bridge/BridgeIDCache.h"
-#include "Bridge/ScopedAccess.h"
-#include "Bridge/SpotlightSearch.h"
+#include "Bridge/SharedFolderSearch.h"
 #include "Bridge/TaskAnswer.h"
-#include "base/Identifier.h"
-
-#include <memory>
-#include <vector>
 
 namespace vennic {
 
@@ -15,23 +8,15 @@ namespace vennic {
 class SearchHandler {
 public:
     SearchHandler(BookmarkPersistence grants, std::shared_ptr<FolderBookmarks> bookmarks, SpotlightSearch search,
-                  BridgeIDCache& idCache, const TaskAnswer& answer, IdentifierSource identifiers = newIdentifier);
+                  BridgeIDCache& idCache, const TaskAnswer& answer, IdentifierSource identifiers = newIdentifier)
+        : search_(grants, std::move(bookmarks), std::move(search), idCache, std::move(identifiers)), answer_(answer) {}
 
     /// Sends its own answer. Never fails but with Cancelled.
     Task<> handleSearch(BridgeTask task, SearchArgs args, APIService api);
 
 private:
-    BridgeSearchResult handedOut(const std::vector<SearchResult>& results);
-
-    BookmarkPersistence grants_;
-    std::shared_ptr<FolderBookmarks> bookmarks_;
-    SpotlightSearch search_;
-    BridgeIDCache& idCache_;
+    SharedFolderSearch search_;
     const TaskAnswer& answer_;
-    IdentifierSource identifiers_;
 };
-
-/// The folders whose path contains one of the hints, without regard to case; all of them when none does.
-std::vector<FileURL> foldersByHints(std::vector<FileURL> folders, const std::optional<QStringList>& hints);
 
 } // namespace vennic

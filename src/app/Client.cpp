@@ -12,6 +12,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSysInfo>
 #include <QTimer>
 
@@ -32,6 +34,13 @@ photos::KeeperSettings photoSettings(const Paths& paths) {
     settings.catalogue = QFile::encodeName(paths.data + QStringLiteral("/photos.sqlite")).toStdString();
     settings.folder = [] { return QFile::encodeName(photos::picturesFolder()).toStdString(); };
     return settings;
+}
+
+std::optional<double> mainScreenScale() {
+    const QScreen* const screen = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr
+                                      ? QGuiApplication::primaryScreen()
+                                      : nullptr;
+    return screen != nullptr ? std::optional(screen->devicePixelRatio()) : std::nullopt;
 }
 
 } // namespace
@@ -56,11 +65,12 @@ Client::Client(const Paths& paths, Deployment deployment)
       photoReader_(std::make_shared<photos::PhotoFactsWorker>(paths.pictureWorker(), pictures_)),
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
-      bridgeContext_(keychain_, preferences_), telemetry_(http_, memory_, clock_),
+      bridgeContext_(keychain_, preferences_, mainScreenScale), telemetry_(http_, memory_, clock_),
       heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
       preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     LocalLLMTelemetry::install(&telemetry_);
+    const auto recognizer = std::make_shared<TextRecognizerWorker>(pictures_);
     bridge_ = std::make_unique<BridgeService>(BridgeService::Surroundings{
         .http = http_,
         .config = config_,
@@ -78,10 +88,23 @@ Client::Client(const Paths& paths, Deployment deployment)
         .workspace = workspace_,
         .automations = automations_,
         .thumbnailer = thumbnailer_,
-        .recognizer = std::make_shared<TextRecognizerWorker>(pictures_),
+        .recognizer = recognizer,
     });
     BridgeService::install(bridge_.get());
-    returnMemoryAfterTasks();
+    tools_ = std::make_unique<LocalToolRegistry>(LocalToolRegistry::Surroundings{
+        .store = preferences_,
+        .index = granted_,
+        .clock = clock_,
+        .idCache = bridge_->idCache(),
+        .bookmarks = folders_,
+        .files = files_,
+        .types = types_,
+        .reader = reader_,
+        .recognizer = recognizer,
+        .photos = photos_,
+        .workspace = workspace_,
+        .automations = automations_,
+    });
     session_ = std::make_unique<AppSession>(AppSession::Surroundings{
         .store = preferences_,
         .keychain = keychain_,
@@ -93,13 +116,21 @@ Client::Client(const Paths& paths, Deployment deployment)
         .hostName = QSysInfo::machineHostName(),
     });
     AppSession::install(session_.get());
+    returnMemoryAfterTasks();
     bridgeContext_.follow(session_.get());
+    localChat_ = std::make_unique<LocalToolChat>(LocalToolChat::Surroundings{
+        .session = *session_,
+        .tools = *tools_,
+        .http = http_,
+        .config = config_,
+        .clock = clock_,
+    });
     chat_ = std::make_unique<ChatView>(ChatView::Surroundings{
         .session = *session_,
         .http = http_,
         .config = config_,
         .clock = clock_,
-        .local = localChat_,
+        .local = *localChat_,
     });
     indexSharedFolders();
     QObject::connect(&bookmarks_, &BookmarkStore::entriesChanged, &bookmarks_, [this] { indexSharedFolders(); });
@@ -135,11 +166,17 @@ void Client::returnMemoryAfterTasks() {
     using namespace std::chrono_literals;
     afterTasks_.setSingleShot(true);
     afterTasks_.setInterval(1s);
-    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, [this] {
+    const auto soon = [this] {
         if (!afterTasks_.isActive())
             afterTasks_.start();
-    });
+    };
+    QObject::connect(bridge_.get(), &BridgeService::tasksServedChanged, &afterTasks_, soon);
+    QObject::connect(session_.get(), &AppSession::isStreamingChanged, &afterTasks_, soon); // tools list folders, too
     QObject::connect(&afterTasks_, &QTimer::timeout, &afterTasks_, [] { submitToPool(returnSpareMemory); });
+}
+
+SharedFolderSearch Client::documentSearch() {
+    return {BookmarkPersistence(preferences_), folders_, spotlight_, bridge_->idCache()};
 }
 
 void Client::warn(const QString& title, const QString& informativeText) {

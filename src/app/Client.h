@@ -2,13 +2,15 @@
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
 #include "Bridge/LocalLLMHeartbeat.h"
+#include "Bridge/LocalToolRegistry.h"
 #include "Bridge/ResolvedShare.h"
-#include "Bridge/SpotlightSearch.h"
+#include "Bridge/SharedFolderSearch.h"
 #include "app/GrantedFileIndex.h"
 #include "app/Paths.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
 #include "backend/Deployment.h"
+#include "backend/LocalToolChat.h"
 #include "core/AppSession.h"
 #include "core/ServerPreferenceSync.h"
 #include "linux/FileSystemPosix.h"
@@ -56,7 +58,6 @@ public:
     Task<std::vector<ResolvedShare>> shares() const { return resolvedShares(folders_, bookmarks_.entries()); }
     const std::shared_ptr<FolderBookmarks>& sharedFolders() const { return folders_; }
     FileIndex& index() { return granted_; }
-    SpotlightSearch& spotlight() { return spotlight_; }
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     ModalDialogs& dialogs() { return dialogs_; }
@@ -66,6 +67,8 @@ public:
     PhotoLibraryFolder& photos() { return *photos_; }
     const std::shared_ptr<PhotoLibraryFolder>& sharedPhotos() const { return photos_; }
     ChatView& chat() { return *chat_; }
+    /// By words, as the backend and the local model search.
+    SharedFolderSearch documentSearch();
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
     VennicHTTP& http() { return http_; }
     LocalLLMTelemetry& telemetry() { return telemetry_; }
@@ -79,7 +82,7 @@ private:
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();
-    /// A machine that listed a huge folder is soon as small as before.
+    /// A machine that listed a huge folder, for the backend or for its own model, is soon as small as before.
     void returnMemoryAfterTasks();
 
     SystemClock clock_;
@@ -118,7 +121,8 @@ private:
     QTimer afterTasks_;
     ServerPreferenceSync preferenceSync_;
     std::unique_ptr<AppSession> session_;
-    NoDirectLocalChat localChat_;
+    std::unique_ptr<LocalToolRegistry> tools_;
+    std::unique_ptr<LocalToolChat> localChat_;
     std::unique_ptr<ChatView> chat_;
     bool ending_ = false;
     Job following_;

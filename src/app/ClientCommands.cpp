@@ -1,6 +1,6 @@
 #include "app/ClientCommands.h"
 
-#include "Bridge/ScopedAccess.h"
+#include "Bridge/LocalLinks.h"
 #include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"
@@ -16,7 +16,6 @@ namespace vennic {
 namespace {
 
 constexpr qint64 searchLimit = 20;
-constexpr double searchTimeout = 5.0;
 
 CommandAnswer done(const QString& text = {}, const QJsonObject& data = {}) { return {ExitStatus::done, text, data}; }
 
@@ -37,24 +36,27 @@ private:
     QStringList failed_;
 };
 
-QJsonObject hitData(const SearchResult& hit, const QString& id) {
-    QJsonObject data{{QStringLiteral("id"), id},
-                     {QStringLiteral("name"), hit.name},
-                     {QStringLiteral("mime"), hit.mime},
-                     {QStringLiteral("size"), hit.size},
-                     {QStringLiteral("parent"), hit.parentDisplay},
-                     {QStringLiteral("link"), QString(documentLink + id)}};
-    if (hit.modifiedAt)
-        data.insert(QStringLiteral("modified_at"), iso8601(*hit.modifiedAt));
+QJsonObject hitData(const SharedFolderSearch::Hit& hit) {
+    const SearchResult& result = hit.result;
+    QJsonObject data{{QStringLiteral("id"), hit.id},
+                     {QStringLiteral("name"), result.name},
+                     {QStringLiteral("mime"), result.mime},
+                     {QStringLiteral("size"), result.size},
+                     {QStringLiteral("parent"), result.parentDisplay},
+                     {QStringLiteral("link"), QString(documentLink + hit.id)}};
+    if (result.modifiedAt)
+        data.insert(QStringLiteral("modified_at"), iso8601(*result.modifiedAt));
     return data;
 }
 
-QString hitText(const SearchResult& hit, const QString& id) {
+QString hitText(const SharedFolderSearch::Hit& hit) {
+    const SearchResult& result = hit.result;
     const QLocale french(QLocale::French);
-    QString text = QStringLiteral("%1 — %2, %3").arg(hit.name, hit.parentDisplay, french.formattedDataSize(hit.size));
-    if (hit.modifiedAt)
-        text += QStringLiteral(", %1").arg(french.toString(hit.modifiedAt->toLocalTime(), QLocale::ShortFormat));
-    return text + QStringLiteral("\n  %1%2\n").arg(documentLink, id);
+    QString text =
+        QStringLiteral("%1 — %2, %3").arg(result.name, result.parentDisplay, french.formattedDataSize(result.size));
+    if (result.modifiedAt)
+        text += QStringLiteral(", %1").arg(french.toString(result.modifiedAt->toLocalTime(), QLocale::ShortFormat));
+    return text + QStringLiteral("\n  %1%2\n").arg(documentLink, hit.id);
 }
 
 } // namespace
@@ -106,7 +108,7 @@ Task<CommandAnswer> ClientCommands::run(CommandRequest request) {
     if (verb == QLatin1String("search"))
         co_return co_await search(arguments.join(QLatin1Char(' ')));
     if (verb == QLatin1String("ask"))
-        co_return co_await ask(arguments.join(QLatin1Char(' ')));
+        co_return co_await ask(arguments.join(QLatin1Char(' ')), request.local);
     if (verb == QLatin1String("open"))
         co_return co_await open(first);
     if (verb == QLatin1String("toggle"))
@@ -211,39 +213,32 @@ CommandAnswer ClientCommands::bridge(bool on) {
 }
 
 Task<CommandAnswer> ClientCommands::search(QString words) {
-    if (client_.bookmarks().entries().empty())
+    SharedFolderSearch documents = client_.documentSearch();
+    const auto found = co_await documents.search(words, std::nullopt, searchLimit);
+    if (!found)
         co_return failed(QStringLiteral("Aucun dossier partagé n'est configuré sur le Mac."));
-    std::vector<FileURL> folders;
-    std::vector<ScopedAccess> open;
-    for (const ResolvedShare& share : co_await client_.shares()) {
-        if (share.folder) {
-            folders.push_back(*share.folder);
-            open.emplace_back(client_.sharedFolders(), *share.folder);
-        }
-    }
-    const auto hits = co_await client_.spotlight().search(words, folders, searchLimit, searchTimeout);
     QJsonArray items;
     QString text;
-    for (const SearchResult& hit : hits) {
-        const QString id = newIdentifier();
-        client_.bridge().idCache().put(id, hit.url);
-        items.append(hitData(hit, id));
-        text += hitText(hit, id);
+    for (const SharedFolderSearch::Hit& hit : found->hits) {
+        items.append(hitData(hit));
+        text += hitText(hit);
     }
     text.chop(1);
-    if (hits.empty())
+    if (found->hits.empty())
         text = QStringLiteral("Rien trouvé.");
     co_return done(text, {{QStringLiteral("items"), items}});
 }
 
-Task<CommandAnswer> ClientCommands::ask(QString text) {
+Task<CommandAnswer> ClientCommands::ask(QString text, bool local) {
     if (text.trimmed().isEmpty())
         co_return failed(QStringLiteral("La question est vide."));
-    const auto end = co_await client_.chat().ask(text);
+    const auto end = co_await client_.chat().ask(text, local ? std::optional(Provider::local) : std::nullopt);
     if (!end)
         co_return failed(QStringLiteral("Une réponse est déjà en cours ; attends qu'elle soit finie."));
     if (end->failed)
         co_return failed(end->text);
+    if (end->text.isEmpty())
+        co_return failed(QStringLiteral("La réponse est vide."));
     QJsonObject data{{QStringLiteral("text"), end->text}};
     if (const auto discussion = client_.session().discussionId())
         data.insert(QStringLiteral("discussion_id"), *discussion);

@@ -20,7 +20,7 @@ private:
     Task<CommandAnswer> run(CommandRequest request);
     Task<CommandAnswer> pair(QString code);
     Task<CommandAnswer> search(QString words);
-    Task<CommandAnswer> ask(QString text);
+    Task<CommandAnswer> ask(QString text, bool local);
     CommandAnswer token(const QString& secret);
     CommandAnswer share(const QStringList& paths);
     Task<CommandAnswer> shares();

@@ -28,8 +28,8 @@ std::chrono::milliseconds patienceWith(const QString& verb) {
     return writesCredentials ? std::chrono::milliseconds{credentialPatience} : patience;
 }
 
-CommandRequest requestOf(const QString& verb, const QStringList& arguments) {
-    CommandRequest request{verb, arguments, {}};
+CommandRequest requestOf(const QString& verb, const CommandLine& line) {
+    CommandRequest request{.verb = verb, .arguments = line.arguments, .secret = {}, .local = line.local};
     // Paths are relative to where the user stands, which only this process knows.
     if (request.verb == QLatin1String("share")) {
         for (QString& path : request.arguments)
@@ -72,7 +72,7 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
             return printAnswer(examine(paths, instance), line.json);
         if (verb == QLatin1String("autostart"))
             return printAnswer(autostart(paths, line.arguments.value(0)), line.json);
-        const QByteArray request = encodeCommandRequest(requestOf(verb, line.arguments));
+        const QByteArray request = encodeCommandRequest(requestOf(verb, line));
         if (request.size() > maxRequestBytes) {
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));
             return ExitStatus::usage;

@@ -12,6 +12,8 @@ constexpr qsizetype many = std::numeric_limits<qsizetype>::max();
 constexpr qsizetype maxArguments = 4096;
 constexpr qsizetype maxCharacters = qsizetype{64} * 1024;
 
+const QLatin1String asking("ask"); // the one verb with an option --local
+
 constexpr std::array verbTable{
     Verb{QLatin1String("status"), QLatin1String(""), 0, 0, true, u"dit où en sont le compte, le pont et l'index", u""},
     Verb{QLatin1String("pair"), QLatin1String("CODE"), 1, 1, false, u"appaire ce Mac avec un code à 8 caractères",
@@ -29,7 +31,10 @@ constexpr std::array verbTable{
     Verb{QLatin1String("search"), QLatin1String("MOTS..."), 1, many, true,
          u"cherche dans les dossiers partagés, comme le ferait le serveur", u""},
     Verb{QLatin1String("ask"), QLatin1String("TEXTE..."), 1, many, true,
-         u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre", u""},
+         u"pose une question et affiche la réponse ; la discussion continue d'une question à l'autre",
+         u"Avec --local, le modèle de ce Mac répond à cette question, et peut chercher et lire dans les dossiers "
+         u"partagés ; l'échange fini est classé dans la discussion du compte. Si le modèle ne répond pas, la question "
+         u"passe par le serveur."},
     Verb{QLatin1String("open"), QLatin1String("ADRESSE"), 1, 1, false,
          u"ouvre un document trouvé, une photo ou un réglage, par son adresse",
          u"Les adresses vennic://local_file/open/... sont celles que donne « vennic search » ; elles valent jusqu'à la "
@@ -38,7 +43,7 @@ constexpr std::array verbTable{
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
-    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name MODÈLE|status"), 1, 2, true,
+    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name NOM|status"), 1, 2, true,
          u"active ou désactive le modèle local, le règle, ou dit où il en est",
          u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
          u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
@@ -83,6 +88,8 @@ QString usage(const Verb& verb) {
         line += QLatin1Char(' ') + verb.arguments;
     if (verb.printsData)
         line += QStringLiteral(" [--json]");
+    if (verb.name == asking)
+        line += QStringLiteral(" [--local]");
     return line;
 }
 
@@ -98,6 +105,8 @@ std::optional<QString> check(const CommandLine& line) {
     const Verb& verb = *find(*line.verb);
     if (line.json && !verb.printsData)
         return QStringLiteral("« %1 » n'a pas d'option --json.").arg(verb.name);
+    if (line.local && verb.name != asking)
+        return QStringLiteral("« %1 » n'a pas d'option --local.").arg(verb.name);
     if (line.arguments.size() < verb.least || line.arguments.size() > verb.most)
         return countError(verb, line.arguments.size());
     if (verb.name == QLatin1String("bridge") && line.arguments[0] != QLatin1String("on") &&
@@ -135,6 +144,8 @@ ParsedCommandLine parseCommandLine(const QStringList& arguments) {
             parsed.line.version = true;
         else if (!optionsEnded && argument == QLatin1String("--json"))
             parsed.line.json = true;
+        else if (!optionsEnded && argument == QLatin1String("--local"))
+            parsed.line.local = true;
         else if (!optionsEnded && argument.startsWith(QLatin1Char('-')) && argument.size() > 1)
             parsed.error = QStringLiteral("Option inconnue : %1").arg(argument);
         else if (!parsed.line.verb)
@@ -157,8 +168,9 @@ ParsedCommandLine parseCommandLine(const QStringList& arguments) {
         return parsed;
     if (parsed.line.verb && !find(*parsed.line.verb))
         parsed.error = QStringLiteral("Commande inconnue : %1. « vennic --help » les liste.").arg(*parsed.line.verb);
-    else if (!parsed.line.verb && parsed.line.json)
-        parsed.error = QStringLiteral("--json accompagne une commande.");
+    else if (!parsed.line.verb && (parsed.line.json || parsed.line.local))
+        parsed.error = QStringLiteral("%1 accompagne une commande.")
+                           .arg(parsed.line.json ? QLatin1String("--json") : QLatin1String("--local"));
     else
         parsed.error = check(parsed.line);
     return parsed;
@@ -173,6 +185,8 @@ QString helpText(const std::optional<QString>& name) {
             text += QStringLiteral("%1\n").arg(verb->details);
         if (verb->printsData)
             text += QStringLiteral("\n  --json   données en JSON\n");
+        if (verb->name == asking)
+            text += QStringLiteral("  --local  fait répondre le modèle de ce Mac\n");
         return text;
     }
     QString text = QStringLiteral("Usage : vennic [COMMANDE] [ARGUMENTS]\n\n"
@@ -192,6 +206,7 @@ QString helpText(const std::optional<QString>& name) {
     text += QStringLiteral("\nOptions :\n");
     text += row(QStringLiteral("--json"),
                 u"données en JSON (status, shares, search, ask, photos, model, autostart, doctor)");
+    text += row(QStringLiteral("--local"), u"fait répondre le modèle de ce Mac (ask)");
     text += row(QStringLiteral("--"), u"ce qui suit n'est plus une option, même avec un tiret");
     text += row(QStringLiteral("--help"), u"cette aide, ou celle d'une commande");
     text += row(QStringLiteral("--version"), u"version de Vennic");

@@ -30,6 +30,7 @@ struct CommandLine {
     QStringList arguments;
     QStringList addresses = {}; // to open once the client runs; only without a verb
     bool json = false;
+    bool local = false; // the local model answers; `ask` only
     bool help = false;
     bool version = false;
     bool operator==(const CommandLine&) const = default;

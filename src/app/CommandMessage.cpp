@@ -12,6 +12,8 @@ QByteArray encodeCommandRequest(const CommandRequest& request) {
                        {QStringLiteral("arguments"), QJsonArray::fromStringList(request.arguments)}};
     if (!request.secret.isEmpty())
         object.insert(QStringLiteral("secret"), request.secret);
+    if (request.local)
+        object.insert(QStringLiteral("local"), true);
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
@@ -22,6 +24,7 @@ std::optional<CommandRequest> decodeCommandRequest(const QByteArray& line) {
         request.verb = requiredString(object, QLatin1String("verb"));
         request.arguments = optionalStrings(object, QLatin1String("arguments")).value_or(QStringList{});
         request.secret = optionalString(object, QLatin1String("secret")).value_or(QString{});
+        request.local = optionalBoolean(object, QLatin1String("local")).value_or(false);
         return request;
     } catch (const DecodingError&) {
         return std::nullopt;

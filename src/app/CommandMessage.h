@@ -10,11 +10,12 @@
 
 namespace vennic {
 
-/// A verb on its way to the running client. `secret` carries what came by standard input.
+/// A verb on its way to the running client. `secret` carries what came by standard input, `local` the option --local.
 struct CommandRequest {
     QString verb;
     QStringList arguments;
     QString secret;
+    bool local = false;
     bool operator==(const CommandRequest&) const = default;
 };
 

@@ -1,13 +1,12 @@
 #include "app/LinkOpener.h"
 
+#include "Bridge/LocalLinks.h"
 #include "Bridge/PhotoOpener.h"
 #include "base/Pool.h"
 
 namespace vennic {
 
 namespace {
-
-const QLatin1String photoLink("vennic://local_photo/view/");
 
 void openDocument(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
     workspace->open(path, std::move(stop));

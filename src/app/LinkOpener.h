@@ -24,7 +24,4 @@ private:
     Client& client_;
 };
 
-/// The beginning of a document's link; its identifier follows.
-inline constexpr QLatin1String documentLink("vennic://local_file/open/");
-
 } // namespace vennic

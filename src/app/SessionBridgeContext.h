@@ -4,13 +4,19 @@
 
 #include <QPointer>
 
+#include <functional>
+#include <optional>
+
 namespace vennic {
 
 /// Tells the bridge what it asks of the session, which is made after the bridge.
 class SessionBridgeContext final : public BridgeContext {
 public:
-    SessionBridgeContext(KeychainStore& keychain, const KeyValueStore& preferences)
-        : keychain_(keychain), preferences_(preferences) {}
+    /// Pixels for each point; none where there is no screen.
+    using ScreenScale = std::function<std::optional<double>()>;
+
+    SessionBridgeContext(KeychainStore& keychain, const KeyValueStore& preferences, ScreenScale screenScale)
+        : keychain_(keychain), preferences_(preferences), screenScale_(std::move(screenScale)) {}
     void follow(AppSession* session) { session_ = session; }
 
     bool bridgeEnabled() const override { return session_ && session_->bridgeEnabled(); }
@@ -34,11 +40,12 @@ public:
             deviceId_ = id;
         return id;
     }
-    std::optional<double> mainScreenScale() const override { return std::nullopt; } // the client has no screen
+    std::optional<double> mainScreenScale() const override { return screenScale_(); }
 
 private:
     KeychainStore& keychain_;
     const KeyValueStore& preferences_;
+    ScreenScale screenScale_;
     QPointer<AppSession> session_;
     QString deviceId_;
 };

@@ -51,8 +51,8 @@ void ChatView::send() {
     begin(text);
 }
 
-Task<std::optional<ChatView::TurnEnd>> ChatView::ask(QString text) {
-    if (!begin(text))
+Task<std::optional<ChatView::TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+    if (!begin(text, provider))
         co_return std::nullopt;
     Waiter waiter(waiting_);
     co_return co_await waiter.ended();
@@ -63,7 +63,7 @@ void ChatView::newConversation() {
     setInputFocused(true);
 }
 
-bool ChatView::begin(const QString& text) {
+bool ChatView::begin(const QString& text, std::optional<Provider> provider) {
     AppSession& session = with_.session;
     const QString prompt = text.trimmed();
     if (prompt.isEmpty() || session.isStreaming())
@@ -71,7 +71,7 @@ bool ChatView::begin(const QString& text) {
     session.appendMessage(ChatMessage::make(ChatMessage::Role::user, prompt, with_.clock.now()));
     session.setIsStreaming(true);
     session.setLastError(std::nullopt);
-    jobs_.start(run({prompt, session.userToken(), session.provider(), session.discussionId()}));
+    jobs_.start(run({prompt, session.userToken(), provider.value_or(session.provider()), session.discussionId()}));
     return true;
 }
 

@@ -45,8 +45,9 @@ public:
     /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens.
     Q_INVOKABLE void send();
     /// Sends `text` as `send` would a draft, leaving the draft alone, and waits for the turn's end. None when there
-    /// is nothing to send or a turn runs. A cancelled wait leaves the turn running.
-    Task<std::optional<TurnEnd>> ask(QString text);
+    /// is nothing to send or a turn runs. A cancelled wait leaves the turn running. `provider` answers this one turn
+    /// instead of the session's.
+    Task<std::optional<TurnEnd>> ask(QString text, std::optional<Provider> provider = std::nullopt);
     /// Forgets the conversation and gives the input the focus.
     Q_INVOKABLE void newConversation();
 
@@ -66,7 +67,7 @@ private:
     class Waiter;
 
     /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
-    bool begin(const QString& text);
+    bool begin(const QString& text, std::optional<Provider> provider = std::nullopt);
     Task<> run(Turn turn);
     Task<TurnEnd> answer(Turn turn);
     Task<ChatReply> complete(Turn turn);

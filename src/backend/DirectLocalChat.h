@@ -17,11 +17,4 @@ public:
     virtual Task<> runDirectLocal(QString prompt) = 0;
 };
 
-/// A program that talks to no local model.
-class NoDirectLocalChat final : public DirectLocalChat {
-public:
-    Task<bool> isReachable(QString, std::chrono::milliseconds) override { co_return false; }
-    Task<> runDirectLocal(QString) override { co_return; }
-};
-
 } // namespace vennic

@@ -85,8 +85,12 @@ PdfDrawing::PdfDrawing(std::string_view bytes) {
 
 PdfDrawing::~PdfDrawing() = default;
 
+bool PdfDrawing::hasPage(int index) const {
+    return document_ && index < document_->getNumPages() && document_->getPage(index + 1) != nullptr;
+}
+
 Picture PdfDrawing::page(int index, double dpi) const {
-    Page* const page = document_ && index < document_->getNumPages() ? document_->getPage(index + 1) : nullptr;
+    Page* const page = hasPage(index) ? document_->getPage(index + 1) : nullptr;
     const Size size = page != nullptr ? sizeInPixels(*page, dpi) : Size();
     if (size.width == 0 || size.height == 0)
         return nullptr;

@@ -24,6 +24,8 @@ public:
     /// 72 of its points, cut to whole pixels. What lies outside the crop box is drawn too. Null when there is no such
     /// page, when it has no size, and when its picture doesn't fit into memory.
     Picture page(int index, double dpi) const;
+    /// Whether page `index` is there: a document may claim millions of pages that it doesn't have.
+    bool hasPage(int index) const;
 
 private:
     std::unique_ptr<PDFDoc> document_;

@@ -58,7 +58,10 @@ ReadResult readPdfPageScan(const Document& document, const wire::Parameters& par
         return ReadResult::unparsable();
     if (!pdf->drawing)
         pdf->drawing = std::make_unique<PdfDrawing>(pdf->source.bytes());
-    Picture picture = pdf->drawing->page(static_cast<int>(parameters.page), wire::recognitionDpi);
+    const int page = static_cast<int>(parameters.page);
+    if (!pdf->drawing->hasPage(page))
+        return ReadResult::unparsable();
+    Picture picture = pdf->drawing->page(page, wire::recognitionDpi);
     return picture ? recognizedText(std::move(picture)) : ReadResult::beyondBox();
 }
 

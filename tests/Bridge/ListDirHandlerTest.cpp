@@ -5,6 +5,7 @@
 
 #include <QJsonArray>
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <semaphore>
 
@@ -227,6 +228,23 @@ TEST_F(ListDirHandlerTest, namesThatDifferInCaseAloneStandTogetherInTheFileSyste
         file(name);
     EXPECT_EQ(each("name"), (QStringList{QStringLiteral("nota"), QStringLiteral("NOTE.txt"), QStringLiteral("Note.txt"),
                                          QStringLiteral("note.txt"), QStringLiteral("notf")}));
+}
+
+TEST_F(ListDirHandlerTest, manyNamesThatDifferInCaseAloneKeepTheFileSystemsOrderWhateverItIs) {
+    QStringList names;
+    for (int capitals = 0; capitals < 64; ++capitals) {
+        QString name = QStringLiteral("abcdef");
+        for (int letter = 0; letter < 6; ++letter)
+            if ((capitals >> letter & 1) != 0)
+                name[letter] = name[letter].toUpper();
+        world.files->addFile(QStringLiteral("/d/") + name);
+        names.append(name);
+    }
+    names.sort(); // by code points, as the file system has them
+    EXPECT_EQ(each("name"), names);
+    world.files->listsBackwards = true;
+    std::ranges::reverse(names);
+    EXPECT_EQ(each("name"), names);
 }
 
 TEST_F(ListDirHandlerTest, everyItemHasANewHandleAlsoTheFolders) {

@@ -131,6 +131,14 @@ TEST_F(OcrEngineTest, aPageWhoseTextLayerFailsIsRecognised) {
     EXPECT_EQ(recognize(QStringLiteral("/a.pdf")).text, QStringLiteral("vu"));
 }
 
+TEST_F(OcrEngineTest, pagesThatHaveNotBeenBegunAfterHalfAnHourAddNothing) {
+    pdf(QStringLiteral("/a.pdf"), std::vector<Page>(100, written(QStringLiteral("x"))));
+    std::chrono::steady_clock::time_point now;
+    const OcrEngine hurried(recognizer, files, [&now] { return now += std::chrono::minutes(5); });
+    EXPECT_EQ(hurried.recognize(FileURL{QStringLiteral("/a.pdf")}).text,
+              QStringList(5, QStringLiteral("x")).join(QStringLiteral("\n\f\n")));
+}
+
 TEST_F(OcrEngineTest, pagesOfTextWithoutEndAreGivenUp) {
     const QString endless(qsizetype{4} * 1024 * 1024, u'x');
     pdf(QStringLiteral("/a.pdf"),

@@ -43,6 +43,12 @@ TEST_F(CommandClientTest, aVerbAndItsArgumentsReachTheRunningClient) {
               (CommandRequest{QStringLiteral("search"), {QStringLiteral("é"), QStringLiteral("deux mots")}, {}}));
 }
 
+TEST_F(CommandClientTest, aQuestionForTheLocalModelIsMarkedAsOne) {
+    answerWith({});
+    run({QStringLiteral("ask"), QStringLiteral("--local"), QStringLiteral("q")});
+    EXPECT_EQ(asked(), (CommandRequest{QStringLiteral("ask"), {QStringLiteral("q")}, {}, true}));
+}
+
 TEST_F(CommandClientTest, withoutARunningClientItSaysSo) {
     EXPECT_EQ(run({QStringLiteral("shares")}), ExitStatus::noClient);
     EXPECT_EQ(output, QString());

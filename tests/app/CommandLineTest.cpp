@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace vennic;
@@ -104,6 +105,18 @@ TEST(CommandLine, jsonIsForVerbsThatPrintData) {
     EXPECT_TRUE(parse({"--json"}).error);
 }
 
+TEST(CommandLine, onlyAQuestionIsForTheLocalModel) {
+    const auto parsed = parse({"ask", "--local", "à", "toi"});
+    EXPECT_FALSE(parsed.error);
+    EXPECT_TRUE(parsed.line.local);
+    EXPECT_EQ(parsed.line.arguments, (QStringList{QStringLiteral("à"), QStringLiteral("toi")}));
+    EXPECT_FALSE(parse({"ask", "--", "--local"}).line.local);
+    EXPECT_EQ(parse({"search", "--local", "x"}).error, QStringLiteral("« search » n'a pas d'option --local."));
+    EXPECT_EQ(parse({"--local"}).error, QStringLiteral("--local accompagne une commande."));
+    EXPECT_TRUE(helpText(QStringLiteral("ask")).contains(QStringLiteral("\n  --local  fait répondre")));
+    EXPECT_FALSE(helpText(QStringLiteral("search")).contains(QStringLiteral("--local")));
+}
+
 TEST(CommandLine, helpNeedsNoArguments) {
     const auto parsed = parse({"pair", "--help"});
     EXPECT_FALSE(parsed.error);
@@ -120,8 +133,15 @@ TEST(CommandLine, aHugeLineIsRefused) {
 
 TEST(CommandLine, theHelpNamesEveryOption) {
     const QString help = helpText(std::nullopt);
-    for (const char* option : {"--json", "--help", "--version", "-- "})
+    for (const char* option : {"--json", "--local", "--help", "--version", "-- "})
         EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + QLatin1String(option))) << option;
+}
+
+TEST(CommandLine, theArgumentsOfEveryVerbAreShownAsTheyAreSpelled) {
+    for (const Verb& verb : verbs()) { // Latin-1 would mangle anything else
+        const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
+        EXPECT_TRUE(std::all_of(verb.arguments.begin(), verb.arguments.end(), isAscii)) << verb.name.data();
+    }
 }
 
 TEST(CommandLine, everyVerbHasHelpThatNamesIt) {

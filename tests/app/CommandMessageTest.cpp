@@ -9,6 +9,9 @@ TEST(CommandMessage, aRequestComesBackAsItWas) {
     const QByteArray line = encodeCommandRequest(request);
     EXPECT_FALSE(line.contains('\n'));
     EXPECT_EQ(decodeCommandRequest(line), request);
+    CommandRequest local = request;
+    local.local = true;
+    EXPECT_EQ(decodeCommandRequest(encodeCommandRequest(local)), local);
 }
 
 TEST(CommandMessage, anAnswerComesBackAsItWas) {

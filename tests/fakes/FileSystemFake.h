@@ -4,6 +4,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <map>
@@ -47,6 +48,7 @@ public:
     std::set<QString> unreadable; // values and walks of these fail; their entry is met all the same
     QString home = QStringLiteral("/home/marie");
     bool walksGiveHidden = false;
+    bool listsBackwards = false;      // the order of a folder on a disk is any
     std::function<void()> beforeNext; // called by listings, on the thread that lists; may raise
     std::atomic<qint64> walked = 0;   // entries that walks have given
 
@@ -74,28 +76,31 @@ private:
 
     class Listing final : public FolderListing {
     public:
-        Listing(FileSystemFake& files, QString prefix)
-            : files_(files), prefix_(std::move(prefix)), at_(files.entries.lower_bound(prefix_)) {}
+        Listing(FileSystemFake& files, const QString& prefix) : files_(files) {
+            for (auto at = files.entries.lower_bound(prefix); at != files.entries.end() && at->first.startsWith(prefix);
+                 ++at) {
+                const QString name = at->first.sliced(prefix.size());
+                if (!name.isEmpty() && !name.startsWith(u'.') && !name.contains(u'/'))
+                    paths_.append(at->first);
+            }
+            if (files.listsBackwards)
+                std::ranges::reverse(paths_);
+        }
         std::optional<FolderEntry> next() override {
             if (files_.beforeNext)
                 files_.beforeNext();
-            for (; at_ != files_.entries.end() && at_->first.startsWith(prefix_); ++at_) {
-                QString name = at_->first.sliced(prefix_.size());
-                if (name.isEmpty() || name.startsWith(u'.') || name.contains(u'/'))
-                    continue;
-                FolderEntry entry{std::move(name), files_.values(at_->first)};
-                if (entry.values)
-                    entry.values->volumeIsLocal.reset();
-                ++at_;
-                return entry;
-            }
-            return std::nullopt;
+            if (paths_.isEmpty())
+                return std::nullopt;
+            const QString path = paths_.takeFirst();
+            FolderEntry entry{path.section(u'/', -1), files_.values(path)};
+            if (entry.values)
+                entry.values->volumeIsLocal.reset();
+            return entry;
         }
 
     private:
         FileSystemFake& files_;
-        QString prefix_;
-        std::map<QString, FileValues>::const_iterator at_;
+        QStringList paths_;
     };
 };
 

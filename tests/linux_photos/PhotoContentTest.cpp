@@ -66,6 +66,18 @@ TEST_F(PhotoContent, theContentDecidesTheType) {
     EXPECT_EQ(typeOf("f.tif"), s("com.microsoft.bmp"));
 }
 
+TEST_F(PhotoContent, theMajorBrandTellsHeicFromOtherHeif) {
+    QFile file(s(VENNIC_TEST_DATA "/photos/dated.heic"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QByteArray bytes = file.readAll();
+    ASSERT_EQ(bytes.mid(4, 8), "ftypheic"); // ISO/IEC 23008-12: size, "ftyp", major brand
+    world.put(s("a.jpg"), bytes);
+    world.put(s("b.heic"), bytes.replace(8, 4, "mif1"));
+    EXPECT_EQ(world.all().size(), 2U);
+    EXPECT_EQ(typeOf("a.jpg"), s("public.heic"));
+    EXPECT_EQ(typeOf("b.heic"), s("public.heif"));
+}
+
 TEST_F(PhotoContent, filesThatLieAboutTheirTypeAndThoseCutShortAreAbsent) {
     world.put(s("texte.jpg"), "bonjour");
     world.put(s("vide.jpg"), "");

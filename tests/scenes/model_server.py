@@ -26,6 +26,7 @@ A script is a list of steps, each a JSON object with one key:
     {"raw": "\\xff"}             any bytes, as Latin-1
     {"done": true}              data: [DONE]
     {"clock": true}             a piece of text that holds CLOCK_MONOTONIC in nanoseconds, and a blank
+    {"recall": ["regex", {…}]}  the step behind it, with each § in it replaced by what the expression finds last in the request
     {"pause": 0.05}             seconds of silence
     {"gate": "name"}            silence until the gate is opened; an opened gate stays open
     {"repeat": 1000, "steps": […]}
@@ -49,6 +50,7 @@ import contextlib
 import http.client
 import json
 import pathlib
+import re
 import socket
 import struct
 import subprocess
@@ -77,6 +79,10 @@ def usage(prompt, completion):
 
 def gate(name):
     return {"gate": name}
+
+
+def recall(expression, step):
+    return {"recall": [expression, step]}
 
 
 def repeat(count, *steps):
@@ -222,6 +228,11 @@ class Answer:
     async def do_clock(self, _):
         await self.start()
         await self.delta({"content": f"{time.monotonic_ns()} "})
+
+    async def do_recall(self, told):
+        expression, step = told
+        found = re.findall(expression, self.record["body"])
+        await self.step(json.loads(json.dumps(step, ensure_ascii=False).replace("§", found[-1] if found else "nothing")))
 
     async def do_pause(self, seconds):
         await self.start()

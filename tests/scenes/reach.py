@@ -217,8 +217,9 @@ ROWS = [
         and "voici une petite page" in answer["result"]["text"], boxed=True),
     Row("ocr_image", 10, document("ancien.txt"), error("Format non supporté: txt")),
     Row("ocr_image", 10, {"document_id": UNKNOWN}, error(READ_UNKNOWN)),
-    Row("thumbnail", 40, document("reçu.png", max_edge=64), picture(128), boxed=True),
-    Row("thumbnail", 20, document("lettre.pdf"), picture(256), boxed=True),
+    # A point of the private display is one pixel.
+    Row("thumbnail", 40, document("reçu.png", max_edge=64), picture(64), boxed=True),
+    Row("thumbnail", 20, document("lettre.pdf"), picture(128), boxed=True),
     Row("thumbnail", 20, document("archive.zip"), NO_PICTURE),
     Row("thumbnail", 10, {"document_id": UNKNOWN}, error(SHOW_UNKNOWN)),
     Row("open_document", 20, document("ancien.txt"), done({"ok": True}), effect="ouvert ancien.txt"),

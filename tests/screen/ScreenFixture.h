@@ -3,6 +3,7 @@
 #include "app/screen/ScreenQml.h"
 #include "core/SessionFixture.h"
 #include "fakes/DesktopAppearanceFake.h"
+#include "fakes/DirectLocalChatFake.h"
 #include "fakes/FolderPickerFake.h"
 
 #include <QImage>
@@ -15,7 +16,7 @@ struct ScreenFixture : SessionFixture {
     BridgeWorld world;
     TestClock clock;
     DesktopAppearanceFake appearance;
-    NoDirectLocalChat local;
+    DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
     QSet<QString> downloaded;
     std::vector<QUrl> followed;
     std::vector<QUrl> opened;

@@ -206,6 +206,7 @@ TEST_F(SettingsWindowTest, theBridgeIsSwitchedAndFoldersAddedAndRemovedByTheKeyb
     ASSERT_TRUE(waitUntil([this] { return world.grants.entries().size() == 1; }));
     ASSERT_TRUE(foldersFound());
     paint();
+    EXPECT_EQ(focused(), QStringLiteral("addFolder"));
     tabTo("remove");
     key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
     EXPECT_TRUE(world.grants.entries().empty());

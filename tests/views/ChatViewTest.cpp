@@ -2,6 +2,7 @@
 
 #include "base/Json.h"
 #include "core/SessionFixture.h"
+#include "fakes/DirectLocalChatFake.h"
 #include "support/TestClock.h"
 
 #include <QJsonDocument>
@@ -11,34 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A local model that is there or not, and answers from memory.
-class LocalChatFake final : public DirectLocalChat {
-public:
-    explicit LocalChatFake(std::function<AppSession&()> session) : session_(std::move(session)) {}
-    bool reachable = false;
-    std::vector<QString> asked; // endpoints
-    std::vector<QString> prompts;
-
-    Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override {
-        EXPECT_EQ(timeout, 2s);
-        asked.push_back(endpoint);
-        co_return reachable;
-    }
-    Task<> runDirectLocal(QString prompt) override {
-        prompts.push_back(prompt);
-        AppSession& session = session_();
-        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, QStringLiteral("d'ici"), {}});
-        session.setIsStreaming(false);
-        co_return;
-    }
-
-private:
-    std::function<AppSession&()> session_;
-};
-
 struct ChatViewTest : test::SessionFixture {
     test::TestClock clock;
-    LocalChatFake local{[this]() -> AppSession& { return session(); }};
+    test::DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
     std::unique_ptr<ChatView> built_;
 
     ChatView& view() {
@@ -183,6 +159,7 @@ TEST_F(ChatViewTest, aLocalServerThatAnswersTakesTheTurnEvenSignedOut) {
     EXPECT_EQ(said().last(), QStringLiteral("a:d'ici"));
     EXPECT_TRUE(transport.requests.empty());
     EXPECT_EQ(local.asked, std::vector<QString>{QStringLiteral("http://localhost:8080/v1")});
+    EXPECT_EQ(local.timeouts, std::vector<std::chrono::milliseconds>{2s});
 }
 
 TEST_F(ChatViewTest, aLocalServerThatIsAwayLeavesTheTurnToTheBackend) {
@@ -233,6 +210,21 @@ TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {
     EXPECT_EQ(end->text, QStringLiteral("Salut"));
     EXPECT_EQ(view().draft(), QStringLiteral("brouillon"));
     EXPECT_EQ(said(), (QStringList{QStringLiteral("u:q"), QStringLiteral("a:Salut")}));
+}
+
+TEST_F(ChatViewTest, aQuestionForTheLocalModelLeavesTheChoiceOfProviderAlone) {
+    signedInView();
+    session().setProvider(Provider::anthropic);
+    local.reachable = true;
+    const auto end = test::await(view().ask(QStringLiteral("q"), Provider::local));
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->text, QStringLiteral("d'ici"));
+    EXPECT_EQ(local.prompts, std::vector<QString>{QStringLiteral("q")});
+    local.reachable = false;
+    reply("d'ailleurs");
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("r"), Provider::local))->text, QStringLiteral("d'ailleurs"));
+    EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("local"));
+    EXPECT_EQ(session().provider(), Provider::anthropic);
 }
 
 TEST_F(ChatViewTest, askingTellsAFailure) {

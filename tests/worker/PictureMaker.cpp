@@ -141,6 +141,13 @@ QByteArray pdfOf(const QList<TextRecognizerWorld::Page>& pages) {
                        objects);
 }
 
+QByteArray pdfClaimingPages(const QString& first, int claimed) {
+    return assemblePdf(QList<QByteArray>{"<< /Type /Catalog /Pages 2 0 R >>",
+                                         "<< /Type /Pages /Kids [4 0 R] /Count " + QByteArray::number(claimed) + " >>",
+                                         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>"} +
+                       writtenPage(first, 4) + QList<QByteArray>(claimed, "null"));
+}
+
 QByteArray pdfWithBombBetween(const QString& first, const QString& last, int megabytes) {
     const UnfoldingContents bomb = unfoldingContents(megabytes, 13);
     return assemblePdf(

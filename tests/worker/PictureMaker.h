@@ -20,6 +20,9 @@ QByteArray plainPng(quint32 width, quint32 height, int depth, int colourType);
 /// A PDF whose pages have a text layer or are pictures of their lines.
 QByteArray pdfOf(const QList<TextRecognizerWorld::Page>& pages);
 
+/// One page, and the word of its tree that there are `claimed`.
+QByteArray pdfClaimingPages(const QString& first, int claimed);
+
 /// Three pages, of which the second has no text and takes seconds to draw: its contents unfold to `megabytes`.
 QByteArray pdfWithBombBetween(const QString& first, const QString& last, int megabytes);
 

@@ -207,6 +207,19 @@ TEST_F(TextRecognizerWorkerTest, aPageThatIsTooLargeToDrawFailsAloneAndItsTextLa
     EXPECT_EQ(pages->text(0), QStringLiteral("Une page immense."));
 }
 
+TEST_F(TextRecognizerWorkerTest, pagesThatADocumentOnlyClaimsFailAtOnceAndCostNoProcess) {
+    const auto pages = recognizer_.openPdf(add(pdfClaimingPages(QStringLiteral("un"), 1500)), {});
+    ASSERT_EQ(pages->count(), 1500);
+    EXPECT_EQ(pages->text(0), QStringLiteral("un"));
+    const QList<pid_t> processes = childProcesses();
+    for (const qint64 claimed : {1, 700, 1499}) {
+        EXPECT_EQ(faultOf([&] { pages->text(claimed); }), DocumentFault::unparsable) << claimed;
+        EXPECT_EQ(faultOf([&] { pages->recognize(claimed); }), DocumentFault::unparsable) << claimed;
+    }
+    EXPECT_EQ(childProcesses(), processes);
+    EXPECT_EQ(pages->text(0), QStringLiteral("un"));
+}
+
 TEST_F(TextRecognizerWorkerTest, aPageThatTakesTooLongFailsAloneAndTheNextOnesAreReadByAnotherProcess) {
     lane_ = std::make_shared<WorkerLane>(
         DocumentWorkerOptions{.executable = pictureWorkerProgram(), .mostCpu = 1500ms, .life = wire::pictureLife});

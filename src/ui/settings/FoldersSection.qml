@@ -36,7 +36,6 @@ Section {
         id: add
         objectName: "addFolder"
         text: qsTr("Ajouter un dossier…")
-        enabled: !root.tab.isPicking
         onClicked: root.tab.pickFolder()
     }
     ErrorNote { text: root.tab.addError }

@@ -1,0 +1,38 @@
+#pragma once
+#include "backend/DirectLocalChat.h"
+#include "core/AppSession.h"
+
+#include <QUuid>
+
+#include <functional>
+#include <vector>
+
+namespace vennic::test {
+
+/// A local model that is there or not, and answers from memory.
+class DirectLocalChatFake final : public DirectLocalChat {
+public:
+    explicit DirectLocalChatFake(std::function<AppSession&()> session) : session_(std::move(session)) {}
+    bool reachable = false;
+    std::vector<QString> asked; // endpoints
+    std::vector<std::chrono::milliseconds> timeouts;
+    std::vector<QString> prompts;
+
+    Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override {
+        timeouts.push_back(timeout);
+        asked.push_back(endpoint);
+        co_return reachable;
+    }
+    Task<> runDirectLocal(QString prompt) override {
+        prompts.push_back(prompt);
+        AppSession& session = session_();
+        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, QStringLiteral("d'ici"), {}});
+        session.setIsStreaming(false);
+        co_return;
+    }
+
+private:
+    std::function<AppSession&()> session_;
+};
+
+} // namespace vennic::test
