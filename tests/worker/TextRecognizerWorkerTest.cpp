@@ -278,14 +278,16 @@ TEST_F(TextRecognizerWorkerTest, whoeverIsToldToStopWaitsNoLongerForWhoIsBefore)
 
 TEST_F(TextRecognizerWorkerTest, whatIsBeyondTheBoxFailsAloneAndWhateverIsAskedNextSucceeds) {
     const QString image = folder_.add(QStringLiteral("image"), encoded(pictureSaying(lines_), ImageForm::png));
-    const QString huge = folder_.add(QStringLiteral("huge"), plainPng(30000, 30000, 8, 0));
     const auto next = [&](const char* after) {
         EXPECT_EQ(recognizer_.image(image, {}).text, text_) << after;
         EXPECT_EQ(recognizer_.openPdf(document("rotated.pdf"), {})->recognize(0).text, QStringLiteral("Page tournée."))
             << after;
     };
+#if !defined(VENNIC_SANITIZED) // whose boxes have memory without end
+    const QString huge = folder_.add(QStringLiteral("huge"), plainPng(30000, 30000, 8, 0));
     EXPECT_TRUE(imageFault(huge).has_value());
     next("an image");
+#endif
     const auto pages = recognizer_.openPdf(document("huge-page.pdf"), {});
     EXPECT_EQ(faultOf([&] { pages->recognize(0); }), DocumentFault::worker);
     next("a page");
