@@ -98,6 +98,7 @@ void ScreenQml::makePopover() {
         if (!visible)
             Q_EMIT popoverClosed();
     });
+    connect(popover_.get(), &PopoverWindow::left, this, &ScreenQml::popoverLeft);
     connect(popover_.get(), &QQuickWindow::frameSwapped, this, [this] {
         if (std::exchange(unpainted_, false))
             Q_EMIT popoverPainted();
@@ -119,6 +120,13 @@ void ScreenQml::closePopover() {
 }
 
 bool ScreenQml::isPopoverShown() const { return popover_ && popover_->isVisible(); }
+
+bool ScreenQml::isInPopover(QPoint place) const { return isPopoverShown() && popover_->pixels().contains(place); }
+
+void ScreenQml::activatePopover() {
+    if (isPopoverShown())
+        popover_->requestActivate();
+}
 
 std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
     auto view = std::make_unique<QQuickView>(&engine_, nullptr);
