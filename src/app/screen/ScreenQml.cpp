@@ -170,8 +170,9 @@ void ScreenQml::announceReply() {
     if (!announcer)
         return;
     announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
-    QAccessibleEvent alert(announcer, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    // A notification that comes up: what readers of the screen say at once, wherever their user is.
+    QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&shown);
 }
 
 } // namespace vennic
