@@ -25,7 +25,8 @@ TEST(FrenchSpacing, holdsQuotationMarksToWhatTheyQuote) {
 }
 
 TEST(FrenchSpacing, leavesEverythingElseAlone) {
-    for (const char* text : {"", " ", "a b", "a: b", " : b", "  : b", "voir :-) et :/tmp", "a :b", "un  ; deux", "a\n: b", "%20 %s"})
+    for (const char* text :
+         {"", " ", "a b", "a: b", " : b", "  : b", "voir :-) et :/tmp", "a :b", "un  ; deux", "a\n: b", "%20 %s"})
         EXPECT_EQ(spaced(text), text);
 }
 

@@ -8,9 +8,9 @@
 #include <QQmlComponent>
 #include <QQuickTextDocument>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTextLayout>
-#include <QTemporaryDir>
 
 namespace vennic::test {
 namespace {
@@ -281,7 +281,8 @@ TEST_F(PopoverTest, noLineBeginsWithAMarkThatBelongsToAWord) {
             for (int line = 0; line < block.layout()->lineCount(); ++line, ++lines) {
                 const QTextLine at = block.layout()->lineAt(line);
                 const QString words = block.text().mid(at.textStart(), at.textLength()).trimmed();
-                EXPECT_FALSE(QStringLiteral(":!?»€").contains(words.left(1)) && !words.isEmpty()) << words.toStdString();
+                EXPECT_FALSE(QStringLiteral(":!?»€").contains(words.left(1)) && !words.isEmpty())
+                    << words.toStdString();
                 EXPECT_FALSE(words.endsWith(u'«')) << words.toStdString();
             }
         }
