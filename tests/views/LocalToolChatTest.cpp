@@ -24,7 +24,8 @@ struct LocalToolChatTest : SessionFixture {
     int imports = 0;
     QByteArray importAnswer = R"({"discussion_id":7})";
     int importStatus = 201;
-    bool alive = true; // the local server
+    std::unique_ptr<Event<>> importHeld; // none: the backend answers at once
+    bool alive = true;                   // the local server
 
     /// The wire: the local server's streams, its list of models, and the backend's import.
     struct Wire final : HttpTransport {
@@ -39,6 +40,8 @@ struct LocalToolChatTest : SessionFixture {
                 << request.url.toString().toStdString();
             ++test_->imports;
             test_->imported.push_back(QJsonDocument::fromJson(request.body.value_or(QByteArray())).object());
+            if (test_->importHeld)
+                co_await *test_->importHeld;
             co_return HttpResponse{.status = test_->importStatus, .headers = {}, .body = test_->importAnswer};
         }
         Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
@@ -280,6 +283,64 @@ TEST_F(LocalToolChatTest, aFilingThatFailsIsToldToNobody) {
     EXPECT_EQ(session().discussionId(), 5);
     EXPECT_EQ(session().lastError(), std::nullopt);
     EXPECT_EQ(last(), QStringLiteral("deux"));
+}
+
+TEST_F(LocalToolChatTest, quickTurnsOfOneConversationShareTheDiscussionThatTheFirstOpens) {
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    round(chunks::text("Deux") + chunks::done());
+    turn(QStringLiteral("deux"));
+    EXPECT_TRUE(chat->isFiling());
+    ASSERT_EQ(imported.size(), 1u) << "the first has yet to be answered";
+    importHeld->set();
+    ASSERT_TRUE(waitUntil([this] { return !chat->isFiling(); }));
+    ASSERT_EQ(imported.size(), 2u);
+    EXPECT_FALSE(imported[0].contains(QLatin1String("discussion_id")));
+    EXPECT_EQ(imported[1].value(QLatin1String("discussion_id")), 7);
+    EXPECT_EQ(imported[1].value(QLatin1String("text")), QStringLiteral("deux"));
+}
+
+TEST_F(LocalToolChatTest, aNewConversationOpensADiscussionOfItsOwnHoweverQuick) {
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    view_->newConversation();
+    round(chunks::text("Deux") + chunks::done());
+    turn(QStringLiteral("deux"));
+    importHeld->set();
+    ASSERT_TRUE(waitUntil([this] { return !chat->isFiling(); }));
+    ASSERT_EQ(imported.size(), 2u);
+    EXPECT_FALSE(imported[1].contains(QLatin1String("discussion_id")));
+}
+
+TEST_F(LocalToolChatTest, whoeverWaitsForTheFilingWaitsNoLongerThanTheySaid) {
+    bool over = false;
+    Scope jobs;
+    const auto wait = [&] {
+        jobs.start([](LocalToolChat* filing, bool* done) -> Task<> {
+            co_await filing->filed(3s);
+            *done = true;
+        }(chat.get(), &over));
+    };
+    wait();
+    EXPECT_TRUE(waitUntil([&] { return over; })) << "nothing is being filed";
+    over = false;
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    wait();
+    settle();
+    EXPECT_FALSE(over);
+    world.clock.advance(3s);
+    EXPECT_TRUE(waitUntil([&] { return over; }));
+    EXPECT_TRUE(chat->isFiling());
+    over = false;
+    wait();
+    settle();
+    importHeld->set();
+    EXPECT_TRUE(waitUntil([&] { return over; }));
+    EXPECT_FALSE(chat->isFiling());
 }
 
 TEST_F(LocalToolChatTest, anEmptyAnswerIsFiledNowhere) {
