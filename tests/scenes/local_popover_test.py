@@ -7,9 +7,9 @@ from popover import PopoverScene
 from scene import wait_for
 
 
-def call(name, **arguments):
+def call(tool, /, **arguments):
     written = json.dumps(arguments)
-    return [calls({"index": 0, "id": f"call-{name}", "type": "function", "function": {"name": name, "arguments": written}}),
+    return [calls({"index": 0, "id": f"call-{tool}", "type": "function", "function": {"name": tool, "arguments": written}}),
             finish("tool_calls"), DONE]
 
 
