@@ -1,6 +1,7 @@
 #pragma once
 #include <QCoreApplication>
 
+#include <functional>
 #include <memory>
 
 namespace vennic {
@@ -8,6 +9,10 @@ namespace vennic {
 /// The toolkit's application: with windows where there is a screen that answers, else without. It reads none of the
 /// desktop's theme plugins, which bring a second toolkit along, and no command line.
 std::unique_ptr<QCoreApplication> makeApplication();
+
+/// Calls `ended` instead of ending the program when the desktop's session manager ends the session; while the object
+/// that it gives lives.
+std::unique_ptr<QObject> watchEndOfSession(std::function<void()> ended);
 
 /// Whether the application can have windows.
 bool hasWindows();
