@@ -1,6 +1,8 @@
 #include "linux/PipedProgram.h"
 
+#include "base/LocalizedError.h"
 #include "base/SystemReason.h"
+#include "linux/GlibFault.h"
 #include "linux/GlibOwned.h"
 #include "linux/ProgramOfTheUser.h"
 #include "linux/StopDescriptor.h"

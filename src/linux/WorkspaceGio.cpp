@@ -1,5 +1,7 @@
 #include "linux/WorkspaceGio.h"
 
+#include "base/LocalizedError.h"
+#include "linux/GlibFault.h"
 #include "linux/GlibWait.h"
 #include "linux/ProgramOfTheUser.h"
 
@@ -115,8 +117,16 @@ void spawn(GDesktopAppInfo* application, const gchar* uri) {
     constexpr auto silent = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     GError* error = nullptr;
     if (!g_desktop_app_info_launch_uris_as_manager(application, uri != nullptr ? &file : nullptr, context.get(), silent,
-                                                   becomeProgramOfTheUser, nullptr, nullptr, nullptr, &error))
+                                                   becomeProgramOfTheUser, nullptr, nullptr, nullptr, &error)) {
+        // GIO has no code of its own for this.
+        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_FAILED) &&
+            g_desktop_app_info_get_boolean(application, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
+            g_error_free(error);
+            throw LocalizedError(QStringLiteral("« %1 » a besoin d'un terminal, et il n'y en a pas.")
+                                     .arg(text(g_app_info_get_name(G_APP_INFO(application)))));
+        }
         raiseGlibError(error);
+    }
 }
 
 /// Starts the application, with a file when there is one, and returns once that is done.

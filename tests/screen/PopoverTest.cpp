@@ -89,6 +89,29 @@ TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(PopoverTest, theHelpOfAButtonIsAsHighAsItsWords) {
+    popover();
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    const QObject* tip = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        tip = root().findChild<QObject*>(QStringLiteral("helpTip"));
+        return tip && tip->property("opened").toBool();
+    }));
+    const auto* const words = tip->property("contentItem").value<QQuickItem*>();
+    EXPECT_GE(words->height(), words->implicitHeight());
+    EXPECT_GT(words->height(), 10);
+}
+
+TEST_F(PopoverTest, theHelpOfALinkSaysWhatItOpens) {
+    ChatLinks links(session(), [](const QUrl&) {});
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_file/open/AB-12")),
+              QStringLiteral("Ouvrir ce document"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_photo/view/AB-12")),
+              QStringLiteral("Voir cette photo"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://ailleurs/1")), QStringLiteral("vennic://ailleurs/1"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("https://exemple.fr/a")), QStringLiteral("https://exemple.fr/a"));
+}
+
 TEST_F(PopoverTest, inTheVoiceModeTheKeyForANewDiscussionDoesNothing) {
     bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
     session().setMode(Mode::microphone);

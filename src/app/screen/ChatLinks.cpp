@@ -1,5 +1,7 @@
 #include "app/screen/ChatLinks.h"
 
+#include "backend/MessageBubble.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 
@@ -19,6 +21,12 @@ void ChatLinks::follow(const QString& address) const { follow_(QUrl(address)); }
 
 QString ChatLinks::shownAddress(const QString& address) const {
     QString shown;
+    // Their own addresses name nothing that the user knows.
+    MessageBubble::handleURL(QUrl(address),
+                             {.openDocument = [&](const QString&) { shown = QStringLiteral("Ouvrir ce document"); },
+                              .openPhoto = [&](const QString&) { shown = QStringLiteral("Voir cette photo"); }});
+    if (!shown.isEmpty())
+        return shown;
     for (const QChar c : address) {
         if (c.isPrint() && c.category() != QChar::Other_Format)
             shown += c;

@@ -20,7 +20,8 @@ public:
     bool hasDiscussion() const { return session_.discussionId().has_value(); }
     bool isStreaming() const { return session_.isStreaming(); }
     Q_INVOKABLE void follow(const QString& address) const;
-    /// The address as it is shown: short enough for a line or two, and with nothing in it that turns text around.
+    /// What is shown of the address before it is followed: what it does, for documents and photos of this machine; else
+    /// itself, short enough for a line or two and with nothing in it that turns text around.
     Q_INVOKABLE QString shownAddress(const QString& address) const;
     Q_INVOKABLE void copy(const QString& text) const;
 
