@@ -358,6 +358,24 @@ TEST_F(WorkspaceGioTest, afterTheEndOfABusTheNextOneIsUsed) {
     EXPECT_TRUE(waitUntil([&] { return failureOf("org.example.Again.desktop") == words; }));
 }
 
+TEST_F(WorkspaceGioTest, aConnectionStillInUseWhenItsBusEndsMakesWayForTheNext) {
+    desktop.add("installed", "org.example.Again.desktop", "Again", "DBusActivatable=true\n");
+    desktop.add("installed", "plain.desktop", "plain");
+    QString words;
+    GlibOwned<GDBusConnection> kept;
+    {
+        const PrivateBus bus(PrivateBus::Kind::session, desktop.data("."));
+        EXPECT_EQ(failureOf("plain.desktop"), QStringLiteral("no failure"));
+        kept.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)); // what the start still tells the bus by
+        words = failureOf("org.example.Again.desktop");
+    }
+    ASSERT_TRUE(kept);
+    EXPECT_TRUE(waitUntil([&] { return g_dbus_connection_is_closed(kept.get()) != FALSE; }));
+    kept.reset();
+    const PrivateBus next(PrivateBus::Kind::session, desktop.data("."));
+    EXPECT_TRUE(waitUntil([&] { return failureOf("org.example.Again.desktop") == words; }));
+}
+
 TEST_F(WorkspaceGioTest, aBusThatNeverAnswersIsGivenUpWhenAsked) {
     const int listening = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};

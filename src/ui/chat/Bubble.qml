@@ -74,7 +74,8 @@ Item {
                 readonly property rect last: place(modelData.end, words.width, words.contentWidth, words.contentHeight)
                 // Where a character stands changes with the layout, which says so by these sizes alone.
                 function place(character, width, contentWidth, contentHeight) {
-                    return words.positionToRectangle(character)
+                    // The words may have become fewer already, and the links not yet.
+                    return words.positionToRectangle(Math.min(character, words.length))
                 }
                 x: words.x + first.x - 2
                 y: words.y + first.y
