@@ -31,14 +31,14 @@ QString ofPrograms(int code) {
     switch (code) {
     case G_SPAWN_ERROR_NOENT:
     case G_SPAWN_ERROR_NOTDIR:
-        return QStringLiteral("Son programme est introuvable.");
+        return QStringLiteral("Le programme est introuvable.");
     case G_SPAWN_ERROR_ACCES:
     case G_SPAWN_ERROR_PERM:
-        return QStringLiteral("Son programme ne peut pas être lancé : l'accès est refusé.");
+        return QStringLiteral("Le programme ne peut pas être lancé : l'accès est refusé.");
     case G_SPAWN_ERROR_NOEXEC:
-        return QStringLiteral("Son programme est d'un format inconnu.");
+        return QStringLiteral("Le programme est d'un format inconnu.");
     default:
-        return QStringLiteral("Son programme n'a pas pu être lancé (erreur %1).").arg(code);
+        return QStringLiteral("Le programme n'a pas pu être lancé (erreur %1).").arg(code);
     }
 }
 
@@ -53,9 +53,6 @@ QString ofTheBus(int code) {
     case G_DBUS_ERROR_DISCONNECTED:
     case G_DBUS_ERROR_NO_SERVER:
         return QStringLiteral("L'application s'est arrêtée sans répondre.");
-    case G_DBUS_ERROR_ACCESS_DENIED:
-    case G_DBUS_ERROR_AUTH_FAILED:
-        return QStringLiteral("L'accès est refusé.");
     case G_DBUS_ERROR_UNKNOWN_METHOD:
     case G_DBUS_ERROR_UNKNOWN_OBJECT:
     case G_DBUS_ERROR_UNKNOWN_INTERFACE:
@@ -71,7 +68,7 @@ QString ofTheBus(int code) {
     case G_DBUS_ERROR_SPAWN_PERMISSIONS_INVALID:
     case G_DBUS_ERROR_SPAWN_FILE_INVALID:
     case G_DBUS_ERROR_SPAWN_NO_MEMORY:
-        return QStringLiteral("Son programme n'a pas pu être lancé.");
+        return QStringLiteral("Le programme n'a pas pu être lancé.");
     default:
         return {};
     }

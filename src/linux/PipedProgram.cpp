@@ -102,8 +102,10 @@ PipedProgram::PipedProgram(const QString& executable, const QStringList& argumen
         QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(), flags,
         becomeProgramOfTheUser, nullptr, -1, -1, -1, nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr,
         &fromOutput, &fromError, &error);
-    if (started == FALSE)
-        raiseGlibError(error);
+    if (started == FALSE) {
+        const std::unique_ptr<GError, decltype(&g_error_free)> reason(error, &g_error_free);
+        throw LocalizedError(QStringLiteral("%1 : %2").arg(executable, glibFault(*reason)));
+    }
     inputPipe_ = FileDescriptor(toInput);
     output_.pipe = FileDescriptor(fromOutput);
     error_.pipe = FileDescriptor(fromError);

@@ -24,11 +24,11 @@ TEST(GlibFaultTest, whatGLibFoundIsSaidInFrenchWhateverTheLocale) {
         {G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED, u"Aucune application n'ouvre ce type de fichier."},
         {G_IO_ERROR, G_IO_ERROR_PERMISSION_DENIED, u"L'accès est refusé."},
         {G_IO_ERROR, G_IO_ERROR_FAILED, u"Le système n'a pas pu le faire (erreur 0)."},
-        {G_SPAWN_ERROR, G_SPAWN_ERROR_NOENT, u"Son programme est introuvable."},
-        {G_SPAWN_ERROR, G_SPAWN_ERROR_ACCES, u"Son programme ne peut pas être lancé : l'accès est refusé."},
-        {G_SPAWN_ERROR, G_SPAWN_ERROR_FAILED, u"Son programme n'a pas pu être lancé (erreur 19)."},
+        {G_SPAWN_ERROR, G_SPAWN_ERROR_NOENT, u"Le programme est introuvable."},
+        {G_SPAWN_ERROR, G_SPAWN_ERROR_ACCES, u"Le programme ne peut pas être lancé : l'accès est refusé."},
+        {G_SPAWN_ERROR, G_SPAWN_ERROR_FAILED, u"Le programme n'a pas pu être lancé (erreur 19)."},
         {G_SHELL_ERROR, G_SHELL_ERROR_BAD_QUOTING, u"Sa ligne de commande est mal formée."},
-        {G_DBUS_ERROR, G_DBUS_ERROR_SPAWN_CHILD_EXITED, u"Son programme n'a pas pu être lancé."},
+        {G_DBUS_ERROR, G_DBUS_ERROR_SPAWN_CHILD_EXITED, u"Le programme n'a pas pu être lancé."},
         {G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY, u"L'application s'est arrêtée sans répondre."},
     };
     for (const auto& [domain, code, expected] : rows)
