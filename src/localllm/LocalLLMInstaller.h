@@ -61,8 +61,8 @@ public:
     Task<> downloadModel(QString id, OnLine onLine);
 
 private:
-    enum class Failure { raises, isAllowed };
-    Task<> run(ProgramCommand command, OnLine onLine, Failure failure = Failure::raises);
+    Task<> run(ProgramCommand command, OnLine onLine);
+    Task<> runWhateverComesOfIt(ProgramCommand command, OnLine onLine);
     UserService service() const;
 
     Surroundings surroundings_;

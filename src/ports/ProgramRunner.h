@@ -5,13 +5,16 @@
 #include <QStringList>
 
 #include <functional>
+#include <utility>
+#include <vector>
 
 namespace vennic {
 
-/// A program and the arguments that it is started with.
+/// A program and what it is started with.
 struct ProgramCommand {
     QString executable; // absolute path
     QStringList arguments;
+    std::vector<std::pair<QString, QString>> variables = {}; // environment variables, beside ours or in their place
     bool operator==(const ProgramCommand&) const = default;
 };
 
@@ -26,7 +29,8 @@ public:
     /// the number of the signal that ended it, as shells count. `onOutput` hears standard output and standard error,
     /// which are one stream, piece by piece on the main thread, all of them before the task ends; a program that writes
     /// faster than it is heard is held up. A cancelled job, or one whose owner ends, ends the program with its process
-    /// group. Raises LocalizedError in the platform's own words when the program can't be started, and Cancelled.
+    /// group. Raises LocalizedError in the platform's own words when the program can't be started, and Cancelled;
+    /// `onOutput` raises nothing.
     virtual Task<int> run(ProgramCommand command, OnOutput onOutput) = 0;
 };
 

@@ -1,9 +1,6 @@
 #pragma once
 #include "ports/ProgramRunner.h"
 
-#include <utility>
-#include <vector>
-
 namespace vennic {
 
 /// A program that is to run for the user from login on, and again ten seconds after a crash, though not after an end of

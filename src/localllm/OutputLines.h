@@ -1,0 +1,11 @@
+#pragma once
+#include <QByteArray>
+#include <QStringList>
+
+namespace vennic {
+
+/// The lines of one piece of a program's output, as it was read: what stands between its line feeds, without what is
+/// empty. A line that was cut by the reading is two; a piece that isn't UTF-8 as a whole gives nothing.
+QStringList outputLines(const QByteArray& piece);
+
+} // namespace vennic
