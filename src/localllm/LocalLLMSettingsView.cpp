@@ -229,7 +229,7 @@ void LocalLLMSettingsView::deleteModel() {
 Task<> LocalLLMSettingsView::remove(LocalLLMModel model) {
     qint64 bytes = 0;
     try {
-        bytes = co_await onPool(deleteFromCache, with_.paths.home, model.id, with_.usage);
+        bytes = co_await onPool(deleteFromCache, with_.home, model.id, with_.usage);
     } catch (const LocalizedError& error) {
         setInstallError(localized("Suppression échouée : ") + error.errorDescription());
         co_return;
@@ -295,7 +295,7 @@ void LocalLLMSettingsView::announceLog() {
 }
 
 void LocalLLMSettingsView::refreshDownloads() {
-    picker_.setDownloaded(LocalLLMCatalog::downloadedIds(with_.paths.home));
+    picker_.setDownloaded(LocalLLMCatalog::downloadedIds(with_.home));
 }
 
 void LocalLLMSettingsView::setInstallStatus() {

@@ -56,6 +56,7 @@ public:
         const APIConfig& config;
         LocalLLMInstaller& installer;
         RuntimePaths paths; // the installer's
+        QString home;       // of the user, absolute
         std::shared_ptr<FolderUsage> usage;
         const SystemMemory& memory;
         std::shared_ptr<Workspace> workspace;
