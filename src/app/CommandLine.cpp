@@ -43,10 +43,13 @@ constexpr std::array verbTable{
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
-    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name NOM|status"), 1, 2, true,
-         u"active ou désactive le modèle local, le règle, ou dit où il en est",
+    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name NOM|status|install|detect|download ID"), 1,
+         2, true, u"active ou désactive le modèle local, le règle, dit où il en est, ou l'installe",
          u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
-         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
+         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là.\n"
+         u"« install » installe uv par Homebrew, mlx-lm par uv, et un service qui sert les modèles sur cette machine ; "
+         u"« detect » dit ce qui est déjà là ; « download » télécharge un modèle par son identifiant Hugging Face. "
+         u"Ctrl-C interrompt."},
     Verb{QLatin1String("toggle"), QLatin1String(""), 0, 0, false, u"ouvre ou ferme la fenêtre de Vennic",
          u"À lier à une touche du bureau, là où Vennic ne peut pas les écouter lui-même."},
     Verb{QLatin1String("autostart"), QLatin1String("on|off|status"), 1, 1, true,
@@ -61,11 +64,13 @@ const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QS
 
 /// What is wrong with the arguments of `model`.
 std::optional<QString> checkModel(const QStringList& words) {
-    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
-    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name")};
+    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status"),
+                                   QStringLiteral("install"), QStringLiteral("detect")};
+    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name"), QStringLiteral("download")};
     const QString& word = words[0];
     if (!alone.contains(word) && !withValue.contains(word))
-        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».")
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status », ni "
+                              "« install », ni « detect », ni « download ».")
             .arg(word);
     if (withValue.contains(word) && words.value(1).isEmpty())
         return QStringLiteral("Il manque une valeur après « %1 ».").arg(word);

@@ -12,4 +12,9 @@ QStringList outputLines(const QByteArray& piece) {
     return QString::fromUtf8(piece).split(u'\n', Qt::SkipEmptyParts);
 }
 
+QString settledLine(const QString& line) {
+    const QStringList written = line.split(u'\r', Qt::SkipEmptyParts);
+    return written.isEmpty() ? QString() : written.last();
+}
+
 } // namespace vennic

@@ -8,4 +8,7 @@ namespace vennic {
 /// empty. A line that was cut by the reading is two; a piece that isn't UTF-8 as a whole gives nothing.
 QStringList outputLines(const QByteArray& piece);
 
+/// What a terminal would show in the end of a line that was written over by carriage returns, as progress is.
+QString settledLine(const QString& line);
+
 } // namespace vennic
