@@ -1,5 +1,7 @@
 #include "localllm/InstallLog.h"
 
+#include "localllm/OutputLines.h"
+
 #include <algorithm>
 
 namespace vennic {
@@ -46,10 +48,7 @@ QStringList InstallLog::shown() const {
 }
 
 QString shownLine(const QString& line) {
-    QStringView text(line);
-    while (text.endsWith(u'\r'))
-        text.chop(1);
-    text = text.mid(text.lastIndexOf(u'\r') + 1);
+    const QString text = settledLine(line);
     QString shown;
     for (qsizetype at = 0; at < text.size();) {
         if (text[at] == escape) {

@@ -22,8 +22,7 @@ private:
     QStringList lines_;
 };
 
-/// What a terminal would show of one line in the end: what stands behind its last carriage return, without control
-/// characters and sequences (ECMA-48).
+/// What a terminal would show of one line in the end, without control characters and sequences (ECMA-48).
 QString shownLine(const QString& line);
 /// The percentage in a progress line like "Fetching 10 files:  30%|███"; none when there is none up to 100.
 std::optional<int> percentageIn(const QString& line);

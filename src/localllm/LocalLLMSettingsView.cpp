@@ -253,8 +253,9 @@ QString LocalLLMSettingsView::memoryNote() const {
 void LocalLLMSettingsView::openLogs() { jobs_.start(report(showLogs())); }
 
 Task<> LocalLLMSettingsView::showLogs() {
-    const bool exists = QFileInfo::exists(with_.paths.logFile);
-    co_await onPoolWaiting(openOnTheDesktop, with_.workspace, exists ? with_.paths.logFile : with_.paths.logDirectory);
+    const RuntimePaths& paths = with_.installer.paths();
+    const QString shown = QFileInfo::exists(paths.logFile) ? paths.logFile : paths.logDirectory;
+    co_await onPoolWaiting(openOnTheDesktop, with_.workspace, shown);
 }
 
 // What is told
@@ -294,9 +295,7 @@ void LocalLLMSettingsView::announceLog() {
         Qt::QueuedConnection);
 }
 
-void LocalLLMSettingsView::refreshDownloads() {
-    picker_.setDownloaded(LocalLLMCatalog::downloadedIds(with_.home));
-}
+void LocalLLMSettingsView::refreshDownloads() { picker_.setDownloaded(LocalLLMCatalog::downloadedIds(with_.home)); }
 
 void LocalLLMSettingsView::setInstallStatus() {
     installStatus_ = with_.installer.detect();

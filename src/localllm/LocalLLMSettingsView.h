@@ -55,8 +55,7 @@ public:
         VennicHTTP& http;
         const APIConfig& config;
         LocalLLMInstaller& installer;
-        RuntimePaths paths; // the installer's
-        QString home;       // of the user, absolute
+        QString home; // of the user, absolute
         std::shared_ptr<FolderUsage> usage;
         const SystemMemory& memory;
         std::shared_ptr<Workspace> workspace;

@@ -38,7 +38,6 @@ struct LocalRuntimeWorld {
                 .http = http,
                 .config = config,
                 .installer = *installer,
-                .paths = paths,
                 .home = home.path(),
                 .usage = usage,
                 .memory = memory,
