@@ -76,6 +76,7 @@ public:
     const APIConfig& config() const { return config_; }
     /// Installs the local model's server; outlives all jobs of the surfaces.
     LocalLLMInstaller& localLLMInstaller() { return localRuntime_.installer(); }
+    const SystemMemory& memory() const { return memory_; }
     KeyValueStoreSqlite& preferences() { return preferences_; }
 
     /// Shows a warning; nothing waits for its end.

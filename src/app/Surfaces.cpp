@@ -3,6 +3,7 @@
 #include "Bridge/PhotoOpener.h"
 #include "backend/MessageBubble.h"
 #include "base/Pool.h"
+#include "linux/FolderUsagePosix.h"
 #include "linux/SpareMemory.h"
 #include "localllm/LocalLLMCatalog.h"
 
@@ -53,7 +54,17 @@ Surfaces::Surfaces(Surroundings surroundings)
                  .folders = with_.client.sharedFolders(),
                  .files = with_.client.files(),
                  .picker = with_.client.folderPicker(),
-                 .clock = clock_}),
+                 .clock = clock_},
+                {.session = with_.client.session(),
+                 .http = with_.client.http(),
+                 .config = with_.client.config(),
+                 .installer = with_.client.localLLMInstaller(),
+                 .home = QDir::homePath(),
+                 .usage = std::make_shared<FolderUsagePosix>(),
+                 .memory = with_.client.memory(),
+                 .workspace = with_.client.workspace(),
+                 .clock = clock_,
+                 .openURL = [this](const QUrl& url) { openURL(url); }}),
       host_(
           [this] {
               return ScreenHost::load(with_.screenModule, {.session = with_.client.session(),

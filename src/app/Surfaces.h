@@ -15,7 +15,7 @@ public:
         DesktopAppearance& appearance;
         QString screenModule;               // the file that holds the windows
         std::function<void()> openSettings; // empty where there are none
-        std::function<void()> manageModels; // the settings of the local model; empty where there are none
+        std::function<void()> manageModels; // opens the settings of the local model
         std::function<void()> terminate;
     };
     explicit Surfaces(Surroundings surroundings);

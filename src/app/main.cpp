@@ -97,7 +97,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
             .appearance = *appearance,
             .screenModule = paths.screenModule(),
             .openSettings = [&asked] { asked->commands().openSettingsWindow(SettingsTab::general); },
-            .manageModels = {},
+            .manageModels = [&asked] { asked->commands().openSettingsWindow(SettingsTab::localLlm); },
             .terminate = [&asked] { asked->terminate(); }});
     }
     Popover& popover = surfaces ? surfaces->popover() : noPopover;

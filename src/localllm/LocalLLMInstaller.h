@@ -43,6 +43,7 @@ public:
 
     explicit LocalLLMInstaller(Surroundings surroundings);
 
+    const RuntimePaths& paths() const { return surroundings_.paths; }
     /// What is on disk now.
     Status detect() const;
     /// The first of these paths that exists.

@@ -5,6 +5,7 @@
 #include "fakes/DesktopAppearanceFake.h"
 #include "fakes/DirectLocalChatFake.h"
 #include "fakes/FolderPickerFake.h"
+#include "support/LocalRuntimeWorld.h"
 
 #include <QImage>
 #include <QQuickItem>
@@ -28,7 +29,9 @@ struct ScreenFixture : SessionFixture {
     std::unique_ptr<ProviderPicker> picker;
     std::unique_ptr<MenuBarView> menuBar;
     FolderPickerFake folderPicker;
-    QString copied; // on the pasteboard
+    LocalRuntimeWorld runtime;
+    int modelsManaged = 0; // how often the picker led to their settings
+    QString copied;        // on the pasteboard
     std::unique_ptr<SettingsView> settings;
     std::unique_ptr<ScreenQml> builtScreen;
 
