@@ -24,6 +24,8 @@ public:
             client_.warn(title, informativeText);
         co_return;
     }
+    bool isShowing() const override { return client_.dialogs().isShowing(); }
+    void onClosed(std::function<void()>) override {} // who wants to know asks the client's own
     const QString& text() const { return text_; }
 
 private:

@@ -10,6 +10,8 @@ constexpr std::size_t mostOpenings = 8;
 Shell::Shell(Surroundings surroundings)
     : with_(std::move(surroundings)), links_(with_.client), menuBar_({.popover = with_.popover,
                                                                       .windows = with_.windows,
+                                                                      .dialogs = with_.client.dialogs(),
+                                                                      .pointer = with_.pointer,
                                                                       .images = with_.images,
                                                                       .makeStatusItem = with_.makeStatusItem,
                                                                       .clock = clock_}),

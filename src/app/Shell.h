@@ -14,6 +14,7 @@ public:
         Client& client;
         Popover& popover;
         ApplicationWindows& windows;
+        Pointer& pointer;
         const StatusImages& images;
         std::function<std::unique_ptr<StatusItem>()> makeStatusItem;
         SummonMonitor& summon;

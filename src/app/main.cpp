@@ -10,12 +10,14 @@
 #include "linux/Terminal.h"
 #include "linux/desktop/DesktopActivationBus.h"
 #include "linux/desktop/DesktopAppearancePortal.h"
+#include "linux/desktop/PointerX11.h"
 #include "linux/desktop/StatusImagesInstalled.h"
 #include "linux/desktop/StatusItemDesktop.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QGuiApplication>
 #include <QScopeGuard>
 
 #include <thread>
@@ -67,6 +69,13 @@ std::unique_ptr<StatusItem> makeStatusItem() {
     return std::make_unique<NoStatusItem>();
 }
 
+/// On Wayland no program is told of presses over others; what X windows there are would be half of the truth.
+std::unique_ptr<Pointer> makePointer() {
+    if (hasWindows() && QGuiApplication::platformName() == QLatin1String("xcb"))
+        return std::make_unique<PointerX11>();
+    return std::make_unique<NoPointer>();
+}
+
 /// Runs the client until it is asked to end, or hands over to the one that runs already.
 ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QStringList& addresses) {
     std::optional<ClientCommands> commands;
@@ -103,11 +112,13 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     Popover& popover = surfaces ? surfaces->popover() : noPopover;
     ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;
     const StatusImagesInstalled images(paths.resources);
+    const auto pointer = makePointer();
     NoSummonMonitor summon;
     DesktopActivationBus desktop;
     Shell shell({.client = client,
                  .popover = popover,
                  .windows = windows,
+                 .pointer = *pointer,
                  .images = images,
                  .makeStatusItem = makeStatusItem,
                  .summon = summon,

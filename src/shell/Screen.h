@@ -37,6 +37,10 @@ public:
     virtual void showPopover(std::optional<QRect> anchor) = 0;
     virtual void closePopover() = 0;
     virtual bool isPopoverShown() const = 0;
+    /// Whether that place, in global pixels, is a part of the popover as it is shown.
+    virtual bool isInPopover(QPoint place) const = 0;
+    /// Gives the popover the keyboard again; nothing when it is closed.
+    virtual void activatePopover() = 0;
     /// Shows the settings window, or brings it to the front. Raises LocalizedError.
     virtual void showSettings() = 0;
     virtual bool isSettingsShown() const = 0;
@@ -44,6 +48,8 @@ public:
 Q_SIGNALS:
     /// After each close, whoever closed it.
     void popoverClosed();
+    /// Its keyboard has gone to another window.
+    void popoverLeft();
     /// When it has been drawn for the first time since it came up.
     void popoverPainted();
     void settingsClosed();

@@ -181,7 +181,7 @@ TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
     EXPECT_EQ(announced(), QStringLiteral("voilà tout"));
     const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(item("announcer"));
     ASSERT_TRUE(said);
-    EXPECT_EQ(said->role(), QAccessible::AlertMessage);
+    EXPECT_EQ(said->role(), QAccessible::Notification);
     EXPECT_EQ(said->text(QAccessible::Name), QStringLiteral("voilà tout"));
 }
 

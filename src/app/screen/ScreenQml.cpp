@@ -98,6 +98,7 @@ void ScreenQml::makePopover() {
         if (!visible)
             Q_EMIT popoverClosed();
     });
+    connect(popover_.get(), &PopoverWindow::left, this, &ScreenQml::popoverLeft);
     connect(popover_.get(), &QQuickWindow::frameSwapped, this, [this] {
         if (std::exchange(unpainted_, false))
             Q_EMIT popoverPainted();
@@ -119,6 +120,13 @@ void ScreenQml::closePopover() {
 }
 
 bool ScreenQml::isPopoverShown() const { return popover_ && popover_->isVisible(); }
+
+bool ScreenQml::isInPopover(QPoint place) const { return isPopoverShown() && popover_->pixels().contains(place); }
+
+void ScreenQml::activatePopover() {
+    if (isPopoverShown())
+        popover_->requestActivate();
+}
 
 std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
     auto view = std::make_unique<QQuickView>(&engine_, nullptr);
@@ -162,8 +170,9 @@ void ScreenQml::announceReply() {
     if (!announcer)
         return;
     announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
-    QAccessibleEvent alert(announcer, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    // A notification that comes up: what readers of the screen say at once, wherever their user is.
+    QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&shown);
 }
 
 } // namespace vennic

@@ -32,7 +32,7 @@ Rectangle {
         property string words: ""
         width: 1
         height: 1
-        Accessible.role: Accessible.AlertMessage
+        Accessible.role: Accessible.Notification
         Accessible.name: words
     }
 
