@@ -31,7 +31,7 @@ ModelAddress modelAddress(const QString& text) {
             QStringLiteral("L'adresse du modèle doit ressembler à https://modele.exemple/v1, sans nom ni paramètres."));
     if (!tls && !isLoopback(host))
         throw LocalizedError(
-            QStringLiteral("L'adresse du modèle n'accepte http que vers cette machine ; ailleurs, https."));
+            QStringLiteral("L'adresse du modèle n'accepte http que vers la machine du serveur ; ailleurs, https."));
     ModelAddress address;
     address.host = host;
     address.tls = tls;

@@ -20,9 +20,9 @@ function draw(choice) {
   byId("answering-key").value = "";
   byId("answering-forget").checked = false;
   byId("answering-forget-row").hidden = !choice.has_key || choice.fixed;
-  byId("answering-key-note").textContent = choice.has_key ? "Une clé est enregistrée ; vide : elle reste." : "Vide : le serveur n'en veut pas.";
+  byId("answering-key-note").textContent = choice.has_key ? "Une clé est enregistrée ; vide : elle reste." : "Vide : aucune n'est présentée.";
   byId("answering-choice").disabled = choice.fixed;
-  byId("answering-save").hidden = choice.fixed;
+  byId("answering-end").hidden = choice.fixed;
   byId("answering-fixed").hidden = !choice.fixed;
   showFields();
 }

@@ -7,6 +7,10 @@ from model_server import DONE, ModelServer, finish, text
 from scene import Scene, wait_for
 
 LOOKS = {"light": (1280, 900, "light"), "dark": (1280, 900, "dark"), "narrow": (360, 740, "light"), "narrow-dark": (360, 740, "dark")}
+# What makes a page scroll sideways.
+TOO_WIDE = """document.documentElement.scrollWidth <= document.documentElement.clientWidth ? [] :
+    [...document.querySelectorAll("body *")].filter((each) => each.getBoundingClientRect().right > document.documentElement.clientWidth)
+        .map((each) => each.outerHTML.slice(0, 100))"""
 
 
 class Pages(Scene):
@@ -31,7 +35,7 @@ class Pages(Scene):
     def pictures(self, name):
         for look, (width, height, scheme) in LOOKS.items():
             self.browser.look(width, height, scheme)
-            self.assertTrue(self.browser.run("document.documentElement.scrollWidth <= innerWidth"), f"{name} is as wide as {look}")
+            self.assertEqual(self.browser.run(TOO_WIDE), [], f"{name}, {look}: what sticks out")
             self.browser.picture(f"{name}-{look}")
         self.browser.look(*LOOKS["light"])
 
@@ -50,7 +54,7 @@ class Pages(Scene):
         self.browser.key("Enter")
         self.browser.wait("!document.querySelector('#answering-error').hidden")
         self.assertEqual(self.browser.text("#answering-error"),
-                         "L'adresse du modèle n'accepte http que vers cette machine ; ailleurs, https.")
+                         "L'adresse du modèle n'accepte http que vers la machine du serveur ; ailleurs, https.")
         self.browser.picture("answering-refused")
         self.assertEqual(self.chosen()["who"], "simple")
         self.browser.run("document.querySelector('#answering-url').select()")

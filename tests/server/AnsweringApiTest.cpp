@@ -104,7 +104,7 @@ TEST_F(AnsweringApiTest, whatCannotBeUsedIsRefusedInWordsAndChangesNothing) {
     }
     EXPECT_EQ(chosen(), plainRules);
     EXPECT_EQ(choose(R"({"who":"server","url":"http://modele.exemple/v1"})").error(),
-              QStringLiteral("L'adresse du modèle n'accepte http que vers cette machine ; ailleurs, https."));
+              QStringLiteral("L'adresse du modèle n'accepte http que vers la machine du serveur ; ailleurs, https."));
 }
 
 TEST(AnsweringByOptions, theCommandLineHasTheLastWord) {
