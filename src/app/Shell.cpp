@@ -1,10 +1,14 @@
 #include "app/Shell.h"
 
+#include "Bridge/LocalLinks.h"
+
 namespace vennic {
 
 namespace {
 /// Addresses that are being opened at a time; a page that asks for more is up to something.
 constexpr std::size_t mostOpenings = 8;
+
+bool leadsToAFile(const QString& address) { return address.startsWith(documentLink) || address.startsWith(photoLink); }
 } // namespace
 
 Shell::Shell(Surroundings surroundings)
@@ -78,7 +82,9 @@ Task<> Shell::askAndQuit() {
 
 void Shell::open(const QStringList& addresses) {
     for (const QString& address : addresses) {
-        if (!deepLinks_.take(address) && jobs_.size() < mostOpenings)
+        if (!leadsToAFile(address))
+            deepLinks_.take(address);
+        else if (jobs_.size() < mostOpenings)
             jobs_.start(openDocument(address));
     }
 }
@@ -93,11 +99,9 @@ Task<> Shell::openDocument(QString address) {
     }
 }
 
-bool Shell::DeepLinks::take(const QString& address) const {
-    if (!handler_ || !anchorOfDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
-        return false;
-    handler_(address);
-    return true;
+void Shell::DeepLinks::take(const QString& address) const {
+    if (handler_)
+        handler_(address);
 }
 
 void Shell::warn(const QString& reason) { with_.client.warn(QStringLiteral("Vennic"), reason); }
