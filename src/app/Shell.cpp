@@ -59,11 +59,15 @@ void Shell::act(const QString& action) {
     else if (action == QLatin1String("toggle"))
         menuBar_.handleDoubleCommand();
     else if (action == QLatin1String("settings"))
-        try {
-            commands_.openSettingsWindow(SettingsTab::general);
-        } catch (const LocalizedError& error) {
-            warn(error.errorDescription());
-        }
+        openSettings(SettingsTab::general);
+}
+
+void Shell::openSettings(SettingsTab tab) {
+    try {
+        commands_.openSettingsWindow(tab);
+    } catch (const LocalizedError& error) {
+        warn(error.errorDescription());
+    }
 }
 
 void Shell::terminate() {

@@ -76,6 +76,18 @@ TEST_F(ShellTest, theActionsOfTheDesktopEntryAreUnderstoodAndOthersIgnored) {
     EXPECT_TRUE(test::waitUntil([this] { return quitsOfShell == 1; }));
 }
 
+TEST_F(ShellTest, settingsThatCannotBeShownAreSaidAndFailNobody) {
+    shell().start();
+    windows.broken = true;
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(shell().openSettings(SettingsTab::bridge));
+    EXPECT_NO_THROW(desktop.requests.act(QStringLiteral("settings")));
+    for (int turn = 0; turn < 50; ++turn)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Vennic : Pas d'écran.\nVennic : Pas d'écran.\n");
+    EXPECT_EQ(stored(PreferenceKey::settingsInitialTab), QStringLiteral("general"));
+}
+
 TEST_F(ShellTest, nothingIsTakenAfterTheEnd) {
     shell().start();
     shell().end();
