@@ -1,10 +1,14 @@
 #include "app/Shell.h"
 
+#include "Bridge/LocalLinks.h"
+
 namespace vennic {
 
 namespace {
 /// Addresses that are being opened at a time; a page that asks for more is up to something.
 constexpr std::size_t mostOpenings = 8;
+
+bool leadsToAFile(const QString& address) { return address.startsWith(documentLink) || address.startsWith(photoLink); }
 } // namespace
 
 Shell::Shell(Surroundings surroundings)
@@ -57,11 +61,15 @@ void Shell::act(const QString& action) {
     else if (action == QLatin1String("toggle"))
         menuBar_.handleDoubleCommand();
     else if (action == QLatin1String("settings"))
-        try {
-            commands_.openSettingsWindow(SettingsTab::general);
-        } catch (const LocalizedError& error) {
-            warn(error.errorDescription());
-        }
+        openSettings(SettingsTab::general);
+}
+
+void Shell::openSettings(SettingsTab tab) {
+    try {
+        commands_.openSettingsWindow(tab);
+    } catch (const LocalizedError& error) {
+        warn(error.errorDescription());
+    }
 }
 
 void Shell::terminate() {
@@ -80,7 +88,9 @@ Task<> Shell::askAndQuit() {
 
 void Shell::open(const QStringList& addresses) {
     for (const QString& address : addresses) {
-        if (!deepLinks_.take(address) && jobs_.size() < mostOpenings)
+        if (!leadsToAFile(address))
+            deepLinks_.take(address);
+        else if (jobs_.size() < mostOpenings)
             jobs_.start(openDocument(address));
     }
 }
@@ -95,11 +105,9 @@ Task<> Shell::openDocument(QString address) {
     }
 }
 
-bool Shell::DeepLinks::take(const QString& address) const {
-    if (!handler_ || !anchorOfDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
-        return false;
-    handler_(address);
-    return true;
+void Shell::DeepLinks::take(const QString& address) const {
+    if (handler_)
+        handler_(address);
 }
 
 void Shell::warn(const QString& reason) { with_.client.warn(QStringLiteral("Vennic"), reason); }

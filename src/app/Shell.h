@@ -32,11 +32,14 @@ public:
     void terminate();
     /// Has the popover come up; it stays when it is up. Raises LocalizedError.
     void comeForward();
-    /// Follows links of the desktop, and tells the person at the screen of those that lead nowhere.
+    /// Opens the settings, and tells the user when there is nothing to show them on. For buttons and menus, which have
+    /// nobody to hand a failure to.
+    void openSettings(SettingsTab tab);
+    /// Follows links of the desktop, which any web page can hand over: what isn't one of the program's own does
+    /// nothing. The person at the screen is told of a document or a photo that can't be opened.
     void open(const QStringList& addresses);
 
     MenuBarController& menuBar() { return menuBar_; }
-    AppCommands& commands() { return commands_; }
     AppDelegate& delegate() { return delegate_; }
     LinkOpener& links() { return links_; }
 
@@ -46,8 +49,7 @@ private:
     public:
         void setHandler(Handler handler) override { handler_ = std::move(handler); }
         void removeHandler() override { handler_ = {}; }
-        /// Whether somebody took it.
-        bool take(const QString& address) const;
+        void take(const QString& address) const;
 
     private:
         Handler handler_;

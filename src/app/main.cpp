@@ -101,13 +101,13 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     std::optional<Surfaces> surfaces;
     if (hasWindows()) {
         appearance = DesktopAppearancePortal::ofThisDesktop();
-        surfaces.emplace(Surfaces::Surroundings{
-            .client = client,
-            .appearance = *appearance,
-            .screenModule = paths.screenModule(),
-            .openSettings = [&asked] { asked->commands().openSettingsWindow(SettingsTab::general); },
-            .manageModels = [&asked] { asked->commands().openSettingsWindow(SettingsTab::localLlm); },
-            .terminate = [&asked] { asked->terminate(); }});
+        surfaces.emplace(
+            Surfaces::Surroundings{.client = client,
+                                   .appearance = *appearance,
+                                   .screenModule = paths.screenModule(),
+                                   .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
+                                   .manageModels = [&asked] { asked->openSettings(SettingsTab::localLlm); },
+                                   .terminate = [&asked] { asked->terminate(); }});
     }
     Popover& popover = surfaces ? surfaces->popover() : noPopover;
     ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;
