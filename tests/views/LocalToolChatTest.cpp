@@ -289,6 +289,33 @@ TEST_F(LocalToolChatTest, anEmptyAnswerIsFiledNowhere) {
     EXPECT_EQ(imports, 0);
 }
 
+const QString tooLong = QStringLiteral("La conversation est trop longue pour le modèle local.");
+
+TEST_F(LocalToolChatTest, aTurnWhoseToolsGiveWithoutEndFails) {
+    world.share(QStringLiteral("/d"));
+    for (int number = 0; number < 2000; ++number)
+        world.files->addFile(QStringLiteral("/d/%1-").arg(number) + QString(2000, u'x'));
+    const QString folder = world.run("list_local_folders").section(QStringLiteral("id: "), 1).chopped(1);
+    QByteArray calls;
+    for (int number = 0; number < 40; ++number) // 4 MB each
+        calls += call("browse_local_folder", R"({"folder_id":")" + folder.toLatin1() + R"("})", number);
+    round(calls + chunks::done());
+    round(chunks::text("ok") + chunks::done());
+    turn();
+    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:Bonjour"), QStringLiteral("a:⚠️ ") + tooLong}));
+    EXPECT_EQ(session().lastError(), tooLong);
+    EXPECT_EQ(asked.size(), 1U);
+    EXPECT_EQ(imports, 0);
+}
+
+TEST_F(LocalToolChatTest, aConversationThatIsTooLongToBeginWithFailsToo) {
+    const QString text(12'000'000, QChar(1)); // six characters each in JSON
+    session().setMessages({ChatMessage::make(ChatMessage::Role::user, text, world.clock.now())});
+    turn();
+    EXPECT_EQ(last(), QStringLiteral("⚠️ ") + tooLong);
+    EXPECT_TRUE(asked.empty());
+}
+
 TEST_F(LocalToolChatTest, aServerThatStopsInTheThirdRoundIsToldInTheMessageAndInTheError) {
     round(chunks::text("Un instant.") + call("list_shortcuts") + chunks::done());
     round(call("list_shortcuts") + chunks::done());
