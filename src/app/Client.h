@@ -19,7 +19,6 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/SystemMemoryProc.h"
-#include "linux/UserPresencePolkit.h"
 #include "linux/dialog/FolderPickerDesktop.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
@@ -87,8 +86,7 @@ private:
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
-    UserPresencePolkit presence_;
-    std::unique_ptr<CredentialStore> credentials_;
+    std::shared_ptr<CredentialStore> credentials_;
     KeychainStore keychain_;
     HttpTransportCurl transport_;
     VennicHTTP http_;

@@ -62,9 +62,10 @@ public:
     void setHighSecurityOn(bool on);
     bool quitConfirmationSuppressed() const { return quitConfirmationSuppressed_; }
 
-    /// To be called when the window comes up. Reads the stored token: with high security on the system asks the user.
+    /// To be called when the window comes up. Has the stored token read into its field, unless something stands there
+    /// by then: with high security on the system asks the user, who goes on using the window and everything else.
     void appear();
-    /// To be called when the window has gone. Forgets the token in the field.
+    /// To be called when the window has gone. Forgets the token in the field, and takes back what asks for it.
     void disappear();
 
     /// Exchanges the code for a token; nothing while that can't be done.
@@ -90,6 +91,7 @@ Q_SIGNALS:
 
 private:
     Task<> claim(QString code);
+    Task<> readToken();
     Task<std::optional<QString>> failureOfClaim(QString code);
     Task<> endSavedFlash();
     void setPairError(const QString& error);
@@ -109,6 +111,7 @@ private:
     bool quitConfirmationSuppressed_ = false;
     Job flash_;
     Scope jobs_;
+    Job reading_; // of the stored token
 };
 
 } // namespace vennic
