@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Clock.h"
+#include "base/ScreenText.h"
 #include "core/AppSession.h"
 #include "settings/SecretDraft.h"
 
@@ -54,7 +55,7 @@ public:
     /// The account that was paired here; empty when there is none.
     const QString& pairSuccessEmail() const { return pairSuccessEmail_; }
     /// The last failure of pairing; empty when there is none.
-    const QString& pairError() const { return pairError_; }
+    QString pairError() const { return forScreen(pairError_); }
     SecretDraft* tokenDraft() { return &tokenDraft_; }
     bool savedFlash() const { return savedFlash_; }
     bool highSecurityOn() const { return highSecurityOn_; }
@@ -90,8 +91,8 @@ Q_SIGNALS:
     void quitConfirmationSuppressedChanged();
 
 private:
-    Task<> claim(QString code);
     Task<> readToken();
+    Task<> claim(QString code);
     Task<std::optional<QString>> failureOfClaim(QString code);
     Task<> endSavedFlash();
     void setPairError(const QString& error);
@@ -110,8 +111,8 @@ private:
     bool highSecurityOn_ = false;
     bool quitConfirmationSuppressed_ = false;
     Job flash_;
-    Scope jobs_;
     Job reading_; // of the stored token
+    Scope jobs_;
 };
 
 } // namespace vennic

@@ -336,3 +336,13 @@ TEST_F(SettingsWindowTest, pictureOfTheBridgeInTheDark) {
 
 } // namespace
 } // namespace vennic::test
+TEST_F(SettingsWindowTest, aRefusalOfAnySizeTakesAFewLines) {
+    transport.answerWith(422, QByteArray(16 << 20, 'x'));
+    open();
+    write(QStringLiteral("ABCD1234"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    keep("refused-at-length");
+    EXPECT_LT(find("pairError")->height(), 130);
+    EXPECT_GT(find("pairError")->height(), 60);
+}

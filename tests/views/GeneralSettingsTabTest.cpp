@@ -118,6 +118,15 @@ TEST_F(GeneralSettingsTabTest, withoutANetworkTheSentenceOfTheFaultIsShown) {
     EXPECT_FALSE(tab().pairError().isEmpty());
 }
 
+TEST_F(GeneralSettingsTabTest, aRefusalOfAnySizeGivesALineOfTheScreen) {
+    transport.answerWith(422, QByteArray(16 << 20, 'x'));
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError().size(), 1001);
+    EXPECT_TRUE(tab().pairError().startsWith(QStringLiteral("Erreur HTTP 422 : xxx")));
+    session().setUserEmail(QString(16 << 20, u'm'));
+    EXPECT_LT(tab().pairedAccount().size(), 1100);
+}
+
 TEST_F(GeneralSettingsTabTest, theFirstKeyAfterAFailureClearsTheError) {
     transport.answerWith(500, "panne");
     pairWith("ABCD");
@@ -266,15 +275,6 @@ TEST_F(GeneralSettingsTabTest, aRefusedAuthenticationLeavesTheFieldEmpty) {
     EXPECT_TRUE(tab().isAuthenticated());
 }
 
-TEST_F(GeneralSettingsTabTest, savingSignsInAndScrubsTheField) {
-    tab().tokenDraft()->insert(QStringLiteral(" pasted\n"));
-    QStringList seen;
-    QObject::connect(tab().tokenDraft(), &SecretDraft::changed, [&] { seen.append(draft()); });
-    tab().saveToken();
-    EXPECT_EQ(sessionToken(), QStringLiteral("pasted"));
-    EXPECT_EQ(seen, (QStringList{QStringLiteral("00000000"), QString()}));
-}
-
 /// A store whose reads wait until the test lets them go, or until they are told to stop.
 struct SlowReading : GeneralSettingsTabTest {
     std::binary_semaphore reached{0};
@@ -336,6 +336,15 @@ TEST_F(SlowReading, theFieldOfAClearedTokenStaysEmpty) {
     tab().clearToken();
     settleEverywhere();
     EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(GeneralSettingsTabTest, savingSignsInAndScrubsTheField) {
+    tab().tokenDraft()->insert(QStringLiteral(" pasted\n"));
+    QStringList seen;
+    QObject::connect(tab().tokenDraft(), &SecretDraft::changed, [&] { seen.append(draft()); });
+    tab().saveToken();
+    EXPECT_EQ(sessionToken(), QStringLiteral("pasted"));
+    EXPECT_EQ(seen, (QStringList{QStringLiteral("00000000"), QString()}));
 }
 
 TEST_F(GeneralSettingsTabTest, theSavedMarkShowsForASecondAndAHalf) {
