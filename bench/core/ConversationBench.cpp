@@ -21,7 +21,9 @@ using Steady = std::chrono::steady_clock;
 
 class NoCredentials final : public CredentialStore {
 public:
-    CredentialReadResult read(const CredentialItem&, const std::optional<QString>&) override { return {}; }
+    CredentialReadResult read(const CredentialItem&, const std::optional<QString>&, const std::stop_token&) override {
+        return {};
+    }
     CredentialStatus add(const CredentialItem&, const SecretText&, CredentialProtection) override {
         return CredentialStatus::notAvailable;
     }
@@ -118,12 +120,11 @@ Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config,
 void measure(std::size_t messages) {
     const QTemporaryDir folder;
     KeyValueStoreSqlite store(folder.filePath(QStringLiteral("preferences.sqlite")));
-    NoCredentials credentials;
     ModelAlone network;
     NoBridge bridge;
     NoPreferenceSync preferences;
     NoLocalLLMTelemetry telemetry;
-    KeychainStore keychain(credentials, store);
+    KeychainStore keychain(std::make_shared<NoCredentials>(), store);
     VennicHTTP http(network, QStringLiteral("localhost"), nullptr);
     const APIConfig config(store, {});
     AppSession session({store, keychain, http, config, bridge, preferences, telemetry, {}});

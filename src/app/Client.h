@@ -20,7 +20,6 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/SystemMemoryProc.h"
-#include "linux/UserPresencePolkit.h"
 #include "linux/dialog/FolderPickerDesktop.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
@@ -91,8 +90,7 @@ private:
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
-    UserPresencePolkit presence_;
-    std::unique_ptr<CredentialStore> credentials_;
+    std::shared_ptr<CredentialStore> credentials_;
     KeychainStore keychain_;
     HttpTransportCurl transport_;
     VennicHTTP http_;

@@ -10,15 +10,17 @@ constexpr auto savedFlashTime = std::chrono::milliseconds{1500};
 
 GeneralSettingsTab::GeneralSettingsTab(Surroundings surroundings) : with_(std::move(surroundings)) {
     connect(&with_.session, &AppSession::userTokenChanged, this, [this] {
-        pairSuccessEmail_.clear(); // of another token
+        // Both are of another token.
+        reading_.cancel();
+        pairSuccessEmail_.clear();
         Q_EMIT accountChanged();
     });
     connect(&with_.session, &AppSession::userEmailChanged, this, &GeneralSettingsTab::accountChanged);
 }
 
 void GeneralSettingsTab::appear() {
-    const auto stored = with_.keychain.read(localized("Authentifie-toi pour accéder à Vennic"));
-    tokenDraft_.set(stored.value_or(SecretText{}));
+    reading_.cancel();
+    reading_ = jobs_.start(readToken());
     const bool highSecurity = storedAs<bool>(with_.store, PreferenceKey::highSecurityMode).value_or(false);
     if (highSecurityOn_ != highSecurity) {
         highSecurityOn_ = highSecurity;
@@ -27,14 +29,23 @@ void GeneralSettingsTab::appear() {
     setQuitConfirmationSuppressed(storedAs<bool>(with_.store, PreferenceKey::suppressQuitConfirmation).value_or(false));
 }
 
-void GeneralSettingsTab::disappear() { tokenDraft_.scrub(); }
+void GeneralSettingsTab::disappear() {
+    reading_.cancel();
+    tokenDraft_.scrub();
+}
+
+Task<> GeneralSettingsTab::readToken() {
+    const auto stored = co_await with_.keychain.readAside(localized("Authentifie-toi pour accéder à Vennic"));
+    if (stored && tokenDraft_.length() == 0)
+        tokenDraft_.set(*stored);
+}
 
 // Pairing
 
 QString GeneralSettingsTab::pairedAccount() const {
     const QString email =
         pairSuccessEmail_.isEmpty() ? with_.session.userEmail().value_or(QString()) : pairSuccessEmail_;
-    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + email;
+    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + forScreen(email);
 }
 
 void GeneralSettingsTab::setPairCode(const QString& code) {
@@ -89,6 +100,7 @@ void GeneralSettingsTab::signOut() {
 // The token itself
 
 void GeneralSettingsTab::saveToken() {
+    reading_.cancel();
     with_.session.setToken(tokenDraft_.secret());
     tokenDraft_.scrub();
     setSavedFlash(true);
@@ -102,6 +114,7 @@ Task<> GeneralSettingsTab::endSavedFlash() {
 }
 
 void GeneralSettingsTab::clearToken() {
+    reading_.cancel();
     tokenDraft_.set({});
     with_.session.setToken(SecretText{});
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Clock.h"
+#include "base/ScreenText.h"
 #include "core/AppSession.h"
 #include "settings/SecretDraft.h"
 
@@ -54,7 +55,7 @@ public:
     /// The account that was paired here; empty when there is none.
     const QString& pairSuccessEmail() const { return pairSuccessEmail_; }
     /// The last failure of pairing; empty when there is none.
-    const QString& pairError() const { return pairError_; }
+    QString pairError() const { return forScreen(pairError_); }
     SecretDraft* tokenDraft() { return &tokenDraft_; }
     bool savedFlash() const { return savedFlash_; }
     bool highSecurityOn() const { return highSecurityOn_; }
@@ -62,9 +63,10 @@ public:
     void setHighSecurityOn(bool on);
     bool quitConfirmationSuppressed() const { return quitConfirmationSuppressed_; }
 
-    /// To be called when the window comes up. Reads the stored token: with high security on the system asks the user.
+    /// To be called when the window comes up. Has the stored token read into its field, unless something stands there
+    /// by then: with high security on the system asks the user, who goes on using the window and everything else.
     void appear();
-    /// To be called when the window has gone. Forgets the token in the field.
+    /// To be called when the window has gone. Forgets the token in the field, and takes back what asks for it.
     void disappear();
 
     /// Exchanges the code for a token; nothing while that can't be done.
@@ -89,6 +91,7 @@ Q_SIGNALS:
     void quitConfirmationSuppressedChanged();
 
 private:
+    Task<> readToken();
     Task<> claim(QString code);
     Task<std::optional<QString>> failureOfClaim(QString code);
     Task<> endSavedFlash();
@@ -108,6 +111,7 @@ private:
     bool highSecurityOn_ = false;
     bool quitConfirmationSuppressed_ = false;
     Job flash_;
+    Job reading_; // of the stored token
     Scope jobs_;
 };
 

@@ -8,6 +8,7 @@
 #include "support/ScriptedBackend.h"
 
 #include <QCoreApplication>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -32,7 +33,7 @@ struct SessionFixture : testing::Test, ScriptedBackend {
     BridgeControlFake bridge;
     PreferenceSyncFake preferences;
     LocalLLMTelemetrySinkFake telemetry;
-    KeychainStore keychain{credentials, store, [] { return QStringLiteral("DEVICE"); }};
+    KeychainStore keychain{credentials.shared(), store, [] { return QStringLiteral("DEVICE"); }};
     QString hostName = QStringLiteral("atelier");
     std::unique_ptr<AppSession> built;
 
@@ -64,6 +65,12 @@ struct SessionFixture : testing::Test, ScriptedBackend {
     static void settle() {
         for (int turn = 0; turn < 20; ++turn)
             QCoreApplication::processEvents();
+    }
+    /// As `settle`, and lets work beside the main thread end, too.
+    static void settleEverywhere() {
+        settle();
+        QThreadPool::globalInstance()->waitForDone();
+        settle();
     }
 };
 

@@ -185,6 +185,14 @@ TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
     EXPECT_EQ(said->text(QAccessible::Name), QStringLiteral("voilà tout"));
 }
 
+TEST_F(PopoverTest, ofALongAnswerTheBeginningIsAnnounced) {
+    popover();
+    session().setIsStreaming(true);
+    assistant(QString(200'000, u'a'));
+    session().setIsStreaming(false);
+    EXPECT_EQ(item("announcer")->property("words").toString(), QString(1000, u'a') + u'…');
+}
+
 TEST_F(PopoverTest, theLastErrorIsShownAndCanBeTakenAway) {
     popover();
     session().setLastError(QStringLiteral("Session expirée. Recolle ton jeton dans Réglages (⌘,)."));

@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QKeyEvent>
 
+#include <semaphore>
+
 namespace vennic::test {
 namespace {
 
@@ -19,6 +21,7 @@ struct SettingsWindowTest : ScreenFixture {
             putText("settingsInitialTab", tab);
         screen().showSettings();
         waitUntil([this] { return screen().settings()->isActive(); });
+        settleEverywhere();
         paint();
     }
     static QQuickItem* find(QQuickItem* in, const QString& name) {
@@ -286,6 +289,24 @@ TEST_F(SettingsWindowTest, pictureOfAnAccountInTheDark) {
     open();
     tabTo("highSecurity");
     keep("paired");
+TEST_F(SettingsWindowTest, theWindowIsUsedWhileTheSystemAsksForTheToken) {
+    put("highSecurityMode", true);
+    paired();
+    std::binary_semaphore answered{0};
+    credentials.whileReading = [&](const std::stop_token&) { answered.acquire(); };
+    screen().showSettings();
+    EXPECT_TRUE(waitUntil([this] { return screen().settings()->isActive(); }));
+    paint();
+    EXPECT_FALSE(screen().settings()->grabWindow().isNull());
+    settings->setSelected(QStringLiteral("bridge"));
+    paint();
+    EXPECT_TRUE(find("bridgeEnabled"));
+    EXPECT_EQ(settings->general()->tokenDraft()->length(), 0);
+    answered.release();
+    EXPECT_TRUE(waitUntil([this] { return settings->general()->tokenDraft()->length() == 3; }));
+    credentials.whileReading = {};
+}
+
 }
 TEST_F(SettingsWindowTest, pictureOfTheBridgeWithoutFolders) {
     open("bridge");
@@ -315,3 +336,13 @@ TEST_F(SettingsWindowTest, pictureOfTheBridgeInTheDark) {
 
 } // namespace
 } // namespace vennic::test
+TEST_F(SettingsWindowTest, aRefusalOfAnySizeTakesAFewLines) {
+    transport.answerWith(422, QByteArray(16 << 20, 'x'));
+    open();
+    write(QStringLiteral("ABCD1234"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    keep("refused-at-length");
+    EXPECT_LT(find("pairError")->height(), 130);
+    EXPECT_GT(find("pairError")->height(), 60);
+}

@@ -147,6 +147,16 @@ TEST_F(BridgeSettingsViewTest, theWordsOfAFailureOutliveTheErrorState) {
     EXPECT_EQ(view().lastErrorMessage(), QStringLiteral("Erreur HTTP 500 : panne"));
 }
 
+TEST_F(BridgeSettingsViewTest, aFailureOfAnySizeGivesALineOfTheScreen) {
+    world.backend.preparedPolls.push_back(
+        HttpResponse{.status = 500, .headers = {}, .body = QByteArray(16 << 20, 'x')});
+    world.service->start(SecretText{"token"});
+    ASSERT_TRUE(waitUntil([this] { return !view().lastErrorMessage().isEmpty(); }));
+    EXPECT_EQ(view().lastErrorMessage().size(), 1001);
+    EXPECT_TRUE(view().lastErrorMessage().startsWith(QStringLiteral("Erreur HTTP 500 : xxx")));
+    EXPECT_TRUE(view().lastErrorMessage().endsWith(u'…'));
+}
+
 TEST_F(BridgeSettingsViewTest, withZeroTasksServedNeitherTheirNumberNorADateShows) {
     view().appear();
     EXPECT_EQ(view().tasksServed(), 0);

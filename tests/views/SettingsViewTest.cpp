@@ -111,12 +111,14 @@ TEST_F(SettingsViewTest, theTokenIsReadOncePerOpeningAndForgottenAtItsEnd) {
     credentials.prompts.clear();
     view().appear();
     view().appear();
+    settleEverywhere();
     EXPECT_EQ(credentials.prompts.size(), 1u);
     EXPECT_EQ(view().general()->tokenDraft()->length(), 3);
     view().disappear();
     view().disappear();
     EXPECT_EQ(view().general()->tokenDraft()->length(), 0);
     view().appear();
+    settleEverywhere();
     EXPECT_EQ(credentials.prompts.size(), 2u);
 }
 

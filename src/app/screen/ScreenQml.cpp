@@ -4,6 +4,7 @@
 #include "app/screen/SymbolProvider.h"
 #include "backend/MessageBubble.h"
 #include "base/LocalizedError.h"
+#include "base/ScreenText.h"
 
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -169,7 +170,7 @@ void ScreenQml::announceReply() {
     QObject* const announcer = popover_->rootObject()->findChild<QObject*>(QStringLiteral("announcer"));
     if (!announcer)
         return;
-    announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
+    announcer->setProperty("words", forScreen(MessageBubble::plainContent(last.role, last.content)));
     // A notification that comes up: what readers of the screen say at once, wherever their user is.
     QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
     QAccessible::updateAccessibility(&shown);

@@ -56,6 +56,7 @@ Section {
         objectName: "pairingPage"
         visible: !root.tab.isAuthenticated
         before: qsTr("Ouvre ")
+        objectName: "pairError"
         address: root.tab.pairingPage
         after: qsTr(" sur un navigateur où tu es connecté, puis copie ici le code à 8 caractères affiché.")
         onFollowed: root.tab.openPairingPage()
