@@ -66,7 +66,7 @@ Client::Client(const Paths& paths, Deployment deployment)
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_, mainScreenScale), telemetry_(http_, memory_, clock_),
-      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
+      heartbeat_(telemetry_, clock_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
       preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     LocalLLMTelemetry::install(&telemetry_);

@@ -44,7 +44,7 @@ public:
     }
     void append(const QString& delta) {
         if (isListed())
-            session_.setMessageContent(index_, session_.messages()[index_].content + delta);
+            session_.appendToMessage(index_, delta);
     }
 
 private:
@@ -68,10 +68,11 @@ Task<> LocalToolChat::runDirectLocal(QString prompt) {
     const QString model =
         session.selectedLocalModel().isEmpty() ? session.localLLMModel() : session.selectedLocalModel();
     const QJsonArray tools = LocalToolRegistry::isToolCapable(model) ? LocalToolRegistry::schemas() : QJsonArray();
-    LocalChatRequest request = requestWith(model, tools, session.messages());
+    const std::vector<ChatMessage> history = session.messages();
     Writing writing(with_);
     QString failure;
     try {
+        LocalChatRequest request = requestWith(model, tools, history);
         const QString text = co_await converse(&request, !tools.isEmpty(), &writing);
         finish(prompt, text, model);
         co_return;

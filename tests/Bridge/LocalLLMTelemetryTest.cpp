@@ -2,9 +2,12 @@
 
 #include "Bridge/BridgeHeartbeat.h"
 #include "Bridge/LocalLLMHeartbeat.h"
+#include "base/Pool.h"
 #include "fakes/HttpTransportFake.h"
 #include "fakes/SystemMemoryFake.h"
 #include "support/Await.h"
+#include "support/HungDisk.h"
+#include "support/OneThread.h"
 #include "support/TestClock.h"
 
 #include <QJsonArray>
@@ -27,7 +30,7 @@ struct LocalLLMTelemetryTest : testing::Test {
     TestClock clock;
     LocalLLMTelemetry telemetry{http, memory, clock};
     QSet<QString> onDisk;
-    LocalLLMHeartbeat heartbeat{telemetry, [this] { return onDisk; }};
+    LocalLLMHeartbeat heartbeat{telemetry, clock, [this] { return onDisk; }};
 
     std::string loaded() { return await(telemetry.currentLoadedModel()).value_or(QStringLiteral("-")).toStdString(); }
     QJsonObject beat() { return QJsonDocument::fromJson(await(heartbeat.encodedHeartbeat()).value_or("")).object(); }
@@ -200,6 +203,58 @@ TEST_F(LocalLLMTelemetryTest, aServerWithoutAModelIsAskedOnEachPoll) {
         EXPECT_FALSE(beat().contains(QLatin1String("loaded_model")));
     }
     EXPECT_EQ(transport.requests.size(), 3u);
+}
+
+/// A heartbeat of a disk that answers its first question and hangs at the second.
+struct HungHeartbeatTest : LocalLLMTelemetryTest {
+    const OneThread small;
+    std::atomic<int> scans = 0;
+    HungDisk disk;
+    LocalLLMHeartbeat slow{telemetry, clock, [this] {
+                               if (++scans > 1)
+                                   disk.read();
+                               return QSet<QString>{QStringLiteral("owner/model-%1").arg(scans.load())};
+                           }};
+    Scope jobs;
+
+    static Task<> keep(LocalLLMHeartbeat* heartbeat, QByteArray* told) {
+        *told = (co_await heartbeat->encodedHeartbeat()).value_or(QByteArray());
+    }
+    static QString modelIn(const QByteArray& told) {
+        return QJsonDocument::fromJson(told)[QLatin1String("downloaded_models")][0].toString();
+    }
+    /// What is told after a second in which the disk doesn't answer.
+    QString toldInVain() {
+        QByteArray told;
+        jobs.start(keep(&slow, &told));
+        EXPECT_TRUE(waitUntil([&] { return clock.sleeping() == 1 && scans == 2; }));
+        EXPECT_TRUE(told.isEmpty());
+        clock.advance(1s);
+        EXPECT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+        return modelIn(told);
+    }
+};
+
+TEST_F(HungHeartbeatTest, aDiskThatDoesNotAnswerHoldsUpNoHeartbeat) {
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-1"));
+    EXPECT_EQ(toldInVain(), QStringLiteral("owner/model-1")) << "what is known is told";
+    EXPECT_EQ(toldInVain(), QStringLiteral("owner/model-1")) << "and the disk isn't asked a second time meanwhile";
+    EXPECT_EQ(await(onPool([] { return 1; })), 1) << "nor does it keep other work from the pool";
+    disk.answer();
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-2"));
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-3"));
+}
+
+TEST_F(HungHeartbeatTest, aHeartbeatThatNobodyWaitsForLeavesNothingBehind) {
+    scans = 1;
+    QByteArray told;
+    Job job = jobs.start(keep(&slow, &told));
+    ASSERT_TRUE(waitUntil([&] { return clock.sleeping() == 1 && scans == 2; }));
+    job.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(clock.sleeping(), 0u);
+    disk.answer();
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-2"));
 }
 
 TEST(BridgeHeartbeat, aDiskFullOfModelsStaysWithinAHeader) {

@@ -5,6 +5,7 @@
 #include "core/SessionFixture.h"
 #include "fakes/HttpStreamScript.h"
 #include "support/ChatChunks.h"
+#include "support/LoopTurns.h"
 
 namespace vennic::test {
 namespace {
@@ -147,6 +148,26 @@ TEST_F(LocalToolChatTest, anAnswerStreamsIntoTheConversationAndIsFiledWithTheBac
     EXPECT_EQ(session().lastError(), std::nullopt);
 }
 
+TEST_F(LocalToolChatTest, aBurstOfPiecesLeavesTheScreenItsTurn) {
+    constexpr int pieces = 2000;
+    int changes = 0;
+    int seen = 0;
+    int mostAtOnce = 0;
+    QObject::connect(&session(), &AppSession::messagesChanged, &session(), [&] { ++changes; });
+    HttpStreamScript server = openRound();
+    send();
+    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
+    LoopTurns turns;
+    seen = changes;
+    turns.each([&] { mostAtOnce = std::max(mostAtOnce, changes - std::exchange(seen, changes)); });
+    server.say(chunks::text("x").repeated(pieces) + chunks::done());
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(last(), QString(pieces, u'x'));
+    EXPECT_EQ(storedTexts().back(), last());
+    EXPECT_GT(mostAtOnce, 0);
+    EXPECT_LE(mostAtOnce, 2);
+}
+
 TEST_F(LocalToolChatTest, theWholeConversationIsSentAsItStands) {
     session().setMessages(
         {ChatMessage::make(ChatMessage::Role::user, QStringLiteral("un"), world.clock.now()),
@@ -287,6 +308,33 @@ TEST_F(LocalToolChatTest, anEmptyAnswerIsFiledNowhere) {
     turn();
     EXPECT_EQ(last(), QString());
     EXPECT_EQ(imports, 0);
+}
+
+const QString tooLong = QStringLiteral("La conversation est trop longue pour le modèle local.");
+
+TEST_F(LocalToolChatTest, aTurnWhoseToolsGiveWithoutEndFails) {
+    world.share(QStringLiteral("/d"));
+    for (int number = 0; number < 2000; ++number)
+        world.files->addFile(QStringLiteral("/d/%1-").arg(number) + QString(2000, u'x'));
+    const QString folder = world.run("list_local_folders").section(QStringLiteral("id: "), 1).chopped(1);
+    QByteArray calls;
+    for (int number = 0; number < 40; ++number) // 4 MB each
+        calls += call("browse_local_folder", R"({"folder_id":")" + folder.toLatin1() + R"("})", number);
+    round(calls + chunks::done());
+    round(chunks::text("ok") + chunks::done());
+    turn();
+    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:Bonjour"), QStringLiteral("a:⚠️ ") + tooLong}));
+    EXPECT_EQ(session().lastError(), tooLong);
+    EXPECT_EQ(asked.size(), 1U);
+    EXPECT_EQ(imports, 0);
+}
+
+TEST_F(LocalToolChatTest, aConversationThatIsTooLongToBeginWithFailsToo) {
+    const QString text(12'000'000, QChar(1)); // six characters each in JSON
+    session().setMessages({ChatMessage::make(ChatMessage::Role::user, text, world.clock.now())});
+    turn();
+    EXPECT_EQ(last(), QStringLiteral("⚠️ ") + tooLong);
+    EXPECT_TRUE(asked.empty());
 }
 
 TEST_F(LocalToolChatTest, aServerThatStopsInTheThirdRoundIsToldInTheMessageAndInTheError) {
