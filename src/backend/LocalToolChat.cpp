@@ -44,7 +44,7 @@ public:
     }
     void append(const QString& delta) {
         if (isListed())
-            session_.setMessageContent(index_, session_.messages()[index_].content + delta);
+            session_.appendToMessage(index_, delta);
     }
 
 private:

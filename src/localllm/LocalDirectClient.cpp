@@ -2,6 +2,7 @@
 
 #include "backend/BodyLines.h"
 #include "backend/LocalCompletionReader.h"
+#include "base/NextTurn.h"
 #include "localllm/DirectError.h"
 
 namespace vennic::LocalDirectClient {
@@ -41,8 +42,10 @@ Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyDat
     }
     LocalCompletionReader reader(std::move(stream));
     while (const auto delta = co_await reader.nextText()) {
-        if (onDelta)
-            onDelta(*delta);
+        if (!onDelta)
+            continue;
+        onDelta(*delta);
+        co_await NextTurn{}; // a burst of pieces leaves everything else its turn
     }
     co_return Reply{reader.answer().text(), finishedToolCalls(reader.answer().toolCalls())};
 }

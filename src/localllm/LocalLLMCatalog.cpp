@@ -4,6 +4,7 @@
 #include "localllm/CuratedModels.h"
 
 #include <QDir>
+#include <QDirIterator>
 
 #include <algorithm>
 
@@ -35,9 +36,9 @@ std::vector<LocalLLMModel> decodeModels(const QByteArray& body) {
 }
 
 bool hasSnapshot(const QString& folder) {
-    return !QDir(folder + QStringLiteral("/snapshots"))
-                .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
-                .isEmpty();
+    return QDirIterator(folder + QStringLiteral("/snapshots"),
+                        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
+        .hasNext();
 }
 
 } // namespace

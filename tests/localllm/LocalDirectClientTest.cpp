@@ -5,6 +5,7 @@
 #include "localllm/DirectError.h"
 #include "support/Await.h"
 #include "support/ChatChunks.h"
+#include "support/LoopTurns.h"
 
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -220,6 +221,23 @@ TEST(LocalDirectClientStream, piecesAreHeardWhileTheStreamIsOpen) {
     chat.script.say(chunks::text("jour") + chunks::done());
     ASSERT_TRUE(waitUntil([&] { return chat.outcome == "Bonjour"; }));
     EXPECT_TRUE(chat.script.isClosed()) << "the last word ends the reading, not the server";
+}
+
+TEST(LocalDirectClientStream, aBurstOfPiecesLeavesEverythingElseItsTurn) {
+    constexpr int pieces = 5000;
+    Chatting chat;
+    LoopTurns turns;
+    std::size_t heard = 0;
+    std::size_t mostAtOnce = 0;
+    turns.each([&] {
+        mostAtOnce = std::max(mostAtOnce, chat.heard.size() - heard);
+        heard = chat.heard.size();
+    });
+    chat.script.say(chunks::text("x").repeated(pieces) + chunks::done());
+    ASSERT_TRUE(waitUntil([&] { return chat.outcome.size() == pieces; }));
+    EXPECT_EQ(chat.heard.size(), pieces);
+    EXPECT_GT(mostAtOnce, 0U);
+    EXPECT_LE(mostAtOnce, 2U);
 }
 
 TEST(LocalDirectClientStream, whoStopsReadingClosesTheConnectionAtOnce) {

@@ -35,6 +35,16 @@ struct PopoverTest : ScreenFixture {
         for (int i = 0; i < at->childCount(); ++i)
             walk(at->child(i), visit);
     }
+    /// Goes from control to control until the keyboard is at that one.
+    bool goTo(const char* name) {
+        for (int step = 0; step < 20; ++step) {
+            press(Qt::Key_Tab);
+            const QAccessibleInterface* const at = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
+            if (at && at->text(QAccessible::Name) == QString::fromUtf8(name))
+                return true;
+        }
+        return false;
+    }
     QStringList names() {
         QStringList names;
         walk(QAccessible::queryAccessibleInterface(&popover()),
@@ -294,15 +304,13 @@ TEST_F(PopoverTest, itsCornersAreSoftOnlyWhereSomethingShowsThroughThem) {
 }
 
 TEST_F(PopoverTest, thePickerChoosesWhoAnswers) {
-    downloaded = {QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
-    QQuickItem* pill = nullptr;
-    for (int step = 0; step < 20 && !pill; ++step) {
-        press(Qt::Key_Tab);
-        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
-        if (said && said->text(QAccessible::Name) == QStringLiteral("ChatGPT"))
-            pill = popover().activeFocusItem();
-    }
-    ASSERT_TRUE(pill);
+    *downloaded = {QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
+    bool known = false;
+    screen();
+    QObject::connect(picker.get(), &ProviderPicker::sectionsChanged, [&] { known = true; });
+    popover();
+    ASSERT_TRUE(waitUntil([&] { return known; }));
+    ASSERT_TRUE(goTo("ChatGPT"));
     press(Qt::Key_Space);
     const QStringList shown = names();
     for (const char* wanted : {"ChatGPT", "Claude", "Gemini", "Self-Hosted", "Self-Hosted (défaut du Mac)",
@@ -317,17 +325,28 @@ TEST_F(PopoverTest, thePickerChoosesWhoAnswers) {
     EXPECT_TRUE(screen().isPopoverShown());
 }
 
+TEST_F(PopoverTest, whatComesWhileThePickersMenuIsOpenIsOfferedInIt) {
+    transport.hold();
+    transport.answerWith(200, R"([{"id":1,"slug":"mistral","name":"Mistral","models":[{"id":1,"slug":"large"}]}])");
+    ASSERT_TRUE(goTo("ChatGPT"));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(names().contains(QStringLiteral("Claude")));
+    for (int step = 0; step < 4; ++step)
+        press(Qt::Key_Down); // over the heading to the first of the local ones
+    transport.release();
+    ASSERT_TRUE(waitUntil([this] { return names().contains(QStringLiteral("large")); }));
+    paint();
+    EXPECT_FALSE(names().contains(QStringLiteral("Claude")));
+    press(Qt::Key_Return);
+    EXPECT_EQ(session().provider(), Provider::local) << "the item that the user had gone to";
+}
+
 TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     signedIn();
     transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");
     popover();
     paint();
-    for (int step = 0; step < 20; ++step) {
-        press(Qt::Key_Tab);
-        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
-        if (said && said->text(QAccessible::Name) == QStringLiteral("Discussions récentes"))
-            break;
-    }
+    ASSERT_TRUE(goTo("Discussions récentes"));
     press(Qt::Key_Space);
     EXPECT_TRUE(names().contains(QStringLiteral("Factures")));
     EXPECT_TRUE(names().contains(QStringLiteral("Ouvrir toutes les discussions…")));

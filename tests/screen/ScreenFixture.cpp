@@ -20,7 +20,7 @@ ScreenQml& ScreenFixture::screen() {
         chat = std::make_unique<ChatView>(ChatView::Surroundings{session(), http, config, clock, local});
         catalog = std::make_unique<CloudCatalog>(http, config, clock);
         picker = std::make_unique<ProviderPicker>(ProviderPicker::Surroundings{
-            session(), *catalog, [this] { return downloaded; }, [this] { ++modelsManaged; }});
+            session(), *catalog, [ids = downloaded] { return *ids; }, [this] { ++modelsManaged; }});
         menuBar = std::make_unique<MenuBarView>(
             MenuBarView::Surroundings{.session = session(),
                                       .bridge = *world.service,

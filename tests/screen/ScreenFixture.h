@@ -18,7 +18,7 @@ struct ScreenFixture : SessionFixture {
     TestClock clock;
     DesktopAppearanceFake appearance;
     DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
-    QSet<QString> downloaded;
+    std::shared_ptr<QSet<QString>> downloaded = std::make_shared<QSet<QString>>(); // read on the pool
     std::vector<QUrl> followed;
     std::vector<QUrl> opened;
     int quits = 0;

@@ -5,6 +5,7 @@
 #include "core/SessionFixture.h"
 #include "fakes/HttpStreamScript.h"
 #include "support/ChatChunks.h"
+#include "support/LoopTurns.h"
 
 namespace vennic::test {
 namespace {
@@ -145,6 +146,26 @@ TEST_F(LocalToolChatTest, anAnswerStreamsIntoTheConversationAndIsFiledWithTheBac
                                            {QStringLiteral("language"), QStringLiteral("fr-FR")},
                                            {QStringLiteral("discussion_id"), 5}}));
     EXPECT_EQ(session().lastError(), std::nullopt);
+}
+
+TEST_F(LocalToolChatTest, aBurstOfPiecesLeavesTheScreenItsTurn) {
+    constexpr int pieces = 2000;
+    int changes = 0;
+    int seen = 0;
+    int mostAtOnce = 0;
+    QObject::connect(&session(), &AppSession::messagesChanged, &session(), [&] { ++changes; });
+    HttpStreamScript server = openRound();
+    send();
+    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
+    LoopTurns turns;
+    seen = changes;
+    turns.each([&] { mostAtOnce = std::max(mostAtOnce, changes - std::exchange(seen, changes)); });
+    server.say(chunks::text("x").repeated(pieces) + chunks::done());
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(last(), QString(pieces, u'x'));
+    EXPECT_EQ(storedTexts().back(), last());
+    EXPECT_GT(mostAtOnce, 0);
+    EXPECT_LE(mostAtOnce, 2);
 }
 
 TEST_F(LocalToolChatTest, theWholeConversationIsSentAsItStands) {
