@@ -117,7 +117,8 @@ class Pages(Scene):
         self.log_in()
         self.browser.wait("document.querySelector('.machine dl')?.innerText.includes('jetons/s')")
         beat = self.browser.text(".machine dl")
-        for words in ("Modèle chargé", "vennic/essai", "Mémoire", "Vitesse", "Sur le disque", "Qwen/Qwen3-8B"):
+        for words in ("Modèle chargé", "vennic/essai", "Mémoire", "Vitesse", "Sur le disque",
+                      "Qwen/Qwen3-8B, mlx-community/Llama-3.2-3B-Instruct-4bit"):
             self.assertIn(words, beat)
         self.browser.tab_to("kind")
         self.browser.run("(() => { const kind = document.querySelector('#kind'); kind.value = 'llm_infer'; kind.dispatchEvent(new Event('change')); })()")
