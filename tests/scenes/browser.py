@@ -37,6 +37,8 @@ class Browser:
         self.number = 0
         self.session = None
         self.requested, self.said = [], []  # addresses that were asked for, and what the page's console was told
+        self.addresses = {}  # by the request's identifier
+        self.blocked = []  # addresses that the pages' own policy refused
         page = next(target for target in self.call("Target.getTargets")["targetInfos"] if target["type"] == "page")
         self.session = self.call("Target.attachToTarget", targetId=page["targetId"], flatten=True)["sessionId"]
         self.call("Security.setIgnoreCertificateErrors", ignore=True)  # the authority is made anew by each scene
@@ -76,8 +78,12 @@ class Browser:
         told = event.get("params", {})
         if event.get("method") == "Network.requestWillBeSent":
             self.requested.append(told["request"]["url"])
+            self.addresses[told["requestId"]] = told["request"]["url"]
+        elif event.get("method") == "Network.loadingFailed" and told.get("blockedReason") == "csp":
+            self.blocked.append(self.addresses.get(told["requestId"]))
         elif event.get("method") == "Log.entryAdded":
-            self.said.append(told["entry"]["text"])
+            if told["entry"]["level"] != "verbose" and told["entry"]["source"] != "network":
+                self.said.append(told["entry"]["text"])
         elif event.get("method") == "Runtime.exceptionThrown":
             self.said.append(told["exceptionDetails"].get("exception", {}).get("description", "exception"))
         elif event.get("method") == "Page.javascriptDialogOpening":
