@@ -50,13 +50,13 @@ Section {
         }
     }
     ErrorNote {
+        objectName: "pairError"
         text: root.tab.isAuthenticated ? "" : root.tab.pairError
     }
     LinkNote {
         objectName: "pairingPage"
         visible: !root.tab.isAuthenticated
         before: qsTr("Ouvre ")
-        objectName: "pairError"
         address: root.tab.pairingPage
         after: qsTr(" sur un navigateur où tu es connecté, puis copie ici le code à 8 caractères affiché.")
         onFollowed: root.tab.openPairingPage()
