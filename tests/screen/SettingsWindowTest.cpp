@@ -289,6 +289,7 @@ TEST_F(SettingsWindowTest, pictureOfAnAccountInTheDark) {
     open();
     tabTo("highSecurity");
     keep("paired");
+}
 TEST_F(SettingsWindowTest, theWindowIsUsedWhileTheSystemAsksForTheToken) {
     put("highSecurityMode", true);
     paired();
@@ -305,8 +306,6 @@ TEST_F(SettingsWindowTest, theWindowIsUsedWhileTheSystemAsksForTheToken) {
     answered.release();
     EXPECT_TRUE(waitUntil([this] { return settings->general()->tokenDraft()->length() == 3; }));
     credentials.whileReading = {};
-}
-
 }
 TEST_F(SettingsWindowTest, pictureOfTheBridgeWithoutFolders) {
     open("bridge");
@@ -334,8 +333,6 @@ TEST_F(SettingsWindowTest, pictureOfTheBridgeInTheDark) {
     keep("bridge");
 }
 
-} // namespace
-} // namespace vennic::test
 TEST_F(SettingsWindowTest, aRefusalOfAnySizeTakesAFewLines) {
     transport.answerWith(422, QByteArray(16 << 20, 'x'));
     open();
@@ -346,3 +343,6 @@ TEST_F(SettingsWindowTest, aRefusalOfAnySizeTakesAFewLines) {
     EXPECT_LT(find("pairError")->height(), 130);
     EXPECT_GT(find("pairError")->height(), 60);
 }
+
+} // namespace
+} // namespace vennic::test
