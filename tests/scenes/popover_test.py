@@ -14,6 +14,7 @@ LINK = "Ouvrir ce document"  # what a link of this machine says, whose address n
 class Popover(DesktopScene):
     def setUp(self):
         super().setUp()
+        subprocess.run(["setxkbmap", "fr"], check=True, timeout=60)  # every letter has its key
         self.reader = Reader(self.folder)
         self.addCleanup(self.reader.stop)
         self.opened = self.folder / "opened"
@@ -78,9 +79,12 @@ class Popover(DesktopScene):
     def links(self):
         return [thing for thing in self.reader.tree() if thing["role"] == "link"]
 
+    def write_draft(self, words):
+        self.xdotool("type", "--delay", "2", words)
+        wait_for(lambda: self.reader.named("Pose ta question…")["written"] == words, f"{words} is written")
+
     def ask(self, question):
-        self.xdotool("type", "--delay", "1", question)
-        wait_for(lambda: self.reader.named("Envoyer")["states"].count("enabled"), "it can be sent")
+        self.write_draft(question)
         self.keys("Return")
 
     def check_conversation(self, picture):
@@ -161,9 +165,15 @@ class Popover(DesktopScene):
                            ("Pose ta question…", "text"), ("ChatGPT", "push button"), ("Envoyer", "push button"),
                            ("Toi : cherche facture", "list item"), ("Facture eau.txt", "link")):
             self.assertEqual(roles.get(name), role, name)
+        self.check_what_cannot_be_done_says_so("Envoyer")
         for thing in things:
             if "focusable" in thing["states"]:
                 self.assertTrue(thing["name"] and thing["role"] not in ("unknown", "invalid"), thing)
+
+    def check_what_cannot_be_done_says_so(self, name):
+        self.assertEqual(self.reader.named(name)["description"], "Indisponible")
+        self.write_draft("a")
+        wait_for(lambda: self.reader.named(name)["description"] == "", f"{name} can be pressed")
 
     def test_the_menus_of_the_header_and_of_who_answers(self):
         self.begin()
@@ -207,8 +217,7 @@ class Popover(DesktopScene):
     def test_toggle_and_escape_close_it_and_what_was_being_written_stays(self):
         self.begin()
         self.open_popover()
-        self.xdotool("type", "une idée")
-        wait_for(lambda: self.reader.named("Envoyer")["states"].count("enabled"), "it is written")
+        self.write_draft("une idée")
         self.assertEqual(self.client.verb("toggle").returncode, 0)
         self.await_no_popover()
         self.open_popover()
@@ -235,8 +244,7 @@ class Popover(DesktopScene):
         self.keys("Escape")
         self.await_no_dialog()
         self.assertEqual(self.await_popover(), window)
-        self.xdotool("type", "je reste")
-        wait_for(lambda: self.reader.named("Envoyer")["states"].count("enabled"), "it is written into the popover")
+        self.write_draft("je reste")
         self.keys("ctrl+q")
         self.quit_dialog()
         self.keys("Return")

@@ -80,6 +80,7 @@ def main():
         place = thing.get_extents(Atspi.CoordType.SCREEN) if depth > 0 else None
         found.append({"role": thing.get_role_name(), "name": thing.get_name(), "description": thing.get_description(), "depth": depth,
                       "states": [state.value_nick for state in states.get_states()],
+                      "written": Atspi.Text.get_text(thing, 0, -1) if thing.get_role() == Atspi.Role.TEXT else None,
                       "place": (place.x, place.y, place.width, place.height) if place else None})
         for index in range(thing.get_child_count()):
             child = thing.get_child_at_index(index)

@@ -9,6 +9,8 @@
 #include <QQuickTextDocument>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTextLayout>
 
 namespace vennic::test {
 namespace {
@@ -25,6 +27,28 @@ struct PopoverTest : ScreenFixture {
             QCoreApplication::sendEvent(&popover(), &event);
             paint();
         }
+    }
+    /// The text items below, the draft's included, as they are seen: a list's rows have no other parent.
+    static void collectTexts(QQuickItem& at, std::vector<QQuickItem*>& found) {
+        if (at.property("textDocument").isValid())
+            found.push_back(&at);
+        for (QQuickItem* child : at.childItems())
+            collectTexts(*child, found);
+    }
+    std::vector<QQuickItem*> texts() {
+        std::vector<QQuickItem*> found;
+        collectTexts(root(), found);
+        return found;
+    }
+    static QTextDocument& documentOf(const QQuickItem& text) {
+        return *text.property("textDocument").value<QQuickTextDocument*>()->textDocument();
+    }
+    /// The text item of the only message.
+    QQuickItem& message() {
+        for (QQuickItem* text : texts())
+            if (text->property("readOnly").toBool())
+                return *text;
+        throw std::runtime_error("no message is shown");
     }
     /// What a screen reader finds, from the window downwards.
     template <class F>
@@ -248,8 +272,10 @@ TEST_F(PopoverTest, aHostileReplyLoadsNothing) {
     EXPECT_FALSE(picture().isNull());
     EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
     EXPECT_TRUE(followed.empty());
-    for (const QQuickTextDocument* document : root().findChildren<QQuickTextDocument*>())
-        EXPECT_FALSE(document->textDocument()->toHtml().contains(QStringLiteral("<img")));
+    const auto shown = texts();
+    EXPECT_GE(shown.size(), 5u);
+    for (const QQuickItem* text : shown)
+        EXPECT_FALSE(documentOf(*text).toHtml().contains(QStringLiteral("<img")));
 }
 
 TEST_F(PopoverTest, theEngineReachesNeitherTheNetworkNorFiles) {
@@ -280,7 +306,51 @@ TEST_F(PopoverTest, hugeMessagesAreDrawnByTheirRowsInSightAlone) {
     for (int i = 0; i < 200; ++i)
         assistant(QStringLiteral("ligne\n").repeated(300) + QStringLiteral("\u202e bidi z͑͗̽a͉̟l̳g̝o"));
     EXPECT_FALSE(picture().isNull());
-    EXPECT_LT(root().findChildren<QQuickTextDocument*>().size(), 60);
+    EXPECT_GE(texts().size(), 2u);
+    EXPECT_LT(texts().size(), 60u);
+}
+
+TEST_F(PopoverTest, noLineBeginsWithAMarkThatBelongsToAWord) {
+    QString message;
+    for (int words = 1; words <= 12; ++words)
+        message += QStringLiteral("mot ").repeated(words) + QStringLiteral("« fin » : oui ! non ? 42 €\n");
+    assistant(message);
+    popover();
+    int lines = 0;
+    for (const QQuickItem* text : texts()) {
+        for (QTextBlock block = documentOf(*text).begin(); block.isValid(); block = block.next()) {
+            for (int line = 0; line < block.layout()->lineCount(); ++line, ++lines) {
+                const QTextLine at = block.layout()->lineAt(line);
+                const QString words = block.text().mid(at.textStart(), at.textLength()).trimmed();
+                EXPECT_FALSE(QStringLiteral(":!?»€").contains(words.left(1)) && !words.isEmpty())
+                    << words.toStdString();
+                EXPECT_FALSE(words.endsWith(u'«')) << words.toStdString();
+            }
+        }
+    }
+    EXPECT_GE(lines, 20);
+}
+
+TEST_F(PopoverTest, whatIsCopiedHasTheBlanksThatWereWritten) {
+    assistant(QStringLiteral("« a » : b"));
+    popover();
+    EXPECT_TRUE(documentOf(message()).toRawText().contains(QChar::Nbsp));
+    QMetaObject::invokeMethod(&message(), "selectAll");
+    QMetaObject::invokeMethod(&message(), "copy");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("« a » : b"));
+    EXPECT_EQ(session().messages()[0].content, QStringLiteral("« a » : b"));
+}
+
+TEST_F(PopoverTest, aParagraphStandsOnTheSideWhereItsScriptBegins) {
+    assistant(QStringLiteral("Bonjour, voici une ligne assez longue pour remplir la bulle\nשלום\nmerci"));
+    popover();
+    QTextBlock block = documentOf(message()).begin();
+    const double width = message().width();
+    EXPECT_LT(block.layout()->lineAt(0).naturalTextRect().left(), 2);
+    block = block.next();
+    EXPECT_GT(block.layout()->lineAt(0).naturalTextRect().right(), width - 2);
+    block = block.next();
+    EXPECT_LT(block.layout()->lineAt(0).naturalTextRect().left(), 2);
 }
 
 TEST_F(PopoverTest, lightAndDarkAreFollowedWhileItIsOpen) {

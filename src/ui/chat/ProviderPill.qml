@@ -10,6 +10,7 @@ T.AbstractButton {
     implicitWidth: row.implicitWidth + 18
     implicitHeight: 28
     hoverEnabled: true
+    focusPolicy: Qt.TabFocus // a click leaves the keyboard where somebody writes
     text: picker.pillLabel
     Accessible.role: Accessible.ButtonMenu
     Accessible.name: text

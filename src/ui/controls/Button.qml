@@ -15,6 +15,8 @@ T.Button {
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
     Accessible.name: text
+    // This toolkit tells readers of the screen that every control is enabled.
+    Accessible.description: enabled ? "" : qsTr("Indisponible")
 
     contentItem: Text {
         text: root.text
