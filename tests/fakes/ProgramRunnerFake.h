@@ -13,12 +13,11 @@ namespace vennic::test {
 class ProgramRunnerFake final : public ProgramRunner {
 public:
     struct Script {
-        QByteArrayList pieces;                   // of output, as they are read
+        QByteArrayList pieces = {};              // of output, as they are read
         int status = 0;                          // how it ends
         std::function<void()> effect = {};       // what it does to the world; called before its output is heard
         std::optional<QString> unstartable = {}; // why it can't be started
         std::shared_ptr<Event<>> awaited = {};   // it doesn't end before that
-        bool operator==(const Script&) const = delete;
     };
 
     Task<int> run(ProgramCommand command, OnOutput onOutput) override {
