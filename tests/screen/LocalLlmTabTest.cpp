@@ -259,6 +259,16 @@ TEST_F(LocalLlmTabTest, theTestShowsWhatTheModelSaid) {
     EXPECT_TRUE(words().contains(QStringLiteral("✓ 0 ms — Bonjour, ravi de t'aider !")));
 }
 
+TEST_F(LocalLlmTabTest, whatHasTheKeyboardStaysInSightWhenTheLogComesUp) {
+    openTab();
+    tabTo("install");
+    space();
+    until([this] { return !tab().installError().isEmpty(); });
+    const QQuickItem* const button = find("install");
+    const QQuickItem* const pane = find("installError")->parentItem();
+    EXPECT_LT(button->mapToScene(QPointF(0, button->height())).y(), pane->mapToScene(QPointF()).y());
+}
+
 // The log
 
 TEST_F(LocalLlmTabTest, theLogFollowsItsEndUnlessSomebodyHasScrolledUp) {

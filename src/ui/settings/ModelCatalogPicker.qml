@@ -22,8 +22,8 @@ T.AbstractButton {
             menu.addItem(row.createObject(null, { model: model }));
         menu.addItem(separator.createObject(null));
         menu.addItem(custom.createObject(null));
-        menu.open();
         menu.currentIndex = picker.isWritingCustom ? menu.count - 1 : picker.rows.findIndex(model => model.id === picker.chosen);
+        menu.open();
     }
 
     contentItem: Item {
