@@ -1,5 +1,6 @@
 #include "localllm/LocalLLMSettingsView.h"
 
+#include "Bridge/FileURL.h"
 #include "backend/LocalCompletionReader.h"
 #include "base/Localized.h"
 #include "base/Pool.h"
@@ -174,9 +175,10 @@ Task<> LocalLLMSettingsView::install() {
 QVariantList LocalLLMSettingsView::components() const {
     QVariantList rows;
     for (const LocalLLMInstaller::Component& component : installStatus_.components)
-        rows.append(QVariantMap{{QStringLiteral("label"), component.label},
-                                {QStringLiteral("installed"), component.installed},
-                                {QStringLiteral("detail"), component.detail.value_or(QString())}});
+        rows.append(
+            QVariantMap{{QStringLiteral("label"), component.label},
+                        {QStringLiteral("installed"), component.installed},
+                        {QStringLiteral("detail"), displayPath(component.detail.value_or(QString()), with_.home)}});
     return rows;
 }
 

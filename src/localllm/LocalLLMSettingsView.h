@@ -81,7 +81,7 @@ public:
     bool isTesting() const { return testing_; }
 
     const LocalLLMInstaller::Status& installStatus() const { return installStatus_; }
-    /// Of each component: `label`, `installed`, `detail`.
+    /// Of each component: `label`, `installed`, `detail` (its path, with a tilde for the home).
     QVariantList components() const;
     /// Lines of installing, downloading and applying, the last 200.
     const QStringList& installLog() const { return log_.lines(); }

@@ -15,12 +15,22 @@ constexpr double leftForTheSystemGB = 4.0;
 constexpr std::size_t mostModels = 200;
 constexpr qsizetype longestTitle = 120; // UTF-16 code units
 
+const QString between = QStringLiteral(" · ");
+
 /// As C prints "%.*f" where the decimal point is a point: exact halves go to the even digit.
 QString fixed(double number, int decimals) {
     std::array<char, 400> digits{}; // the largest double has 309 before the point
     const auto end =
         std::to_chars(digits.data(), digits.data() + digits.size(), number, std::chars_format::fixed, decimals);
     return QString::fromLatin1(digits.data(), end.ptr - digits.data());
+}
+
+/// The size of the weights, the speed, and the memory that it takes.
+QString measures(const LocalLLMModel& model) {
+    const QStringList parts{fixed(model.sizeGB, 1) + QStringLiteral(" GB"),
+                            QStringLiteral("%1 tok/s").arg(model.approxTokensPerSec),
+                            fixed(model.ramGB, 0) + QStringLiteral(" GB RAM")};
+    return parts.join(between);
 }
 
 } // namespace
@@ -55,14 +65,12 @@ bool ModelCatalogPicker::exceedsMemory(const LocalLLMModel& model) const {
 }
 
 QString ModelCatalogPicker::detail(const LocalLLMModel& model) const {
-    QStringList parts{fixed(model.sizeGB, 1) + QStringLiteral(" GB"),
-                      QStringLiteral("%1 tok/s").arg(model.approxTokensPerSec),
-                      fixed(model.ramGB, 0) + QStringLiteral(" GB RAM")};
+    QStringList parts{measures(model)};
     if (downloaded_.contains(model.id))
         parts.append(localized("téléchargé"));
     if (exceedsMemory(model))
         parts.append(localized("⚠︎ dépasse la RAM"));
-    return parts.join(QStringLiteral(" · "));
+    return parts.join(between);
 }
 
 QVariantList ModelCatalogPicker::rows() const {
@@ -70,6 +78,7 @@ QVariantList ModelCatalogPicker::rows() const {
     for (const LocalLLMModel& model : models_)
         rows.append(QVariantMap{{QStringLiteral("id"), model.id},
                                 {QStringLiteral("title"), model.displayName.left(longestTitle)},
+                                {QStringLiteral("measures"), measures(model)},
                                 {QStringLiteral("exceedsMemory"), exceedsMemory(model)}});
     return rows;
 }

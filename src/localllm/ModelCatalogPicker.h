@@ -43,7 +43,7 @@ public:
     /// Whether the served model is none of the catalogue.
     bool isCustomModel() const { return !known().has_value(); }
 
-    /// Of each model of the catalogue: `id`, `title`, `exceedsMemory`.
+    /// Of each model of the catalogue: `id`, `title`, `measures` (the beginning of its detail line), `exceedsMemory`.
     QVariantList rows() const;
     /// The detail line of each model by its identifier.
     QVariantMap details() const;

@@ -59,7 +59,7 @@ TEST_F(LocalLLMSettingsViewTest, theComponentsHaveTheirNamesAndPlaces) {
     const QVariantMap brew = rows[0].toMap();
     EXPECT_EQ(brew.value(QStringLiteral("label")).toString(), QStringLiteral("Homebrew"));
     EXPECT_TRUE(brew.value(QStringLiteral("installed")).toBool());
-    EXPECT_EQ(brew.value(QStringLiteral("detail")).toString(), world.paths.brew.first());
+    EXPECT_EQ(brew.value(QStringLiteral("detail")).toString(), QStringLiteral("~/bin/brew"));
     EXPECT_FALSE(rows[2].toMap().value(QStringLiteral("installed")).toBool());
     EXPECT_EQ(rows[3].toMap().value(QStringLiteral("detail")).toString(), QString());
 }

@@ -1,5 +1,6 @@
 #include "app/screen/ScreenQml.h"
 
+#include "app/screen/LogDocument.h"
 #include "app/screen/MessageDocument.h"
 #include "app/screen/SymbolProvider.h"
 #include "backend/MessageBubble.h"
@@ -18,6 +19,7 @@ namespace {
 
 void registerTypes() {
     qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
+    qmlRegisterType<LogDocument>("Vennic", 1, 0, "LogDocument");
     qRegisterMetaType<std::vector<MarkdownRun>>();
 }
 

@@ -6,6 +6,7 @@ import Vennic
 T.Button {
     id: root
     property bool prominent: false
+    property bool destructive: false
     property string help: ""
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
@@ -26,13 +27,14 @@ T.Button {
         elide: Text.ElideRight
         font.pixelSize: Theme.body
         font.weight: Font.Medium
-        color: root.prominent ? Theme.accentText : Theme.text
+        color: root.prominent || root.destructive ? Theme.accentText : Theme.text
     }
     background: Rectangle {
         radius: Theme.radius
-        color: root.prominent ? (root.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
+        readonly property color fill: root.destructive ? Theme.redFill : Theme.accentFill
+        color: root.prominent || root.destructive ? (root.down ? Qt.darker(fill, 1.15) : fill)
                               : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
-        border.width: root.prominent ? 0 : 1
+        border.width: root.prominent || root.destructive ? 0 : 1
         border.color: Theme.line
     }
     FocusRing { of: root }
