@@ -92,12 +92,14 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     std::optional<Surfaces> surfaces;
     if (hasWindows()) {
         appearance = DesktopAppearancePortal::ofThisDesktop();
-        surfaces.emplace(Surfaces::Surroundings{.client = client,
-                                                .appearance = *appearance,
-                                                .screenModule = paths.screenModule(),
-                                                .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
-                                                .manageModels = {},
-                                                .terminate = [&asked] { asked->terminate(); }});
+        surfaces.emplace(
+            Surfaces::Surroundings{.client = client,
+                                   .appearance = *appearance,
+                                   .screenModule = paths.screenModule(),
+                                   .followLink = [&asked](const QString& address) { asked->follow(address); },
+                                   .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
+                                   .manageModels = {},
+                                   .terminate = [&asked] { asked->terminate(); }});
     }
     Popover& popover = surfaces ? surfaces->popover() : noPopover;
     ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;

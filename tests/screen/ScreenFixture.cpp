@@ -47,9 +47,9 @@ ScreenQml& ScreenFixture::screen() {
                                              .files = *world.files,
                                              .picker = folderPicker,
                                              .clock = clock});
-        builtScreen =
-            std::make_unique<ScreenQml>(Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
-                                                             [this](const QUrl& url) { followed.push_back(url); }});
+        builtScreen = std::make_unique<ScreenQml>(
+            Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
+                                 [this](const QString& address) { followed.append(address); }});
     }
     return *builtScreen;
 }
