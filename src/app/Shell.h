@@ -36,8 +36,10 @@ public:
     /// nobody to hand a failure to.
     void openSettings(SettingsTab tab);
     /// Follows links of the desktop, which any web page can hand over: what isn't one of the program's own does
-    /// nothing. The person at the screen is told of a document or a photo that can't be opened.
+    /// nothing.
     void open(const QStringList& addresses);
+    /// What a click on a link in a window does.
+    void follow(const QString& address);
 
     MenuBarController& menuBar() { return menuBar_; }
     AppDelegate& delegate() { return delegate_; }
@@ -56,7 +58,6 @@ private:
     };
 
     Task<> askAndQuit();
-    Task<> openDocument(QString address);
     void act(const QString& action);
     void warn(const QString& reason);
 
@@ -68,6 +69,7 @@ private:
     AppCommands commands_;
     AppDelegate delegate_;
     bool isAsking_ = false;
+    Scope following_;
     Scope jobs_;
 };
 

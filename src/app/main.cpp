@@ -105,6 +105,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
             Surfaces::Surroundings{.client = client,
                                    .appearance = *appearance,
                                    .screenModule = paths.screenModule(),
+                                   .followLink = [&asked](const QString& address) { asked->follow(address); },
                                    .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
                                    .manageModels = [&asked] { asked->openSettings(SettingsTab::localLlm); },
                                    .terminate = [&asked] { asked->terminate(); }});

@@ -51,7 +51,7 @@ void ChatView::send() {
     begin(text);
 }
 
-Task<std::optional<ChatView::TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
     if (!begin(text, provider))
         co_return std::nullopt;
     Waiter waiter(waiting_);
@@ -81,14 +81,11 @@ Task<> ChatView::run(Turn turn) {
         waiting->set(end);
 }
 
-Task<ChatView::TurnEnd> ChatView::answer(Turn turn) {
+Task<TurnEnd> ChatView::answer(Turn turn) {
     AppSession& session = with_.session;
     if (turn.provider == Provider::local) {
-        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localPatience)) {
-            co_await with_.local.runDirectLocal(turn.prompt);
-            const QString last = session.messages().empty() ? QString() : session.messages().back().content;
-            co_return TurnEnd{session.lastError().has_value(), session.lastError().value_or(last)};
-        }
+        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localPatience))
+            co_return co_await with_.local.runDirectLocal(turn.prompt);
     }
     std::optional<QString> failure;
     try {

@@ -27,12 +27,6 @@ public:
         DirectLocalChat& local;
     };
 
-    /// How a turn ended: the reply, or the sentence of the failure.
-    struct TurnEnd {
-        bool failed = false;
-        QString text;
-    };
-
     explicit ChatView(Surroundings surroundings);
 
     const QString& draft() const { return draft_; }

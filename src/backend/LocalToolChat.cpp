@@ -63,7 +63,7 @@ Task<bool> LocalToolChat::isReachable(QString endpoint, std::chrono::millisecond
     return LocalDirectClient::isReachable(&with_.http, std::move(endpoint), timeout);
 }
 
-Task<> LocalToolChat::runDirectLocal(QString prompt) {
+Task<TurnEnd> LocalToolChat::runDirectLocal(QString prompt) {
     AppSession& session = with_.session;
     const QString model =
         session.selectedLocalModel().isEmpty() ? session.localLLMModel() : session.selectedLocalModel();
@@ -75,7 +75,7 @@ Task<> LocalToolChat::runDirectLocal(QString prompt) {
         LocalChatRequest request = requestWith(model, tools, history);
         const QString text = co_await converse(&request, !tools.isEmpty(), &writing);
         finish(prompt, text, model);
-        co_return;
+        co_return TurnEnd{.failed = false, .text = text};
     } catch (const Cancelled&) {
         failure = transportFaultText(TransportFault::cancelled);
     } catch (const std::exception& error) {
@@ -84,6 +84,7 @@ Task<> LocalToolChat::runDirectLocal(QString prompt) {
     session.setLastError(failure);
     writing.set(QStringLiteral("⚠️ ") + failure);
     session.setIsStreaming(false);
+    co_return TurnEnd{.failed = true, .text = failure};
 }
 
 Task<QString> LocalToolChat::converse(LocalChatRequest* request, bool hasTools, Writing* writing) {

@@ -7,7 +7,6 @@
 
 #include <QObject>
 #include <QRect>
-#include <QUrl>
 
 #include <functional>
 #include <memory>
@@ -28,7 +27,7 @@ public:
         ProviderPicker& picker;
         SettingsView& settings;
         DesktopAppearance& appearance;
-        std::function<void(const QUrl&)> followLink; // of a message
+        std::function<void(const QString& address)> followLink; // of a message
     };
 
     using QObject::QObject;

@@ -250,10 +250,10 @@ TEST_F(PopoverTest, aLinkIsFollowedByTheKeyboardAndByTheMouse) {
     }
     ASSERT_TRUE(link);
     press(Qt::Key_Return);
-    EXPECT_EQ(followed, std::vector<QUrl>{QUrl(QStringLiteral("vennic://local_file/open/ID-1"))});
+    EXPECT_EQ(followed, QStringList{QStringLiteral("vennic://local_file/open/ID-1")});
     const QPointF middle = link->mapToScene(QPointF(link->width() / 2, link->height() / 2));
     click(middle);
-    EXPECT_EQ(followed.size(), 2u) << middle.x() << " " << middle.y() << " " << link->width();
+    EXPECT_EQ(followed.size(), 2) << middle.x() << " " << middle.y() << " " << link->width();
 }
 
 TEST_F(PopoverTest, aHostileReplyLoadsNothing) {
@@ -271,7 +271,7 @@ TEST_F(PopoverTest, aHostileReplyLoadsNothing) {
     session().setLastError(QStringLiteral("<img src=\"%1\">").arg(address));
     EXPECT_FALSE(picture().isNull());
     EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
-    EXPECT_TRUE(followed.empty());
+    EXPECT_TRUE(followed.isEmpty());
     const auto shown = texts();
     EXPECT_GE(shown.size(), 5u);
     for (const QQuickItem* text : shown)

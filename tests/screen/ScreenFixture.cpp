@@ -48,9 +48,9 @@ ScreenQml& ScreenFixture::screen() {
                                              .picker = folderPicker,
                                              .clock = clock},
             runtime.surroundings(session(), http, config, clock));
-        builtScreen =
-            std::make_unique<ScreenQml>(Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
-                                                             [this](const QUrl& url) { followed.push_back(url); }});
+        builtScreen = std::make_unique<ScreenQml>(
+            Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
+                                 [this](const QString& address) { followed.append(address); }});
     }
     return *builtScreen;
 }

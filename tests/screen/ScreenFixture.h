@@ -19,7 +19,7 @@ struct ScreenFixture : SessionFixture {
     DesktopAppearanceFake appearance;
     DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
     std::shared_ptr<QSet<QString>> downloaded = std::make_shared<QSet<QString>>(); // read on the pool
-    std::vector<QUrl> followed;
+    QStringList followed;
     std::vector<QUrl> opened;
     int quits = 0;
     int settingsOpened = 0;

@@ -92,6 +92,7 @@ struct LocalToolChatTest : SessionFixture {
     bool ended() {
         return waitUntil([this] { return !session().isStreaming(); });
     }
+    static Task<> run(LocalToolChat* chat) { co_await chat->runDirectLocal(QStringLiteral("x")); }
     void turn(const QString& text = QStringLiteral("Bonjour")) {
         send(text);
         ASSERT_TRUE(ended());
@@ -378,6 +379,14 @@ TEST_F(LocalToolChatTest, everyFailureOfTheServerHasItsWords) {
     EXPECT_EQ(imports, 0);
 }
 
+TEST_F(LocalToolChatTest, theEndIsTheTextOrTheSentenceOfTheFailure) {
+    round(call("list_shortcuts") + chunks::done());
+    round(chunks::text("Voi") + chunks::text("là") + chunks::done());
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))), (TurnEnd{false, QStringLiteral("Voilà")}));
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))),
+              (TurnEnd{true, QStringLiteral("Le serveur a refusé la connexion.")}));
+}
+
 TEST_F(LocalToolChatTest, aTurnAfterAFailureGoesOn) {
     turn();
     round(chunks::text("ok") + chunks::done());
@@ -419,7 +428,7 @@ TEST_F(LocalToolChatTest, aCancelledTurnEndsAsAFailureDoes) {
     HttpStreamScript server = openRound();
     Scope jobs;
     session().setIsStreaming(true);
-    Job job = jobs.start(chat->runDirectLocal(QStringLiteral("x")));
+    Job job = jobs.start(run(chat.get()));
     ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
     job.cancel();
     ASSERT_TRUE(ended());
@@ -433,7 +442,7 @@ TEST_F(LocalToolChatTest, aToolThatRunsEndsWithItsCancelledTurn) {
     round(call("run_shortcut", R"({"name":"long"})") + chunks::done());
     Scope jobs;
     session().setIsStreaming(true);
-    Job job = jobs.start(chat->runDirectLocal(QStringLiteral("x")));
+    Job job = jobs.start(run(chat.get()));
     ASSERT_TRUE(waitUntil([&] { return world.automations->calls().size() == 1; }));
     EXPECT_EQ(last(), QStringLiteral("🔧 Exécution du raccourci…"));
     job.cancel();

@@ -11,13 +11,13 @@ namespace {
 constexpr qsizetype longest = 200; // characters of an address on the screen
 } // namespace
 
-ChatLinks::ChatLinks(AppSession& session, std::function<void(const QUrl&)> follow)
+ChatLinks::ChatLinks(AppSession& session, std::function<void(const QString&)> follow)
     : session_(session), follow_(std::move(follow)) {
     connect(&session, &AppSession::discussionIdChanged, this, &ChatLinks::hasDiscussionChanged);
     connect(&session, &AppSession::isStreamingChanged, this, &ChatLinks::isStreamingChanged);
 }
 
-void ChatLinks::follow(const QString& address) const { follow_(QUrl(address)); }
+void ChatLinks::follow(const QString& address) const { follow_(address); }
 
 QString ChatLinks::shownAddress(const QString& address) const {
     QString shown;

@@ -2,7 +2,6 @@
 #include "core/AppSession.h"
 
 #include <QObject>
-#include <QUrl>
 
 #include <functional>
 
@@ -15,7 +14,7 @@ class ChatLinks final : public QObject {
     Q_PROPERTY(bool isStreaming READ isStreaming NOTIFY isStreamingChanged)
 public:
     /// `session` outlives this object.
-    ChatLinks(AppSession& session, std::function<void(const QUrl&)> follow);
+    ChatLinks(AppSession& session, std::function<void(const QString&)> follow);
 
     bool hasDiscussion() const { return session_.discussionId().has_value(); }
     bool isStreaming() const { return session_.isStreaming(); }
@@ -31,7 +30,7 @@ Q_SIGNALS:
 
 private:
     AppSession& session_;
-    std::function<void(const QUrl&)> follow_;
+    std::function<void(const QString&)> follow_;
 };
 
 } // namespace vennic
