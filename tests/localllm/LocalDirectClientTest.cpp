@@ -174,6 +174,18 @@ TEST_F(LocalDirectClientTest, aRefusalIsQuotedUpToALineEnd) {
     EXPECT_EQ(failure(), "Local server HTTP 302: ");
 }
 
+TEST_F(LocalDirectClientTest, aRefusalThatTalksWithoutEndKeepsItsStatus) {
+    transport.pieceBytes = 64LL * 1024;
+    const QByteArray tooLong(mostLineBytes + 1, 'x');
+    transport.answerWith(503, tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: ");
+    transport.answerWith(503, "occupé\n" + tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
+    transport.streamFault = TransportFault::tooLarge; // of the whole answer
+    transport.answerWith(503, "occupé\n");
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
+}
+
 TEST_F(LocalDirectClientTest, theErrorsTellWhichTheyAre) {
     EXPECT_EQ(DirectError::serverUnreachable(QStringLiteral("x")).kind(), DirectError::Case::serverUnreachable);
     EXPECT_EQ(DirectError::httpError(500, {}).kind(), DirectError::Case::httpError);
