@@ -46,7 +46,7 @@ public:
             warnings_.start(dialogs_.warn(std::move(title), std::move(informativeText)));
         co_return;
     }
-    bool isShowing() const override { return client_.dialogs().isShowing(); }
+    bool isShowing() const override { return dialogs_.isShowing(); }
     void onClosed(std::function<void()>) override {} // who wants to know asks the client's own
     const QString& text() const { return text_; }
 

@@ -162,5 +162,13 @@ TEST_F(LocalToolChatEnd, theEndOfTheViewEndsTheTurnAndTheServersWork) {
     EXPECT_TRUE(server.isClosed());
 }
 
+TEST_F(LocalToolChatEnd, theEndIsTheTextOrTheSentenceOfTheFailure) {
+    round(call("list_shortcuts") + chunks::done());
+    round(chunks::text("Voi") + chunks::text("là") + chunks::done());
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))), (TurnEnd{false, QStringLiteral("Voilà")}));
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))),
+              (TurnEnd{true, QStringLiteral("Le serveur a refusé la connexion.")}));
+}
+
 } // namespace
 } // namespace vennic::test
