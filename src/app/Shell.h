@@ -54,6 +54,7 @@ private:
 
     Task<> askAndQuit();
     Task<> openDocument(QString address);
+    void activate();
     void act(const QString& action);
     void warn(const QString& reason);
 
