@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import unittest
 import urllib.error
@@ -60,6 +61,13 @@ class Life(Scene):
         self.assertEqual(set(status["index"]) & {"files", "pending", "bytes", "ready"},
                          {"files", "pending", "bytes", "ready"})
         self.assertEqual([(s["name"], s["path"]) for s in status["shares"]], [("documents", str(self.shared))])
+
+    def test_a_display_that_says_nothing_holds_up_nothing(self):
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            self.client.show_on(f"127.0.0.1:{silent.getsockname()[1] - 6000}")
+            self.start_all()
+            self.assertEqual(self.client.status()["bridge"], "polling")
+            self.assertIn("sans écran", self.client.verb().stderr)
 
     def test_a_wrong_code_pairs_nothing(self):
         self.backend.start()
