@@ -50,7 +50,7 @@ class Life(Scene):
 
     def test_status_has_every_promised_field(self):
         self.start_all()
-        status = self.client.status()
+        status = wait_for(lambda: (now := self.client.status())["email"] and now, "the account is known")
         for field in ("authenticated", "email", "user_id", "bridge_enabled", "bridge", "bridge_task", "tasks_served",
                       "last_error", "last_task_at", "device_id", "nickname", "shares", "index", "credential_store",
                       "provider", "streaming", "messages", "discussion_id"):
