@@ -110,7 +110,11 @@ void GeneralSettingsTab::clearToken() {
     with_.session.setToken(SecretText{});
 }
 
-void GeneralSettingsTab::pasteToken() { tokenDraft_.insert(with_.pasteboard()); }
+void GeneralSettingsTab::pasteToken() {
+    QString copied = with_.pasteboard();
+    tokenDraft_.insert(copied);
+    wipe(copied);
+}
 
 // Security
 
