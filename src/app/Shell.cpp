@@ -40,11 +40,7 @@ Shell::Shell(Surroundings surroundings)
 
 void Shell::start() {
     delegate_.applicationDidFinishLaunching();
-    with_.desktop.offer({.activate =
-                             [this] {
-                                 if (!with_.popover.isShown())
-                                     menuBar_.toggleFromStatusItem(std::nullopt);
-                             },
+    with_.desktop.offer({.activate = [this] { activate(); },
                          .open = [this](const QStringList& addresses) { open(addresses); },
                          .act = [this](const QString& action) { act(action); }});
 }
@@ -58,6 +54,14 @@ void Shell::end() {
 void Shell::comeForward() {
     if (!with_.popover.isShown())
         menuBar_.togglePopover();
+}
+
+void Shell::activate() {
+    try {
+        comeForward();
+    } catch (const LocalizedError& error) {
+        warn(error.errorDescription());
+    }
 }
 
 void Shell::act(const QString& action) {

@@ -58,6 +58,7 @@ private:
     };
 
     Task<> askAndQuit();
+    void activate();
     void act(const QString& action);
     void warn(const QString& reason);
 

@@ -63,7 +63,11 @@ private:
 
 } // namespace
 
+bool isVaultChosen() { return qgetenv("VENNIC_CREDENTIALS") == "file"; }
+
 std::unique_ptr<CredentialStore> makeCredentialStore(UserPresence& presence, const QString& vaultPath) {
+    if (isVaultChosen())
+        return std::make_unique<CredentialStoreFile>(vaultPath, presence);
     auto service = std::make_unique<CredentialStoreSecretService>(presence);
     if (!service->answers())
         return std::make_unique<CredentialStoreFile>(vaultPath, presence);

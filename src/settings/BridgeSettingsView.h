@@ -5,6 +5,7 @@
 #include "base/ScreenText.h"
 #include "core/AppSession.h"
 #include "ports/FolderPicker.h"
+#include "settings/StatusRow.h"
 
 #include <QObject>
 #include <QVariantList>
@@ -19,7 +20,7 @@ class BridgeSettingsView final : public QObject {
     Q_PROPERTY(QString explanation READ explanation NOTIFY isAuthenticatedChanged)
     Q_PROPERTY(bool bridgeEnabled READ bridgeEnabled WRITE setBridgeEnabled NOTIFY bridgeEnabledChanged)
     Q_PROPERTY(QString statusLabel READ statusLabel NOTIFY statusChanged)
-    Q_PROPERTY(vennic::BridgeSettingsView::Color statusColor READ statusColor NOTIFY statusChanged)
+    Q_PROPERTY(vennic::StatusRow::Color statusColor READ statusColor NOTIFY statusChanged)
     Q_PROPERTY(qint64 tasksServed READ tasksServed NOTIFY tasksServedChanged)
     Q_PROPERTY(QString lastActivity READ lastActivity NOTIFY lastActivityChanged)
     Q_PROPERTY(QString lastErrorMessage READ lastErrorMessage NOTIFY lastErrorMessageChanged)
@@ -27,9 +28,6 @@ class BridgeSettingsView final : public QObject {
     Q_PROPERTY(QString addError READ addError NOTIFY addErrorChanged)
     Q_PROPERTY(bool isPicking READ isPicking NOTIFY isPickingChanged)
 public:
-    enum class Color { gray, green, orange, red }; // as in StatusRow
-    Q_ENUM(Color)
-
     /// What the view touches; each outlives it.
     struct Surroundings {
         AppSession& session;
@@ -50,7 +48,7 @@ public:
     /// Nothing before pairing.
     void setBridgeEnabled(bool enabled);
     QString statusLabel() const;
-    Color statusColor() const;
+    StatusRow::Color statusColor() const;
     /// Shown from 1 on.
     qint64 tasksServed() const { return with_.bridge.tasksServed(); }
     /// How long ago the last task came in; empty until one has been served.

@@ -1,6 +1,7 @@
 #include "settings/GeneralSettingsTab.h"
 
 #include "base/Localized.h"
+#include "core/Pairing.h"
 
 namespace vennic {
 
@@ -69,26 +70,16 @@ void GeneralSettingsTab::claimPairingCode() {
 }
 
 Task<> GeneralSettingsTab::claim(QString code) {
-    const auto failure = co_await failureOfClaim(std::move(code));
-    setPairError(failure.value_or(QString()));
-    setPairingLoading(false);
-}
-
-Task<std::optional<QString>> GeneralSettingsTab::failureOfClaim(QString code) {
     try {
-        const PairingClaimResponse claimed = co_await APIService::claimPairing(with_.http, with_.config, code);
-        if (!with_.session.setToken(claimed.user_token))
-            co_return with_.session.lastError().value_or(localized(
-                "Impossible d'enregistrer le jeton dans le Trousseau. Essaie de désactiver « Mode haute sécurité »."));
-        setPairSuccessEmail(claimed.email);
+        setPairSuccessEmail(co_await pairSession(&with_.session, &with_.http, &with_.config, std::move(code)));
         setPairCode({});
         tokenDraft_.set({});
-        co_return std::nullopt;
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
-        co_return localizedDescription(error);
+        setPairError(localizedDescription(error));
     }
+    setPairingLoading(false);
 }
 
 void GeneralSettingsTab::signOut() {
@@ -119,7 +110,11 @@ void GeneralSettingsTab::clearToken() {
     with_.session.setToken(SecretText{});
 }
 
-void GeneralSettingsTab::pasteToken() { tokenDraft_.insert(with_.pasteboard()); }
+void GeneralSettingsTab::pasteToken() {
+    QString copied = with_.pasteboard();
+    tokenDraft_.insert(copied);
+    wipe(copied);
+}
 
 // Security
 

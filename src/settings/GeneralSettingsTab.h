@@ -93,7 +93,6 @@ Q_SIGNALS:
 private:
     Task<> readToken();
     Task<> claim(QString code);
-    Task<std::optional<QString>> failureOfClaim(QString code);
     Task<> endSavedFlash();
     void setPairError(const QString& error);
     void setPairSuccessEmail(const QString& email);

@@ -38,6 +38,25 @@ TEST_F(ShellTest, theDesktopHasItComeForwardAndItStaysForward) {
     EXPECT_TRUE(popover.shown);
 }
 
+TEST_F(ShellTest, aLauncherBringsBackWhatThePressOnItHasClosed) {
+    shell().start();
+    desktop.requests.activate();
+    popover.close(); // by itself, as the press came elsewhere
+    desktop.requests.activate();
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(ShellTest, aScreenThatCannotBeMadeIsSaidToWhoPressedTheLauncher) {
+    shell().start();
+    popover.broken = true;
+    testing::internal::CaptureStderr();
+    desktop.requests.activate();
+    for (int turn = 0; turn < 50; ++turn)
+        QCoreApplication::processEvents();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("Pas d'écran."), std::string::npos) << said;
+}
+
 TEST_F(ShellTest, theDesktopsLinksLeadToThePanel) {
     shell().start();
     desktop.requests.open({panel("audit")});

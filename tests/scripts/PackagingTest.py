@@ -95,7 +95,10 @@ class PackagingTest(unittest.TestCase):
     def testTheDesktopEntryIsValidAndTakesLinks(self):
         file = PACKAGING / "com.vennic.desktop.desktop"
         self.assertEqual(check("desktop-file-validate", str(file)), (0, ""))
-        main = entry(file.read_text(encoding="utf-8"))["Desktop Entry"]
+        content = entry(file.read_text(encoding="utf-8"))
+        main = content["Desktop Entry"]
+        # For a desktop that doesn't take the road over the bus: a link that leads to the settings.
+        self.assertEqual(content["Desktop Action settings"]["Exec"], "vennic vennic://local/setup")
         self.assertEqual(main["MimeType"], "x-scheme-handler/vennic;")
         self.assertEqual(main["DBusActivatable"], "true")
         self.assertEqual(main["Exec"], "vennic %U")

@@ -1,6 +1,7 @@
 #include "settings/GeneralSettingsTab.h"
 
 #include "core/SessionFixture.h"
+#include "support/MemoryScan.h"
 #include "support/TestClock.h"
 
 #include <QJsonDocument>
@@ -397,6 +398,28 @@ TEST_F(GeneralSettingsTabTest, whatWasCopiedCanBePasted) {
     copied = QStringLiteral("from elsewhere");
     tab().pasteToken();
     EXPECT_EQ(draft(), copied);
+}
+
+TEST_F(GeneralSettingsTabTest, whatWasPastedStaysNowhereInMemory) {
+    constexpr int length = 300;
+    const std::array<unsigned char, 2> asCopied{0xBE, 0x03}; // the Greek letter ξ in UTF-16
+    const std::array<unsigned char, 2> asKept{0xCE, 0xBE};   // and in UTF-8
+    GeneralSettingsTab own(GeneralSettingsTab::Surroundings{
+        .session = session(),
+        .store = store,
+        .keychain = keychain,
+        .http = http,
+        .config = config,
+        .clock = clock,
+        .openURL = [](const QUrl&) {},
+        .pasteboard = [] { return QString(length, QChar(0x03BE)); },
+    });
+    own.pasteToken();
+    EXPECT_EQ(own.tokenDraft()->length(), length);
+    EXPECT_FALSE(test::memoryHoldsRun(asCopied, length - 16)) << "what frees memory writes on its beginning";
+    EXPECT_TRUE(test::memoryHoldsRun(asKept, length)) << "the secret itself is found by the same search";
+    own.disappear();
+    EXPECT_FALSE(test::memoryHoldsRun(asKept, length - 16));
 }
 
 // Security
