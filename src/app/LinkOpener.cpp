@@ -21,8 +21,8 @@ struct Target {
 Target targetOf(const QString& address) {
     Target target;
     target.isOwn =
-        MessageBubble::handleURL(QUrl(address), {.openDocument = [&target](const QString& id) { target.document = id; },
-                                                 .openPhoto = [&target](const QString& id) { target.photo = id; }});
+        MessageBubble::handleURL(address, {.openDocument = [&target](const QString& id) { target.document = id; },
+                                           .openPhoto = [&target](const QString& id) { target.photo = id; }});
     return target;
 }
 

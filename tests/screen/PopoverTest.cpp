@@ -137,7 +137,7 @@ TEST_F(PopoverTest, theHelpOfAButtonIsAsHighAsItsWords) {
 }
 
 TEST_F(PopoverTest, theHelpOfALinkSaysWhatItOpens) {
-    ChatLinks links(session(), [](const QUrl&) {});
+    ChatLinks links(session(), [](const QString&) {});
     EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_file/open/AB-12")),
               QStringLiteral("Ouvrir ce document"));
     EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_photo/view/AB-12")),
@@ -146,11 +146,35 @@ TEST_F(PopoverTest, theHelpOfALinkSaysWhatItOpens) {
     EXPECT_EQ(links.shownAddress(QStringLiteral("https://exemple.fr/a")), QStringLiteral("https://exemple.fr/a"));
 }
 
-TEST_F(PopoverTest, inTheVoiceModeTheKeyForANewDiscussionDoesNothing) {
+TEST_F(PopoverTest, theKeyThatSendsWorksWhereverTheKeyboardIs) {
+    signedIn();
+    transport.hold();
+    for (const auto& [key, modifier] : {std::pair{Qt::Key_Return, Qt::ControlModifier},
+                                        {Qt::Key_Enter, Qt::ControlModifier},
+                                        {Qt::Key_Return, Qt::MetaModifier},
+                                        {Qt::Key_Enter, Qt::MetaModifier}}) {
+        session().clearConversation();
+        session().setIsStreaming(false);
+        type(QStringLiteral("oui"));
+        ASSERT_TRUE(goTo("ChatGPT"));
+        press(key, modifier);
+        ASSERT_EQ(session().messages().size(), 1u) << key;
+        EXPECT_EQ(session().messages()[0].content, QStringLiteral("oui"));
+        press(key, modifier); // while the turn runs
+        EXPECT_EQ(session().messages().size(), 1u);
+        chat->setInputFocused(true);
+    }
+}
+
+TEST_F(PopoverTest, inTheVoiceModeTheKeysOfTheChatDoNothing) {
     bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
     session().setMode(Mode::microphone);
     user(QStringLiteral("a"));
     press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(session().messages().size(), 1u);
+    chat->setDraft(QStringLiteral("b"));
+    ASSERT_TRUE(goTo("Réglages"));
+    press(Qt::Key_Return, Qt::ControlModifier);
     EXPECT_EQ(session().messages().size(), 1u);
 }
 
