@@ -26,8 +26,6 @@ public:
     using LocalizedError::LocalizedError;
 };
 
-bool isSuccess(int status) { return status >= 200 && status <= 299; }
-
 /// Foreign words for the log: short, and no line of their own.
 QString logged(const QString& text) {
     QString line = firstCharacters(text, mostLoggedModel);

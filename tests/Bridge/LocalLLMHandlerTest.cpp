@@ -52,6 +52,7 @@ TEST_F(LocalLLMHandlerTest, theRequestIsTheBackendsWithStreamingAskedFor) {
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr);
     EXPECT_EQ(request.timeout, 240s);
+    EXPECT_GE(request.deadline, 2h) << "a slow model may write for long";
     const QByteArray expected = R"({"model":"Qwen/Qwen3-14B-MLX-4bit","n":null,"stream":true,)"
                                 R"("stream_options":{"include_usage":true},"temperature":0.7,"tools":[{"a":1}]})";
     EXPECT_EQ(QJsonDocument::fromJson(*request.body), QJsonDocument::fromJson(expected));

@@ -57,6 +57,7 @@ TEST_F(LocalDirectClientTest, aServerThatListsItsModelsIsReachable) {
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url, QUrl(endpoint + QStringLiteral("/models")));
     EXPECT_EQ(request.timeout, 2s);
+    EXPECT_EQ(request.deadline, 2s) << "for the whole answer, however it drips";
     EXPECT_TRUE(request.headers.empty() && request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr) << "no local call is pinned, whatever the host";
     transport.answerWith(299);
@@ -87,6 +88,7 @@ TEST_F(LocalDirectClientTest, theBodyGoesOutAsItIsAndNoTokenWithIt) {
     EXPECT_EQ(request.headers,
               (std::vector<HttpHeader>{{"Content-Type", "application/json"}, {"Accept", "text/event-stream"}}));
     EXPECT_EQ(request.timeout, 240s);
+    EXPECT_GE(request.deadline, 2h) << "a slow model may write for long";
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr);
 }
