@@ -8,6 +8,7 @@ T.Button {
     property bool prominent: false
     property bool destructive: false
     property string help: ""
+    property bool wasLedTo: false // by the keyboard, before it was disabled: it gets its ring back
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
     implicitHeight: 30
@@ -16,6 +17,8 @@ T.Button {
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
     Accessible.name: text
+    onVisualFocusChanged: wasLedTo = visualFocus || (wasLedTo && !enabled)
+    onActiveFocusChanged: if (activeFocus && wasLedTo) focusReason = Qt.TabFocusReason
 
     contentItem: Text {
         text: root.text
