@@ -249,6 +249,7 @@ TEST_F(LocalLlmTabTest, aRestartSaysThatItTakesTime) {
     until([this] { return !tab().isRestarting(); });
     EXPECT_FALSE(words().contains(hint));
     EXPECT_EQ(focused(), QStringLiteral("restart")) << "the button has the keyboard again";
+    EXPECT_TRUE(find("restart")->property("visualFocus").toBool()) << "and shows it";
 }
 
 TEST_F(LocalLlmTabTest, theTestShowsWhatTheModelSaid) {

@@ -8,6 +8,7 @@ T.Button {
     property bool prominent: false
     property bool destructive: false
     property string help: ""
+    property bool wasLedTo: false // by the keyboard, before it was disabled: it gets its ring back
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
     implicitHeight: 30
@@ -18,6 +19,8 @@ T.Button {
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
     Accessible.description: enabled ? "" : qsTr("Indisponible")
+    onVisualFocusChanged: wasLedTo = visualFocus || (wasLedTo && !enabled)
+    onActiveFocusChanged: if (activeFocus && wasLedTo) focusReason = Qt.TabFocusReason
 
     contentItem: Text {
         text: root.text

@@ -98,7 +98,7 @@ Item {
             width: parent.width
             height: 118
             radius: Theme.radius
-            color: Theme.code
+            color: Theme.dark ? Theme.code : Theme.surface
             FocusRing { of: log }
 
             Flickable {
