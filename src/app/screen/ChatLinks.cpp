@@ -22,7 +22,7 @@ void ChatLinks::follow(const QString& address) const { follow_(address); }
 QString ChatLinks::shownAddress(const QString& address) const {
     QString shown;
     // Their own addresses name nothing that the user knows.
-    MessageBubble::handleURL(QUrl(address),
+    MessageBubble::handleURL(address,
                              {.openDocument = [&](const QString&) { shown = QStringLiteral("Ouvrir ce document"); },
                               .openPhoto = [&](const QString&) { shown = QStringLiteral("Voir cette photo"); }});
     if (!shown.isEmpty())

@@ -6,6 +6,8 @@ Item {
     id: root
     property string text: ""
     property alias color: words.color
+    property alias maximumLineCount: words.maximumLineCount
+    property alias elide: words.elide
     property bool marksCode: false // what stands between backticks is code; for words of our own alone
 
     function withCode(html) {
