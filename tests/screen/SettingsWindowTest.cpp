@@ -84,51 +84,6 @@ TEST_F(SettingsWindowTest, theTokenIsTypedWithoutEverStandingOnTheScreen) {
     open();
     tabTo("token");
     write(QStringLiteral("seçret"));
-TEST_F(SettingsWindowTest, theButtonThatPairsLeavesTheKeyboardWhereTheCodeIs) {
-    session();
-    transport.answerWith(422, R"({"error":"code expiré"})");
-    open();
-    write(QStringLiteral("ABCD1234"));
-    tabTo("pair");
-    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
-    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
-    EXPECT_EQ(focused(), QStringLiteral("pairCode"));
-    transport.answerWith(201, R"({"user_token":"fresh","email":"marie@exemple.fr"})");
-    tabTo("pair");
-    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
-    ASSERT_TRUE(waitUntil([this] { return session().isAuthenticated(); }));
-    paint();
-    EXPECT_EQ(focused(), QStringLiteral("account"));
-}
-
-TEST_F(SettingsWindowTest, whatHasTheKeyboardIsSeenFromTheBeginning) {
-    open("bridge");
-    EXPECT_EQ(focused(), QStringLiteral("addFolder")) << "the switch can't be used before pairing";
-    EXPECT_TRUE(isFocusSeen());
-    window().close();
-    paired();
-    open("general");
-    EXPECT_EQ(focused(), QStringLiteral("account"));
-    EXPECT_TRUE(isFocusSeen());
-    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
-    EXPECT_TRUE(session().isAuthenticated());
-}
-
-TEST_F(SettingsWindowTest, returnInAnEmptyTokenFieldEndsNoSession) {
-    paired();
-    open();
-    tabTo("token");
-    key(Qt::Key_Backspace);
-    ASSERT_EQ(settings->general()->tokenDraft()->length(), 0);
-    key(Qt::Key_Return);
-    key(Qt::Key_Enter);
-    EXPECT_TRUE(session().isAuthenticated());
-    EXPECT_FALSE(settings->general()->savedFlash());
-    tabTo("saveToken");
-    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
-    EXPECT_FALSE(session().isAuthenticated()) << "the button does what it says";
-}
-
     EXPECT_EQ(settings->general()->tokenDraft()->length(), 6);
     for (const QObject* object : window().rootObject()->findChildren<QObject*>()) {
         EXPECT_FALSE(object->property("text").toString().contains(QStringLiteral("seç")));
