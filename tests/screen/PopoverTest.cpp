@@ -5,6 +5,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QQmlAbstractUrlInterceptor>
 #include <QQmlComponent>
 #include <QQuickTextDocument>
 #include <QTcpServer>
@@ -67,6 +68,28 @@ TEST_F(PopoverTest, enterSendsAndShiftEnterBreaksTheLine) {
     EXPECT_FALSE(item("send")->isEnabled());
     EXPECT_TRUE(item("typing")->isVisible());
     transport.release();
+}
+
+/// Finds nothing of that name.
+struct Withheld final : QQmlAbstractUrlInterceptor {
+    QString name;
+    explicit Withheld(const char* file) : name(QLatin1String(file)) {}
+    QUrl intercept(const QUrl& url, DataType) override {
+        return url.fileName() == name ? QUrl(QStringLiteral("qrc:/gone")) : url;
+    }
+};
+
+TEST_F(PopoverTest, aPopoverThatCannotBeMadeIsNoneAndTheNextOneIsWhole) {
+    Withheld withheld("Popover.qml");
+    screen().engine().addUrlInterceptor(&withheld);
+    EXPECT_THROW(screen().showPopover({}), LocalizedError);
+    EXPECT_EQ(screen().popover(), nullptr);
+    EXPECT_FALSE(screen().isPopoverShown());
+    EXPECT_THROW(screen().showPopover({}), LocalizedError) << "it doesn't count as made";
+    screen().engine().removeUrlInterceptor(&withheld);
+    screen().engine().clearComponentCache();
+    type(QStringLiteral("été"));
+    EXPECT_EQ(draft(), QStringLiteral("été"));
 }
 
 TEST_F(PopoverTest, escapeClosesIt) {

@@ -42,6 +42,11 @@ Rectangle {
         onActivated: root.chat.newConversation()
     }
     Shortcut {
+        sequences: ["Ctrl+,", "Meta+,"]
+        enabled: root.menuBar.canOpenSettings
+        onActivated: root.menuBar.openSettings()
+    }
+    Shortcut {
         sequences: ["Ctrl+Q", "Meta+Q"]
         onActivated: root.menuBar.quit()
     }
