@@ -112,6 +112,35 @@ TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(PopoverTest, theKeysThatAnErrorNamesOpenTheSettings) {
+    popover();
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    press(Qt::Key_Comma, Qt::MetaModifier);
+    EXPECT_EQ(settingsOpened, 2);
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(PopoverTest, thePillOfTheModesMovesAsTheSpringThatItIs) {
+    bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
+    popover();
+    const double spring = item("pill")->property("spring").toDouble();
+    const double damping = item("pill")->property("damping").toDouble();
+    double place = 0;
+    double velocity = 0;
+    double furthest = 0;
+    double arrival = 0;
+    for (double time = 0; time < 1; time += 0.016) { // as the toolkit goes
+        velocity += spring * (1 - place) - damping * velocity;
+        place += velocity * 0.016;
+        furthest = std::max(furthest, place);
+        if (place < 1 && furthest < 1)
+            arrival = time;
+    }
+    // A damping fraction of 0.8 swings over by 1.5 %; with a response of 0.35 s it first arrives after 0.23 s.
+    EXPECT_NEAR(furthest, 1.0152, 0.001);
+    EXPECT_NEAR(arrival, 0.22, 0.02);
+}
+
 TEST_F(PopoverTest, inTheVoiceModeTheKeyForANewDiscussionDoesNothing) {
     bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
     session().setMode(Mode::microphone);
