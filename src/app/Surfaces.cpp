@@ -62,7 +62,8 @@ Surfaces::Surfaces(Surroundings surroundings)
                                                            .picker = picker_,
                                                            .settings = settings_,
                                                            .appearance = with_.appearance,
-                                                           .followLink = [this](const QUrl& url) { followLink(url); }});
+                                                           .followLink = [this](const QUrl& url) { followLink(url); },
+                                                           .presented = with_.presented});
           },
           [] { returnAllSpareMemory(); }) {
     CloudCatalog::install(&catalog_);

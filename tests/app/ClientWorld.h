@@ -48,7 +48,8 @@ struct ClientWorld : testing::Test {
                                     .makeStatusItem = [] { return std::make_unique<NoStatusItem>(); },
                                     .summon = summon,
                                     .desktop = desktop,
-                                    .quit = [this] { ++quitsOfShell; }});
+                                    .quit = [this] { ++quitsOfShell; },
+                                    .allow = [this](const QString& token) { allowed.append(token); }});
         return *builtShell;
     }
     QString folder(const QString& name) {
@@ -65,6 +66,7 @@ struct ClientWorld : testing::Test {
                 .programs = QStringLiteral(VENNIC_PROGRAMS)};
     LoopbackServer server;
     PopoverFake popover;
+    QStringList allowed; // tokens for the next window
     ApplicationWindowsFake windows;
     StatusImagesFake images;
     NoSummonMonitor summon;

@@ -102,6 +102,15 @@ TEST_F(PopoverTest, escapeClosesIt) {
     EXPECT_EQ(closings, 1);
 }
 
+TEST_F(PopoverTest, eachWindowThatComesUpIsTold) {
+    popover();
+    EXPECT_EQ(presented, std::vector<quint64>{screen().popover()->winId()});
+    screen().showSettings();
+    screen().showSettings();
+    EXPECT_EQ(presented.size(), 3u);
+    EXPECT_EQ(presented.back(), screen().settings()->winId());
+}
+
 TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
     user(QStringLiteral("a"));
     session().setDiscussionId(3);

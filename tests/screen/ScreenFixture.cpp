@@ -49,7 +49,8 @@ ScreenQml& ScreenFixture::screen() {
                                              .clock = clock});
         builtScreen =
             std::make_unique<ScreenQml>(Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
-                                                             [this](const QUrl& url) { followed.push_back(url); }});
+                                                             [this](const QUrl& url) { followed.push_back(url); },
+                                                             [this](quint64 window) { presented.push_back(window); }});
     }
     return *builtScreen;
 }

@@ -20,6 +20,7 @@ struct ScreenFixture : SessionFixture {
     QSet<QString> downloaded;
     std::vector<QUrl> followed;
     std::vector<QUrl> opened;
+    std::vector<quint64> presented; // windows that came up
     int quits = 0;
     int settingsOpened = 0;
     std::vector<MenuBarView::Content> bodies{MenuBarView::Content::chat};

@@ -113,6 +113,7 @@ void ScreenQml::showPopover(std::optional<QRect> anchor) {
     unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
     popover_->appear(anchor);
+    tellPresented(*popover_);
 }
 
 void ScreenQml::closePopover() {
@@ -143,8 +144,14 @@ void ScreenQml::showSettings() {
     settings_->show();
     settings_->raise();
     settings_->requestActivate();
+    tellPresented(*settings_);
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
+}
+
+void ScreenQml::tellPresented(const QWindow& window) const {
+    if (with_.presented)
+        with_.presented(window.winId());
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }
