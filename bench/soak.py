@@ -31,9 +31,9 @@ class Soak(Scene):
 
 
 @contextlib.contextmanager
-def whole_system():
+def whole_system(kind=Soak):
     """Backend and client, not yet started, of the programs that the environment names."""
-    system = Soak()
+    system = kind()
     system.setUp()
     try:
         yield system

@@ -93,6 +93,8 @@ Figures milliseconds(int rounds, F round) {
     return figuresOf(std::move(times));
 }
 
+Task<> answered(LocalToolChat* chat) { co_await chat->runDirectLocal(QStringLiteral("question")); }
+
 /// The same as the local model's answers take, piece by piece: reading the event, showing the piece, storing it.
 Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config, ModelAlone& network) {
     test::BridgeWorld world;
@@ -111,7 +113,7 @@ Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config,
     LocalToolChat chat({session, tools, http, config, world.clock});
     session.setIsStreaming(true);
     Scope jobs;
-    jobs.start(chat.runDirectLocal(QStringLiteral("question")));
+    jobs.start(answered(&chat));
     while (session.isStreaming())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     return figuresOf(std::move(network.times));

@@ -56,6 +56,11 @@ std::unique_ptr<QCoreApplication> makeApplication() {
     return application;
 }
 
+std::unique_ptr<QCoreApplication> makeConsoleApplication() {
+    return QCoreApplication::instance() == nullptr ? std::make_unique<QCoreApplication>(argumentCount, arguments.data())
+                                                   : nullptr;
+}
+
 bool hasWindows() { return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr; }
 
 } // namespace vennic

@@ -77,8 +77,8 @@ Client::Client(const Paths& paths, Deployment deployment)
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_, mainScreenScale), telemetry_(http_, memory_, clock_),
-      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
-      preferenceSync_(http_, config_, clock_) {
+      heartbeat_(telemetry_, clock_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
+      localRuntime_(paths, config_.deployment().packageManagerSite), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     LocalLLMTelemetry::install(&telemetry_);
     const auto recognizer = std::make_shared<TextRecognizerWorker>(pictures_);

@@ -6,6 +6,7 @@
 #include "Bridge/ResolvedShare.h"
 #include "Bridge/SharedFolderSearch.h"
 #include "app/GrantedFileIndex.h"
+#include "app/LocalRuntime.h"
 #include "app/Paths.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
@@ -72,6 +73,9 @@ public:
     VennicHTTP& http() { return http_; }
     LocalLLMTelemetry& telemetry() { return telemetry_; }
     const APIConfig& config() const { return config_; }
+    /// Installs the local model's server; outlives all jobs of the surfaces.
+    LocalLLMInstaller& localLLMInstaller() { return localRuntime_.installer(); }
+    const SystemMemory& memory() const { return memory_; }
     KeyValueStoreSqlite& preferences() { return preferences_; }
 
     /// Shows a warning; nothing waits for its end.
@@ -115,6 +119,7 @@ private:
     SystemMemoryProc memory_;
     LocalLLMTelemetry telemetry_;
     LocalLLMHeartbeat heartbeat_;
+    LocalRuntime localRuntime_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;
     ServerPreferenceSync preferenceSync_;

@@ -244,7 +244,7 @@ Task<CommandAnswer> ClientCommands::open(QString address) {
     if (shell_.delegate().handleDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
         co_return done();
     const auto failure = co_await shell_.links().open(std::move(address));
-    co_return failure ? failed(failure->reason) : done();
+    co_return failure ? failed(*failure) : done();
 }
 
 CommandAnswer ClientCommands::activate() {

@@ -44,6 +44,7 @@ Screen& ScreenHost::screen() {
             letGoLater();
             Q_EMIT closed();
         });
+        connect(screen_.get(), &Screen::popoverLeft, this, &ScreenHost::left);
         connect(screen_.get(), &Screen::popoverPainted, this, [this] {
             qCDebug(screenLog, "first frame after %.1f ms", static_cast<double>(summoned_.nsecsElapsed()) / 1e6);
         });
@@ -66,6 +67,11 @@ void ScreenHost::show(std::optional<QRect> anchor) {
 void ScreenHost::close() {
     if (screen_)
         screen_->closePopover();
+}
+
+void ScreenHost::takeKeyboard() {
+    if (isShown())
+        screen_->activatePopover();
 }
 
 std::vector<ApplicationWindow> ScreenHost::windows() const {

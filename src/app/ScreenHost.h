@@ -22,6 +22,8 @@ public:
     bool isShown() const override { return screen_ && screen_->isPopoverShown(); }
     void show(std::optional<QRect> anchor) override;
     void close() override;
+    bool contains(QPoint place) const override { return screen_ && screen_->isInPopover(place); }
+    void takeKeyboard() override;
 
     std::vector<ApplicationWindow> windows() const override;
     void activate() override {} // each window asks for the keyboard when it comes up

@@ -14,6 +14,7 @@ public:
         Client& client;
         Popover& popover;
         ApplicationWindows& windows;
+        Pointer& pointer;
         const StatusImages& images;
         std::function<std::unique_ptr<StatusItem>()> makeStatusItem;
         SummonMonitor& summon;
@@ -32,11 +33,16 @@ public:
     void terminate();
     /// Has the popover come up; it stays when it is up. Raises LocalizedError.
     void comeForward();
-    /// Follows links of the desktop, and tells the person at the screen of those that lead nowhere.
+    /// Opens the settings, and tells the user when there is nothing to show them on. For buttons and menus, which have
+    /// nobody to hand a failure to.
+    void openSettings(SettingsTab tab);
+    /// Follows links of the desktop, which any web page can hand over: what isn't one of the program's own does
+    /// nothing.
     void open(const QStringList& addresses);
+    /// What a click on a link in a window does.
+    void follow(const QString& address);
 
     MenuBarController& menuBar() { return menuBar_; }
-    AppCommands& commands() { return commands_; }
     AppDelegate& delegate() { return delegate_; }
     LinkOpener& links() { return links_; }
 
@@ -46,15 +52,13 @@ private:
     public:
         void setHandler(Handler handler) override { handler_ = std::move(handler); }
         void removeHandler() override { handler_ = {}; }
-        /// Whether somebody took it.
-        bool take(const QString& address) const;
+        void take(const QString& address) const;
 
     private:
         Handler handler_;
     };
 
     Task<> askAndQuit();
-    Task<> openDocument(QString address);
     void activate();
     void act(const QString& action);
     void warn(const QString& reason);
@@ -67,6 +71,7 @@ private:
     AppCommands commands_;
     AppDelegate delegate_;
     bool isAsking_ = false;
+    Scope following_;
     Scope jobs_;
 };
 

@@ -10,6 +10,7 @@
 #include "linux/Terminal.h"
 #include "linux/desktop/DesktopActivationBus.h"
 #include "linux/desktop/DesktopAppearancePortal.h"
+#include "linux/desktop/PointerX11.h"
 #include "linux/desktop/StatusImagesInstalled.h"
 #include "linux/desktop/StatusItemDesktop.h"
 #include "linux/desktop/WindowActivation.h"
@@ -17,6 +18,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QGuiApplication>
 #include <QScopeGuard>
 
 #include <thread>
@@ -69,6 +71,13 @@ std::unique_ptr<StatusItem> makeStatusItem() {
     return std::make_unique<NoStatusItem>();
 }
 
+/// On Wayland no program is told of presses over others; what X windows there are would be half of the truth.
+std::unique_ptr<Pointer> makePointer() {
+    if (hasWindows() && QGuiApplication::platformName() == QLatin1String("xcb"))
+        return std::make_unique<PointerX11>();
+    return std::make_unique<NoPointer>();
+}
+
 /// Runs the client until it is asked to end, or hands over to the one that runs already.
 /// `token` is what the desktop gave it for that.
 ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QStringList& addresses, const QString& token) {
@@ -97,23 +106,26 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     std::optional<Surfaces> surfaces;
     if (hasWindows()) {
         appearance = DesktopAppearancePortal::ofThisDesktop();
-        surfaces.emplace(Surfaces::Surroundings{
-            .client = client,
-            .appearance = *appearance,
-            .screenModule = paths.screenModule(),
-            .openSettings = [&asked] { asked->commands().openSettingsWindow(SettingsTab::general); },
-            .manageModels = {},
-            .terminate = [&asked] { asked->terminate(); },
-            .presented = [&activation](quint64 window) { activation.present(window); }});
+        surfaces.emplace(
+            Surfaces::Surroundings{.client = client,
+                                   .appearance = *appearance,
+                                   .screenModule = paths.screenModule(),
+                                   .followLink = [&asked](const QString& address) { asked->follow(address); },
+                                   .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
+                                   .manageModels = [&asked] { asked->openSettings(SettingsTab::localLlm); },
+                                   .terminate = [&asked] { asked->terminate(); },
+                                   .presented = [&activation](quint64 window) { activation.present(window); }});
     }
     Popover& popover = surfaces ? surfaces->popover() : noPopover;
     ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;
     const StatusImagesInstalled images(paths.resources);
+    const auto pointer = makePointer();
     NoSummonMonitor summon;
     DesktopActivationBus desktop;
     Shell shell({.client = client,
                  .popover = popover,
                  .windows = windows,
+                 .pointer = *pointer,
                  .images = images,
                  .makeStatusItem = makeStatusItem,
                  .summon = summon,

@@ -1,4 +1,5 @@
 #pragma once
+#include "backend/TurnEnd.h"
 #include "base/Task.h"
 
 #include <QString>
@@ -13,8 +14,9 @@ public:
     virtual ~DirectLocalChat() = default;
     /// Whether the server at `endpoint` answers within `timeout`.
     virtual Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) = 0;
-    /// Answers the text that stands last in the conversation, and ends the turn.
-    virtual Task<> runDirectLocal(QString prompt) = 0;
+    /// Answers the text that stands last in the conversation, and ends the turn. The answer is the text of its last
+    /// round, which may be empty.
+    virtual Task<TurnEnd> runDirectLocal(QString prompt) = 0;
 };
 
 } // namespace vennic

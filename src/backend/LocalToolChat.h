@@ -25,7 +25,7 @@ public:
 
     Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override;
     /// A failure, a cancellation included, becomes the message and the session's `lastError`. Never fails.
-    Task<> runDirectLocal(QString prompt) override;
+    Task<TurnEnd> runDirectLocal(QString prompt) override;
 
     /// What the user reads while a tool runs; a name that is no tool's is its own label.
     static QString toolLabel(const QString& tool);

@@ -1,6 +1,7 @@
 #include "backend/ProviderPicker.h"
 
 #include "base/Localized.h"
+#include "base/Pool.h"
 #include "localllm/LocalLLMCatalog.h"
 
 namespace vennic {
@@ -106,9 +107,7 @@ ProviderPicker::Section ProviderPicker::localSection() const {
                              .current = isCurrent(Provider::local) && with_.session.selectedLocalModel().isEmpty(),
                              .providerSlug = {},
                              .model = {}});
-    QStringList ids = with_.downloadedIds().values();
-    ids.sort();
-    for (const QString& id : ids)
+    for (const QString& id : downloaded_)
         section.items.push_back(localItem(id));
     if (with_.manageModels)
         section.items.push_back({.action = Item::Action::manageModels,
@@ -155,6 +154,22 @@ void ProviderPicker::choose(const Item& item) {
     }
 }
 
-void ProviderPicker::appear() { jobs_.start(refresh(&with_.catalog)); }
+void ProviderPicker::appear() {
+    jobs_.start(refresh(&with_.catalog));
+    if (!isReadingDisk_)
+        jobs_.start(readDisk());
+}
+
+Task<> ProviderPicker::readDisk() {
+    isReadingDisk_ = true;
+    const QSet<QString> ids = co_await onPool(with_.downloadedIds);
+    isReadingDisk_ = false;
+    QStringList sorted(ids.begin(), ids.end());
+    sorted.sort();
+    if (sorted == downloaded_)
+        co_return;
+    downloaded_ = std::move(sorted);
+    Q_EMIT sectionsChanged();
+}
 
 } // namespace vennic

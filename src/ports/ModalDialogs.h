@@ -3,6 +3,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace vennic {
 
 enum class DialogStyle {
@@ -39,6 +41,10 @@ public:
     /// A warning, plain text; ends when the user has closed it. Without a screen it goes to standard error and ends at
     /// once.
     virtual Task<> warn(QString title, QString informativeText) = 0;
+    /// Whether a dialog waits for the user right now.
+    virtual bool isShowing() const = 0;
+    /// Calls `closed` whenever the last of them has gone. Replaces who was told before.
+    virtual void onClosed(std::function<void()> closed) = 0;
 };
 
 } // namespace vennic

@@ -2,6 +2,8 @@
 #include "base/Clock.h"
 #include "core/AppSession.h"
 #include "core/ApplicationWindows.h"
+#include "ports/ModalDialogs.h"
+#include "ports/Pointer.h"
 #include "ports/StatusItem.h"
 #include "shell/Popover.h"
 
@@ -20,11 +22,15 @@ public:
     struct Surroundings {
         Popover& popover;
         ApplicationWindows& windows;
+        ModalDialogs& dialogs;
+        Pointer& pointer;
         const StatusImages& images;
         std::function<std::unique_ptr<StatusItem>()> makeStatusItem;
         Clock& clock;
     };
     explicit MenuBarController(Surroundings surroundings);
+    ~MenuBarController() override;
+    Q_DISABLE_COPY_MOVE(MenuBarController)
 
     /// The controller that the program installed.
     static MenuBarController& shared() { return *shared_; }
@@ -52,14 +58,21 @@ private:
     std::optional<StatusImage> makeStatusBarIcon() const;
     void showPopover(std::optional<QRect> anchor);
     void popoverDidClose();
+    /// A button was pressed somewhere on the screen, the popover's own places included.
+    void pressed(QPoint place);
+    /// The user turned to something else.
+    void leavePopover();
+    /// Whether the popover was open when the button that is being clicked was pressed.
+    bool wasLeftByThisClick(std::optional<QRect> icon) const;
+    qint64 sinceLeft() const;
 
     static MenuBarController* shared_;
 
     Surroundings with_;
     std::unique_ptr<StatusItem> statusItem_;
     QPointer<AppSession> session_;
-    bool isClosing_ = false;      // by ourselves
-    QDateTime closedByElsewhere_; // when a click elsewhere last closed the popover
+    QDateTime left_;                    // when the user last turned away from the popover
+    std::optional<QPoint> leftByPress_; // where they pressed, as far as it was told
 };
 
 } // namespace vennic

@@ -8,8 +8,8 @@
 
 namespace vennic {
 
-/// The window that hangs from the status item and holds everything. It closes by itself when the user turns to
-/// something else. Main thread.
+/// The window that hangs from the status item and holds everything. It closes by itself on Escape; whoever owns it
+/// closes it when the user turns to something else. Main thread.
 class Popover : public QObject {
     Q_OBJECT
 
@@ -22,10 +22,16 @@ public:
     virtual void show(std::optional<QRect> anchor) = 0;
     /// Nothing when it is closed already.
     virtual void close() = 0;
+    /// Whether that place, in global pixels, is a part of what is shown.
+    virtual bool contains(QPoint place) const = 0;
+    /// Gives it the keyboard again. Nothing when it is closed.
+    virtual void takeKeyboard() = 0;
 
 Q_SIGNALS:
     /// After each close, whoever closed it.
     void closed();
+    /// The keyboard has gone to another window.
+    void left();
 };
 
 /// A program without a screen.
@@ -36,6 +42,8 @@ public:
     bool isShown() const override { return false; }
     void show(std::optional<QRect>) override { throw LocalizedError(reason_); }
     void close() override {}
+    bool contains(QPoint) const override { return false; }
+    void takeKeyboard() override {}
 
 private:
     QString reason_;

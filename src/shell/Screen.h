@@ -7,7 +7,6 @@
 
 #include <QObject>
 #include <QRect>
-#include <QUrl>
 
 #include <functional>
 #include <memory>
@@ -28,7 +27,7 @@ public:
         ProviderPicker& picker;
         SettingsView& settings;
         DesktopAppearance& appearance;
-        std::function<void(const QUrl&)> followLink; // of a message
+        std::function<void(const QString& address)> followLink; // of a message
         /// Told of the number at the window system of each window that has come up and asked for the keyboard.
         std::function<void(quint64 window)> presented = {};
     };
@@ -39,6 +38,10 @@ public:
     virtual void showPopover(std::optional<QRect> anchor) = 0;
     virtual void closePopover() = 0;
     virtual bool isPopoverShown() const = 0;
+    /// Whether that place, in global pixels, is a part of the popover as it is shown.
+    virtual bool isInPopover(QPoint place) const = 0;
+    /// Gives the popover the keyboard again; nothing when it is closed.
+    virtual void activatePopover() = 0;
     /// Shows the settings window, or brings it to the front. Raises LocalizedError.
     virtual void showSettings() = 0;
     virtual bool isSettingsShown() const = 0;
@@ -46,6 +49,8 @@ public:
 Q_SIGNALS:
     /// After each close, whoever closed it.
     void popoverClosed();
+    /// Its keyboard has gone to another window.
+    void popoverLeft();
     /// When it has been drawn for the first time since it came up.
     void popoverPainted();
     void settingsClosed();

@@ -2,6 +2,7 @@
 #include "app/Shell.h"
 #include "fakes/ApplicationWindowsFake.h"
 #include "fakes/DesktopActivationFake.h"
+#include "fakes/PointerFake.h"
 #include "fakes/PopoverFake.h"
 #include "fakes/StatusItemFake.h"
 #include "support/Answers.h"
@@ -44,6 +45,7 @@ struct ClientWorld : testing::Test {
                 Shell::Surroundings{.client = client(),
                                     .popover = popover,
                                     .windows = windows,
+                                    .pointer = pointer,
                                     .images = images,
                                     .makeStatusItem = [] { return std::make_unique<NoStatusItem>(); },
                                     .summon = summon,
@@ -67,6 +69,7 @@ struct ClientWorld : testing::Test {
     LoopbackServer server;
     PopoverFake popover;
     QStringList allowed; // tokens for the next window
+    PointerFake pointer;
     ApplicationWindowsFake windows;
     StatusImagesFake images;
     NoSummonMonitor summon;

@@ -23,6 +23,8 @@ public:
             Q_EMIT popoverClosed();
     }
     bool isPopoverShown() const override { return popover; }
+    bool isInPopover(QPoint place) const override { return popover && QRect(0, 0, 10, 10).contains(place); }
+    void activatePopover() override { ++activations; }
     void showSettings() override {
         ++settingsRaised;
         settings = true;
@@ -37,6 +39,7 @@ public:
     bool popover = false;
     bool settings = false;
     int settingsRaised = 0;
+    int activations = 0;
 
 private:
     int* living_;
@@ -112,6 +115,24 @@ TEST_F(ScreenHostTest, onlyTheSettingsAreAnOrdinaryWindow) {
     host.bringForward(1);
     host.bringForward(9);
     EXPECT_EQ(screen->settingsRaised, 2);
+}
+
+TEST_F(ScreenHostTest, whatIsPressedAndLeftIsToldByTheScreenAlone) {
+    int leavings = 0;
+    QObject::connect(&host, &Popover::left, &host, [&] { ++leavings; });
+    EXPECT_FALSE(host.contains({1, 1}));
+    host.takeKeyboard();
+    host.show({});
+    EXPECT_TRUE(host.contains({1, 1}));
+    EXPECT_FALSE(host.contains({10, 1}));
+    Q_EMIT screen->popoverLeft();
+    EXPECT_EQ(leavings, 1);
+    host.takeKeyboard();
+    EXPECT_EQ(screen->activations, 1);
+    host.close();
+    host.takeKeyboard();
+    EXPECT_EQ(screen->activations, 1);
+    EXPECT_FALSE(host.contains({1, 1}));
 }
 
 TEST(ScreenModule, thatIsMissingIsSaid) {

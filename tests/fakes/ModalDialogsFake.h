@@ -17,12 +17,16 @@ public:
         questions.push_back(std::move(question));
         struct Open {
             int* count;
-            explicit Open(int* counted) : count(counted) { ++*count; }
+            std::function<void()>* closed;
+            Open(int* counted, std::function<void()>* told) : count(counted), closed(told) { ++*count; }
             Open(const Open&) = delete;
             Open& operator=(const Open&) = delete;
-            ~Open() { --*count; }
+            ~Open() {
+                if (--*count == 0 && *closed)
+                    (*closed)();
+            }
         };
-        const Open open(&onScreen);
+        const Open open(&onScreen, &closed_);
         if (hold)
             co_await answered;
         co_return answer;
@@ -31,6 +35,8 @@ public:
         warnings.emplace_back(std::move(title), std::move(informativeText));
         co_return;
     }
+    bool isShowing() const override { return onScreen > 0; }
+    void onClosed(std::function<void()> closed) override { closed_ = std::move(closed); }
 
     bool screen = true;
     DialogAnswer answer = DialogAnswer::accepted;
@@ -39,6 +45,9 @@ public:
     int onScreen = 0; // questions that nobody has answered yet
     std::vector<DialogQuestion> questions;
     std::vector<std::pair<QString, QString>> warnings;
+
+private:
+    std::function<void()> closed_;
 };
 
 } // namespace vennic::test

@@ -21,7 +21,14 @@ public:
         shown = false;
         Q_EMIT closed();
     }
+    bool contains(QPoint place) const override { return shown && inside.contains(place); }
+    void takeKeyboard() override {
+        if (shown)
+            ++keyboardTaken;
+    }
 
+    QRect inside; // where it is shown
+    int keyboardTaken = 0;
     bool shown = false;
     bool broken = false;                       // can't be shown
     std::vector<std::optional<QRect>> anchors; // of each `show`

@@ -21,6 +21,13 @@ class Desktop(DesktopScene):
         self.assertTrue("(22, 22, [" in pixels and "0xff, 0x8e, 0x8e, 0x8e" in pixels)
         self.picture("panel")
 
+    def test_a_click_on_the_icon_in_the_panel_opens_and_closes_the_popover(self):
+        self.start_client()
+        wait_for(self.item, "the icon is registered")
+        width, height = map(int, self.xdotool("getdisplaygeometry").split())
+        wait_for(lambda: self.colours(width - 36, height - 30, 36, 30) > 16, "the panel has drawn it")
+        self.check_icon_at(width - 18, height - 16)
+
     def item(self):
         """The bus name of our icon."""
         items = read_property(*WATCHER, "RegisteredStatusNotifierItems") or ""

@@ -32,8 +32,7 @@ class Tray(DesktopScene):
         found = self.xdotool("search", "--onlyvisible", "--classname", "^vennic$").split()
         if not found:
             return None
-        lines = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", found[0]).splitlines())
-        return tuple(int(lines[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")) if "X" in lines else None
+        return self.place_of(found[0])
 
 
 if __name__ == "__main__":

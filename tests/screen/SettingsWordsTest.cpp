@@ -119,7 +119,7 @@ constexpr const char* sensitive =
 
 TEST_F(SettingsWordsTest, theTabsBearTheirTitles) {
     open();
-    for (const char* title : {"Général", "Bridge local"})
+    for (const char* title : {"Général", "Bridge local", "LLM local"})
         EXPECT_EQ(roleOf(named(title)), QAccessible::PageTab) << title;
 }
 

@@ -232,6 +232,8 @@ class PackagingTest(unittest.TestCase):
             self.assertEqual(offered, {"--help"} | json | ({"--local"} if verb == "ask" else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
         self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
+        self.assertEqual(complete("vennic", "model", ""),
+                         ["detect", "download", "endpoint", "install", "name", "off", "on", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)
         self.assertEqual(complete("vennic-server", "--listen", ""), [])
 

@@ -227,6 +227,19 @@ TEST_F(ChatViewTest, aQuestionForTheLocalModelLeavesTheChoiceOfProviderAlone) {
     EXPECT_EQ(session().provider(), Provider::anthropic);
 }
 
+TEST_F(ChatViewTest, whatElseGoesWrongDuringALocalTurnIsNotItsEnd) {
+    signedInView();
+    local.reachable = true;
+    local.whileAnswering = [this] {
+        session().setLastError(QStringLiteral("Session expirée"));
+        session().appendMessage(ChatMessage::make(ChatMessage::Role::user, QStringLiteral("autre chose"), clock.now()));
+    };
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("q"), Provider::local)), (TurnEnd{false, QStringLiteral("d'ici")}));
+    local.end = {true, QStringLiteral("panne")};
+    local.whileAnswering = [this] { session().setLastError(std::nullopt); };
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("q"), Provider::local)), (TurnEnd{true, QStringLiteral("panne")}));
+}
+
 TEST_F(ChatViewTest, askingTellsAFailure) {
     signedInView();
     transport.answerWith(503);

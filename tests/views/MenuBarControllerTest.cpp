@@ -1,3 +1,4 @@
+#include "support/Await.h"
 #include "views/ShellFixture.h"
 
 namespace vennic {
@@ -10,8 +11,15 @@ struct MenuBarControllerTest : test::ShellFixture {
         menuBar.configure(&session());
         return menuBar;
     }
-    /// The user turns to something else.
-    void clickElsewhere() { popover.close(); }
+    /// The user turns to something else, on a desktop that tells of no presses.
+    void clickElsewhere() {
+        pointer.stopWatching();
+        Q_EMIT popover.left();
+    }
+    void press(QPoint place) {
+        pointer.where = place;
+        pointer.press();
+    }
 };
 
 constexpr QRect iconPlace(1200, 2, 22, 22);
@@ -164,6 +172,98 @@ TEST_F(MenuBarControllerTest, aSummonRightAfterAClickElsewhereOpensAgain) {
     item->activate();
     clickElsewhere();
     menuBar.handleDoubleCommand();
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, aPressElsewhereClosesThePopover) {
+    configured();
+    EXPECT_FALSE(pointer.isWatched());
+    item->activate();
+    press({10, 10});
+    EXPECT_FALSE(popover.shown);
+    EXPECT_FALSE(item->highlighted);
+    clock.advance(1s);
+    press({10, 10});
+    EXPECT_FALSE(pointer.isWatched()); // nothing is open, and nothing is to be known
+}
+
+TEST_F(MenuBarControllerTest, aPressInsideThePopoverLeavesItOpen) {
+    configured();
+    popover.inside = QRect(800, 30, 380, 520);
+    item->activate();
+    press({900, 100});
+    EXPECT_TRUE(popover.shown);
+    EXPECT_TRUE(item->highlighted);
+}
+
+TEST_F(MenuBarControllerTest, aPressWhileADialogAsksLeavesItOpenAndItGetsTheKeyboardBack) {
+    configured();
+    item->activate();
+    dialogs.hold = true;
+    Scope jobs;
+    jobs.start([](ModalDialogs* asked) -> Task<> { co_await asked->ask({}); }(&dialogs));
+    ASSERT_TRUE(test::waitUntil([this] { return dialogs.isShowing(); }));
+    Q_EMIT popover.left(); // to the dialog
+    press({10, 10});
+    EXPECT_TRUE(popover.shown);
+    EXPECT_EQ(popover.keyboardTaken, 0);
+    dialogs.answered.set();
+    EXPECT_TRUE(test::waitUntil([this] { return popover.keyboardTaken == 1; }));
+    Q_EMIT popover.left();
+    EXPECT_FALSE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, aPressOnAnIconWhosePlaceIsKnownLeavesTheClosingToTheClick) {
+    configured();
+    item->where = iconPlace;
+    item->activate();
+    press(iconPlace.center());
+    EXPECT_TRUE(popover.shown);
+    item->activate();
+    EXPECT_FALSE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, howeverLongTheButtonIsHeldOnTheIconTheClickDoesNotOpenAgain) {
+    configured();
+    item->activate();
+    press({1205, 12});
+    EXPECT_FALSE(popover.shown);
+    clock.advance(5s);
+    item->where = QRect(1211, 9, 1, 1); // as bars tell it which only say where they were clicked
+    item->activate();
+    EXPECT_FALSE(popover.shown);
+    item->activate();
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, aClickOnTheIconAfterOneElsewhereOpensHoweverSoon) {
+    configured();
+    item->activate();
+    press({10, 10});
+    item->where = iconPlace;
+    press(iconPlace.center());
+    item->activate();
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, theKeyboardMayBeGoneBeforeThePressIsTold) {
+    configured();
+    item->activate();
+    Q_EMIT popover.left();
+    EXPECT_FALSE(popover.shown);
+    item->where = iconPlace;
+    press(iconPlace.center());
+    clock.advance(2s);
+    item->activate();
+    EXPECT_FALSE(popover.shown);
+}
+
+TEST_F(MenuBarControllerTest, whoClosesItByAKeyMayClickOnTheIconAtOnce) {
+    configured();
+    item->activate();
+    popover.close();
+    EXPECT_FALSE(pointer.isWatched());
+    item->activate();
     EXPECT_TRUE(popover.shown);
 }
 

@@ -4,6 +4,7 @@
 #include "fakes/ApplicationWindowsFake.h"
 #include "fakes/IncomingURLsFake.h"
 #include "fakes/ModalDialogsFake.h"
+#include "fakes/PointerFake.h"
 #include "fakes/PopoverFake.h"
 #include "fakes/StatusItemFake.h"
 #include "fakes/SummonMonitorFake.h"
@@ -16,6 +17,7 @@ struct ShellFixture : SessionFixture {
     ApplicationWindowsFake windows;
     ModalDialogsFake dialogs;
     PopoverFake popover;
+    PointerFake pointer;
     StatusImagesFake images;
     SummonMonitorFake summonKeys;
     IncomingURLsFake urls;
@@ -24,6 +26,8 @@ struct ShellFixture : SessionFixture {
     int itemsMade = 0;
     MenuBarController menuBar{{.popover = popover,
                                .windows = windows,
+                               .dialogs = dialogs,
+                               .pointer = pointer,
                                .images = images,
                                .makeStatusItem = [this] { return makeItem(); },
                                .clock = clock}};

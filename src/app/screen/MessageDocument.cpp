@@ -1,16 +1,38 @@
 #include "app/screen/MessageDocument.h"
 
+#include "base/FrenchSpacing.h"
+
 #include <QFontDatabase>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 
+#include <algorithm>
+
 namespace vennic {
 
 namespace {
 
+constexpr double lineHeight = 122; // percent of what the font asks for
+
 bool looksLike(const MarkdownRun& a, const MarkdownRun& b) {
     return a.emphasis == b.emphasis && a.strong == b.strong && a.code == b.code && a.link == b.link;
+}
+
+/// A paragraph stands on the side where its own script begins, whatever the others of the message do.
+void shapeParagraph(const QTextBlock& block) {
+    const bool isRightToLeft = block.text().isRightToLeft();
+    QTextBlockFormat format;
+    format.setLineHeight(lineHeight, QTextBlockFormat::ProportionalHeight);
+    format.setLayoutDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    format.setAlignment((isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute);
+    if (block.blockFormat() != format)
+        QTextCursor(block).setBlockFormat(format);
+}
+
+qsizetype sharedBeginning(const QString& a, const QString& b) {
+    const qsizetype shared = std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin();
+    return shared > 0 && a[shared - 1].isHighSurrogate() ? shared - 1 : shared; // no half characters
 }
 
 } // namespace
@@ -29,7 +51,12 @@ void MessageDocument::setTextDocument(QQuickTextDocument* document) {
 }
 
 void MessageDocument::setRuns(const QVariant& runs) {
-    fill(qvariant_cast<std::vector<MarkdownRun>>(runs));
+    auto shown = qvariant_cast<std::vector<MarkdownRun>>(runs);
+    for (MarkdownRun& run : shown) {
+        if (!run.code)
+            run.text = withFrenchSpacing(std::move(run.text));
+    }
+    fill(std::move(shown));
     Q_EMIT runsChanged();
 }
 
@@ -86,14 +113,16 @@ void MessageDocument::fill(std::vector<MarkdownRun> runs) {
     QTextCursor cursor(document_->textDocument());
     cursor.beginEditBlock();
     qsizetype from = 0; // within the first run that differs
-    if (same < runs.size() && same < runs_.size() && looksLike(runs[same], runs_[same]) &&
-        runs[same].text.startsWith(runs_[same].text))
-        from = runs_[same].text.size();
+    if (same < runs.size() && same < runs_.size() && looksLike(runs[same], runs_[same]))
+        from = sharedBeginning(runs[same].text, runs_[same].text);
     cursor.setPosition(kept + static_cast<int>(from));
     cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
     for (std::size_t i = same; i < runs.size(); ++i, from = 0)
         cursor.insertText(runs[i].text.mid(from), format(runs[i]));
+    for (QTextBlock block = document_->textDocument()->findBlock(kept + static_cast<int>(from)); block.isValid();
+         block = block.next())
+        shapeParagraph(block);
     cursor.endEditBlock();
     runs_ = std::move(runs);
     findLinks();

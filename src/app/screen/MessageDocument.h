@@ -25,7 +25,7 @@ public:
 
     QQuickTextDocument* textDocument() const { return document_; }
     void setTextDocument(QQuickTextDocument* document);
-    /// A std::vector<MarkdownRun>.
+    /// A std::vector<MarkdownRun>; given back as it is shown.
     QVariant runs() const { return QVariant::fromValue(runs_); }
     void setRuns(const QVariant& runs);
     const QColor& linkColor() const { return linkColor_; }

@@ -14,6 +14,7 @@ public:
     /// `picker` outlives the menu.
     explicit PickerMenu(ProviderPicker& picker) : picker_(picker) {
         connect(&picker, &ProviderPicker::pillChanged, this, &PickerMenu::pillChanged);
+        connect(&picker, &ProviderPicker::sectionsChanged, this, &PickerMenu::entriesChanged);
     }
 
     QString pillLabel() const { return picker_.pillLabel(); }
@@ -26,6 +27,7 @@ public:
 
 Q_SIGNALS:
     void pillChanged();
+    void entriesChanged();
 
 private:
     ProviderPicker& picker_;

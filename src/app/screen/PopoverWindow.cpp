@@ -53,7 +53,7 @@ PopoverWindow::PopoverWindow(QQmlEngine* engine, bool composited)
         setFormat(withAlpha);
         setColor(Qt::transparent);
     }
-    connect(this, &QWindow::activeChanged, this, &PopoverWindow::closeWhenLeft);
+    connect(this, &QWindow::activeChanged, this, &PopoverWindow::followKeyboard);
 }
 
 QRect PopoverWindow::place(const QRect& anchor, const QRect& available, QSize size) {
@@ -78,12 +78,18 @@ void PopoverWindow::appear(std::optional<QRect> anchor) {
     requestActivate();
 }
 
-void PopoverWindow::closeWhenLeft() {
+QRect PopoverWindow::pixels() const {
+    const QPoint origin = screen()->geometry().topLeft();
+    const qreal scale = devicePixelRatio();
+    return {origin + (geometry().topLeft() - origin) * scale, geometry().size() * scale};
+}
+
+void PopoverWindow::followKeyboard() {
     // A window that is coming up hasn't had the keyboard yet.
     if (isActive())
         hadKeyboard_ = true;
     else if (hadKeyboard_ && isVisible())
-        hide();
+        Q_EMIT left();
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event) {

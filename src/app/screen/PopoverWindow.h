@@ -5,7 +5,7 @@
 
 namespace vennic {
 
-/// The frameless window that hangs from the status item. It goes away when it loses the keyboard, and on Escape.
+/// The frameless window that hangs from the status item. It goes away on Escape, and says when it loses the keyboard.
 class PopoverWindow final : public QQuickView {
     Q_OBJECT
 public:
@@ -18,15 +18,22 @@ public:
     /// Comes up at the icon (global pixels), or at the pointer, and takes the keyboard.
     void appear(std::optional<QRect> anchor);
 
+    /// What it covers, in the pixels of the X server.
+    QRect pixels() const;
+
     /// Where the popover stands: under the anchor, or over it where that is nearer to the lower end; within
     /// `available`.
     static QRect place(const QRect& anchor, const QRect& available, QSize size);
+
+Q_SIGNALS:
+    /// Another window has the keyboard now, which this one had.
+    void left();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void closeWhenLeft();
+    void followKeyboard();
 
     bool composited_;
     bool hadKeyboard_ = false;

@@ -1,5 +1,6 @@
 #include "app/screen/ScreenQml.h"
 
+#include "app/screen/LogDocument.h"
 #include "app/screen/MessageDocument.h"
 #include "app/screen/SymbolProvider.h"
 #include "backend/MessageBubble.h"
@@ -18,6 +19,7 @@ namespace {
 
 void registerTypes() {
     qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
+    qmlRegisterType<LogDocument>("Vennic", 1, 0, "LogDocument");
     qRegisterMetaType<std::vector<MarkdownRun>>();
 }
 
@@ -100,6 +102,7 @@ void ScreenQml::makePopover() {
         if (!visible)
             Q_EMIT popoverClosed();
     });
+    connect(popover_.get(), &PopoverWindow::left, this, &ScreenQml::popoverLeft);
     connect(popover_.get(), &QQuickWindow::frameSwapped, this, [this] {
         if (std::exchange(unpainted_, false))
             Q_EMIT popoverPainted();
@@ -122,6 +125,13 @@ void ScreenQml::closePopover() {
 }
 
 bool ScreenQml::isPopoverShown() const { return popover_ && popover_->isVisible(); }
+
+bool ScreenQml::isInPopover(QPoint place) const { return isPopoverShown() && popover_->pixels().contains(place); }
+
+void ScreenQml::activatePopover() {
+    if (isPopoverShown())
+        popover_->requestActivate();
+}
 
 std::unique_ptr<SettingsWindow> ScreenQml::makeSettings() {
     auto view = std::make_unique<SettingsWindow>(&engine_);
@@ -167,8 +177,9 @@ void ScreenQml::announceReply() {
     if (!announcer)
         return;
     announcer->setProperty("words", forScreen(MessageBubble::plainContent(last.role, last.content)));
-    QAccessibleEvent alert(announcer, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    // A notification that comes up: what readers of the screen say at once, wherever their user is.
+    QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&shown);
 }
 
 } // namespace vennic

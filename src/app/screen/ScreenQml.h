@@ -22,6 +22,8 @@ public:
     void showPopover(std::optional<QRect> anchor) override;
     void closePopover() override;
     bool isPopoverShown() const override;
+    bool isInPopover(QPoint place) const override;
+    void activatePopover() override;
     void showSettings() override;
     bool isSettingsShown() const override;
 

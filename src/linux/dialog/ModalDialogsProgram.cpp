@@ -3,6 +3,8 @@
 #include "linux/Terminal.h"
 #include "linux/dialog/DialogProgram.h"
 
+#include <QScopeGuard>
+
 namespace vennic {
 
 bool ModalDialogsProgram::hasScreen() const {
@@ -33,7 +35,12 @@ Task<> ModalDialogsProgram::warn(QString title, QString informativeText) {
         writeError(QStringLiteral("%1 : %2\n").arg(title, informativeText));
 }
 
-Task<DialogExit> ModalDialogsProgram::show(DialogRequest request) const {
+Task<DialogExit> ModalDialogsProgram::show(DialogRequest request) {
+    ++shown_;
+    const auto gone = qScopeGuard([this] {
+        if (--shown_ == 0 && closed_)
+            closed_();
+    });
     const auto end = co_await runDialogProgram(executable_, encoded(request), 0);
     if (!end)
         co_return DialogExit::notShown;

@@ -14,11 +14,15 @@ public:
     bool hasScreen() const override;
     Task<DialogAnswer> ask(DialogQuestion question) override;
     Task<> warn(QString title, QString informativeText) override;
+    bool isShowing() const override { return shown_ > 0; }
+    void onClosed(std::function<void()> closed) override { closed_ = std::move(closed); }
 
 private:
-    Task<DialogExit> show(DialogRequest request) const;
+    Task<DialogExit> show(DialogRequest request);
 
     QString executable_;
+    int shown_ = 0;
+    std::function<void()> closed_;
 };
 
 } // namespace vennic

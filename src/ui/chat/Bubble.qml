@@ -24,7 +24,7 @@ Item {
         y: root.begins ? 8 : 0
         x: root.fromUser ? root.width - width - Theme.padding : Theme.padding
         width: words.width + 24
-        height: words.height + (root.begins ? 8 : 0) + (root.ends ? 9 : 0)
+        height: words.height + (root.begins ? 8 : 0) + (root.ends ? 6 : 0) // a line has air of its own below
         radius: 14
         color: root.fromUser ? Theme.accentFill : Theme.surface
 
@@ -41,7 +41,6 @@ Item {
             selectByMouse: true
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
-            horizontalAlignment: TextEdit.AlignLeft // each paragraph begins where its script does
             font.pixelSize: Theme.body
             color: root.fromUser ? Theme.accentText : Theme.text
             selectionColor: root.fromUser ? "#ffffff" : Theme.accentFill
@@ -72,9 +71,10 @@ Item {
                 required property var modelData
                 readonly property rect first: place(modelData.start, words.width, words.contentWidth, words.contentHeight)
                 readonly property rect last: place(modelData.end, words.width, words.contentWidth, words.contentHeight)
-                // Where a character stands changes with the layout, which says so by these sizes alone.
+                // Where a character stands changes with the layout, which says so by these sizes alone, and before the
+                // links do.
                 function place(character, width, contentWidth, contentHeight) {
-                    return words.positionToRectangle(character)
+                    return words.positionToRectangle(Math.min(character, words.length))
                 }
                 x: words.x + first.x - 2
                 y: words.y + first.y
@@ -83,7 +83,7 @@ Item {
                 activeFocusOnTab: true
                 Accessible.role: Accessible.Link
                 Accessible.name: modelData.label
-                Accessible.description: modelData.address
+                Accessible.description: root.links.shownAddress(modelData.address)
                 Accessible.onPressAction: root.links.follow(modelData.address)
                 Keys.onReturnPressed: root.links.follow(modelData.address)
                 Keys.onEnterPressed: root.links.follow(modelData.address)

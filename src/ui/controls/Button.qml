@@ -6,7 +6,9 @@ import Vennic
 T.Button {
     id: root
     property bool prominent: false
+    property bool destructive: false
     property string help: ""
+    property bool wasLedTo: false // by the keyboard, before it was disabled: it gets its ring back
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
     implicitHeight: 30
@@ -15,6 +17,10 @@ T.Button {
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
     Accessible.name: text
+    // This toolkit tells readers of the screen that every control is enabled.
+    Accessible.description: enabled ? "" : qsTr("Indisponible")
+    onVisualFocusChanged: wasLedTo = visualFocus || (wasLedTo && !enabled)
+    onActiveFocusChanged: if (activeFocus && wasLedTo) focusReason = Qt.TabFocusReason
 
     contentItem: Text {
         text: root.text
@@ -24,13 +30,14 @@ T.Button {
         elide: Text.ElideRight
         font.pixelSize: Theme.body
         font.weight: Font.Medium
-        color: root.prominent ? Theme.accentText : Theme.text
+        color: root.prominent || root.destructive ? Theme.accentText : Theme.text
     }
     background: Rectangle {
         radius: Theme.radius
-        color: root.prominent ? (root.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
+        readonly property color fill: root.destructive ? Theme.redFill : Theme.accentFill
+        color: root.prominent || root.destructive ? (root.down ? Qt.darker(fill, 1.15) : fill)
                               : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
-        border.width: root.prominent ? 0 : 1
+        border.width: root.prominent || root.destructive ? 0 : 1
         border.color: Theme.line
     }
     FocusRing { of: root }

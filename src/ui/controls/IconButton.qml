@@ -14,9 +14,12 @@ T.AbstractButton {
     implicitWidth: 30
     implicitHeight: 30
     hoverEnabled: true
+    focusPolicy: Qt.TabFocus // a click leaves the keyboard where somebody writes
     text: help
     opacity: enabled ? 1 : 0.3
     Accessible.name: text
+    // This toolkit tells readers of the screen that every control is enabled.
+    Accessible.description: enabled ? "" : qsTr("Indisponible")
 
     contentItem: Item {
         Symbol {

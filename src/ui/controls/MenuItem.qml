@@ -15,6 +15,7 @@ T.MenuItem {
     hoverEnabled: true
     opacity: enabled ? 1 : 0.6
     Accessible.name: subtitle === "" ? text : text + ", " + subtitle
+    Accessible.description: enabled ? "" : qsTr("Indisponible")
     Accessible.checkable: markable
     Accessible.checked: marked
 

@@ -6,7 +6,7 @@ import Vennic
 Rectangle {
     id: root
     required property QtObject settings
-    readonly property var bodies: ({ general: general, bridge: bridge })
+    readonly property var bodies: ({ general: general, bridge: bridge, localLlm: localLlm })
 
     implicitWidth: 580
     implicitHeight: 660
@@ -71,5 +71,9 @@ Rectangle {
     Component {
         id: bridge
         BridgeTab { tab: root.settings.bridge }
+    }
+    Component {
+        id: localLlm
+        LocalLlmTab { tab: root.settings.localLlm }
     }
 }

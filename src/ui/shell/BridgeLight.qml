@@ -9,7 +9,7 @@ Item {
     implicitWidth: 22
     implicitHeight: 22
     activeFocusOnTab: true
-    Accessible.role: Accessible.Indicator
+    Accessible.role: Accessible.Graphic
     Accessible.name: menuBar.bridgeHelp
     Accessible.focusable: true
 

@@ -49,6 +49,7 @@ Rectangle {
                 required property var modelData
                 text: modelData.label
                 checkable: false
+                focusPolicy: Qt.TabFocus
                 checked: root.modes.selected === index
                 implicitWidth: content.implicitWidth + 18
                 height: row.height

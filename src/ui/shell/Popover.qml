@@ -32,7 +32,7 @@ Rectangle {
         property string words: ""
         width: 1
         height: 1
-        Accessible.role: Accessible.AlertMessage
+        Accessible.role: Accessible.Notification
         Accessible.name: words
     }
 
@@ -45,6 +45,11 @@ Rectangle {
         sequences: ["Ctrl+,", "Meta+,"]
         enabled: root.menuBar.canOpenSettings
         onActivated: root.menuBar.openSettings()
+    }
+    Shortcut {
+        sequences: ["Ctrl+Return", "Ctrl+Enter", "Meta+Return", "Meta+Enter"]
+        enabled: root.menuBar.canStartDiscussion && root.chat.canSend
+        onActivated: root.chat.send()
     }
     Shortcut {
         sequences: ["Ctrl+Q", "Meta+Q"]
