@@ -42,7 +42,8 @@ void Shell::start() {
     delegate_.applicationDidFinishLaunching();
     with_.desktop.offer({.activate = [this] { activate(); },
                          .open = [this](const QStringList& addresses) { open(addresses); },
-                         .act = [this](const QString& action) { act(action); }});
+                         .act = [this](const QString& action) { act(action); },
+                         .allow = with_.allow});
 }
 
 void Shell::end() {

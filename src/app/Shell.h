@@ -19,7 +19,8 @@ public:
         std::function<std::unique_ptr<StatusItem>()> makeStatusItem;
         SummonMonitor& summon;
         DesktopActivation& desktop;
-        std::function<void()> quit; // ends the program
+        std::function<void()> quit;                           // ends the program
+        std::function<void(const QString& token)> allow = {}; // lets the next window come before others
     };
     explicit Shell(Surroundings surroundings);
 

@@ -58,7 +58,8 @@ Surfaces::Surfaces(Surroundings surroundings)
                                                            .picker = picker_,
                                                            .settings = settings_,
                                                            .appearance = with_.appearance,
-                                                           .followLink = with_.followLink});
+                                                           .followLink = with_.followLink,
+                                                           .presented = with_.presented});
           },
           [] { returnAllSpareMemory(); }) {
     CloudCatalog::install(&catalog_);

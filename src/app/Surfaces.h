@@ -18,6 +18,7 @@ public:
         std::function<void()> openSettings; // empty where there are none
         std::function<void()> manageModels; // opens the settings of the local model
         std::function<void()> terminate;
+        std::function<void(quint64 window)> presented = {}; // as Screen tells it
     };
     explicit Surfaces(Surroundings surroundings);
     ~Surfaces();

@@ -21,7 +21,6 @@ class GeneralSettingsTab final : public QObject {
     Q_PROPERTY(QString pairCode READ pairCode WRITE setPairCode NOTIFY pairCodeChanged)
     Q_PROPERTY(bool canPair READ canPair NOTIFY canPairChanged)
     Q_PROPERTY(bool isPairingLoading READ isPairingLoading NOTIFY isPairingLoadingChanged)
-    Q_PROPERTY(QString pairSuccessEmail READ pairSuccessEmail NOTIFY accountChanged)
     Q_PROPERTY(QString pairError READ pairError NOTIFY pairErrorChanged)
     Q_PROPERTY(vennic::SecretDraft* tokenDraft READ tokenDraft CONSTANT)
     Q_PROPERTY(bool savedFlash READ savedFlash NOTIFY savedFlashChanged)

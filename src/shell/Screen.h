@@ -28,6 +28,8 @@ public:
         SettingsView& settings;
         DesktopAppearance& appearance;
         std::function<void(const QString& address)> followLink; // of a message
+        /// Told of the number at the window system of each window that has come up and asked for the keyboard.
+        std::function<void(quint64 window)> presented = {};
     };
 
     using QObject::QObject;

@@ -46,6 +46,13 @@ TEST_F(ShellTest, aLauncherBringsBackWhatThePressOnItHasClosed) {
     EXPECT_TRUE(popover.shown);
 }
 
+TEST_F(ShellTest, whatTheDesktopAllowsIsThereBeforeTheWindowComesUp) {
+    shell().start();
+    desktop.handOver({}, QStringLiteral("shell_TIME4711"), {});
+    EXPECT_EQ(allowed, QStringList{QStringLiteral("shell_TIME4711")});
+    EXPECT_TRUE(popover.shown);
+}
+
 TEST_F(ShellTest, aScreenThatCannotBeMadeIsSaidToWhoPressedTheLauncher) {
     shell().start();
     popover.broken = true;

@@ -35,12 +35,19 @@ class Trial(Scene):
         wait_for(self.owner, "it stands on the desktop's road")
         self.assertIsNotNone(gdbus("com.vennic.desktop", "/com/vennic/desktop", "org.freedesktop.Application",
                                    "ActivateAction", "settings", "[]", "{}"))
-        wait_for(self.settings_shown, "the settings come up")
+        window = wait_for(self.settings_shown, "the settings come up")
+        # As a launcher says it, which knows when it was pressed.
+        self.assertIsNotNone(gdbus("com.vennic.desktop", "/com/vennic/desktop", "org.freedesktop.Application",
+                                   "ActivateAction", "settings", "[]", "{'desktop-startup-id': <'panel-1_TIME4711'>}"))
+        wait_for(lambda: "= 4711" in self.said_by("xprop", "-id", window, "_NET_WM_USER_TIME"),
+                 "the window comes up by the press on the launcher")
+
+    def settings_shown(self):
+        return self.said_by("xdotool", "search", "--onlyvisible", "--name", "^Réglages de Vennic$").strip()
 
     @staticmethod
-    def settings_shown():
-        return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Réglages de Vennic$"],
-                              capture_output=True, check=False, timeout=PATIENCE).stdout
+    def said_by(*command):
+        return subprocess.run(command, capture_output=True, text=True, check=False, timeout=PATIENCE).stdout
 
     def test_the_users_own_vennic_keeps_its_place(self):
         other = subprocess.Popen(["/usr/bin/python3", "-c", OTHER], stdout=subprocess.PIPE)

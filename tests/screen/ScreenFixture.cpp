@@ -50,7 +50,8 @@ ScreenQml& ScreenFixture::screen() {
             runtime.surroundings(session(), http, config, clock));
         builtScreen = std::make_unique<ScreenQml>(
             Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
-                                 [this](const QString& address) { followed.append(address); }});
+                                 [this](const QString& address) { followed.append(address); },
+                                 [this](quint64 window) { presented.push_back(window); }});
     }
     return *builtScreen;
 }

@@ -21,6 +21,7 @@ struct ScreenFixture : SessionFixture {
     std::shared_ptr<QSet<QString>> downloaded = std::make_shared<QSet<QString>>(); // read on the pool
     QStringList followed;
     std::vector<QUrl> opened;
+    std::vector<quint64> presented; // windows that came up
     int quits = 0;
     int settingsOpened = 0;
     std::vector<MenuBarView::Content> bodies{MenuBarView::Content::chat};

@@ -36,11 +36,23 @@ struct SettingsWindowFixture : ScreenFixture {
             throw std::runtime_error(std::string("there is no ") + name);
         return found;
     }
+    /// Whether what has the keyboard looks like it: a ring around it, or a border of its own.
+    bool isFocusSeen() {
+        const QQuickItem* const item = window().activeFocusItem();
+        if (!item)
+            return false;
+        for (const QQuickItem* part : item->findChildren<QQuickItem*>())
+            if (QByteArrayView(part->metaObject()->className()).startsWith("FocusRing") &&
+                part->property("of").value<QQuickItem*>() == item)
+                return part->isVisible();
+        return item->inherits("QQuickTextInput") || item->objectName() == QStringLiteral("token");
+    }
     QString focused() { return window().activeFocusItem() ? window().activeFocusItem()->objectName() : QString(); }
     void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
+        QQuickView& to = window(); // the same for both: a key may close it
         for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
             QKeyEvent event(type, key, modifiers, text);
-            QCoreApplication::sendEvent(&window(), &event);
+            QCoreApplication::sendEvent(&to, &event);
         }
         paint();
     }

@@ -89,14 +89,15 @@ void ScreenQml::followAppearance() {
 }
 
 void ScreenQml::makePopover() {
-    popover_ = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
-    followAppearance();
-    load(*popover_, QStringLiteral("shell/Popover.qml"),
+    auto window = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
+    load(*window, QStringLiteral("shell/Popover.qml"),
          {{QStringLiteral("menuBar"), object(&with_.menuBar)},
           {QStringLiteral("chat"), object(&with_.chat)},
           {QStringLiteral("transcript"), object(&transcript_)},
           {QStringLiteral("picker"), object(&picker_)},
           {QStringLiteral("links"), object(&links_)}});
+    popover_ = std::move(window); // from here on there is one
+    followAppearance();
     connect(popover_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
             Q_EMIT popoverClosed();
@@ -115,6 +116,7 @@ void ScreenQml::showPopover(std::optional<QRect> anchor) {
     unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
     popover_->appear(anchor);
+    tellPresented(*popover_);
 }
 
 void ScreenQml::closePopover() {
@@ -131,12 +133,8 @@ void ScreenQml::activatePopover() {
         popover_->requestActivate();
 }
 
-std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
-    auto view = std::make_unique<QQuickView>(&engine_, nullptr);
-    view->setTitle(QStringLiteral("Réglages de Vennic"));
-    view->setResizeMode(QQuickView::SizeRootObjectToView);
-    view->setMinimumSize({520, 620});
-    view->resize(580, 660);
+std::unique_ptr<SettingsWindow> ScreenQml::makeSettings() {
+    auto view = std::make_unique<SettingsWindow>(&engine_);
     load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("settings"), object(&with_.settings)}});
     return view;
 }
@@ -156,8 +154,14 @@ void ScreenQml::showSettings() {
     settings_->show();
     settings_->raise();
     settings_->requestActivate();
+    tellPresented(*settings_);
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
+}
+
+void ScreenQml::tellPresented(const QWindow& window) const {
+    if (with_.presented)
+        with_.presented(window.winId());
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }

@@ -14,9 +14,12 @@ Rectangle {
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("Réglages")
 
-    // Gives the keyboard to the first thing of the tab.
+    // Gives the keyboard to the first thing of the tab, in sight of whoever looks.
     function appear() {
-        body.item.nextItemInFocusChain(true).forceActiveFocus(Qt.OtherFocusReason);
+        if (body.item.takeFocus)
+            body.item.takeFocus();
+        else
+            body.item.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason);
     }
 
     T.TabBar {

@@ -42,6 +42,11 @@ Rectangle {
         onActivated: root.chat.newConversation()
     }
     Shortcut {
+        sequences: ["Ctrl+,", "Meta+,"]
+        enabled: root.menuBar.canOpenSettings
+        onActivated: root.menuBar.openSettings()
+    }
+    Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter", "Meta+Return", "Meta+Enter"]
         enabled: root.menuBar.canStartDiscussion && root.chat.canSend
         onActivated: root.chat.send()
