@@ -20,7 +20,7 @@ T.Dialog {
     focus: true
     closePolicy: T.Popup.CloseOnEscape
     onAboutToShow: asker = parent.Window.activeFocusItem
-    onClosed: asker?.forceActiveFocus(Qt.TabFocusReason)
+    onClosed: asker?.forceActiveFocus(asker.focusReason ?? Qt.OtherFocusReason)
     onOpened: refuse.forceActiveFocus(Qt.TabFocusReason)
     T.Overlay.modal: Rectangle { color: "#80000000" }
 
