@@ -165,6 +165,7 @@ TEST_F(LocalLlmTabTest, aModelIsChosenByTheKeyboard) {
     EXPECT_EQ(session().localLLMModel(), QStringLiteral("mlx-community/Qwen2.5-Coder-14B-Instruct-4bit"));
     EXPECT_EQ(find("model")->property("text").toString(), QStringLiteral("Qwen2.5 Coder 14B"));
     EXPECT_EQ(focused(), QStringLiteral("model"));
+    EXPECT_TRUE(find("model")->property("visualFocus").toBool());
 }
 
 TEST_F(LocalLlmTabTest, anIdentifierOfOnesOwnIsWritten) {
