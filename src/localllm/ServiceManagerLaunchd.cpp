@@ -36,9 +36,11 @@ public:
 
 private:
     void text(const char* element, const QString& value) {
-        // XML 1.0, "Characters": no control characters but these, however they are written.
-        const auto isForbidden = [](QChar c) { return c.unicode() < u' ' && c != u'\t' && c != u'\n' && c != u'\r'; };
-        if (std::ranges::any_of(value, isForbidden))
+        // XML 1.0, "Characters" and "End-of-Line Handling": what it can't say, and what would be read as a line feed.
+        const auto isForbidden = [](QChar c) {
+            return (c.unicode() < u' ' && c != u'\t' && c != u'\n') || c.isNonCharacter();
+        };
+        if (std::ranges::any_of(value, isForbidden) || !value.isValidUtf16())
             throw LocalizedError(
                 QStringLiteral("Un chemin contient un caractère de contrôle, ce que le LaunchAgent ne peut pas dire."));
         xml_.writeTextElement(QString::fromLatin1(element), value);

@@ -101,6 +101,9 @@ TEST(ServiceManagerLaunchd, writesWhatAnotherReaderReadsWhateverTheHomeIsCalled)
 TEST(ServiceManagerLaunchd, refusesWhatAPropertyListCannotSay) {
     EXPECT_THROW(manager.definition(serviceOf(QStringLiteral("/Users/a\x01") + u'b')), LocalizedError);
     EXPECT_THROW(manager.definition(serviceOf(QStringLiteral("/Users/a\x1b[31m"))), LocalizedError);
+    EXPECT_THROW(manager.definition(serviceOf(QStringLiteral("/Users/a\rb"))), LocalizedError);
+    for (const char16_t c : {u'\xfffe', u'\xffff', u'\xd800'})
+        EXPECT_THROW(manager.definition(serviceOf(QStringLiteral("/Users/") + QChar(c))), LocalizedError) << int(c);
 }
 
 TEST(ServiceManagerLaunchd, loadsByTheSessionOfItsUser) {
