@@ -11,20 +11,6 @@ constexpr std::chrono::seconds patience{1};
 
 } // namespace
 
-/// A heartbeat that waits for the scan, for as long as it does.
-class LocalLLMHeartbeat::Waiter {
-public:
-    explicit Waiter(std::vector<Event<>*>& waiting) : waiting_(waiting) { waiting_.push_back(&event_); }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-    ~Waiter() { std::erase(waiting_, &event_); }
-    Event<>& event() { return event_; }
-
-private:
-    std::vector<Event<>*>& waiting_;
-    Event<> event_;
-};
-
 Task<std::optional<QByteArray>> LocalLLMHeartbeat::encodedHeartbeat() {
     BridgeHeartbeat heartbeat;
     if (telemetry_.modelProbeEnabled())
@@ -45,18 +31,17 @@ Task<std::optional<QByteArray>> LocalLLMHeartbeat::encodedHeartbeat() {
 Task<> LocalLLMHeartbeat::readDisk() {
     if (!std::exchange(scanning_, true))
         jobs_.start(scan());
-    Waiter waiter(waiting_);
+    Waiters<>::Place place(waiting_);
     Scope patient;
-    patient.start(giveUp(&clock_, &waiter.event()));
-    co_await waiter.event();
+    patient.start(giveUp(&clock_, &place.event()));
+    co_await place.event();
 }
 
 Task<> LocalLLMHeartbeat::scan() {
     auto work = [](const std::stop_token&, const DownloadedIds& downloadedIds) { return downloadedIds(); };
     onDisk_ = co_await onPoolWaiting(work, downloadedIds_);
     scanning_ = false;
-    for (Event<>* waiting : waiting_)
-        waiting->set();
+    waiting_.wake();
 }
 
 Task<> LocalLLMHeartbeat::giveUp(Clock* clock, Event<>* waiting) {

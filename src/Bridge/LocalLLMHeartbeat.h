@@ -1,11 +1,11 @@
 #pragma once
 #include "Bridge/HeartbeatSource.h"
 #include "Bridge/LocalLLMTelemetry.h"
+#include "base/Waiters.h"
 
 #include <QSet>
 
 #include <functional>
-#include <vector>
 
 namespace vennic {
 
@@ -22,8 +22,6 @@ public:
     Task<std::optional<QByteArray>> encodedHeartbeat() override;
 
 private:
-    class Waiter;
-
     /// Ends once the disk has been read, or after a second.
     Task<> readDisk();
     Task<> scan();
@@ -34,7 +32,7 @@ private:
     DownloadedIds downloadedIds_;
     QSet<QString> onDisk_; // when it was last read
     bool scanning_ = false;
-    std::vector<Event<>*> waiting_; // for the end of the scan
+    Waiters<> waiting_; // for the end of the scan
     Scope jobs_;
 };
 

@@ -15,8 +15,6 @@ namespace {
 
 using std::chrono::seconds;
 
-bool isSuccess(int status) { return status >= 200 && status <= 299; }
-
 HttpRequest request(const QByteArray& method, const QUrl& url, seconds timeout) {
     HttpRequest request;
     request.method = method;

@@ -1,26 +1,8 @@
 #include "backend/ChatView.h"
 
+#include "backend/LocalCompletionReader.h"
+
 namespace vennic {
-
-namespace {
-
-constexpr std::chrono::seconds localPatience{2};
-
-} // namespace
-
-/// Whoever waits for the end of a turn, for as long as they do.
-class ChatView::Waiter {
-public:
-    explicit Waiter(std::vector<Event<TurnEnd>*>& waiting) : waiting_(waiting) { waiting_.push_back(&ended_); }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-    ~Waiter() { std::erase(waiting_, &ended_); }
-    Event<TurnEnd>& ended() { return ended_; }
-
-private:
-    std::vector<Event<TurnEnd>*>& waiting_;
-    Event<TurnEnd> ended_;
-};
 
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
@@ -65,8 +47,8 @@ void ChatView::send() {
 Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
     if (!begin(text, provider))
         co_return std::nullopt;
-    Waiter waiter(waiting_);
-    co_return co_await waiter.ended();
+    Waiters<TurnEnd>::Place place(waiting_);
+    co_return co_await place.event();
 }
 
 void ChatView::newConversation() {
@@ -89,14 +71,13 @@ bool ChatView::begin(const QString& text, std::optional<Provider> provider) {
 
 Task<> ChatView::run(Turn turn) {
     const TurnEnd end = co_await answer(std::move(turn));
-    for (Event<TurnEnd>* waiting : waiting_)
-        waiting->set(end);
+    waiting_.wake(end);
 }
 
 Task<TurnEnd> ChatView::answer(Turn turn) {
     AppSession& session = with_.session;
     if (turn.provider == Provider::local) {
-        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localPatience))
+        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localServerPatience))
             co_return co_await with_.local.runDirectLocal(turn.prompt);
     }
     std::optional<QString> failure;

@@ -2,11 +2,10 @@
 #include "backend/APIService.h"
 #include "backend/DirectLocalChat.h"
 #include "base/Clock.h"
+#include "base/Waiters.h"
 #include "core/AppSession.h"
 
 #include <QObject>
-
-#include <vector>
 
 namespace vennic {
 
@@ -62,7 +61,6 @@ private:
         Provider provider = Provider::openai;
         std::optional<qint64> discussionId;
     };
-    class Waiter;
 
     /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
     bool begin(const QString& text, std::optional<Provider> provider = std::nullopt);
@@ -76,7 +74,7 @@ private:
     QString draft_;
     bool couldForget_ = false; // as it was told last
     bool inputFocused_ = false;
-    std::vector<Event<TurnEnd>*> waiting_; // for the end of the turn that runs
+    Waiters<TurnEnd> waiting_; // for the end of the turn that runs
     Scope jobs_;
 };
 

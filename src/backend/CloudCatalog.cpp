@@ -34,7 +34,7 @@ Task<> CloudCatalog::refresh() {
     request.timeout = std::chrono::seconds{8};
     try {
         const HttpResponse response = co_await http_.sharedData(std::move(request));
-        if (!response.status || *response.status < 200 || *response.status > 299)
+        if (!isSuccess(response.status))
             co_return;
         providers_ = decodeProviders(response.body);
         lastFetch_ = clock_.now();

@@ -29,14 +29,13 @@ LocalChatRequest requestWith(const QString& model, const QJsonArray& tools, cons
 /// The assistant message that a turn writes in. Once it has gone from the list it takes no more.
 class LocalToolChat::Writing {
 public:
-    explicit Writing(const Surroundings& with) : session_(with.session), clock_(with.clock) { beginMessage(); }
+    explicit Writing(const Surroundings& with) : session_(with.session), clock_(with.clock) { begin(); }
 
-    /// Leaves the message as it is, and appends a new one that is empty.
-    void beginMessage() {
-        const auto message = ChatMessage::make(ChatMessage::Role::assistant, {}, clock_.now());
-        index_ = session_.messages().size();
-        id_ = message.id;
-        session_.appendMessage(message);
+    /// Leaves the message as it is and goes on in a new one, unless it has gone: a conversation that was cleared
+    /// meanwhile gets nothing of the turn.
+    void goOnInNewMessage() {
+        if (isListed())
+            begin();
     }
     void set(const QString& content) {
         if (isListed())
@@ -48,6 +47,12 @@ public:
     }
 
 private:
+    void begin() {
+        const auto message = ChatMessage::make(ChatMessage::Role::assistant, {}, clock_.now());
+        index_ = session_.messages().size();
+        id_ = message.id;
+        session_.appendMessage(message);
+    }
     bool isListed() const {
         const auto& messages = session_.messages();
         return index_ < messages.size() && messages[index_].id == id_;
@@ -97,7 +102,7 @@ Task<QString> LocalToolChat::converse(LocalChatRequest* request, bool hasTools, 
             co_return reply.text;
         request->addToolCalls(reply.text, reply.toolCalls);
         if (!reply.text.isEmpty())
-            writing->beginMessage();
+            writing->goOnInNewMessage();
         co_await runTools(reply.toolCalls, request, writing);
         writing->set({});
     }

@@ -7,21 +7,12 @@
 
 namespace vennic::LocalDirectClient {
 
-namespace {
-
-bool isSuccess(std::optional<int> status) { return status && *status >= 200 && *status <= 299; }
-
-} // namespace
-
 Task<bool> isReachable(VennicHTTP* http, QString endpoint, std::chrono::milliseconds timeout) {
-    auto url = localServerURL(endpoint, QLatin1String("/models"));
-    if (!url)
+    auto request = localModelsRequest(endpoint, timeout);
+    if (!request)
         co_return false;
-    HttpRequest request;
-    request.url = *std::move(url);
-    request.timeout = timeout;
     try {
-        const HttpResponse response = co_await http->sharedData(std::move(request));
+        const HttpResponse response = co_await http->sharedData(*std::move(request));
         co_return isSuccess(response.status);
     } catch (const TransportError&) {
         co_return false;

@@ -83,7 +83,7 @@ Task<std::optional<std::vector<LocalLLMModel>>> fetchRemoteModels(VennicHTTP* ht
     request.timeout = std::chrono::seconds{8};
     try {
         const HttpResponse response = co_await http->sharedData(std::move(request));
-        if (!response.status || *response.status < 200 || *response.status > 299)
+        if (!isSuccess(response.status))
             co_return std::nullopt;
         std::vector<LocalLLMModel> models = decodeModels(response.body);
         if (models.empty())

@@ -33,6 +33,9 @@ struct LocalLLMTelemetryTest : testing::Test {
     LocalLLMHeartbeat heartbeat{telemetry, clock, [this] { return onDisk; }};
 
     std::string loaded() { return await(telemetry.currentLoadedModel()).value_or(QStringLiteral("-")).toStdString(); }
+    static Task<> ask(LocalLLMTelemetry* telemetry, std::optional<QString>* model) {
+        *model = co_await telemetry->currentLoadedModel();
+    }
     QJsonObject beat() { return QJsonDocument::fromJson(await(heartbeat.encodedHeartbeat()).value_or("")).object(); }
     void probe(bool on = true) { await(telemetry.setModelProbeEnabled(on)); }
 };
@@ -44,6 +47,7 @@ TEST_F(LocalLLMTelemetryTest, theFirstModelOfTheListIsTheLoadedOne) {
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url, QUrl(QStringLiteral("http://localhost:8080/v1/models")));
     EXPECT_EQ(request.timeout, 2s);
+    EXPECT_EQ(request.deadline, 2s) << "for the whole answer, however it drips";
     EXPECT_TRUE(request.secretHeaders.empty() && request.headers.empty());
     EXPECT_EQ(request.anchors, nullptr);
 }
@@ -119,23 +123,72 @@ TEST_F(LocalLLMTelemetryTest, anotherServerIsNotCreditedWithTheOldModel) {
     EXPECT_EQ(transport.requests.at(1).url, QUrl(QStringLiteral("http://127.0.0.1:9/v1/models")));
 }
 
+TEST_F(LocalLLMTelemetryTest, whoAsksMeanwhileWaitsForTheSameAnswer) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::array<std::optional<QString>, 3> models;
+    for (auto& model : models)
+        jobs.start(ask(&telemetry, &model));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    std::optional<QString> ofCancelled;
+    Job cancelled = jobs.start(ask(&telemetry, &ofCancelled));
+    cancelled.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 3; }));
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(models,
+              (std::array<std::optional<QString>, 3>{QStringLiteral("Qwen/Qwen3-8B"), QStringLiteral("Qwen/Qwen3-8B"),
+                                                     QStringLiteral("Qwen/Qwen3-8B")}));
+    EXPECT_FALSE(ofCancelled);
+    EXPECT_EQ(transport.requests.size(), 1u);
+}
+
+TEST_F(LocalLLMTelemetryTest, whoAsksFirstAndLeavesTakesNoAnswerFromTheOthers) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::optional<QString> first;
+    std::optional<QString> second;
+    Job job = jobs.start(ask(&telemetry, &first));
+    jobs.start(ask(&telemetry, &second));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    job.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 1; }));
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(second, QStringLiteral("Qwen/Qwen3-8B"));
+}
+
+TEST_F(LocalLLMTelemetryTest, anotherServerIsAskedAtOnceWhileTheOldOneStillThinks) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::optional<QString> old;
+    std::optional<QString> next;
+    jobs.start(ask(&telemetry, &old));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    await(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
+    transport.answerWith(200, R"({"data":[{"id":"next"}]})");
+    jobs.start(ask(&telemetry, &next));
+    ASSERT_TRUE(waitUntil([&] { return transport.requests.size() == 2; }));
+    EXPECT_EQ(transport.cancelled, 1);
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_FALSE(old);
+    EXPECT_TRUE(next);
+}
+
 TEST_F(LocalLLMTelemetryTest, anAnswerThatComesAfterTheServerWasReplacedIsNobodys) {
     transport.hold();
     transport.answerWith(200, oneModel);
-    Scope scope;
-    bool ended = false;
+    Scope jobs;
     std::optional<QString> model;
-    struct Asking {
-        static Task<> ask(LocalLLMTelemetry* telemetry, std::optional<QString>* model, bool* ended) {
-            *model = co_await telemetry->currentLoadedModel();
-            *ended = true;
-        }
-    };
-    scope.start(Asking::ask(&telemetry, &model, &ended));
+    jobs.start(ask(&telemetry, &model));
     ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
-    await(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
-    transport.release();
-    ASSERT_TRUE(waitUntil([&] { return ended; }));
+    jobs.start(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
+    transport.release(); // the answer is there, and read only after the change
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
     EXPECT_FALSE(model);
     transport.answerWith(200, R"({"data":[{"id":"next"}]})");
     EXPECT_EQ(loaded(), "next");

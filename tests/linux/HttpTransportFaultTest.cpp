@@ -180,6 +180,13 @@ TEST_F(HttpTransportFaultTest, aDripThatNeverEndsMeetsTheTotalDeadline) {
     EXPECT_EQ(faultOf(request("GET", 200ms)), TransportFault::timedOut);
 }
 
+TEST_F(HttpTransportFaultTest, aDeadlineOfItsOwnEndsADripLongBeforeItsSilenceWould) {
+    server_.onRequest(answers::drip(answerBytes(200, QByteArray(100000, 'x')), 10ms));
+    HttpRequest hurried = request("GET", 1h);
+    hurried.deadline = 200ms;
+    EXPECT_EQ(faultOf(std::move(hurried)), TransportFault::timedOut);
+}
+
 TEST_F(HttpTransportFaultTest, anUploadThatNobodyReadsTimesOut) {
     server_.onConnection([](Wire& wire) { wire.hold(); });
     auto post = request("POST", 200ms);

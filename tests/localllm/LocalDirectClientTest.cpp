@@ -57,6 +57,7 @@ TEST_F(LocalDirectClientTest, aServerThatListsItsModelsIsReachable) {
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url, QUrl(endpoint + QStringLiteral("/models")));
     EXPECT_EQ(request.timeout, 2s);
+    EXPECT_EQ(request.deadline, 2s) << "for the whole answer, however it drips";
     EXPECT_TRUE(request.headers.empty() && request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr) << "no local call is pinned, whatever the host";
     transport.answerWith(299);
@@ -87,6 +88,7 @@ TEST_F(LocalDirectClientTest, theBodyGoesOutAsItIsAndNoTokenWithIt) {
     EXPECT_EQ(request.headers,
               (std::vector<HttpHeader>{{"Content-Type", "application/json"}, {"Accept", "text/event-stream"}}));
     EXPECT_EQ(request.timeout, 240s);
+    EXPECT_GE(request.deadline, 2h) << "a slow model may write for long";
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr);
 }
@@ -172,6 +174,18 @@ TEST_F(LocalDirectClientTest, aRefusalIsQuotedUpToALineEnd) {
     EXPECT_EQ(failure(), "Local server HTTP 500: " + std::string(3000, 'y')) << "never in the middle of a line";
     transport.answerWith(302);
     EXPECT_EQ(failure(), "Local server HTTP 302: ");
+}
+
+TEST_F(LocalDirectClientTest, aRefusalThatTalksWithoutEndKeepsItsStatus) {
+    transport.pieceBytes = 64LL * 1024;
+    const QByteArray tooLong(mostLineBytes + 1, 'x');
+    transport.answerWith(503, tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: ");
+    transport.answerWith(503, "occupé\n" + tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
+    transport.streamFault = TransportFault::tooLarge; // of the whole answer
+    transport.answerWith(503, "occupé\n");
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
 }
 
 TEST_F(LocalDirectClientTest, theErrorsTellWhichTheyAre) {
