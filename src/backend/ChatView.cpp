@@ -6,6 +6,17 @@ namespace vennic {
 
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
+    for (const auto signal : {&AppSession::messagesChanged, &AppSession::discussionIdChanged})
+        connect(&with_.session, signal, this, &ChatView::followConversation);
+    followConversation();
+}
+
+void ChatView::followConversation() {
+    const bool can = !with_.session.messages().empty() || with_.session.discussionId();
+    if (can == couldForget_)
+        return;
+    couldForget_ = can;
+    Q_EMIT canForgetChanged();
 }
 
 void ChatView::setDraft(const QString& draft) {
@@ -41,7 +52,8 @@ Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider>
 }
 
 void ChatView::newConversation() {
-    with_.session.clearConversation();
+    if (canForget())
+        with_.session.clearConversation();
     setInputFocused(true);
 }
 

@@ -200,6 +200,29 @@ TEST_F(ChatViewTest, aNewConversationDoesNotDetachTheTurnThatRuns) {
     EXPECT_EQ(session().discussionId(), 3);
 }
 
+TEST_F(ChatViewTest, whatCanBeForgottenIsAMessageOrADiscussion) {
+    int told = 0;
+    QObject::connect(&view(), &ChatView::canForgetChanged, [&told] { ++told; });
+    EXPECT_FALSE(view().canForget());
+    session().setDiscussionId(0);
+    EXPECT_TRUE(view().canForget());
+    session().appendMessage(ChatMessage::make(ChatMessage::Role::user, QStringLiteral("a"), clock.now()));
+    session().setDiscussionId(std::nullopt);
+    EXPECT_TRUE(view().canForget());
+    EXPECT_EQ(told, 1);
+    view().newConversation();
+    EXPECT_FALSE(view().canForget());
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(ChatViewTest, whereThereIsNothingToForgetTheInputGetsTheFocusAlone) {
+    view();
+    store.writes.clear();
+    view().newConversation();
+    EXPECT_TRUE(view().inputFocused());
+    EXPECT_TRUE(store.writes.empty());
+}
+
 TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {
     signedInView();
     view().setDraft(QStringLiteral("brouillon"));

@@ -91,6 +91,7 @@ struct LocalToolChatFixture : SessionFixture {
     bool ended() {
         return waitUntil([this] { return !session().isStreaming(); });
     }
+    static Task<> run(LocalToolChat* chat) { co_await chat->runDirectLocal(QStringLiteral("x")); }
     void turn(const QString& text = QStringLiteral("Bonjour")) {
         send(text);
         ASSERT_TRUE(ended());
