@@ -4,6 +4,16 @@
 
 namespace vennic {
 
+namespace {
+
+constexpr std::chrono::seconds filingPatience{5};
+
+QUuid conversationOf(const AppSession& session) {
+    return session.messages().empty() ? QUuid() : session.messages().front().id;
+}
+
+} // namespace
+
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
     for (const auto signal : {&AppSession::messagesChanged, &AppSession::discussionIdChanged})
@@ -65,7 +75,8 @@ bool ChatView::begin(const QString& text, std::optional<Provider> provider) {
     session.appendMessage(ChatMessage::make(ChatMessage::Role::user, prompt, with_.clock.now()));
     session.setIsStreaming(true);
     session.setLastError(std::nullopt);
-    jobs_.start(run({prompt, session.userToken(), provider.value_or(session.provider()), session.discussionId()}));
+    jobs_.start(run({prompt, session.userToken(), provider.value_or(session.provider()), session.discussionId(),
+                     conversationOf(session)}));
     return true;
 }
 
@@ -101,13 +112,20 @@ Task<ChatReply> ChatView::complete(Turn turn) {
     CompletionRequest request;
     request.prompt = turn.prompt;
     request.provider = turn.provider;
-    request.discussionId = turn.discussionId;
+    request.discussionId = co_await discussionOf(turn);
     if (turn.provider == Provider::local)
         request.localModel = with_.session.selectedLocalModel();
     else
         request.cloudModel = with_.session.selectedCloudModel();
     const APIService api(with_.http, with_.config, turn.token, {});
     co_return co_await api.complete(request);
+}
+
+Task<std::optional<qint64>> ChatView::discussionOf(Turn turn) {
+    if (turn.discussionId || !with_.local.isFiling())
+        co_return turn.discussionId;
+    co_await with_.local.filed(filingPatience);
+    co_return conversationOf(with_.session) == turn.conversation ? with_.session.discussionId() : std::nullopt;
 }
 
 void ChatView::say(const QString& text) {

@@ -60,6 +60,7 @@ private:
         std::optional<SecretText> token;
         Provider provider = Provider::openai;
         std::optional<qint64> discussionId;
+        QUuid conversation; // the id of its first message
     };
 
     /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
@@ -67,6 +68,8 @@ private:
     Task<> run(Turn turn);
     Task<TurnEnd> answer(Turn turn);
     Task<ChatReply> complete(Turn turn);
+    /// The discussion of a turn: that of its sending, or the one that is being opened by the turn before.
+    Task<std::optional<qint64>> discussionOf(Turn turn);
     void say(const QString& text);
     void followConversation();
 

@@ -109,6 +109,29 @@ TEST_F(ChatViewTest, theTokenProviderAndDiscussionAreThoseOfTheSending) {
     EXPECT_EQ(sent().value(QLatin1String("model")), QStringLiteral("opus")) << "the model is read inside the job";
 }
 
+TEST_F(ChatViewTest, aTurnBehindOneThatIsBeingFiledJoinsItsDiscussion) {
+    signedInView();
+    local.filing = true;
+    local.onFiled = [this] { session().setDiscussionId(4); };
+    reply("x", 4);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(sent().value(QLatin1String("discussion_id")), 4);
+}
+
+TEST_F(ChatViewTest, aConversationThatWasClearedMeanwhileIsNotDrawnIntoTheOld) {
+    signedInView();
+    local.filing = true;
+    local.onFiled = [this] {
+        session().clearConversation();
+        session().setDiscussionId(4); // of the turn that was filed
+    };
+    reply("x", 5);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_FALSE(sent().contains(QLatin1String("discussion_id")));
+}
+
 TEST_F(ChatViewTest, aReplyWithoutADiscussionIsDiscussionZero) {
     signedInView();
     transport.answerWith(200, "data: x\n\n");
