@@ -65,6 +65,7 @@ void Indexer::setFolders(std::vector<std::string> folders) {
         foldersSet_ = true;
         foldersKnown_ = true;
         status_.ready = false;
+        complete_ = false;
     }
     wake();
 }
@@ -79,9 +80,9 @@ IndexerStatus Indexer::status() const {
     return status_;
 }
 
-bool Indexer::waitUntilOpen() {
+bool Indexer::waitUntilOpen(milliseconds limit) {
     std::unique_lock lock(mutex_);
-    opened_.wait(lock, [this] { return open_ || stop_ || status_.fault != 0 || status_.inUse; });
+    opened_.wait_for(lock, limit, [this] { return open_ || stop_ || status_.fault != 0 || status_.inUse; });
     return open_ && !stop_;
 }
 
@@ -125,6 +126,7 @@ void Indexer::run() {
             }
             work_.reset();
             IndexStore::erase(settings_.directory);
+            complete_ = false;
             ++indexGeneration_;
             ++folderGeneration_;
             damaged_ = false; // what readers reported meanwhile is gone with it
@@ -230,6 +232,10 @@ void Indexer::cycle() {
     // A root that has gone (an unmounted disk) has nobody above it that tells when it is back.
     if (!busy && work.lostRootsDue == Moment::max() && !lostRoots().empty())
         work.lostRootsDue = now + settings_.lostRootInterval;
+    if (!busy && work.walkedOnce) { // what waits by now was read in vain
+        const std::lock_guard lock(mutex_);
+        complete_ = !foldersSet_;
+    }
     const bool settled = !busy && work.walkedOnce && work.store.waiting() == 0 && work.dirty.empty();
     if (!busy || now - work.lastPublished > publishInterval)
         publish(settled);
