@@ -1,5 +1,6 @@
 """A local model behind the bridge: the real client and backend, and a scripted model's server."""
 import json
+import os
 import threading
 
 from model_server import DONE, ModelServer, calls, finish, gate, repeat, text, usage
@@ -147,7 +148,8 @@ class Inference(Scene):
             most = max(most, memory(self.client.process.pid, "Pss_Anon"))
         self.assertEqual(self.answer(task)["choices"][0]["message"]["content"], "mot " * 100_000)
         self.assertEqual("".join(task["stream"]), "mot " * 100_000)
-        self.assertLess(most - before, 16 * 1024, "kB more at its highest")
+        if "VENNIC_SANITIZED" not in os.environ:  # a sanitizer keeps what has been freed
+            self.assertLess(most - before, 16 * 1024, "kB more at its highest")
 
     def test_a_backend_that_stands_still_holds_up_the_models_server(self):
         self.begin()

@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <gtest/gtest.h>
+#include <memory>
 
 using namespace std::chrono_literals;
 
@@ -86,9 +87,10 @@ struct ModelAnsweringTest : ::testing::Test {
         return task;
     }
     TaskRecord poll() {
-        TaskRecord task;
-        desk.poll(key, 1, 25s, [&task](const PollEnd& end) { task = end.task; });
-        return task;
+        // A poll that finds nothing stands until a later task ends it.
+        auto task = std::make_shared<TaskRecord>();
+        desk.poll(key, 1, 25s, [task](const PollEnd& end) { *task = end.task; });
+        return *task;
     }
     QJsonObject lastMessage() { return model.last().request.messages.last().toObject(); }
     QString toldToModel() { return lastMessage().value(QLatin1String("content")).toString(); }

@@ -29,8 +29,9 @@ QImage SymbolProvider::requestImage(const QString& id, QSize* size, const QSize&
     QPainter painter(&image);
     painter.setOpacity(color.alphaF());
     renderer.render(&painter);
+    painter.end();
     *size = image.size();
-    return image;
+    return image.copy(); // a painted image keeps its engine, which is larger than the symbol
 }
 
 } // namespace vennic
