@@ -40,13 +40,6 @@ struct ChatViewTest : test::SessionFixture {
     QJsonObject sent(std::size_t at = 0) {
         return QJsonDocument::fromJson(transport.requests.at(at).body.value()).object();
     }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
-    }
 };
 
 TEST_F(ChatViewTest, aTurnShowsTheTrimmedTextAndThenTheReply) {

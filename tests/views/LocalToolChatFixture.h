@@ -100,13 +100,6 @@ struct LocalToolChatFixture : SessionFixture {
         ASSERT_TRUE(ended());
         settle();
     }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
-    }
     QString last() { return session().messages().back().content; }
     bool shows(const QString& text) {
         return waitUntil([&] { return !session().messages().empty() && last() == text; });

@@ -45,12 +45,12 @@ void DiskSearch::walk(std::size_t first, Moment end, const Searcher::Sink& sink)
 
 std::size_t DiskSearch::look(std::size_t folder, const Searcher::Sink& sink) {
     const Folder here = folders_[folder]; // a copy: the list grows below
-    const Descriptor open = openFolder(here.components);
+    const FileDescriptor open = openFolder(here.components);
     struct stat status{};
-    if (!open || fstat(open.get(), &status) != 0 ||
-        (status.st_dev != here.device && volumeOf(open.get()) == Volume::none))
+    if (!open.isOpen() || fstat(open.number(), &status) != 0 ||
+        (status.st_dev != here.device && volumeOf(open.number()) == Volume::none))
         return 1;
-    const auto listed = listFolder(open.get());
+    const auto listed = listFolder(open.number());
     if (!listed)
         return 1;
     const auto known = knownIn(here);
@@ -118,12 +118,12 @@ void DiskSearch::readTexts(const Searcher::OnDisk& onDisk, const Searcher::Sink&
 }
 
 bool DiskSearch::textMatches(const Unread& unread) {
-    const Descriptor folder = openFolder(folders_[unread.folder].components);
-    const Descriptor file = folder ? openFileAt(folder.get(), unread.entry.name) : Descriptor();
-    const auto now = file ? statOf(file.get()) : std::nullopt;
+    const FileDescriptor folder = openFolder(folders_[unread.folder].components);
+    const FileDescriptor file = folder.isOpen() ? openFileAt(folder.number(), unread.entry.name) : FileDescriptor();
+    const auto now = file.isOpen() ? statOf(file.number()) : std::nullopt;
     if (!now || now->size > largestTextFile)
         return false;
-    const TextSource::Result result = texts_.read(file.get(), unread.entry.name);
+    const TextSource::Result result = texts_.read(file.number(), unread.entry.name);
     if (result.outcome != TextSource::Outcome::text)
         return false;
     const std::string text = foldedText(result.text);

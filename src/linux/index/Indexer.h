@@ -94,8 +94,8 @@ private:
 
     const IndexerSettings settings_;
     TextSource& texts_;
-    const Descriptor wake_;
-    Descriptor lock_;
+    const FileDescriptor wake_;
+    FileDescriptor lock_;
     std::unique_ptr<Work> work_;
     int faultsInRow_ = 0;
 
