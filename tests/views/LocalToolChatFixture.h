@@ -90,7 +90,6 @@ struct LocalToolChatFixture : SessionFixture {
         view_->setDraft(text);
         view_->send();
     }
-    static Task<> run(LocalToolChat* turns) { co_await turns->runDirectLocal(QStringLiteral("x")); }
     bool ended() {
         return waitUntil([this] { return !session().isStreaming(); });
     }
