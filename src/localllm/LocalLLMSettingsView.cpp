@@ -8,6 +8,7 @@
 #include "localllm/LocalServerCheck.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cmath>
 
@@ -100,6 +101,11 @@ Task<> LocalLLMSettingsView::pollHealthUntilUp(std::chrono::seconds seconds) {
             co_return;
         co_await with_.clock.sleep(betweenChecks);
     }
+}
+
+QStringList LocalLLMSettingsView::shownModels() const {
+    static const QRegularExpression control(QStringLiteral("\\p{C}"));
+    return QStringList(availableModels_).replaceInStrings(control, QString(QChar::ReplacementCharacter));
 }
 
 void LocalLLMSettingsView::runTest() {

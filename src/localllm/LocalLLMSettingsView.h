@@ -26,7 +26,7 @@ class LocalLLMSettingsView final : public QObject {
     Q_PROPERTY(vennic::ModelCatalogPicker* picker READ picker CONSTANT)
     Q_PROPERTY(vennic::LocalLLMSettingsView::Health health READ health NOTIFY healthStatusChanged)
     Q_PROPERTY(QString healthLabel READ healthLabel NOTIFY healthStatusChanged)
-    Q_PROPERTY(QStringList availableModels READ availableModels NOTIFY availableModelsChanged)
+    Q_PROPERTY(QStringList shownModels READ shownModels NOTIFY availableModelsChanged)
     Q_PROPERTY(QString testOutput READ testOutput NOTIFY testChanged)
     Q_PROPERTY(QString testError READ testError NOTIFY testChanged)
     Q_PROPERTY(bool isTesting READ isTesting NOTIFY isTestingChanged)
@@ -75,6 +75,8 @@ public:
     QString healthLabel() const { return healthStatus_.label(); }
     /// What the server lists.
     const QStringList& availableModels() const { return availableModels_; }
+    /// The same without control characters, which a server may write into them.
+    QStringList shownModels() const;
     /// The result of the test; both empty while there is none.
     const QString& testOutput() const { return testOutput_; }
     const QString& testError() const { return testError_; }

@@ -131,6 +131,15 @@ TEST_F(LocalLLMSettingsViewTest, aBodyThatIsNoJSONStillCountsAsUp) {
     EXPECT_TRUE(view().availableModels().isEmpty());
 }
 
+TEST_F(LocalLLMSettingsViewTest, controlCharactersOfAServerReachNoScreen) {
+    models = R"({"data":[{"id":"a\nb\u0000\u001b[2J\u202ec"},{"id":"é/中"}]})";
+    view().checkHealth();
+    until([this] { return view().healthStatus() == HealthStatus::ok(); });
+    EXPECT_EQ(view().availableModels().first().size(), 10);
+    EXPECT_EQ(view().shownModels(),
+              (QStringList{QStringLiteral("a\uFFFDb\uFFFD\uFFFD[2J\uFFFDc"), QStringLiteral("é/中")}));
+}
+
 TEST_F(LocalLLMSettingsViewTest, aServerThatHangsIsLetGoWithTheWindow) {
     transport.hold();
     view().appear();

@@ -7,7 +7,7 @@ Section {
     required property QtObject tab
 
     title: qsTr("Modèles chargés")
-    visible: tab.availableModels.length > 0
+    visible: tab.shownModels.length > 0
 
     Column {
         width: parent.width
@@ -15,7 +15,7 @@ Section {
         Accessible.role: Accessible.List
         Accessible.name: root.title
         Repeater {
-            model: root.tab.availableModels
+            model: root.tab.shownModels
             Text {
                 required property string modelData
                 width: parent.width
