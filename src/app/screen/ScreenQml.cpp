@@ -143,10 +143,16 @@ void ScreenQml::showSettings() {
     const bool wasShown = isSettingsShown();
     with_.settings.appear();
     settings_->show();
-    settings_->raise();
-    settings_->requestActivate();
+    raiseSettings();
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
+}
+
+void ScreenQml::raiseSettings() {
+    if (!isSettingsShown())
+        return;
+    settings_->raise();
+    settings_->requestActivate();
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }

@@ -22,6 +22,7 @@ public:
     void closePopover() override;
     bool isPopoverShown() const override;
     void showSettings() override;
+    void raiseSettings() override;
     bool isSettingsShown() const override;
 
     /// Null until it was shown.
