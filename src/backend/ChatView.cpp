@@ -1,8 +1,21 @@
 #include "backend/ChatView.h"
 
 #include "backend/LocalCompletionReader.h"
+#include "base/Localized.h"
 
 namespace vennic {
+
+namespace {
+
+constexpr qsizetype longestPrompt = 256LL * 1024; // UTF-16 units, as the backend counts them
+
+bool isTooLong(const QString& text) { return text.trimmed().size() > longestPrompt; }
+
+QString tooLong() {
+    return localized("Ton message est trop long pour être envoyé : %1 caractères au plus.").arg(longestPrompt);
+}
+
+} // namespace
 
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
@@ -39,12 +52,16 @@ bool ChatView::canSend() const { return !draft_.trimmed().isEmpty() && !with_.se
 void ChatView::send() {
     if (!canSend())
         return;
+    if (isTooLong(draft_))
+        return with_.session.setLastError(tooLong());
     const QString text = draft_;
     setDraft({});
     begin(text);
 }
 
 Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+    if (isTooLong(text) && !with_.session.isStreaming())
+        co_return TurnEnd{.failed = true, .text = tooLong()};
     if (!begin(text, provider))
         co_return std::nullopt;
     Waiters<TurnEnd>::Place place(waiting_);
