@@ -2,6 +2,7 @@
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
 #include "Bridge/ResolvedShare.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "ports/FolderPicker.h"
 
@@ -55,7 +56,7 @@ public:
     /// How long ago the last task came in; empty until one has been served.
     QString lastActivity() const;
     /// Empty when there is none.
-    QString lastErrorMessage() const { return with_.bridge.lastErrorMessage().value_or(QString()); }
+    QString lastErrorMessage() const { return shownReason(with_.bridge.lastErrorMessage().value_or(QString())); }
     /// Each grant in order: `id`, `name`, `path` (the words for where it is), `isMoved`,
     /// `isMissing`.
     QVariantList folders() const;

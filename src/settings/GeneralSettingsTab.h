@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Clock.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "settings/SecretDraft.h"
 
@@ -21,7 +22,7 @@ class GeneralSettingsTab final : public QObject {
     Q_PROPERTY(bool canPair READ canPair NOTIFY canPairChanged)
     Q_PROPERTY(bool isPairingLoading READ isPairingLoading NOTIFY isPairingLoadingChanged)
     Q_PROPERTY(QString pairSuccessEmail READ pairSuccessEmail NOTIFY accountChanged)
-    Q_PROPERTY(QString pairError READ pairError NOTIFY pairErrorChanged)
+    Q_PROPERTY(QString pairError READ shownPairError NOTIFY pairErrorChanged)
     Q_PROPERTY(vennic::SecretDraft* tokenDraft READ tokenDraft CONSTANT)
     Q_PROPERTY(bool savedFlash READ savedFlash NOTIFY savedFlashChanged)
     Q_PROPERTY(bool highSecurityOn READ highSecurityOn WRITE setHighSecurityOn NOTIFY highSecurityOnChanged)
@@ -55,6 +56,7 @@ public:
     const QString& pairSuccessEmail() const { return pairSuccessEmail_; }
     /// The last failure of pairing; empty when there is none.
     const QString& pairError() const { return pairError_; }
+    QString shownPairError() const { return shownReason(pairError_); }
     SecretDraft* tokenDraft() { return &tokenDraft_; }
     bool savedFlash() const { return savedFlash_; }
     bool highSecurityOn() const { return highSecurityOn_; }

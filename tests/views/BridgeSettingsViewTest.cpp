@@ -147,6 +147,13 @@ TEST_F(BridgeSettingsViewTest, theWordsOfAFailureOutliveTheErrorState) {
     EXPECT_EQ(view().lastErrorMessage(), QStringLiteral("Erreur HTTP 500 : panne"));
 }
 
+TEST_F(BridgeSettingsViewTest, ofAnEndlessFailureTheBeginningIsShown) {
+    world.backend.preparedPolls.push_back(HttpResponse{.status = 500, .headers = {}, .body = QByteArray(900'000, 'x')});
+    world.service->start(SecretText{"token"});
+    ASSERT_TRUE(waitUntil([this] { return view().statusLabel() == QStringLiteral("Erreur"); }));
+    EXPECT_EQ(view().lastErrorMessage().size(), 1001);
+}
+
 TEST_F(BridgeSettingsViewTest, withZeroTasksServedNeitherTheirNumberNorADateShows) {
     view().appear();
     EXPECT_EQ(view().tasksServed(), 0);

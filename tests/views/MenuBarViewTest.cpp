@@ -114,6 +114,14 @@ TEST_F(MenuBarViewTest, theLastErrorIsShownUntilItIsTakenAway) {
     EXPECT_EQ(session().lastError(), std::nullopt);
 }
 
+TEST_F(MenuBarViewTest, ofEndlessWordsTheBeginningIsShown) {
+    const QString endless(2'000'000, u'x');
+    session().setLastError(endless);
+    EXPECT_EQ(view().lastError(), QString(1000, u'x') + u'…');
+    EXPECT_EQ(MenuBarView::bridgeHelp(Status::error(endless)),
+              QStringLiteral("Connexion locale en erreur: ") + QString(1000, u'x') + u'…');
+}
+
 TEST_F(MenuBarViewTest, theModesStandInTheirOrderWithTheirWords) {
     ModeSwitcher& modes = *view().modes();
     ASSERT_EQ(modes.buttons().size(), 2);

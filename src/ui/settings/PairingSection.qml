@@ -50,6 +50,7 @@ Section {
         }
     }
     ErrorNote {
+        objectName: "pairError"
         text: root.tab.isAuthenticated ? "" : root.tab.pairError
     }
     LinkNote {
