@@ -1,6 +1,7 @@
 #include "backend/ChatView.h"
 
 #include "backend/LocalCompletionReader.h"
+#include "base/Localized.h"
 
 namespace vennic {
 
@@ -10,6 +11,14 @@ constexpr std::chrono::seconds filingPatience{5};
 
 QUuid conversationOf(const AppSession& session) {
     return session.messages().empty() ? QUuid() : session.messages().front().id;
+}
+
+constexpr qsizetype longestPrompt = 256LL * 1024; // UTF-16 units, as the backend counts them
+
+bool isTooLong(const QString& text) { return text.trimmed().size() > longestPrompt; }
+
+QString tooLong() {
+    return localized("Ton message est trop long pour être envoyé : %1 caractères au plus.").arg(longestPrompt);
 }
 
 } // namespace
@@ -49,12 +58,16 @@ bool ChatView::canSend() const { return !draft_.trimmed().isEmpty() && !with_.se
 void ChatView::send() {
     if (!canSend())
         return;
+    if (isTooLong(draft_))
+        return with_.session.setLastError(tooLong());
     const QString text = draft_;
     setDraft({});
     begin(text);
 }
 
 Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+    if (isTooLong(text) && !with_.session.isStreaming())
+        co_return TurnEnd{.failed = true, .text = tooLong()};
     if (!begin(text, provider))
         co_return std::nullopt;
     Waiters<TurnEnd>::Place place(waiting_);

@@ -38,7 +38,8 @@ public:
     bool inputFocused() const { return inputFocused_; }
     void setInputFocused(bool focused);
 
-    /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens.
+    /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens. A draft longer
+    /// than the backend takes stays, and the session's `lastError` says so.
     Q_INVOKABLE void send();
     /// Sends `text` as `send` would a draft, leaving the draft alone, and waits for the turn's end. None when there
     /// is nothing to send or a turn runs. A cancelled wait leaves the turn running. `provider` answers this one turn

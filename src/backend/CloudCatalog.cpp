@@ -7,6 +7,7 @@ namespace vennic {
 namespace {
 
 constexpr qint64 freshMilliseconds = 30'000;
+constexpr qint64 mostCatalogBytes = 1024LL * 1024;
 
 std::vector<CloudProvider> decodeProviders(const QByteArray& body) {
     std::vector<CloudProvider> providers;
@@ -32,6 +33,7 @@ Task<> CloudCatalog::refresh() {
     request.url = config_.endpointURL(QStringLiteral("/providers.json"));
     request.url.setUserInfo({});
     request.timeout = std::chrono::seconds{8};
+    request.maxAnswerBytes = mostCatalogBytes;
     try {
         const HttpResponse response = co_await http_.sharedData(std::move(request));
         if (!isSuccess(response.status))

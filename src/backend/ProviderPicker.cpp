@@ -8,6 +8,8 @@ namespace vennic {
 
 namespace {
 
+constexpr int mostOffered = 200; // cloud models in all; whoever scrolls further has lost their way
+
 Provider providerOf(const QString& slug) { return fromRawValue<Provider>(slug).value_or(Provider::openai); }
 
 QString lastPart(const QString& id) { return id.mid(id.lastIndexOf(u'/') + 1); }
@@ -64,11 +66,13 @@ std::vector<ProviderPicker::Section> ProviderPicker::cloudSections() const {
     if (with_.catalog.providers().empty())
         return {Section{{}, fixedItems()}};
     std::vector<Section> sections;
+    int offered = 0;
     for (const CloudProvider& provider : with_.catalog.providers()) {
         Section section{provider.label(), {}};
         for (const CloudModel& model : provider.models) {
-            if (!model.isOffered())
+            if (!model.isOffered() || offered == mostOffered)
                 continue;
+            ++offered;
             Item item{.action = Item::Action::cloudModel,
                       .title = model.label(),
                       .subtitle = {},
@@ -156,12 +160,11 @@ void ProviderPicker::choose(const Item& item) {
 
 void ProviderPicker::appear() {
     jobs_.start(refresh(&with_.catalog));
-    if (!isReadingDisk_)
+    if (!std::exchange(isReadingDisk_, true))
         jobs_.start(readDisk());
 }
 
 Task<> ProviderPicker::readDisk() {
-    isReadingDisk_ = true;
     const QSet<QString> ids = co_await onPool(with_.downloadedIds);
     isReadingDisk_ = false;
     QStringList sorted(ids.begin(), ids.end());

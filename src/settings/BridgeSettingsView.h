@@ -2,7 +2,7 @@
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
 #include "Bridge/ResolvedShare.h"
-#include "base/ScreenText.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "ports/FolderPicker.h"
 #include "settings/StatusRow.h"
@@ -54,12 +54,12 @@ public:
     /// How long ago the last task came in; empty until one has been served.
     QString lastActivity() const;
     /// Empty when there is none.
-    QString lastErrorMessage() const { return forScreen(with_.bridge.lastErrorMessage().value_or(QString())); }
+    QString lastErrorMessage() const { return shownReason(with_.bridge.lastErrorMessage().value_or(QString())); }
     /// Each grant in order: `id`, `name`, `path` (the words for where it is), `isMoved`,
     /// `isMissing`.
     QVariantList folders() const;
     /// The last failure of adding a folder; empty when there is none.
-    QString addError() const { return forScreen(addError_); }
+    QString addError() const { return shownReason(addError_); }
     bool isPicking() const { return picking_; }
 
     /// To be called when the window comes up, and when it has gone: only a shown date is kept up to date.

@@ -46,7 +46,7 @@ Task<> GeneralSettingsTab::readToken() {
 QString GeneralSettingsTab::pairedAccount() const {
     const QString email =
         pairSuccessEmail_.isEmpty() ? with_.session.userEmail().value_or(QString()) : pairSuccessEmail_;
-    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + forScreen(email);
+    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + shownReason(email);
 }
 
 void GeneralSettingsTab::setPairCode(const QString& code) {

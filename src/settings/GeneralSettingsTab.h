@@ -1,6 +1,6 @@
 #pragma once
 #include "base/Clock.h"
-#include "base/ScreenText.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "settings/SecretDraft.h"
 
@@ -54,7 +54,7 @@ public:
     /// The account that was paired here; empty when there is none.
     const QString& pairSuccessEmail() const { return pairSuccessEmail_; }
     /// The last failure of pairing; empty when there is none.
-    QString pairError() const { return forScreen(pairError_); }
+    QString pairError() const { return shownReason(pairError_); }
     SecretDraft* tokenDraft() { return &tokenDraft_; }
     bool savedFlash() const { return savedFlash_; }
     bool highSecurityOn() const { return highSecurityOn_; }

@@ -42,8 +42,11 @@ public:
     virtual bool isInPopover(QPoint place) const = 0;
     /// Gives the popover the keyboard again; nothing when it is closed.
     virtual void activatePopover() = 0;
-    /// Shows the settings window, or brings it to the front. Raises LocalizedError.
+    /// Shows the settings window on the tab that the preferences name, or brings it to the front with that tab. Raises
+    /// LocalizedError.
     virtual void showSettings() = 0;
+    /// Brings the settings window to the front as it is. Nothing when it is closed.
+    virtual void raiseSettings() = 0;
     virtual bool isSettingsShown() const = 0;
 
 Q_SIGNALS:

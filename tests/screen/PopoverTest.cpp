@@ -3,6 +3,7 @@
 
 #include <QAccessible>
 #include <QClipboard>
+#include <QEasingCurve>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QQmlAbstractUrlInterceptor>
@@ -499,6 +500,20 @@ TEST_F(PopoverTest, whatComesWhileThePickersMenuIsOpenIsOfferedInIt) {
     EXPECT_EQ(session().provider(), Provider::local) << "the item that the user had gone to";
 }
 
+TEST_F(PopoverTest, ofAnEndlessNameThePickerShowsTheBeginning) {
+    transport.answerWith(200, R"([{"id":1,"slug":"openai","name":")" + QByteArray(400'000, 'n') +
+                                  R"(","models":[{"id":1,"slug":"m","display_name":")" + QByteArray(400'000, 'x') +
+                                  R"("}]}])");
+    session().setSelectedCloudModel(QStringLiteral("m"));
+    popover();
+    const QString shown = QString(200, u'x') + u'…';
+    ASSERT_TRUE(waitUntil([&] { return names().contains(shown); }));
+    ASSERT_TRUE(goTo(shown.toUtf8().constData()));
+    press(Qt::Key_Space);
+    EXPECT_EQ(names().count(shown), 2);
+    EXPECT_TRUE(names().contains(QString(200, u'n') + u'…'));
+}
+
 TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     signedIn();
     transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");
@@ -514,6 +529,26 @@ TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     press(Qt::Key_Return);
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_TRUE(opened[0].toString().endsWith(QStringLiteral("/discussions/42")));
+}
+
+TEST_F(PopoverTest, anEmptyConversationBeginsSixtyPointsBelowTheTop) {
+    const QQuickItem* const empty = item("empty");
+    ASSERT_TRUE(empty);
+    EXPECT_TRUE(empty->isVisible());
+    EXPECT_EQ(empty->mapToItem(empty->parentItem(), QPointF()).y(), 60);
+    EXPECT_EQ(empty->parentItem()->mapToItem(&root(), QPointF()).y(), item("header")->height() + 1);
+}
+
+TEST_F(PopoverTest, theListSlidesToItsEndInAFifthOfASecond) {
+    appearance.animated = true;
+    const QObject* const slide = item("transcript")->findChild<QObject*>(QStringLiteral("slide"));
+    ASSERT_TRUE(slide);
+    EXPECT_EQ(slide->property("duration"), 200);
+    EXPECT_EQ(slide->property("easing").value<QEasingCurve>().type(), QEasingCurve::OutCubic);
+    for (int i = 0; i < 50; ++i)
+        user(QStringLiteral("ligne"));
+    ASSERT_TRUE(waitUntil([&] { return slide->property("running").toBool(); }));
+    ASSERT_TRUE(waitUntil([&] { return !slide->property("running").toBool(); }));
 }
 
 TEST_F(PopoverTest, aLongConversationShowsItsEnd) {

@@ -152,6 +152,15 @@ TEST_F(SettingsWindowTest, theTabThatIsAskedForComesUpAlsoWhenTheWindowIsOpen) {
     EXPECT_TRUE(find("tab.general")->property("checked").toBool());
 }
 
+TEST_F(SettingsWindowTest, aTabChosenMeanwhileStaysWhenTheWindowIsBroughtForward) {
+    screen().raiseSettings();
+    EXPECT_FALSE(screen().isSettingsShown());
+    open("general");
+    settings->setSelected(QStringLiteral("bridge"));
+    screen().raiseSettings();
+    EXPECT_TRUE(find("tab.bridge")->property("checked").toBool());
+}
+
 TEST_F(SettingsWindowTest, beforePairingTheBridgeCannotBeSwitchedOn) {
     open("bridge");
     EXPECT_FALSE(find("bridgeEnabled")->isEnabled());
@@ -283,6 +292,19 @@ TEST_F(SettingsWindowTest, readersOfTheScreenAreToldWhatEachThingIs) {
     EXPECT_EQ(role("highSecurity"), QAccessible::CheckBox);
     EXPECT_EQ(nameOf("highSecurity"), QStringLiteral("Mode haute sécurité"));
     EXPECT_EQ(role("tab.bridge"), QAccessible::PageTab);
+}
+
+TEST_F(SettingsWindowTest, anEndlessRefusalTakesAFewLines) {
+    transport.answerWith(500, QByteArray(900'000, 'x').replace(100, 1, "\n"));
+    open();
+    write(QStringLiteral("ABCD1234"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    paint();
+    const QQuickItem* const note = find("pairError");
+    ASSERT_TRUE(note);
+    EXPECT_GT(note->height(), 0);
+    EXPECT_LT(note->height(), 200);
 }
 
 // Pictures for people to look at

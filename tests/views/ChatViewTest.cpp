@@ -71,6 +71,25 @@ TEST_F(ChatViewTest, blanksAreNothingToSendAndStay) {
     EXPECT_FALSE(view().canSend());
 }
 
+TEST_F(ChatViewTest, whatIsTooLongForTheBackendStaysInTheDraftAndIsSaid) {
+    signedInView();
+    const QString words = QStringLiteral("Ton message est trop long pour être envoyé : 262144 caractères au plus.");
+    const QString longest(262'144, u'x');
+    send(longest + u'x');
+    settle();
+    EXPECT_EQ(view().draft().size(), 262'145);
+    EXPECT_EQ(session().lastError(), words);
+    EXPECT_TRUE(said().isEmpty());
+    EXPECT_EQ(test::await(view().ask(longest + u'x')), (TurnEnd{true, words}));
+    EXPECT_TRUE(transport.requests.empty());
+    reply("ok");
+    send(u' ' + longest + u'\n');
+    settle();
+    EXPECT_EQ(view().draft(), QString());
+    EXPECT_EQ(session().lastError(), std::nullopt);
+    EXPECT_EQ(sent().value(QLatin1String("text")).toString(), longest);
+}
+
 TEST_F(ChatViewTest, aSecondSendDuringATurnKeepsTheDraft) {
     signedInView();
     transport.hold();

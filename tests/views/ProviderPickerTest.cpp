@@ -105,6 +105,20 @@ TEST_F(ProviderPickerTest, theCatalogsActiveChatModelsAreOfferedByProvider) {
     EXPECT_EQ(item(QStringLiteral("Large")).icon, QStringLiteral("m.circle"));
 }
 
+TEST_F(ProviderPickerTest, ofACatalogWithoutEndTheBeginningIsOffered) {
+    QByteArray models;
+    for (int id = 0; id < 5000; ++id)
+        models +=
+            (id ? "," : "") + (R"({"id":)" + QByteArray::number(id) + R"(,"slug":"m)" + QByteArray::number(id) + "\"}");
+    transport.answerWith(200, R"([{"id":1,"slug":"a","name":"A","models":[)" + models +
+                                  R"(]},{"id":2,"slug":"b","name":"B","models":[{"id":1,"slug":"b1"}]}])");
+    test::await(catalog.refresh());
+    const auto sections = picker().sections();
+    ASSERT_EQ(sections.size(), 2u);
+    EXPECT_EQ(sections[0].items.size(), 200u);
+    EXPECT_EQ(sections[1].title, QStringLiteral("Self-Hosted"));
+}
+
 TEST_F(ProviderPickerTest, aCatalogModelSetsProviderAndModel) {
     fill();
     session().setSelectedLocalModel(QStringLiteral("kept"));

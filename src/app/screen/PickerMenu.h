@@ -1,5 +1,6 @@
 #pragma once
 #include "backend/ProviderPicker.h"
+#include "base/ShownText.h"
 
 #include <QVariantList>
 
@@ -17,7 +18,7 @@ public:
         connect(&picker, &ProviderPicker::sectionsChanged, this, &PickerMenu::entriesChanged);
     }
 
-    QString pillLabel() const { return picker_.pillLabel(); }
+    QString pillLabel() const { return shownTitle(picker_.pillLabel()); }
     QString pillIcon() const { return picker_.pillIcon(); }
     /// The lines as they are now: `heading`, `title`, and of an item `subtitle`, `symbol`, `current` and `place`.
     Q_INVOKABLE QVariantList entries();

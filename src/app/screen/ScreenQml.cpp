@@ -5,7 +5,7 @@
 #include "app/screen/SymbolProvider.h"
 #include "backend/MessageBubble.h"
 #include "base/LocalizedError.h"
-#include "base/ScreenText.h"
+#include "base/ShownText.h"
 
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -152,9 +152,7 @@ void ScreenQml::showSettings() {
     const bool wasShown = isSettingsShown();
     with_.settings.appear();
     settings_->show();
-    settings_->raise();
-    settings_->requestActivate();
-    tellPresented(*settings_);
+    raiseSettings();
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
 }
@@ -162,6 +160,14 @@ void ScreenQml::showSettings() {
 void ScreenQml::tellPresented(const QWindow& window) const {
     if (with_.presented)
         with_.presented(window.winId());
+}
+
+void ScreenQml::raiseSettings() {
+    if (!isSettingsShown())
+        return;
+    settings_->raise();
+    settings_->requestActivate();
+    tellPresented(*settings_);
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }
@@ -176,7 +182,7 @@ void ScreenQml::announceReply() {
     QObject* const announcer = popover_->rootObject()->findChild<QObject*>(QStringLiteral("announcer"));
     if (!announcer)
         return;
-    announcer->setProperty("words", forScreen(MessageBubble::plainContent(last.role, last.content)));
+    announcer->setProperty("words", shownReason(MessageBubble::plainContent(last.role, last.content)));
     // A notification that comes up: what readers of the screen say at once, wherever their user is.
     QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
     QAccessible::updateAccessibility(&shown);

@@ -25,6 +25,7 @@ public:
     bool isInPopover(QPoint place) const override;
     void activatePopover() override;
     void showSettings() override;
+    void raiseSettings() override;
     bool isSettingsShown() const override;
 
     /// Null until it was shown.

@@ -17,12 +17,14 @@ FocusScope {
     }
 
     EmptyConversation {
+        objectName: "empty"
         visible: root.transcript.messageCount === 0
         width: parent.width
         y: 60
     }
     Transcript {
         id: list
+        objectName: "transcript"
         visible: root.transcript.messageCount > 0 || root.links.isStreaming
         anchors.top: parent.top
         anchors.bottom: composer.top

@@ -58,6 +58,7 @@ Rectangle {
 
     Header {
         id: header
+        objectName: "header"
         x: 1
         y: 1
         width: parent.width - 2
