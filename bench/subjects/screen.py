@@ -8,7 +8,7 @@ import time
 
 from desktop import DesktopScene
 from measure import ROOT, lines_of, median, resident
-from soak import memory, wait_for, wake_ups, whole_system, written
+from soak import memory, wait_for, wake_ups, whole_system, woken_since, written
 from starts import Tray, Watcher
 
 FOLDERS = [ROOT / "bench", ROOT / "bench" / "subjects", ROOT / "tests" / "scenes"]
@@ -79,7 +79,7 @@ def inside(rounds, idle_seconds):
         time.sleep(min(10, idle_seconds))  # what follows a start has settled
         woken, wrote, begun = wake_ups(pid), written(pid), time.monotonic()
         time.sleep(idle_seconds)
-        say("wakes", (wake_ups(pid) - woken) / (time.monotonic() - begun), "a second")
+        say("wakes", woken_since(woken, pid) / (time.monotonic() - begun), "a second")
         say("written", written(pid) - wrote, "bytes")
         memories("idle", pid)
         client.verb("toggle")

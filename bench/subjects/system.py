@@ -4,7 +4,7 @@ import os
 import time
 
 from measure import median
-from soak import memory, wake_ups, whole_system, written
+from soak import memory, wake_ups, whole_system, woken_since, written
 from starts import Watcher
 
 FEW = 50
@@ -87,5 +87,5 @@ def idle(bench, system, count):
     bench.line("idle memory (PSS)", count, memory(pid) / 1024, "MB", 30)
     for worker in system.client.workers():
         bench.line("idle memory of a worker (PSS)", count, memory(worker) / 1024, "MB")
-    bench.line("idle wake-ups", count, (wake_ups(pid) - woken) / passed, "a second", 1)
+    bench.line("idle wake-ups", count, woken_since(woken, pid) / passed, "a second", 1)
     bench.line("idle, written to disk", count, written(pid) - wrote, "bytes", 0)

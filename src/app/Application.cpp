@@ -24,6 +24,27 @@ int argumentCount = 1;
 /// The client comes back by the autostart folder, not because it ran when the session ended.
 void leaveRestartToTheDesktop(QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); }
 
+/// The session's end comes as an event that would end the program at once.
+class EndOfSession final : public QObject {
+public:
+    EndOfSession(QCoreApplication* application, std::function<void()> ended)
+        : application_(application), ended_(std::move(ended)) {
+        application->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override {
+        if (event->type() != QEvent::Quit || object != application_)
+            return false;
+        ended_();
+        return true;
+    }
+
+private:
+    const QCoreApplication* application_;
+    std::function<void()> ended_;
+};
+
 std::unique_ptr<QCoreApplication> makeWindowed() {
     arguments = {program.data(), option.data(), platform.data(), nullptr};
     argumentCount = 3;
@@ -59,6 +80,10 @@ std::unique_ptr<QCoreApplication> makeApplication() {
 std::unique_ptr<QCoreApplication> makeConsoleApplication() {
     return QCoreApplication::instance() == nullptr ? std::make_unique<QCoreApplication>(argumentCount, arguments.data())
                                                    : nullptr;
+}
+
+std::unique_ptr<QObject> watchEndOfSession(std::function<void()> ended) {
+    return std::make_unique<EndOfSession>(QCoreApplication::instance(), std::move(ended));
 }
 
 bool hasWindows() { return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr; }

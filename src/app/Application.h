@@ -1,6 +1,7 @@
 #pragma once
 #include <QCoreApplication>
 
+#include <functional>
 #include <memory>
 
 namespace vennic {
@@ -11,6 +12,9 @@ std::unique_ptr<QCoreApplication> makeApplication();
 
 /// The same without windows and without asking for a screen, for a verb that waits. None where there is an application.
 std::unique_ptr<QCoreApplication> makeConsoleApplication();
+/// Calls `ended` instead of ending the program when the desktop's session manager ends the session; while the object
+/// that it gives lives.
+std::unique_ptr<QObject> watchEndOfSession(std::function<void()> ended);
 
 /// Whether the application can have windows.
 bool hasWindows();

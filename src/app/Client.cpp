@@ -162,15 +162,23 @@ Client::~Client() {
 }
 
 void Client::end(const std::function<void()>& quit) {
-    if (ending_ || !session_->isRevoking())
+    if (ending_ || !hasFarewells())
         return quit();
     ending_ = true;
     const auto quitWhenTold = [this, quit] {
-        if (!session_->isRevoking())
+        if (!hasFarewells())
             quit();
     };
     QObject::connect(session_.get(), &AppSession::tokenRevoked, session_.get(), quitWhenTold);
+    jobs_.start(whenFiled(localChat_.get(), quitWhenTold));
     QTimer::singleShot(farewell, session_.get(), quit);
+}
+
+bool Client::hasFarewells() const { return session_->isRevoking() || localChat_->isFiling(); }
+
+Task<> Client::whenFiled(DirectLocalChat* chat, std::function<void()> then) {
+    co_await chat->filed(farewell);
+    then();
 }
 
 void Client::returnMemoryAfterTasks() {

@@ -47,8 +47,8 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client();
 
-    /// Calls `quit` once the backend knows of a sign-out, or has had three seconds to hear of it; at once when there is
-    /// none, and when asked a second time.
+    /// Calls `quit` once the backend knows of a sign-out and of every turn that was answered here, or has had three
+    /// seconds to hear of them; at once when there is nothing to say, and when asked a second time.
     void end(const std::function<void()>& quit);
 
     AppSession& session() { return *session_; }
@@ -82,6 +82,9 @@ public:
     void warn(const QString& title, const QString& informativeText);
 
 private:
+    /// Whether the backend is being told something that it should know before the end.
+    bool hasFarewells() const;
+    static Task<> whenFiled(DirectLocalChat* chat, std::function<void()> then);
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();

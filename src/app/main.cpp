@@ -95,7 +95,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     Client client(paths, Deployment::load(paths.resources + QStringLiteral("/deployment.json")));
     // From the event loop, so that who asked for the end is answered first.
     const auto quit = [&client] {
-        client.end([] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
+        client.end([] { QMetaObject::invokeMethod(qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection); });
     };
     NoPopover noPopover(reasonForNoScreen());
     NoApplicationWindows noWindows(reasonForNoScreen());
@@ -140,6 +140,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     });
     commands.emplace(client, shell, quit);
     const SignalWatch endings(quit);
+    const auto endOfSession = watchEndOfSession(quit);
     shell.start();
     shell.open(addresses);
     return static_cast<ExitStatus>(QCoreApplication::exec());

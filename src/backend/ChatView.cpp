@@ -4,8 +4,29 @@
 
 namespace vennic {
 
+namespace {
+
+constexpr std::chrono::seconds filingPatience{5};
+
+QUuid conversationOf(const AppSession& session) {
+    return session.messages().empty() ? QUuid() : session.messages().front().id;
+}
+
+} // namespace
+
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
+    for (const auto signal : {&AppSession::messagesChanged, &AppSession::discussionIdChanged})
+        connect(&with_.session, signal, this, &ChatView::followConversation);
+    followConversation();
+}
+
+void ChatView::followConversation() {
+    const bool can = !with_.session.messages().empty() || with_.session.discussionId();
+    if (can == couldForget_)
+        return;
+    couldForget_ = can;
+    Q_EMIT canForgetChanged();
 }
 
 void ChatView::setDraft(const QString& draft) {
@@ -41,7 +62,8 @@ Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider>
 }
 
 void ChatView::newConversation() {
-    with_.session.clearConversation();
+    if (canForget())
+        with_.session.clearConversation();
     setInputFocused(true);
 }
 
@@ -53,7 +75,8 @@ bool ChatView::begin(const QString& text, std::optional<Provider> provider) {
     session.appendMessage(ChatMessage::make(ChatMessage::Role::user, prompt, with_.clock.now()));
     session.setIsStreaming(true);
     session.setLastError(std::nullopt);
-    jobs_.start(run({prompt, session.userToken(), provider.value_or(session.provider()), session.discussionId()}));
+    jobs_.start(run({prompt, session.userToken(), provider.value_or(session.provider()), session.discussionId(),
+                     conversationOf(session)}));
     return true;
 }
 
@@ -89,13 +112,20 @@ Task<ChatReply> ChatView::complete(Turn turn) {
     CompletionRequest request;
     request.prompt = turn.prompt;
     request.provider = turn.provider;
-    request.discussionId = turn.discussionId;
+    request.discussionId = co_await discussionOf(turn);
     if (turn.provider == Provider::local)
         request.localModel = with_.session.selectedLocalModel();
     else
         request.cloudModel = with_.session.selectedCloudModel();
     const APIService api(with_.http, with_.config, turn.token, {});
     co_return co_await api.complete(request);
+}
+
+Task<std::optional<qint64>> ChatView::discussionOf(Turn turn) {
+    if (turn.discussionId || !with_.local.isFiling())
+        co_return turn.discussionId;
+    co_await with_.local.filed(filingPatience);
+    co_return conversationOf(with_.session) == turn.conversation ? with_.session.discussionId() : std::nullopt;
 }
 
 void ChatView::say(const QString& text) {

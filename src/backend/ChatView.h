@@ -15,6 +15,7 @@ class ChatView final : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString draft READ draft WRITE setDraft NOTIFY draftChanged)
     Q_PROPERTY(bool canSend READ canSend NOTIFY canSendChanged)
+    Q_PROPERTY(bool canForget READ canForget NOTIFY canForgetChanged)
     Q_PROPERTY(bool inputFocused READ inputFocused WRITE setInputFocused NOTIFY inputFocusedChanged)
 public:
     /// All that a turn needs; each outlives the view.
@@ -32,6 +33,8 @@ public:
     void setDraft(const QString& draft);
     /// Whether the draft holds more than blanks and no turn runs.
     bool canSend() const;
+    /// Whether there is a conversation that a new one would take the place of.
+    bool canForget() const { return couldForget_; }
     bool inputFocused() const { return inputFocused_; }
     void setInputFocused(bool focused);
 
@@ -41,12 +44,13 @@ public:
     /// is nothing to send or a turn runs. A cancelled wait leaves the turn running. `provider` answers this one turn
     /// instead of the session's.
     Task<std::optional<TurnEnd>> ask(QString text, std::optional<Provider> provider = std::nullopt);
-    /// Forgets the conversation and gives the input the focus.
+    /// Forgets the conversation, if there is one, and gives the input the focus.
     Q_INVOKABLE void newConversation();
 
 Q_SIGNALS:
     void draftChanged();
     void canSendChanged();
+    void canForgetChanged();
     void inputFocusedChanged();
 
 private:
@@ -56,6 +60,7 @@ private:
         std::optional<SecretText> token;
         Provider provider = Provider::openai;
         std::optional<qint64> discussionId;
+        QUuid conversation; // the id of its first message
     };
 
     /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
@@ -63,10 +68,14 @@ private:
     Task<> run(Turn turn);
     Task<TurnEnd> answer(Turn turn);
     Task<ChatReply> complete(Turn turn);
+    /// The discussion of a turn: that of its sending, or the one that is being opened by the turn before.
+    Task<std::optional<qint64>> discussionOf(Turn turn);
     void say(const QString& text);
+    void followConversation();
 
     Surroundings with_;
     QString draft_;
+    bool couldForget_ = false; // as it was told last
     bool inputFocused_ = false;
     Waiters<TurnEnd> waiting_; // for the end of the turn that runs
     Scope jobs_;

@@ -15,8 +15,8 @@ inline constexpr std::chrono::seconds localServerPatience{2};
 /// token, no cookie.
 std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout);
 
-/// POST /chat/completions of the local server, whose answer may take as long as it goes on. No token, no
-/// cookie.
+/// POST /chat/completions of the local server, which may write for twelve hours, and fall silent for four minutes. No
+/// token, no cookie.
 HttpRequest localCompletionRequest(QUrl url, QByteArray body);
 
 /// Reads a local server's streamed answer. No byte is taken from the wire before the pieces of the ones before it have

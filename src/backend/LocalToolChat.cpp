@@ -3,6 +3,7 @@
 #include "localllm/LocalDirectClient.h"
 
 #include <QHash>
+#include <QScopeGuard>
 
 namespace vennic {
 
@@ -13,6 +14,11 @@ constexpr int mostRounds = 5;
 QString systemPrompt() {
     return QStringLiteral("Tu es Vennic, un assistant IA personnel qui tourne en local sur le Mac de l'utilisateur. "
                           "Réponds de manière concise et naturelle.");
+}
+
+Task<> setAfter(Clock* clock, std::chrono::milliseconds limit, Event<>* event) {
+    co_await clock->sleep(limit);
+    event->set();
 }
 
 LocalChatRequest requestWith(const QString& model, const QJsonArray& tools, const std::vector<ChatMessage>& history) {
@@ -127,19 +133,51 @@ void LocalToolChat::finish(const QString& prompt, const QString& text, const QSt
     const auto& token = session.userToken();
     if (!token || token->isEmpty() || text.isEmpty())
         return;
-    imports_.start(importTurn(
-        {.prompt = prompt, .responseText = text, .model = model, .discussionId = session.discussionId()}, *token));
+    const auto& messages = session.messages();
+    filings_.push_back(
+        {.turn = {.prompt = prompt, .responseText = text, .model = model, .discussionId = session.discussionId()},
+         .token = *token,
+         .conversation = messages.empty() ? QUuid() : messages.front().id});
+    if (filings_.size() == 1)
+        imports_.start(fileTurns());
+}
+
+Task<> LocalToolChat::fileTurns() {
+    while (!filings_.empty()) {
+        const auto discussion = co_await importTurn(filings_.front().turn, filings_.front().token);
+        const QUuid conversation = filings_.front().conversation;
+        filings_.pop_front();
+        for (Filing& behind : filings_) {
+            if (!conversation.isNull() && behind.conversation == conversation && !behind.turn.discussionId)
+                behind.turn.discussionId = discussion;
+        }
+    }
+    for (Event<>* waiting : waiting_)
+        waiting->set();
 }
 
 /// Nobody is told when it fails: the turn is shown already.
-Task<> LocalToolChat::importTurn(LocalTurn turn, SecretText token) {
+Task<std::optional<qint64>> LocalToolChat::importTurn(LocalTurn turn, SecretText token) {
     try {
         const APIService api(with_.http, with_.config, std::move(token), {});
         const auto discussion = co_await api.importLocalTurn(turn);
         if (discussion && with_.session.discussionId() != discussion)
             with_.session.setDiscussionId(discussion);
+        co_return discussion;
     } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch)
     }
+    co_return std::nullopt;
+}
+
+Task<> LocalToolChat::filed(std::chrono::milliseconds limit) {
+    if (!isFiling())
+        co_return;
+    Event<> over;
+    waiting_.push_back(&over);
+    const auto left = qScopeGuard([this, &over] { std::erase(waiting_, &over); });
+    Scope patience;
+    patience.start(setAfter(&with_.clock, limit, &over));
+    co_await over;
 }
 
 QString LocalToolChat::toolLabel(const QString& tool) {

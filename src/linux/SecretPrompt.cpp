@@ -18,6 +18,7 @@ const QString& interface() {
 
 SecretPromptOutcome runHere(QDBusConnection connection, const QString& service, const QString& path,
                             std::chrono::milliseconds patience, const std::stop_token& stop) {
+    qRegisterMetaType<QDBusVariant>("QDBusVariant"); // the signal's, which nobody may have needed before
     SecretPromptReceiver receiver;
     QEventLoop loop;
     QObject::connect(&receiver, &SecretPromptReceiver::ended, &loop, &QEventLoop::quit);

@@ -131,7 +131,7 @@ void LocalLLMSettingsView::applyModel() {
 }
 
 void LocalLLMSettingsView::runInstall() {
-    if (!isBusy())
+    if (!isBusy() && downloadingId_.isEmpty())
         installation_ = begin(&LocalLLMSettingsView::installing_, install(), startPatience);
 }
 
@@ -183,7 +183,7 @@ QVariantList LocalLLMSettingsView::components() const {
 }
 
 void LocalLLMSettingsView::download(const QString& id) {
-    if (!downloadingId_.isEmpty() || !LocalLLMCatalog::model(id, catalogModels()))
+    if (!downloadingId_.isEmpty() || installing_ || !LocalLLMCatalog::model(id, catalogModels()))
         return;
     setDownloading(id);
     setInstallError({});

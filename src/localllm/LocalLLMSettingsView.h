@@ -130,8 +130,9 @@ public:
     Q_INVOKABLE void runTest();
     Q_INVOKABLE void restartServer();
     Q_INVOKABLE void applyModel();
+    /// Not beside a download: both change what uv keeps.
     Q_INVOKABLE void runInstall();
-    /// Downloads a model of the catalogue; one at a time.
+    /// Downloads a model of the catalogue; one at a time, and not beside an installation.
     Q_INVOKABLE void download(const QString& id);
     /// Has the user confirm that a model of the catalogue is to be deleted; not the one that is being downloaded.
     Q_INVOKABLE void askToDelete(const QString& id);

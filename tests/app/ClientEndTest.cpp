@@ -1,7 +1,10 @@
 #include "app/ClientWorld.h"
 #include "support/Await.h"
+#include "support/ChatChunks.h"
 
 #include <QElapsedTimer>
+
+#include <future>
 
 using namespace vennic;
 using namespace std::chrono_literals;
@@ -10,6 +13,7 @@ namespace {
 
 struct ClientEndTest : test::ClientWorld {
     int quits = 0;
+    test::LoopbackServer model{{.tls = false}}; // of this machine
 
     void end() {
         client().end([this] { ++quits; });
@@ -19,6 +23,20 @@ struct ClientEndTest : test::ClientWorld {
         client().session().setToken(SecretText("jeton"));
         client().session().setToken(SecretText());
     }
+    /// Has the model of this machine answer a turn, which a backend that answers like `filing` is to file.
+    void answerHere(const test::AnswerScript& filing) {
+        server.onRequest([filing](test::Wire& wire, const test::ReceivedRequest& request) {
+            (request.target.endsWith("/queries/import.json") ? filing : test::answers::plain(200, "{}"))(wire, request);
+        });
+        model.onRequest(test::answers::plain(200, test::chunks::text("Bien") + test::chunks::done()));
+        AppSession& session = client().session();
+        session.setToken(SecretText("jeton"));
+        session.setLocalLLMEndpoint(model.url(QStringLiteral("/v1")).toString());
+        const auto end = test::await(client().chat().ask(QStringLiteral("dis"), Provider::local));
+        ASSERT_TRUE(end.has_value());
+        ASSERT_FALSE(end->failed) << end->text.toStdString();
+    }
+    int filings() { return server.count("POST", "/api/v1/queries/import.json"); }
 };
 
 } // namespace
@@ -42,6 +60,28 @@ TEST_F(ClientEndTest, aBackendThatRefusesHoldsUpNothing) {
     signOut();
     end();
     ASSERT_TRUE(test::waitUntil([&] { return quits == 1; }));
+}
+
+TEST_F(ClientEndTest, aTurnThatWasAnsweredHereIsFiledFirst) {
+    std::promise<void> mayFile;
+    answerHere([filed = mayFile.get_future().share()](test::Wire& wire, const test::ReceivedRequest& request) {
+        filed.wait();
+        test::answers::plain(201, R"({"discussion_id":7})")(wire, request);
+    });
+    ASSERT_TRUE(test::waitUntil([&] { return filings() == 1; }));
+    end();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(quits, 0);
+    mayFile.set_value();
+    ASSERT_TRUE(test::waitUntil([&] { return quits == 1; }));
+    EXPECT_EQ(client().session().discussionId(), 7);
+}
+
+TEST_F(ClientEndTest, aFilingThatNeverEndsIsGivenUp) {
+    answerHere([](test::Wire& wire, const test::ReceivedRequest&) { wire.hold(); });
+    end();
+    EXPECT_EQ(quits, 0);
+    EXPECT_TRUE(test::waitUntil([&] { return quits == 1; }, 10s));
 }
 
 TEST_F(ClientEndTest, whoAsksTwiceDoesNotWait) {

@@ -61,6 +61,14 @@ struct SessionFixture : testing::Test, ScriptedBackend {
         preferences = {};
         return *built;
     }
+    /// The conversation, each message behind "u:" or "a:".
+    QStringList said() {
+        QStringList texts;
+        for (const ChatMessage& message : session().messages())
+            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
+                         message.content);
+        return texts;
+    }
     /// Lets the jobs that have been started run to their end or their first real wait.
     static void settle() {
         for (int turn = 0; turn < 20; ++turn)

@@ -35,6 +35,18 @@ public:
         co_return end;
     }
 
+    bool isFiling() const override { return filing; }
+    Task<> filed(std::chrono::milliseconds limit) override {
+        timeouts.push_back(limit);
+        if (onFiled)
+            onFiled();
+        filing = false;
+        co_return;
+    }
+
+    bool filing = false;
+    std::function<void()> onFiled; // what its end brings
+
 private:
     std::function<AppSession&()> session_;
 };

@@ -157,6 +157,24 @@ TEST_F(DesktopActivationBusTest, aProgramThatDoesNotAnswerIsNotWaitedForLong) {
     EXPECT_FALSE(second.handOver({}, {}, 100ms));
 }
 
+TEST_F(DesktopActivationBusTest, aBusThatGoesAndComesAgainFindsTheProgramThere) {
+    ASSERT_TRUE(with.road.offer(requests()));
+    with.bus.stop();
+    with.bus.start();
+    ASSERT_TRUE(with.bus.waitForOwner(QStringLiteral("com.vennic.desktop")));
+    EXPECT_TRUE(with.handOver({QStringLiteral("vennic://local/setup")}));
+    EXPECT_EQ(opened, QStringList{QStringLiteral("vennic://local/setup")});
+}
+
+TEST_F(DesktopActivationBusTest, whoHasWithdrawnStaysAwayFromABusThatComesAgain) {
+    ASSERT_TRUE(with.road.offer(requests()));
+    with.road.withdraw();
+    with.bus.stop();
+    with.bus.start();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(with.handOver({}));
+}
+
 TEST(DesktopActivationWithoutABus, isNoRoad) {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
     DesktopActivationBus road;

@@ -101,6 +101,37 @@ TEST_F(StatusItemDesktopTest, aWatcherThatComesLateOrAgainGetsTheIconToo) {
     EXPECT_TRUE(isAt(item, std::nullopt)); // where it was says nothing of where it will be
 }
 
+TEST_F(StatusItemDesktopTest, aBusThatGoesAndComesAgainGetsTheIconAgain) {
+    StatusItemDesktop item;
+    item.setImage(DesktopWorld::square());
+    {
+        StandInWatcher watcher;
+        ASSERT_TRUE(comesTo(watcher));
+        item.setHighlighted(true);
+    }
+    world.bus.stop();
+    world.bus.start();
+    StandInWatcher watcher;
+    ASSERT_TRUE(comesTo(watcher));
+    EXPECT_EQ(watcher.icon().value(QStringLiteral("Id")), QStringLiteral("com.vennic.desktop"));
+    EXPECT_FALSE(watcher.pixmaps().isEmpty());
+    int clicks = 0;
+    item.onActivated([&](std::optional<QRect>) { ++clicks; });
+    watcher.click(QStringLiteral("Activate"), 5, 6);
+    EXPECT_TRUE(waitUntil([&] { return clicks == 1; }));
+}
+
+TEST_F(StatusItemDesktopTest, whileTheBusIsGoneTheTrayOfTheXServerIsTaken) {
+    StandInTray tray;
+    StandInWatcher watcher;
+    StatusItemDesktop item;
+    item.setImage(DesktopWorld::square());
+    ASSERT_TRUE(comesTo(watcher));
+    EXPECT_EQ(tray.docked(), XCB_WINDOW_NONE);
+    world.bus.stop();
+    EXPECT_TRUE(comesTo(tray));
+}
+
 TEST_F(StatusItemDesktopTest, aRequestForAMenuCountsAsAClickAndAMiddleClickDoesNot) {
     StandInWatcher watcher;
     StatusItemDesktop item;

@@ -119,6 +119,9 @@ TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
     press(Qt::Key_N, Qt::ControlModifier);
     EXPECT_TRUE(session().messages().empty());
     EXPECT_EQ(session().discussionId(), std::nullopt);
+    EXPECT_FALSE(item("forget")->isEnabled());
+    session().setDiscussionId(3);
+    EXPECT_TRUE(item("forget")->isEnabled());
     press(Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(quits, 1);
 }

@@ -57,8 +57,11 @@ share/fish/vendor_completions.d/vennic-shortcuts.fish
 share/fish/vendor_completions.d/vennic.fish
 share/icons/hicolor/scalable/apps/com.vennic.desktop.svg
 share/icons/hicolor/symbolic/apps/com.vennic.desktop-symbolic.svg
+share/man/man1/vennic-dialog.1
+share/man/man1/vennic-picture-worker.1
 share/man/man1/vennic-server.1
 share/man/man1/vennic-shortcuts.1
+share/man/man1/vennic-worker.1
 share/man/man1/vennic.1
 share/metainfo/com.vennic.desktop.metainfo.xml
 share/polkit-1/actions/com.vennic.desktop.policy
@@ -205,6 +208,14 @@ class PackagingTest(unittest.TestCase):
         self.assertEqual(re.findall(r"^ {7}([a-z]+)\s", verbs, re.MULTILINE), ["list", "run"])
         status = page.split("\nSTATUT DE SORTIE\n")[1].split("\nENVIRONNEMENT\n")[0]
         self.assertEqual(re.findall(r"^ {7}(\d+)\b", status, re.MULTILINE), ["0", "1", "2", "126", "127"])
+
+    def testTheProgramsThatOnlyTheClientStartsHaveTheirPagesToo(self):
+        for program, statuses in (("vennic-worker", "0 1 2"), ("vennic-picture-worker", "0 1 2"), ("vennic-dialog", "2 10 11 12 13")):
+            page = manual(program + ".1")
+            self.assertIn(f"       {program} - ", page)
+            self.assertRegex(page, r"Programme +interne")
+            status = page.split("\nSTATUT DE SORTIE\n")[1].split("\nVOIR AUSSI\n")[0]
+            self.assertEqual(re.findall(r"^ {7}(\d+)\b", status, re.MULTILINE), statuses.split(), program)
 
     def testBashOffersTheAutomationsAsTheyAreNamed(self):
         self.assertEqual(complete("vennic-shortcuts", ""), ["--help", "--version", "list", "run"])

@@ -27,9 +27,10 @@ void end(QProcess& process) {
 PrivateBus::PrivateBus(Kind kind, const QString& folder)
     : variable_(kind == Kind::session ? "DBUS_SESSION_BUS_ADDRESS" : "DBUS_SYSTEM_BUS_ADDRESS") {
     const QString type = kind == Kind::session ? QStringLiteral("session") : QStringLiteral("system");
-    const QString socket = QStringLiteral("%1/%2-bus").arg(folder, type);
-    address_ = QStringLiteral("unix:path=") + socket;
-    QFile configuration(QStringLiteral("%1/%2.conf").arg(folder, type));
+    socket_ = QStringLiteral("%1/%2-bus").arg(folder, type);
+    address_ = QStringLiteral("unix:path=") + socket_;
+    configuration_ = QStringLiteral("%1/%2.conf").arg(folder, type);
+    QFile configuration(configuration_);
     if (!configuration.open(QIODevice::WriteOnly))
         throw std::runtime_error("the bus's configuration could not be written");
     configuration.write(QStringLiteral("<busconfig><type>%1</type><listen>%2</listen><auth>EXTERNAL</auth>"
@@ -39,14 +40,20 @@ PrivateBus::PrivateBus(Kind kind, const QString& folder)
                             .arg(type, address_)
                             .toUtf8());
     configuration.close();
-    QFile::remove(socket);
+    start();
+    qputenv(variable_.constData(), address_.toUtf8());
+}
+
+void PrivateBus::stop() { end(process_); }
+
+void PrivateBus::start() {
+    QFile::remove(socket_);
     process_.setStandardErrorFile(QProcess::nullDevice());
     process_.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
-                    QStringLiteral("--config-file=") + configuration.fileName()});
+                    QStringLiteral("--config-file=") + configuration_});
     if (!process_.waitForStarted() || !process_.waitForReadyRead(10000)) // it prints once it listens
         throw std::runtime_error("dbus-daemon could not be started");
-    qputenv(variable_.constData(), address_.toUtf8());
 }
 
 PrivateBus::~PrivateBus() {

@@ -16,12 +16,17 @@ public:
     PrivateBus& operator=(const PrivateBus&) = delete;
     ~PrivateBus();
     QString address() const { return address_; }
+    /// Ends the bus, and has it again under the same address.
+    void stop();
+    void start();
     /// Waits until somebody owns the name; whether it came to that.
     bool waitForOwner(const QString& name) const;
 
 private:
     QByteArray variable_;
     QString address_;
+    QString socket_;
+    QString configuration_;
     QProcess process_;
 };
 

@@ -40,13 +40,6 @@ struct ChatViewTest : test::SessionFixture {
     QJsonObject sent(std::size_t at = 0) {
         return QJsonDocument::fromJson(transport.requests.at(at).body.value()).object();
     }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
-    }
 };
 
 TEST_F(ChatViewTest, aTurnShowsTheTrimmedTextAndThenTheReply) {
@@ -107,6 +100,29 @@ TEST_F(ChatViewTest, theTokenProviderAndDiscussionAreThoseOfTheSending) {
     EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("anthropic"));
     EXPECT_EQ(sent().value(QLatin1String("discussion_id")), 3);
     EXPECT_EQ(sent().value(QLatin1String("model")), QStringLiteral("opus")) << "the model is read inside the job";
+}
+
+TEST_F(ChatViewTest, aTurnBehindOneThatIsBeingFiledJoinsItsDiscussion) {
+    signedInView();
+    local.filing = true;
+    local.onFiled = [this] { session().setDiscussionId(4); };
+    reply("x", 4);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_EQ(sent().value(QLatin1String("discussion_id")), 4);
+}
+
+TEST_F(ChatViewTest, aConversationThatWasClearedMeanwhileIsNotDrawnIntoTheOld) {
+    signedInView();
+    local.filing = true;
+    local.onFiled = [this] {
+        session().clearConversation();
+        session().setDiscussionId(4); // of the turn that was filed
+    };
+    reply("x", 5);
+    send(QStringLiteral("q"));
+    settle();
+    EXPECT_FALSE(sent().contains(QLatin1String("discussion_id")));
 }
 
 TEST_F(ChatViewTest, aReplyWithoutADiscussionIsDiscussionZero) {
@@ -198,6 +214,29 @@ TEST_F(ChatViewTest, aNewConversationDoesNotDetachTheTurnThatRuns) {
     settle();
     EXPECT_EQ(said(), QStringList{QStringLiteral("a:tard")});
     EXPECT_EQ(session().discussionId(), 3);
+}
+
+TEST_F(ChatViewTest, whatCanBeForgottenIsAMessageOrADiscussion) {
+    int told = 0;
+    QObject::connect(&view(), &ChatView::canForgetChanged, [&told] { ++told; });
+    EXPECT_FALSE(view().canForget());
+    session().setDiscussionId(0);
+    EXPECT_TRUE(view().canForget());
+    session().appendMessage(ChatMessage::make(ChatMessage::Role::user, QStringLiteral("a"), clock.now()));
+    session().setDiscussionId(std::nullopt);
+    EXPECT_TRUE(view().canForget());
+    EXPECT_EQ(told, 1);
+    view().newConversation();
+    EXPECT_FALSE(view().canForget());
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(ChatViewTest, whereThereIsNothingToForgetTheInputGetsTheFocusAlone) {
+    view();
+    store.writes.clear();
+    view().newConversation();
+    EXPECT_TRUE(view().inputFocused());
+    EXPECT_TRUE(store.writes.empty());
 }
 
 TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {

@@ -22,9 +22,11 @@ TEST_F(LocalModelsTest, aDownloadShowsItsProgressAsTheToolPrintsIt) {
     EXPECT_EQ(view().shownLog(), (QStringList{QStringLiteral("▶︎ Téléchargement du modèle ") + test::smallModel,
                                               QStringLiteral("Fetching:  40%|####")}));
     view().download(test::usualModel);
+    view().runInstall();
     view().askToDelete(test::smallModel);
     rest();
     EXPECT_EQ(view().downloadingId(), test::smallModel) << "one at a time";
+    EXPECT_FALSE(view().isInstalling());
     EXPECT_FALSE(view().isDeletePending()) << "what is being downloaded isn't deleted";
     never->set();
     until([this] { return view().downloadingId().isEmpty(); });

@@ -175,8 +175,10 @@ TEST_F(LocalRuntimeActionsTest, anInstallationThatHangsEndsWithTheWindow) {
     view().runInstall();
     until([this] { return !world.programs.started.empty(); });
     view().runInstall();
+    view().download(test::smallModel);
     rest();
     EXPECT_EQ(world.programs.started.size(), 1u);
+    EXPECT_EQ(view().downloadingId(), QString());
     view().disappear();
     until([this] { return !view().isInstalling(); });
     EXPECT_EQ(view().installError(), QString());

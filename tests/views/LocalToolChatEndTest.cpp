@@ -74,6 +74,14 @@ TEST_F(LocalToolChatEnd, everyFailureOfTheServerHasItsWords) {
     EXPECT_EQ(imports, 0);
 }
 
+TEST_F(LocalToolChatEnd, isTheTextOrTheSentenceOfTheFailure) {
+    round(call("list_shortcuts") + chunks::done());
+    round(chunks::text("Voi") + chunks::text("là") + chunks::done());
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))), (TurnEnd{false, QStringLiteral("Voilà")}));
+    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))),
+              (TurnEnd{true, QStringLiteral("Le serveur a refusé la connexion.")}));
+}
+
 TEST_F(LocalToolChatEnd, aTurnAfterAFailureGoesOn) {
     turn();
     round(chunks::text("ok") + chunks::done());

@@ -22,7 +22,8 @@ struct LocalToolChatFixture : SessionFixture {
     int imports = 0;
     QByteArray importAnswer = R"({"discussion_id":7})";
     int importStatus = 201;
-    bool alive = true; // the local server
+    std::unique_ptr<Event<>> importHeld; // none: the backend answers at once
+    bool alive = true;                   // the local server
 
     /// The wire: the local server's streams, its list of models, and the backend's import.
     struct Wire final : HttpTransport {
@@ -37,6 +38,8 @@ struct LocalToolChatFixture : SessionFixture {
                 << request.url.toString().toStdString();
             ++test_->imports;
             test_->imported.push_back(QJsonDocument::fromJson(request.body.value_or(QByteArray())).object());
+            if (test_->importHeld)
+                co_await *test_->importHeld;
             co_return HttpResponse{.status = test_->importStatus, .headers = {}, .body = test_->importAnswer};
         }
         Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
@@ -91,17 +94,11 @@ struct LocalToolChatFixture : SessionFixture {
     bool ended() {
         return waitUntil([this] { return !session().isStreaming(); });
     }
+    static Task<> run(LocalToolChat* chat) { co_await chat->runDirectLocal(QStringLiteral("x")); }
     void turn(const QString& text = QStringLiteral("Bonjour")) {
         send(text);
         ASSERT_TRUE(ended());
         settle();
-    }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
     }
     QString last() { return session().messages().back().content; }
     bool shows(const QString& text) {

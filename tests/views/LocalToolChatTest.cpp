@@ -189,6 +189,64 @@ TEST_F(LocalToolChatTest, aFilingThatFailsIsToldToNobody) {
     EXPECT_EQ(last(), QStringLiteral("deux"));
 }
 
+TEST_F(LocalToolChatTest, quickTurnsOfOneConversationShareTheDiscussionThatTheFirstOpens) {
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    round(chunks::text("Deux") + chunks::done());
+    turn(QStringLiteral("deux"));
+    EXPECT_TRUE(chat->isFiling());
+    ASSERT_EQ(imported.size(), 1u) << "the first has yet to be answered";
+    importHeld->set();
+    ASSERT_TRUE(waitUntil([this] { return !chat->isFiling(); }));
+    ASSERT_EQ(imported.size(), 2u);
+    EXPECT_FALSE(imported[0].contains(QLatin1String("discussion_id")));
+    EXPECT_EQ(imported[1].value(QLatin1String("discussion_id")), 7);
+    EXPECT_EQ(imported[1].value(QLatin1String("text")), QStringLiteral("deux"));
+}
+
+TEST_F(LocalToolChatTest, aNewConversationOpensADiscussionOfItsOwnHoweverQuick) {
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    view_->newConversation();
+    round(chunks::text("Deux") + chunks::done());
+    turn(QStringLiteral("deux"));
+    importHeld->set();
+    ASSERT_TRUE(waitUntil([this] { return !chat->isFiling(); }));
+    ASSERT_EQ(imported.size(), 2u);
+    EXPECT_FALSE(imported[1].contains(QLatin1String("discussion_id")));
+}
+
+TEST_F(LocalToolChatTest, whoeverWaitsForTheFilingWaitsNoLongerThanTheySaid) {
+    bool over = false;
+    Scope jobs;
+    const auto wait = [&] {
+        jobs.start([](LocalToolChat* filing, bool* done) -> Task<> {
+            co_await filing->filed(3s);
+            *done = true;
+        }(chat.get(), &over));
+    };
+    wait();
+    EXPECT_TRUE(waitUntil([&] { return over; })) << "nothing is being filed";
+    over = false;
+    importHeld = std::make_unique<Event<>>();
+    round(chunks::text("Un") + chunks::done());
+    turn(QStringLiteral("un"));
+    wait();
+    settle();
+    EXPECT_FALSE(over);
+    world.clock.advance(3s);
+    EXPECT_TRUE(waitUntil([&] { return over; }));
+    EXPECT_TRUE(chat->isFiling());
+    over = false;
+    wait();
+    settle();
+    importHeld->set();
+    EXPECT_TRUE(waitUntil([&] { return over; }));
+    EXPECT_FALSE(chat->isFiling());
+}
+
 TEST_F(LocalToolChatTest, anEmptyAnswerIsFiledNowhere) {
     round(chunks::done());
     turn();

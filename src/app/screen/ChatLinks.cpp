@@ -13,7 +13,6 @@ constexpr qsizetype longest = 200; // characters of an address on the screen
 
 ChatLinks::ChatLinks(AppSession& session, std::function<void(const QString&)> follow)
     : session_(session), follow_(std::move(follow)) {
-    connect(&session, &AppSession::discussionIdChanged, this, &ChatLinks::hasDiscussionChanged);
     connect(&session, &AppSession::isStreamingChanged, this, &ChatLinks::isStreamingChanged);
 }
 

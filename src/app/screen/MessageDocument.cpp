@@ -1,6 +1,6 @@
 #include "app/screen/MessageDocument.h"
 
-#include "base/FrenchSpacing.h"
+#include "app/screen/FrenchSpacing.h"
 
 #include <QFontDatabase>
 #include <QTextBlock>

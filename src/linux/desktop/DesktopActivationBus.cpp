@@ -12,22 +12,33 @@ const QString interface = QStringLiteral("org.freedesktop.Application");
 
 bool DesktopActivationBus::offer(Requests requests) {
     withdraw();
+    requests_ = std::move(requests);
+    return stepOntoBus();
+}
+
+bool DesktopActivationBus::stepOntoBus() {
     QDBusConnection bus = bus_.connection();
     if (!bus.isConnected())
         return false;
     // Before the name: whoever started the program for a request sends it as soon as the name is there.
-    object_ = std::make_unique<ApplicationObject>(std::move(requests));
+    object_ = std::make_unique<ApplicationObject>(requests_);
     bus.registerObject(path, object_.get(), QDBusConnection::ExportScriptableSlots);
     const auto answer = bus.interface()->registerService(service, QDBusConnectionInterface::DontQueueService,
                                                          QDBusConnectionInterface::DontAllowReplacement);
-    if (answer.isValid() && answer.value() == QDBusConnectionInterface::ServiceRegistered)
+    if (answer.isValid() && answer.value() == QDBusConnectionInterface::ServiceRegistered) {
+        if (!busReturn_) {
+            busReturn_ = std::make_unique<DBusReturn>(bus_);
+            QObject::connect(busReturn_.get(), &DBusReturn::returned, busReturn_.get(), [this] { stepOntoBus(); });
+        }
         return true;
+    }
     bus.unregisterObject(path);
     object_.reset();
     return false;
 }
 
 void DesktopActivationBus::withdraw() {
+    busReturn_.reset();
     if (!object_)
         return;
     if (QDBusConnection bus = bus_.connection(); bus.isConnected()) {

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/DBusLink.h"
+#include "linux/DBusReturn.h"
 #include "linux/desktop/ApplicationObject.h"
 
 #include <memory>
@@ -7,7 +7,7 @@
 namespace vennic {
 
 /// The road over the session bus: the name com.vennic.desktop, which is also the desktop entry's, with the interface
-/// org.freedesktop.Application.
+/// org.freedesktop.Application. A bus that comes again finds it there again.
 class DesktopActivationBus final : public DesktopActivation {
 public:
     ~DesktopActivationBus() override { withdraw(); }
@@ -19,8 +19,12 @@ public:
     bool handOver(const QStringList& addresses, const QString& token, std::chrono::milliseconds limit) override;
 
 private:
+    bool stepOntoBus();
+
     DBusLink bus_{DBusLink::Bus::session};
+    Requests requests_;
     std::unique_ptr<ApplicationObject> object_;
+    std::unique_ptr<DBusReturn> busReturn_;
 };
 
 } // namespace vennic

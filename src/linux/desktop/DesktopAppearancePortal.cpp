@@ -43,7 +43,7 @@ bool hasCompositingManager() {
 
 } // namespace
 
-DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, QStringList gtkSettings)
+DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, const QStringList& gtkSettings)
     : bus_(std::move(bus)), gtkDark_(gtkPrefersDark(gtkSettings)), dark_(gtkDark_) {
     if (!bus_.isConnected())
         return;

@@ -31,6 +31,12 @@ StatusNotifierPixmap wireForm(const QImage& picture) {
 
 StatusNotifier::StatusNotifier() {
     connect(&object_, &StatusNotifierObject::activated, this, &StatusNotifier::activated);
+    connect(&busReturn_, &DBusReturn::gone, this, [this] { setHasHost(false); });
+    connect(&busReturn_, &DBusReturn::returned, this, &StatusNotifier::stepOntoBus);
+    stepOntoBus();
+}
+
+void StatusNotifier::stepOntoBus() {
     QDBusConnection bus = bus_.connection();
     if (!bus.isConnected()) {
         hasHost_ = false;

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/DBusLink.h"
+#include "linux/DBusReturn.h"
 #include "linux/desktop/StatusNotifierObject.h"
 
 #include <QDBusServiceWatcher>
@@ -10,7 +10,7 @@
 namespace vennic {
 
 /// The icon in status bars that are reached over the session bus. It is registered with each watcher of such bars that
-/// comes, also with one that comes late or again. Main thread only.
+/// comes, also with one that comes late or again, and with a bus that comes again. Main thread only.
 class StatusNotifier final : public QObject {
     Q_OBJECT
 
@@ -30,10 +30,12 @@ private Q_SLOTS:
     void askForHost();
 
 private:
+    void stepOntoBus();
     void enlist();
     void setHasHost(bool hasHost);
 
     DBusLink bus_{DBusLink::Bus::session};
+    DBusReturn busReturn_{bus_};
     StatusNotifierObject object_;
     std::unique_ptr<QDBusServiceWatcher> watcher_;
     std::optional<bool> hasHost_;

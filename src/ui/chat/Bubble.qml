@@ -15,7 +15,10 @@ Item {
     required property QtObject transcript
     readonly property int most: ListView.view ? ListView.view.width - 2 * Theme.padding - (fromUser ? 40 : 16) : 300
     width: ListView.view ? ListView.view.width : 360
-    height: ground.height + (begins ? 8 : 0)
+    // An answer that has yet to begin is no bubble: the dots say that it will.
+    readonly property bool hasWords: plain !== "" || !begins || !ends
+    visible: hasWords
+    height: hasWords ? ground.height + (begins ? 8 : 0) : 0
     Accessible.role: Accessible.ListItem
     Accessible.name: (fromUser ? qsTr("Toi : ") : "Vennic : ") + plain
 

@@ -37,6 +37,5 @@ FocusScope {
         width: parent.width
         chat: root.chat
         picker: root.picker
-        canForget: root.transcript.messageCount > 0 || root.links.hasDiscussion
     }
 }

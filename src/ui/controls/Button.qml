@@ -8,19 +8,18 @@ T.Button {
     property bool prominent: false
     property bool destructive: false
     property string help: ""
-    property bool wasLedTo: false // by the keyboard, before it was disabled: it gets its ring back
+    property bool available: true // one that isn't for a while keeps the keyboard, if it has it
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
     implicitHeight: 30
     leftPadding: 14
     rightPadding: 14
     hoverEnabled: true
-    opacity: enabled ? 1 : 0.4
+    enabled: available || activeFocus
+    opacity: enabled && available ? 1 : 0.4
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
-    Accessible.description: enabled ? "" : qsTr("Indisponible")
-    onVisualFocusChanged: wasLedTo = visualFocus || (wasLedTo && !enabled)
-    onActiveFocusChanged: if (activeFocus && wasLedTo) focusReason = Qt.TabFocusReason
+    Accessible.description: enabled && available ? "" : qsTr("Indisponible")
 
     contentItem: Text {
         text: root.text
@@ -36,7 +35,7 @@ T.Button {
         radius: Theme.radius
         readonly property color fill: root.destructive ? Theme.redFill : Theme.accentFill
         color: root.prominent || root.destructive ? (root.down ? Qt.darker(fill, 1.15) : fill)
-                              : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
+                              : root.down ? Theme.pressed : root.hovered && root.available ? Theme.hovered : Theme.surface
         border.width: root.prominent || root.destructive ? 0 : 1
         border.color: Theme.line
     }

@@ -32,7 +32,7 @@ Flickable {
         if (Window.activeFocusItem)
             reveal(Window.activeFocusItem);
     }
-    onHeightChanged: revealFocused()
+    onHeightChanged: revealFocused() // something may have come up below
 
     Connections {
         target: root.Window.window

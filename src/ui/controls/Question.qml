@@ -7,7 +7,8 @@ T.Dialog {
     id: root
     required property string message
     required property string acceptText
-    property Item asker: null // gets the keyboard back
+    property Item asker: null // gets the keyboard back, as it had it
+    property int reason: Qt.OtherFocusReason
 
     parent: T.Overlay.overlay
     x: Math.round((parent.width - width) / 2)
@@ -19,8 +20,11 @@ T.Dialog {
     modal: true
     focus: true
     closePolicy: T.Popup.CloseOnEscape
-    onAboutToShow: asker = parent.Window.activeFocusItem
-    onClosed: asker?.forceActiveFocus(Qt.TabFocusReason)
+    onAboutToShow: {
+        asker = parent.Window.activeFocusItem;
+        reason = asker?.focusReason ?? Qt.OtherFocusReason;
+    }
+    onClosed: asker?.forceActiveFocus(reason)
     onOpened: refuse.forceActiveFocus(Qt.TabFocusReason)
     T.Overlay.modal: Rectangle { color: "#80000000" }
 

@@ -16,10 +16,10 @@ Item {
     onIsDownloadedChanged: Qt.callLater(passOn)
 
     function passOn() {
-        if (isDownloaded && download.focus)
-            remove.focus = true;
-        else if (!isDownloaded && remove.focus)
-            download.focus = true;
+        if (isDownloaded && download.activeFocus)
+            remove.forceActiveFocus(download.focusReason);
+        else if (!isDownloaded && remove.activeFocus)
+            download.forceActiveFocus(remove.focusReason);
     }
 
     Symbol {
@@ -85,7 +85,7 @@ Item {
             objectName: "download"
             visible: !root.isDownloaded
             text: qsTr("Télécharger")
-            enabled: root.tab.downloadingId === "" && !root.tab.isInstalling
+            available: root.tab.downloadingId === "" && !root.tab.isInstalling
             Accessible.name: qsTr("Télécharger %1").arg(root.model.title)
             onClicked: root.tab.download(root.model.id)
         }

@@ -32,8 +32,8 @@ Section {
             objectName: "apply"
             text: qsTr("Appliquer et redémarrer")
             prominent: true
-            enabled: !root.tab.isBusy && root.tab.picker.chosen !== ""
-            onClicked: root.tab.applyModel()
+            available: !root.tab.isBusy && root.tab.picker.chosen !== ""
+            onClicked: if (available) root.tab.applyModel()
         }
         Spinner {
             anchors.verticalCenter: parent.verticalCenter

@@ -13,7 +13,7 @@ Section {
         Button {
             objectName: "test"
             text: qsTr("Tester l'inférence")
-            enabled: !root.tab.isTesting
+            available: !root.tab.isTesting
             onClicked: root.tab.runTest()
         }
         Button {

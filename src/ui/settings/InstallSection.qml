@@ -28,7 +28,7 @@ Section {
             objectName: "install"
             text: qsTr("Installer")
             prominent: true
-            enabled: !root.tab.isBusy && root.tab.downloadingId === ""
+            available: !root.tab.isBusy && root.tab.downloadingId === ""
             onClicked: root.tab.runInstall()
         }
         Spinner {

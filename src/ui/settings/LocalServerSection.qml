@@ -42,13 +42,13 @@ Section {
         Button {
             objectName: "recheck"
             text: qsTr("Re-tester")
-            enabled: !root.tab.isBusy
+            available: !root.tab.isBusy
             onClicked: root.tab.checkHealth()
         }
         Button {
             objectName: "restart"
             text: qsTr("Redémarrer")
-            enabled: !root.tab.isBusy
+            available: !root.tab.isBusy
             onClicked: root.tab.restartServer()
         }
         Spinner {

@@ -6,6 +6,7 @@ import Vennic
 T.AbstractButton {
     id: root
     required property QtObject picker
+    property int reason: Qt.OtherFocusReason // for which it had the keyboard
     signal customChosen
 
     implicitHeight: 32
@@ -16,6 +17,7 @@ T.AbstractButton {
     Keys.onDownPressed: open()
 
     function open() {
+        reason = focusReason;
         while (menu.count > 0)
             menu.takeItem(0).destroy();
         for (const model of picker.rows)
@@ -90,6 +92,6 @@ T.AbstractButton {
         objectName: "models"
         y: root.height + 4
         implicitWidth: root.width
-        onClosed: root.forceActiveFocus(root.focusReason)
+        onClosed: root.forceActiveFocus(root.reason)
     }
 }

@@ -1,4 +1,4 @@
-#include "base/FrenchSpacing.h"
+#include "app/screen/FrenchSpacing.h"
 
 #include <gtest/gtest.h>
 

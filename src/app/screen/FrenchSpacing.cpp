@@ -1,4 +1,4 @@
-#include "base/FrenchSpacing.h"
+#include "app/screen/FrenchSpacing.h"
 
 namespace vennic {
 
