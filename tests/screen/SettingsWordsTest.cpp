@@ -65,11 +65,13 @@ struct SettingsWordsTest : SettingsStates {
     }
 
 private:
+    /// Without the care that the screen takes of the spaces before some marks.
+    static QString plain(QString text) { return text.replace(u'\u202F', u' ').replace(u'\u00A0', u' '); }
     static void addSeen(QQuickItem* at, QStringList& texts) {
         if (!at->isVisible() || at->width() * at->height() == 0)
             return;
         if (at->inherits("QQuickText"))
-            texts.append(at->property("text").toString());
+            texts.append(plain(at->property("text").toString()));
         for (QQuickItem* const child : at->childItems())
             addSeen(child, texts);
     }

@@ -115,7 +115,7 @@ void ScreenQml::showPopover(std::optional<QRect> anchor) {
         makePopover();
     unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
-    popover_->appear(anchor);
+    popover_->appear(anchor, with_.appearance.isAnimated() && popover_->canFade());
     tellPresented(*popover_);
 }
 
