@@ -102,13 +102,6 @@ TEST_F(GeneralSettingsTabTest, aCodeOfFiveCharactersIsSentAndItsRefusalShown) {
     EXPECT_FALSE(tab().isAuthenticated());
 }
 
-TEST_F(GeneralSettingsTabTest, ofAnEndlessRefusalTheBeginningIsDrawn) {
-    transport.answerWith(500, QByteArray(900'000, 'x'));
-    pairWith("ABCD1234");
-    EXPECT_EQ(tab().pairError(), QStringLiteral("Erreur HTTP 500 : ") + QString(900'000, u'x'));
-    EXPECT_EQ(tab().property("pairError").toString().size(), 1001);
-}
-
 TEST_F(GeneralSettingsTabTest, aWrongCodeEndsNoSession) {
     session();
     transport.answerWith(401, R"({"error":"code inconnu"})");
