@@ -37,6 +37,9 @@ struct SessionFixture : testing::Test, ScriptedBackend {
     QString hostName = QStringLiteral("atelier");
     std::unique_ptr<AppSession> built;
 
+    /// What is still read on the pool uses the store of this fixture.
+    ~SessionFixture() override { QThreadPool::globalInstance()->waitForDone(); }
+
     AppSession& session() {
         if (!built)
             built = std::make_unique<AppSession>(
