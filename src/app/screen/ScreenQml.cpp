@@ -152,7 +152,9 @@ void ScreenQml::showSettings() {
     const bool wasShown = isSettingsShown();
     with_.settings.appear();
     settings_->show();
-    raiseSettings();
+    settings_->raise();
+    settings_->requestActivate();
+    tellPresented(*settings_);
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
 }
@@ -166,6 +168,8 @@ void ScreenQml::raiseSettings() {
     if (!isSettingsShown())
         return;
     settings_->raise();
+    if (settings_->isActive())
+        return; // asking again would undo what the desktop's token has said of the time
     settings_->requestActivate();
     tellPresented(*settings_);
 }
