@@ -29,6 +29,7 @@
 #include "linux/thumbnail/ThumbnailerDesktop.h"
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerLane.h"
+#include "ports/DesktopAppearance.h"
 #include "ports/Workspace.h"
 
 #include <QTimer>
@@ -61,6 +62,10 @@ public:
     KeychainStore& keychain() { return keychain_; }
     CredentialStore& credentials() { return *credentials_; }
     ModalDialogs& dialogs() { return dialogs_; }
+    /// The dialogs look as the desktop likes it, which `appearance` says for as long as the client runs.
+    void follow(const DesktopAppearance& appearance) {
+        dialogs_.setDark([&appearance] { return appearance.isDark(); });
+    }
     FolderPicker& folderPicker() { return folderPicker_; }
     FileSystem& files() { return *files_; }
     PhotoConsent& photoConsent() { return photoConsent_; }

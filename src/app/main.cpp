@@ -106,6 +106,7 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     std::optional<Surfaces> surfaces;
     if (hasWindows()) {
         appearance = DesktopAppearancePortal::ofThisDesktop();
+        client.follow(*appearance);
         surfaces.emplace(
             Surfaces::Surroundings{.client = client,
                                    .appearance = *appearance,

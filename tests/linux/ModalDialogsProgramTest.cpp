@@ -56,6 +56,33 @@ TEST_F(ModalDialogsProgramTest, theProgramIsToldTheQuestionAndItsEndIsTheAnswer)
     EXPECT_EQ(answerOf("exit 13"), DialogAnswer::acceptedForGood);
 }
 
+TEST_F(ModalDialogsProgramTest, aDarkDesktopIsAskedAboutBeforeEachDialog) {
+    ModalDialogsProgram dialogs = program("exit 10");
+    bool dark = true;
+    dialogs.setDark([&] { return dark; });
+    await(dialogs.ask(question));
+    EXPECT_TRUE(request() && request()->isDark);
+    dark = false;
+    await(dialogs.warn(question.title, question.informativeText));
+    EXPECT_TRUE(request() && !request()->isDark);
+}
+
+TEST_F(ModalDialogsProgramTest, whetherADialogIsShownIsKnownAndItsEndIsTold) {
+    ModalDialogsProgram dialogs = program("while [ ! -e " + told().toUtf8() + ".go ]; do sleep 0.02; done; exit 11");
+    int closings = 0;
+    dialogs.onClosed([&] { ++closings; });
+    EXPECT_FALSE(dialogs.isShowing());
+    Scope scope;
+    for (int shown = 0; shown < 2; ++shown)
+        scope.start(dialogs.warn(question.title, question.informativeText));
+    EXPECT_TRUE(waitUntil([&] { return dialogs.isShowing() && QFile::exists(told()); }));
+    EXPECT_EQ(closings, 0);
+    QFile go(told() + QStringLiteral(".go"));
+    ASSERT_TRUE(go.open(QIODevice::WriteOnly));
+    EXPECT_TRUE(waitUntil([&] { return !dialogs.isShowing(); }));
+    EXPECT_EQ(closings, 1) << "when the last one has gone";
+}
+
 TEST_F(ModalDialogsProgramTest, anyOtherEndMeansThatNobodyWasAsked) {
     for (const char* script : {"exit 0", "exit 1", "exit 12", "kill -ABRT $$", "kill -KILL $$", "exit 255"})
         EXPECT_EQ(answerOf(script), DialogAnswer::none) << script;

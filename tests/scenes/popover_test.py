@@ -40,6 +40,13 @@ class Popover(PopoverScene):
         self.keys("Return")
         wait_for(self.what_opened, "the document is opened")
         self.check_focus_is_seen()
+        self.tab_to("Quitter Vennic")
+        self.keys("space")
+        wait_for(self.dialog, "the dialog has the keyboard")
+        self.picture("dark-quit")
+        self.keys("Escape")
+        self.await_no_dialog()
+        self.await_popover()
         self.keys("Escape")
         self.await_no_popover()
 

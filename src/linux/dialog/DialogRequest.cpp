@@ -12,12 +12,13 @@ constexpr auto textKey = QLatin1String("text");
 constexpr auto acceptKey = QLatin1String("accept");
 constexpr auto refuseKey = QLatin1String("refuse");
 constexpr auto warningKey = QLatin1String("warning");
+constexpr auto darkKey = QLatin1String("dark");
 constexpr auto informationalKey = QLatin1String("informational");
 constexpr auto suppressionKey = QLatin1String("suppression");
 } // namespace
 
 DialogRequest DialogRequest::ofQuestion(const DialogQuestion& question) {
-    return {.question = question, .isWarning = false};
+    return {.question = question, .isWarning = false, .isDark = false};
 }
 
 DialogRequest DialogRequest::ofWarning(const QString& title, const QString& informativeText) {
@@ -26,7 +27,8 @@ DialogRequest DialogRequest::ofWarning(const QString& title, const QString& info
                          .accept = QStringLiteral("OK"),
                          .refuse = {},
                          .suppression = {}},
-            .isWarning = true};
+            .isWarning = true,
+            .isDark = false};
 }
 
 QByteArray encoded(const DialogRequest& request) {
@@ -36,7 +38,8 @@ QByteArray encoded(const DialogRequest& request) {
                              {refuseKey, request.question.refuse},
                              {informationalKey, request.question.style == DialogStyle::informational},
                              {suppressionKey, request.question.suppression},
-                             {warningKey, request.isWarning}};
+                             {warningKey, request.isWarning},
+                             {darkKey, request.isDark}};
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
@@ -53,7 +56,8 @@ std::optional<DialogRequest> decodedDialogRequest(const QByteArray& json) {
                                                        ? DialogStyle::informational
                                                        : DialogStyle::question,
                                           .suppression = requiredString(object, suppressionKey)},
-                             .isWarning = requiredBoolean(object, warningKey)};
+                             .isWarning = requiredBoolean(object, warningKey),
+                             .isDark = requiredBoolean(object, darkKey)};
     } catch (const DecodingError&) {
         return std::nullopt;
     }

@@ -11,6 +11,7 @@ namespace vennic {
 struct DialogRequest {
     DialogQuestion question; // of a warning: title and text; its one button has the words of `accept`
     bool isWarning = false;
+    bool isDark = false; // on a desktop that likes it dark
     bool operator==(const DialogRequest&) const = default;
 
     static constexpr qsizetype mostBytes = qsizetype{64} * 1024;

@@ -41,6 +41,7 @@ Task<DialogExit> ModalDialogsProgram::show(DialogRequest request) {
         if (--shown_ == 0 && closed_)
             closed_();
     });
+    request.isDark = dark_ && dark_();
     const auto end = co_await runDialogProgram(executable_, encoded(request), 0);
     if (!end)
         co_return DialogExit::notShown;

@@ -15,12 +15,15 @@ public:
     Task<DialogAnswer> ask(DialogQuestion question) override;
     Task<> warn(QString title, QString informativeText) override;
     bool isShowing() const override { return shown_ > 0; }
+    /// Asked before each dialog whether the desktop likes it dark. Nobody to ask: it doesn't.
+    void setDark(std::function<bool()> dark) { dark_ = std::move(dark); }
     void onClosed(std::function<void()> closed) override { closed_ = std::move(closed); }
 
 private:
     Task<DialogExit> show(DialogRequest request);
 
     QString executable_;
+    std::function<bool()> dark_;
     int shown_ = 0;
     std::function<void()> closed_;
 };

@@ -1,4 +1,5 @@
 // One dialog, in a process of its own, so that the client that waits in the background carries no widgets.
+#include "linux/dialog/DialogLook.h"
 #include "linux/dialog/DialogRequest.h"
 #include "linux/dialog/FolderChooser.h"
 #include "linux/dialog/FolderRequest.h"
@@ -38,8 +39,7 @@ DialogExit show(const DialogRequest& request) {
     box.setText(words.title);
     box.setInformativeText(words.informativeText);
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
-    box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
-                                     "QLabel#qt_msgbox_informativelabel { min-width: 24em; }"));
+    dressBox(box, request.isDark);
     QPushButton* const accept = box.addButton(words.accept, QMessageBox::AcceptRole);
     if (!request.isWarning) {
         QPushButton* const refuse = box.addButton(words.refuse, QMessageBox::RejectRole);
@@ -89,5 +89,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("vennic"));
     QApplication::setApplicationDisplayName(QStringLiteral("Vennic"));
     QApplication::setDesktopFileName(QStringLiteral("com.vennic.desktop"));
+    if (request)
+        dressApplication(application, request->isDark);
     return static_cast<int>(panel ? choose(*panel) : show(*request));
 }
