@@ -44,6 +44,9 @@ void LocalLLMSettingsView::appear() {
     shown_ = true;
     picker_.appear();
     opening_.cancel();
+    checking_.cancel();
+    if (!isBusy() && healthStatus_ == HealthStatus::checking()) // one that the last close cut off
+        setHealthStatus(HealthStatus::unknown());
     opening_ = jobs_.start(open());
 }
 
@@ -59,9 +62,7 @@ void LocalLLMSettingsView::disappear() {
     shown_ = false;
     for (Job* job : {&opening_, &checking_, &polling_, &test_, &installation_, &download_})
         job->cancel();
-    if (healthStatus_ == HealthStatus::checking())
-        setHealthStatus(HealthStatus::unknown());
-    if (reload_)
+    if (restarting_ || applying_)
         jobs_.start(cancelInTime(reload_));
     keepModel();
 }

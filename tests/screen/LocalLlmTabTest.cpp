@@ -312,6 +312,40 @@ TEST_F(LocalLlmTabTest, whatIsSelectedInTheLogStaysSelectedWhileItGrows) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(), wanted);
 }
 
+TEST_F(LocalLlmTabTest, draggingTheMouseAcrossTheLogSelectsAndDoesNotScroll) {
+    openTab();
+    installs(lines(0, 50));
+    const qreal scrolled = flick()->property("contentY").toReal();
+    const QPointF from = flick()->mapToScene(QPointF(4, 4));
+    const auto mouse = [this](QEvent::Type type, QPointF at) {
+        QMouseEvent event(type, at, window().mapToGlobal(at), Qt::LeftButton,
+                          type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window(), &event);
+    };
+    mouse(QEvent::MouseButtonPress, from);
+    for (int step = 1; step <= 10; ++step)
+        mouse(QEvent::MouseMove, from + QPointF(10 * step, 5 * step));
+    mouse(QEvent::MouseButtonRelease, from + QPointF(100, 50));
+    paint();
+    EXPECT_TRUE(find("log")->property("selectedText").toString().contains(QStringLiteral("de ce que dit l'outil")));
+    EXPECT_NEAR(flick()->property("contentY").toReal(), scrolled, 8) << "at most to the whole of a line";
+}
+
+TEST_F(LocalLlmTabTest, theKeyboardMovesThroughTheLogAndIsNotPulledToItsEnd) {
+    openTab();
+    installs(lines(0, 100));
+    tabTo("log");
+    key(Qt::Key_End, Qt::ControlModifier);
+    flick()->setProperty("contentY", 20);
+    never->set();
+    until([this] { return log().contains(QStringLiteral("(re)chargement")); });
+    EXPECT_EQ(flick()->property("contentY").toReal(), 20);
+    key(Qt::Key_End, Qt::ControlModifier);
+    EXPECT_GT(flick()->property("contentY").toReal(), 500);
+    key(Qt::Key_Home, Qt::ControlModifier);
+    EXPECT_EQ(flick()->property("contentY").toReal(), 0);
+}
+
 TEST_F(LocalLlmTabTest, theWholeLogIsCopiedByItsButtonAndHiddenUntilSomethingBegins) {
     openTab();
     installs("un\ndeux\n");

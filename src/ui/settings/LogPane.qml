@@ -142,7 +142,9 @@ Item {
                     Accessible.name: qsTr("Journal")
                     Accessible.readOnly: true
                     Accessible.multiLine: true
-                    onCursorRectangleChanged: if (activeFocus) flick.reveal(cursorRectangle)
+                    // A cursor at the end moves with it, which is no reason to go there.
+                    onCursorRectangleChanged: if (activeFocus && cursorPosition < length) flick.reveal(cursorRectangle)
+                    Keys.onReleased: flick.reveal(cursorRectangle)
                     LogDocument {
                         textDocument: log.textDocument
                         lines: root.tab.shownLog
