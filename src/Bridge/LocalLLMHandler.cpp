@@ -135,7 +135,7 @@ Task<std::unique_ptr<HttpStream>> LocalLLMHandler::open(HttpRequest request) {
     const auto status = stream->status();
     if (!status)
         throw RelayError(localized("Réponse invalide du serveur local."));
-    if (!isSuccess(*status)) {
+    if (!isSuccess(status)) {
         const QString excerpt = co_await refusalIn(stream.get());
         throw RelayError(localized("Serveur local HTTP ") + QStringLiteral("%1 : ").arg(*status) + excerpt);
     }

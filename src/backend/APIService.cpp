@@ -45,7 +45,7 @@ Task<HttpResponse> sendSignedIn(VennicHTTP* http, std::optional<SecretText> toke
     auto response = co_await http->vennicData(withToken(std::move(request), token));
     if (!response.status)
         throw APIError::decoding();
-    if (!isSuccess(*response.status))
+    if (!isSuccess(response.status))
         throw APIError::http(*response.status, utf8Text(response.body));
     co_return response;
 }
@@ -97,7 +97,7 @@ Task<PairingClaimResponse> claim(VennicHTTP* http, HttpRequest request) {
     auto response = co_await http->data(std::move(request));
     if (!response.status)
         throw APIError::decoding();
-    if (!isSuccess(*response.status))
+    if (!isSuccess(response.status))
         throw APIError::http(*response.status, pairingErrorBody(response.body));
     const QJsonObject object = parseJsonObject(response.body);
     wipe(response.body);
