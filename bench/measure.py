@@ -21,6 +21,7 @@ class Bench:
         self.idle_seconds, self.settle_seconds, self.recoll_documents = idle_seconds, settle_seconds, recoll_documents
         self.figures = []  # (figure, size, value, unit) where the size is a number
         self.missing = []
+        self.judged = self.missed = 0
 
     def program(self, *path):
         return str(self.build.joinpath(*path))
@@ -64,7 +65,7 @@ class Bench:
         number of times by which it should be better than the peer's figure `theirs`, in the same unit; `most` the
         greatest part of the peer's figure that it may be."""
         short = False
-        cells = [f"{figure:<34}", f"{size:>9}", f"{shown(value):>9} {unit:<8}"]
+        cells = [f"{figure:<48}", f"{size:>9}", f"{shown(value):>9} {unit:<8}"]
         if budget is None:
             cells.append(" " * 11)
         else:
@@ -83,8 +84,12 @@ class Bench:
             if most is not None:
                 short = short or not ratio <= most
                 cells.append(f"≤ {shown(most)} ×")
-        if short and not self.quick:  # a hundredth is too small to judge by
-            cells.append("SHORT")
+        judged = budget is not None or (theirs is not None and (wanted is not None or most is not None))
+        if judged and not self.quick:  # a hundredth is too small to judge by
+            cells.append("miss" if short else "pass")
+            self.missed += short
+            self.judged += 1
+        cells.append(f"load {os.getloadavg()[0]:.1f}")
         print("  ".join(cells).rstrip(), flush=True)
         if isinstance(size, int) and (figure, size) not in [f[:2] for f in self.figures]:
             self.figures.append((figure, size, value, unit))
@@ -96,12 +101,12 @@ class Bench:
             by_name.setdefault(figure, []).append((size, value, unit))
         pairs = {name: sorted(rows) for name, rows in by_name.items() if len(rows) > 1}
         if pairs:
-            print("\ngrowth                                      from           to")
+            print(f"\n{'growth':<48}       from           to")
         for name, rows in pairs.items():
             (small, low, unit), (big, high, _) = rows[0], rows[-1]
             if low:
                 factor = f"{shown(high / low)} × for {shown(big / small)} ×"
-                print(f"{name:<34}  {shown(low):>9}    {shown(high):>9} {unit:<8}  {factor}")
+                print(f"{name:<48}  {shown(low):>9}    {shown(high):>9} {unit:<8}  {factor}")
 
 
 def shown(number):
@@ -160,6 +165,27 @@ def warm(folder, contents):
 
 def bytes_below(folder):
     return sum(os.lstat(os.path.join(parent, name)).st_size for parent, _, names in os.walk(folder) for name in names)
+
+
+def forget_highest(pid):
+    """The process's highest memory counts from now on."""
+    pathlib.Path(f"/proc/{pid}/clear_refs").write_text("5", encoding="ascii")
+
+
+def highest(pid):
+    """The most memory that a process has had at once, in MB (resident, shared pages whole)."""
+    return status_mb(pid, "VmHWM")
+
+
+def resident(pid):
+    return status_mb(pid, "VmRSS")
+
+
+def status_mb(pid, name):
+    for line in pathlib.Path(f"/proc/{pid}/status").read_text(encoding="ascii").splitlines():
+        if line.startswith(name + ":"):
+            return int(line.split()[1]) / 1024
+    raise RuntimeError(f"no {name} line")
 
 
 def load():

@@ -31,9 +31,9 @@ class Soak(Scene):
 
 
 @contextlib.contextmanager
-def whole_system():
+def whole_system(kind=Soak):
     """Backend and client, not yet started, of the programs that the environment names."""
-    system = Soak()
+    system = kind()
     system.setUp()
     try:
         yield system
@@ -42,13 +42,19 @@ def whole_system():
 
 
 def wake_ups(pid):
-    """Voluntary context switches of all threads so far."""
-    total = 0
+    """Voluntary context switches so far, by thread."""
+    counts = {}
     for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
-        for line in (task / "status").read_text().splitlines():
-            if line.startswith("voluntary_ctxt_switches"):
-                total += int(line.split()[1])
-    return total
+        with contextlib.suppress(FileNotFoundError):  # it may end meanwhile
+            for line in (task / "status").read_text().splitlines():
+                if line.startswith("voluntary_ctxt_switches"):
+                    counts[task.name] = int(line.split()[1])
+    return counts
+
+
+def woken_since(before, pid):
+    """How often the threads that are there now have woken since `before`, which `wake_ups` gave."""
+    return sum(count - before.get(thread, 0) for thread, count in wake_ups(pid).items())
 
 
 def written(pid):
@@ -250,7 +256,7 @@ def idle(soak, seconds):
         time.sleep(min(30, seconds - passed + 0.1))
         passed = time.monotonic() - begun
         shared, own = both(pid)
-        print(f"{passed:5.0f} {shared:8} {own:8} {(wake_ups(pid) - waked) / passed:11.2f} {written(pid) - wrote:10}", flush=True)
+        print(f"{passed:5.0f} {shared:8} {own:8} {woken_since(waked, pid) / passed:11.2f} {written(pid) - wrote:10}", flush=True)
     last = both(pid)
     print(f"growth {last[0] - first[0]} kB of PSS, {last[1] - first[1]} kB of its own in {seconds} s; "
           "polls only")

@@ -11,7 +11,7 @@ namespace vennic::server {
 
 namespace {
 constexpr qsizetype longestUrl = 2048;
-constexpr qint64 longestKey = 8192;
+constexpr qsizetype longestKey = 8192;
 
 // A name under "localhost" never leaves the machine (RFC 6761, 6.3).
 bool isLoopback(const QString& host) {
@@ -28,9 +28,10 @@ ModelAddress modelAddress(const QString& text) {
     if (text.size() > longestUrl || !url.isValid() || host.isEmpty() || !url.userInfo().isEmpty() || url.hasQuery() ||
         url.hasFragment() || (!tls && url.scheme() != QLatin1String("http")))
         throw LocalizedError(
-            QStringLiteral("--model-url attend une adresse comme https://modele.exemple/v1, sans nom ni paramètres."));
+            QStringLiteral("L'adresse du modèle doit ressembler à https://modele.exemple/v1, sans nom ni paramètres."));
     if (!tls && !isLoopback(host))
-        throw LocalizedError(QStringLiteral("--model-url n'accepte http que vers cette machine ; ailleurs, https."));
+        throw LocalizedError(
+            QStringLiteral("L'adresse du modèle n'accepte http que vers la machine du serveur ; ailleurs, https."));
     ModelAddress address;
     address.host = host;
     address.tls = tls;
@@ -42,21 +43,30 @@ ModelAddress modelAddress(const QString& text) {
     return address;
 }
 
-SecretText modelKey(const QString& name) {
+SecretText modelKey(const SecretText& text) {
+    const QByteArrayView key = text.reveal();
+    // It goes into a header: a line end in it would begin another one.
+    const bool printable = std::all_of(key.begin(), key.end(), [](char c) { return c > ' ' && c < 0x7f; });
+    if (key.isEmpty() || key.size() > longestKey || !printable)
+        throw LocalizedError(QStringLiteral("La clé du modèle doit tenir sur une ligne, sans espace ni accent."));
+    return text;
+}
+
+SecretText modelKeyIn(const QString& name) {
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly))
         throw LocalizedError(QStringLiteral("Le fichier de la clé du modèle est illisible : %1").arg(name));
-    QByteArray bytes = file.read(longestKey + 1);
-    const SecretText key = SecretText(bytes).trimmed();
-    const bool tooLong = bytes.size() > longestKey;
+    QByteArray bytes = file.read(longestKey + 2);
+    const SecretText text = SecretText(bytes).trimmed();
     wipe(bytes);
-    const QByteArrayView text = key.reveal();
-    // It goes into a header: a line end in it would begin another one.
-    const bool printable = std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
-    if (text.isEmpty() || tooLong || !printable)
-        throw LocalizedError(
-            QStringLiteral("Le fichier de la clé du modèle doit tenir une clé sur une ligne : %1").arg(name));
-    return key;
+    return modelKey(text);
+}
+
+QString modelName(const QString& text) {
+    constexpr qsizetype longestName = 200;
+    if (text.size() > longestName || !std::all_of(text.begin(), text.end(), [](QChar c) { return c.isPrint(); }))
+        throw LocalizedError(QStringLiteral("Le nom du modèle doit tenir en 200 caractères visibles."));
+    return text;
 }
 
 } // namespace vennic::server

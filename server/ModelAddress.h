@@ -18,7 +18,11 @@ struct ModelAddress {
 /// Reads a base address such as "https://api.example.org/v1": https, or http to this machine itself. Raises
 /// LocalizedError.
 ModelAddress modelAddress(const QString& url);
+/// A key that may go into a header, on one line. Raises LocalizedError.
+SecretText modelKey(const SecretText& text);
 /// Reads the key out of a file, of which it is the only line. Raises LocalizedError.
-SecretText modelKey(const QString& file);
+SecretText modelKeyIn(const QString& file);
+/// A name that may be asked for, or none. Raises LocalizedError.
+QString modelName(const QString& text);
 
 } // namespace vennic::server

@@ -5,9 +5,10 @@
 
 namespace vennic::server {
 
-/// How long a model's server may take. Its answer is bounded in bytes too.
+/// How long a model's server may take. Its answer is bounded in bytes too. Its name is looked up by the system's rules;
+/// of these limits only `whole` holds for that.
 struct ModelLimits {
-    std::chrono::milliseconds connect = std::chrono::seconds{15};  // each of name, connection and TLS greeting
+    std::chrono::milliseconds connect = std::chrono::seconds{15};  // each of connection and TLS greeting
     std::chrono::milliseconds silence = std::chrono::seconds{120}; // before the first byte, and between two
     std::chrono::milliseconds whole = std::chrono::seconds{600};
 };

@@ -1,6 +1,7 @@
 #include "server/Options.h"
 
 #include "base/LocalizedError.h"
+#include "server/ModelAddress.h"
 
 #include <algorithm>
 
@@ -38,30 +39,29 @@ void takeTimeout(Options& options, const QString& value) {
         throw LocalizedError(QStringLiteral("--task-timeout attend un nombre de secondes, de 1 à 86400."));
     options.taskTimeout = std::chrono::seconds{seconds};
 }
-/// The options of the model's server, which belong together.
+
+/// The options of who answers, which belong together.
 struct ModelOptions {
     QString url;
     QString name;
     QString keyFile;
+    bool onMachine = false;
 };
-
-void takeModelName(ModelOptions& model, const QString& value) {
-    constexpr qsizetype longestName = 200;
-    const bool printable = std::all_of(value.begin(), value.end(), [](QChar c) { return c.isPrint(); });
-    if (value.size() > longestName || !printable)
-        throw LocalizedError(QStringLiteral("--model attend le nom d'un modèle."));
-    model.name = value;
-}
 
 void settle(Options& options, const ModelOptions& model) {
     if (model.url.isEmpty() && (!model.name.isEmpty() || !model.keyFile.isEmpty()))
         throw LocalizedError(QStringLiteral("--model et --model-key-file vont avec --model-url."));
-    if (model.url.isEmpty() || options.help || options.version)
+    if (options.help || options.version || (model.url.isEmpty() && !model.onMachine))
         return;
-    options.model = modelAddress(model.url);
-    options.model->model = model.name;
+    AnswerChoice choice;
+    choice.who = model.url.isEmpty() ? Answerer::Machine : Answerer::Server;
+    choice.url = model.url;
+    choice.model = modelName(model.name);
+    if (!model.url.isEmpty())
+        modelAddress(model.url); // which complains
     if (!model.keyFile.isEmpty())
-        options.model->key = modelKey(model.keyFile);
+        choice.key = modelKeyIn(model.keyFile);
+    options.answering = choice;
 }
 } // namespace
 
@@ -79,7 +79,7 @@ Options readOptions(const QStringList& arguments) {
             continue;
         }
         if (name == QLatin1String("--model-on-machine")) {
-            options.modelOnMachine = true;
+            model.onMachine = true;
             continue;
         }
         QString value;
@@ -104,7 +104,7 @@ Options readOptions(const QStringList& arguments) {
         else if (name == QLatin1String("--model-url"))
             model.url = value;
         else if (name == QLatin1String("--model"))
-            takeModelName(model, value);
+            model.name = value;
         else if (name == QLatin1String("--model-key-file"))
             model.keyFile = value;
         else
@@ -133,9 +133,8 @@ QString optionsHelp() {
         "à\n"
         "                          reconnaître, photos, automatisation, modèle) ; par défaut 60\n"
         "  --model-url ADRESSE     le serveur compatible OpenAI qui répond aux questions, par exemple\n"
-        "                          https://modele.exemple/v1 ; http seulement vers cette machine. Sans lui, le serveur "
-        "fait\n"
-        "                          lui-même des réponses simples\n"
+        "                          https://modele.exemple/v1 ; http seulement vers cette machine. Sans lui ni\n"
+        "                          --model-on-machine, le propriétaire choisit dans la console qui répond\n"
         "  --model NOM             le modèle à lui demander\n"
         "  --model-key-file FICHIER\n"
         "                          la clé à lui présenter\n"

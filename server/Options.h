@@ -1,6 +1,6 @@
 #pragma once
+#include "server/AnswerChoice.h"
 #include "server/Http.h"
-#include "server/ModelAddress.h"
 
 #include <QStringList>
 
@@ -18,9 +18,8 @@ struct Options {
     QString readyFile;
     QString ownerEmail = QStringLiteral("proprietaire@localhost");
     std::chrono::milliseconds taskTimeout = std::chrono::seconds{60};
-    std::optional<ModelAddress> model; // who answers; none: the server's own plain answers
-    bool modelOnMachine = false;       // the user's machine answers by its own model
-    HttpLimits limits;                 // not on the command line
+    std::optional<AnswerChoice> answering; // who answers; none: whom the owner chooses in the console
+    HttpLimits limits;                     // not on the command line
     bool help = false;
     bool version = false;
 };

@@ -1,5 +1,6 @@
 #include "server/QueryApi.h"
 
+#include "server/ChosenAnswering.h"
 #include "server/Database.h"
 #include "server/DiscussionsApi.h"
 #include "server/EventPieces.h"
@@ -195,7 +196,7 @@ void addQueryRoutes(Router& router, const QueryDesks& desks) {
     router.add("GET", "/api/v1/discussions.json", Access::Client, 0,
                [desks](const Call& call) { listDiscussions(desks, call); });
     router.add("GET", "/api/v1/providers.json", Access::Anyone, 0,
-               [body = desks.providers](const Call& call) { call.exchange->respond(jsonResponse(200, body)); });
+               [desks](const Call& call) { call.exchange->respond(jsonResponse(200, desks.answering.providers())); });
     router.add("GET", "/api/v1/local_llm/catalog.json", Access::Anyone, 0, [](const Call& call) {
         // Nothing to add to what the clients know by themselves.
         call.exchange->respond(jsonResponse(200, R"({"models":[]})"));

@@ -1,17 +1,16 @@
 #pragma once
-#include "server/Answering.h"
-
 namespace vennic::server {
 
+class ChosenAnswering;
+class Discussions;
 class Router;
 class TimeKeeper;
 
 /// What the conversation's routes work on.
 struct QueryDesks {
     Discussions& discussions;
-    Answering& answering;
+    ChosenAnswering& answering;
     TimeKeeper& time;
-    QByteArray providers; // the body of /providers.json
 };
 
 /// The conversation as the clients see it: queries with their streamed replies, turns that were answered elsewhere, the

@@ -5,7 +5,7 @@
 namespace vennic::server {
 
 namespace {
-constexpr int currentFormat = 3;
+constexpr int currentFormat = 4;
 
 // Moments are milliseconds since 1970. Tokens and codes stand here as SHA-256 only. `args` and `result` are JSON text.
 constexpr auto tables = R"(
@@ -55,6 +55,13 @@ CREATE TABLE turns(
 CREATE INDEX turns_of_discussion ON turns(discussion_id, id);
 PRAGMA user_version = 3;
 )";
+
+// Format 4: the owner's choice of who answers. The key stands here as it is, since it goes to the owner's server.
+constexpr auto answerers = R"(
+CREATE TABLE answering(
+    only INTEGER PRIMARY KEY CHECK(only = 1), who TEXT NOT NULL, url TEXT NOT NULL, model TEXT NOT NULL, key BLOB);
+PRAGMA user_version = 4;
+)";
 } // namespace
 
 void prepareSchema(Database& database) {
@@ -73,6 +80,8 @@ void prepareSchema(Database& database) {
         database.script(machineTokens);
     if (format < 3)
         database.script(conversations);
+    if (format < 4)
+        database.script(answerers);
     transaction.commit();
 }
 

@@ -1,43 +1,19 @@
 #include "server/Server.h"
 
 #include "server/AccountApi.h"
-#include "server/AnsweringByProvider.h"
+#include "server/AnsweringApi.h"
 #include "server/Authority.h"
 #include "server/BridgeApi.h"
 #include "server/DiscussionsApi.h"
 #include "server/JsonText.h"
-#include "server/MachineModel.h"
-#include "server/ModelAnswering.h"
-#include "server/ModelServer.h"
 #include "server/OwnerApi.h"
 #include "server/Pages.h"
 #include "server/QueryApi.h"
 #include "server/Schema.h"
-#include "server/SimpleAnswering.h"
 
 #include <unistd.h>
 
 namespace vennic::server {
-
-namespace {
-constexpr auto simpleModel = "vennic-simple";
-
-/// What there is to choose from: whoever is chosen, it is this server that answers.
-QByteArray providersOf(const Options& options) {
-    QString slug = QLatin1String(simpleModel);
-    QString name = QStringLiteral("Réponses simples");
-    if (options.model) {
-        slug = options.model->model.isEmpty() ? QStringLiteral("default") : options.model->model;
-        name = options.model->model.isEmpty() ? QStringLiteral("Modèle du serveur") : options.model->model;
-    } else if (options.modelOnMachine) {
-        slug = QStringLiteral("local");
-        name = QStringLiteral("Modèle du Mac");
-    }
-    return R"([{"id":1,"slug":"openai","name":"vennic","display_name":"Ce serveur","models":[{"id":1,"slug":)" +
-           jsonLiteral(slug) + R"(,"display_name":)" + jsonLiteral(name) +
-           R"(,"kind":"chat","status":"active","supports_tools":true,"supports_streaming":true}]}])";
-}
-} // namespace
 
 Server::Server(const Options& options, std::function<qint64()> wallClock)
     : options_(options), folder_(options.data), loop_(std::move(wallClock)),
@@ -49,8 +25,10 @@ Server::Server(const Options& options, std::function<qint64()> wallClock)
     addBridgeRoutes(router_, machines_, *tasks_, loop_);
     addOwnerRoutes(router_, {accounts_, pairings_, machines_, *tasks_, store_, gate_, loop_});
     machineTasks_ = std::make_unique<MachineTasks>(machines_, *tasks_, store_, loop_);
-    answering_ = makeAnswering();
-    addQueryRoutes(router_, {discussions_, *answering_, loop_, providersOf(options_)});
+    answering_ = std::make_unique<ChosenAnswering>(*machineTasks_, loop_);
+    chooseAnswerer();
+    addAnsweringRoutes(router_, *answering_, choices_, options_.answering ? ChosenBy::CommandLine : ChosenBy::Owner);
+    addQueryRoutes(router_, {discussions_, *answering_, loop_});
     addDiscussionRoutes(router_, discussions_);
     addPages(router_);
     http_ = std::make_unique<HttpServer>(
@@ -72,17 +50,13 @@ Server::Server(const Options& options, std::function<qint64()> wallClock)
 
 Server::~Server() = default;
 
-std::unique_ptr<Answering> Server::makeAnswering() {
-    if (!options_.model && !options_.modelOnMachine)
-        return std::make_unique<SimpleAnswering>(*machineTasks_, loop_);
-    machineModel_ = std::make_unique<MachineModel>(*machineTasks_);
-    auto byMachine = std::make_unique<ModelAnswering>(*machineModel_, *machineTasks_, loop_);
-    if (!options_.model)
-        return byMachine;
-    modelServer_ = std::make_unique<ModelServer>(loop_, *options_.model);
-    // Who asks for the model on his own machine doesn't want his words to go elsewhere.
-    return std::make_unique<AnsweringByProvider>(
-        std::move(byMachine), std::make_unique<ModelAnswering>(*modelServer_, *machineTasks_, loop_));
+void Server::chooseAnswerer() {
+    if (options_.answering)
+        return answering_->choose(*options_.answering);
+    try {
+        answering_->choose(choices_.kept());
+    } catch (const LocalizedError&) { // kept by a server that took other addresses: the console shows the plain rules
+    }
 }
 
 QString Server::url() const { return QStringLiteral("https://localhost:%1").arg(port_); }

@@ -1,6 +1,7 @@
 #pragma once
 #include "server/Accounts.h"
-#include "server/Answering.h"
+#include "server/AnswerChoices.h"
+#include "server/ChosenAnswering.h"
 #include "server/DataFolder.h"
 #include "server/Database.h"
 #include "server/Discussions.h"
@@ -8,7 +9,6 @@
 #include "server/Loop.h"
 #include "server/MachineTasks.h"
 #include "server/Machines.h"
-#include "server/ModelSource.h"
 #include "server/Options.h"
 #include "server/OwnerGate.h"
 #include "server/PairingDesk.h"
@@ -39,7 +39,7 @@ public:
 
 private:
     void finish();
-    std::unique_ptr<Answering> makeAnswering();
+    void chooseAnswerer();
     Options options_;
     DataFolder folder_;
     Loop loop_;
@@ -52,9 +52,8 @@ private:
     std::unique_ptr<TaskDesk> tasks_;
     Discussions discussions_{database_};
     std::unique_ptr<MachineTasks> machineTasks_;
-    std::unique_ptr<ModelSource> machineModel_;
-    std::unique_ptr<ModelSource> modelServer_;
-    std::unique_ptr<Answering> answering_;
+    AnswerChoices choices_{database_};
+    std::unique_ptr<ChosenAnswering> answering_;
     Router router_{accounts_, gate_};
     std::unique_ptr<HttpServer> http_;
     quint16 port_ = 0;

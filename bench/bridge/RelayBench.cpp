@@ -166,14 +166,15 @@ struct Peer {
         auto& peer = *static_cast<Peer*>(self);
         const std::size_t bytes = size * count;
         peer.pending.append(at, static_cast<qsizetype>(bytes));
-        const auto characters = peer.pending.count("\"content\":") * tokenSize;
-        peer.pending.remove(0, std::max<qsizetype>(peer.pending.lastIndexOf('\n') + 1, 0));
+        const qsizetype whole = peer.pending.lastIndexOf('\n') + 1;
+        const auto characters = peer.pending.first(whole).count("\"content\":") * tokenSize;
+        peer.pending.remove(0, whole);
         peer.seen.piece(peer.model, characters, now);
         return bytes;
     }
 };
 
-Seen readByCurl(const Model& model, int rounds) {
+Seen readByCurl(Model& model, int tokens, int rounds) {
     Peer peer{model, {}, {}};
     CURL* curl = curl_easy_init();
     const QByteArray url = (model.endpoint() + QStringLiteral("/chat/completions")).toUtf8();
@@ -182,7 +183,7 @@ Seen readByCurl(const Model& model, int rounds) {
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &Peer::take);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &peer);
     for (int round = 0; round < rounds; ++round) {
-        const_cast<Model&>(model).prepare(1, true);
+        model.prepare(tokens, true);
         peer.seen.tokens = 0;
         peer.pending.clear();
         curl_easy_perform(curl);
@@ -198,7 +199,7 @@ double threadSeconds() {
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-void line(const char* name, double value, const char* unit) { std::printf("%s %.3f %s\n", name, value, unit); }
+void line(const char* name, double value, const char* unit) { std::printf("%s\t%.3f\t%s\n", name, value, unit); }
 
 struct Relay {
     Model model;
@@ -250,7 +251,7 @@ int main(int argc, char** argv) {
     for (int round = 0; round < firstTokens; ++round)
         relay.infer(1, true);
     Seen first = relay.backend.take();
-    Seen bare = readByCurl(relay.model, firstTokens);
+    Seen bare = readByCurl(relay.model, 1, firstTokens);
     line("first.median", first.newest.of(50) / 1000, "ms");
     line("first.p99", first.newest.of(99) / 1000, "ms");
     line("curl.median", bare.newest.of(50) / 1000, "ms");
@@ -260,6 +261,9 @@ int main(int argc, char** argv) {
     relay.infer(pacedTokens, true);
     const double paced = threadSeconds() - before;
     Seen updates = relay.backend.take();
+    Seen bareUpdates = readByCurl(relay.model, pacedTokens, 1);
+    line("curl.update.median", bareUpdates.newest.of(50) / 1000, "ms");
+    line("curl.update.p99", bareUpdates.newest.of(99) / 1000, "ms");
     line("update.newest.median", updates.newest.of(50) / 1000, "ms");
     line("update.newest.p99", updates.newest.of(99) / 1000, "ms");
     line("update.oldest.median", updates.oldest.of(50) / 1000, "ms");

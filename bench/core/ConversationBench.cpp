@@ -21,7 +21,9 @@ using Steady = std::chrono::steady_clock;
 
 class NoCredentials final : public CredentialStore {
 public:
-    CredentialReadResult read(const CredentialItem&, const std::optional<QString>&) override { return {}; }
+    CredentialReadResult read(const CredentialItem&, const std::optional<QString>&, const std::stop_token&) override {
+        return {};
+    }
     CredentialStatus add(const CredentialItem&, const SecretText&, CredentialProtection) override {
         return CredentialStatus::notAvailable;
     }
@@ -91,6 +93,8 @@ Figures milliseconds(int rounds, F round) {
     return figuresOf(std::move(times));
 }
 
+Task<> answered(LocalToolChat* chat) { co_await chat->runDirectLocal(QStringLiteral("question")); }
+
 /// The same as the local model's answers take, piece by piece: reading the event, showing the piece, storing it.
 Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config, ModelAlone& network) {
     test::BridgeWorld world;
@@ -109,7 +113,7 @@ Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config,
     LocalToolChat chat({session, tools, http, config, world.clock});
     session.setIsStreaming(true);
     Scope jobs;
-    jobs.start(chat.runDirectLocal(QStringLiteral("question")));
+    jobs.start(answered(&chat));
     while (session.isStreaming())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     return figuresOf(std::move(network.times));
@@ -118,12 +122,11 @@ Figures streamed(AppSession& session, VennicHTTP& http, const APIConfig& config,
 void measure(std::size_t messages) {
     const QTemporaryDir folder;
     KeyValueStoreSqlite store(folder.filePath(QStringLiteral("preferences.sqlite")));
-    NoCredentials credentials;
     ModelAlone network;
     NoBridge bridge;
     NoPreferenceSync preferences;
     NoLocalLLMTelemetry telemetry;
-    KeychainStore keychain(credentials, store);
+    KeychainStore keychain(std::make_shared<NoCredentials>(), store);
     VennicHTTP http(network, QStringLiteral("localhost"), nullptr);
     const APIConfig config(store, {});
     AppSession session({store, keychain, http, config, bridge, preferences, telemetry, {}});

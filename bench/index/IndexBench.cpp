@@ -194,7 +194,7 @@ int main(int count, char** arguments) {
     settings.directory = store;
     Indexer indexer(settings, texts);
     indexer.setFolders({folder});
-    if (!indexer.waitUntilOpen())
+    if (!indexer.waitUntilOpen(std::chrono::minutes{1}))
         return 1;
     Searcher searcher(store, texts);
     const std::atomic<bool> stop = false;

@@ -1,10 +1,9 @@
 """One level of a big folder through backend and client, beside `ls -l` of it."""
 import json
-import pathlib
 import time
 import urllib.request
 
-from measure import command_ms, median, warm
+from measure import command_ms, forget_highest, highest, median, warm
 from soak import memory, wait_for, whole_system
 
 FULL = 100_000
@@ -30,7 +29,7 @@ def measure(bench, system, count):
     wait_for(lambda: system.client.status()["index"]["ready"], "the index settles", bench.settle_seconds)
     pid = system.client.process.pid
     before = memory(pid) / 1024
-    pathlib.Path(f"/proc/{pid}/clear_refs").write_text("5", encoding="ascii")  # forgets the highest so far
+    forget_highest(pid)
     handled, took = [], []
     for _ in range(3 if bench.quick else 5):
         answer, milliseconds = listed(system, share)
@@ -60,10 +59,3 @@ def listed(system, share):
     if answer["state"] != "done":
         raise RuntimeError(f"the listing ended as {answer['state']}: {answer['error_message']}")
     return answer, milliseconds
-
-
-def highest(pid):
-    for line in pathlib.Path(f"/proc/{pid}/status").read_text(encoding="ascii").splitlines():
-        if line.startswith("VmHWM:"):
-            return int(line.split()[1]) / 1024
-    raise RuntimeError("no VmHWM line")

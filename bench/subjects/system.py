@@ -1,13 +1,11 @@
 """The whole client, paired with a backend: from start to polling, memory and wake-ups when idle, and how soon a file
 that was just made is found."""
-import http.client
-import json
 import os
-import subprocess
 import time
 
 from measure import median
-from soak import memory, wake_ups, whole_system, written
+from soak import memory, wake_ups, whole_system, woken_since, written
+from starts import Watcher
 
 FEW = 50
 DOCUMENTS = 50_000
@@ -52,41 +50,14 @@ def settled(bench, system, count):
     return False
 
 
-class Watcher:
-    """Asks the backend on one kept-alive connection whether the client polls."""
-
-    def __init__(self, system):
-        self.backend, self.device = system.backend, system.device
-        host = self.backend.ready["url"].removeprefix("https://").rstrip("/")
-        self.connection = http.client.HTTPSConnection(host, context=self.backend.trust, timeout=30)
-
-    def polls(self):
-        self.connection.request("GET", "/owner/machines", headers={"X-Owner-Key": self.backend.key})
-        machines = json.loads(self.connection.getresponse().read())
-        return any(m["device_id"] == self.device and m["connected"] for m in machines)
-
-    def until(self, state):
-        end = time.monotonic() + 60
-        while self.polls() != state:
-            if time.monotonic() > end:
-                raise RuntimeError("the client doesn't poll" if state else "the client still polls")
-            time.sleep(0.001)
-
-
 def starts(bench, system, count):
-    watcher, client, times = Watcher(system), system.client, []
+    watcher = Watcher(system)
+    times = []
     for _ in range(3 if bench.quick else 15):
-        client.stop()
-        watcher.until(False)
-        begun = time.perf_counter()
-        with open(client.log, "ab") as log:
-            client.process = subprocess.Popen([client.program], env=client.environment, stdin=subprocess.DEVNULL,
-                                              stdout=log, stderr=log)
-        watcher.until(True)
-        times.append((time.perf_counter() - begun) * 1000)
+        begun, polled = watcher.restart()
+        times.append((polled - begun) * 1000)
     bench.line("start to polling, median", count, median(times), "ms", 150)
     bench.line("start to polling, slowest", count, max(times), "ms")
-    system.client.process.poll()
 
 
 def freshness(bench, system, count):
@@ -116,5 +87,5 @@ def idle(bench, system, count):
     bench.line("idle memory (PSS)", count, memory(pid) / 1024, "MB", 30)
     for worker in system.client.workers():
         bench.line("idle memory of a worker (PSS)", count, memory(worker) / 1024, "MB")
-    bench.line("idle wake-ups", count, (wake_ups(pid) - woken) / passed, "a second", 1)
+    bench.line("idle wake-ups", count, woken_since(woken, pid) / passed, "a second", 1)
     bench.line("idle, written to disk", count, written(pid) - wrote, "bytes", 0)

@@ -24,7 +24,7 @@ complete -c vennic -n "not __fish_seen_subcommand_from $verbs" -a quit -d 'Arrê
 complete -c vennic -n '__fish_seen_subcommand_from share' -a '(__fish_complete_directories)'
 complete -c vennic -n '__fish_seen_subcommand_from bridge' -a 'on off'
 complete -c vennic -n '__fish_seen_subcommand_from photos' -a 'allow deny status'
-complete -c vennic -n '__fish_seen_subcommand_from model' -a 'on off endpoint name status'
+complete -c vennic -n '__fish_seen_subcommand_from model' -a 'on off endpoint name status install detect download'
 complete -c vennic -n '__fish_seen_subcommand_from autostart' -a 'on off status'
 complete -c vennic -n '__fish_seen_subcommand_from status shares search ask photos model autostart doctor' -l json -d 'Données en JSON'
 complete -c vennic -n '__fish_seen_subcommand_from ask' -l local -d 'Faire répondre le modèle local'

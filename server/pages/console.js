@@ -1,5 +1,6 @@
-// The console: machines, a form for any task, its answer, the history.
+// The console: machines, who answers, a form for any task, its answer, the history.
 import { answerPanel } from "./answer.js";
+import { showAnswering, startAnswering } from "./answering.js";
 import { byId, show } from "./elements.js";
 import { fill, focusForm, readForm, startForm } from "./form.js";
 import { showHistory } from "./history.js";
@@ -38,6 +39,7 @@ function logIn() {
 
 async function refresh() {
   const tasks = await showHistory((id) => answer.show(id));
+  await showAnswering();
   await showMachines(new Set(tasks.filter((task) => isUnderWay(task.state)).map((task) => task.device_id)));
 }
 
@@ -81,4 +83,5 @@ startForm(() => {
     show(byId("task-error"), error.message);
   }
 });
+startAnswering(logIn);
 await login.begin();

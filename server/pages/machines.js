@@ -35,7 +35,7 @@ function heartbeat(beat) {
       ? `${number(beat.ram_used_gb, 1)} sur ${number(beat.ram_total_gb, 1)} Gio` : `${number(beat.ram_total_gb, 1)} Gio`);
   }
   if (typeof beat.tok_per_sec_recent === "number") add("Vitesse", `${number(beat.tok_per_sec_recent, 1)} jetons/s`);
-  if (Array.isArray(beat.downloaded_models)) add("Sur le disque", beat.downloaded_models.slice(0, 20).map(plain).join(", "));
+  if (Array.isArray(beat.downloaded_models)) add("Sur le disque", beat.downloaded_models.slice(0, 20).map((name) => plain(name)).join(", "));
   return rows.length ? element("dl", {}, ...rows) : null;
 }
 

@@ -2,7 +2,6 @@
 
 #include "base/Pool.h"
 #include "base/StableSort.h"
-#include "base/StopsAtEnd.h"
 #include "base/TextFolding.h"
 
 #include <algorithm>
@@ -102,15 +101,14 @@ private:
 
 Task<std::vector<SearchResult>> FileManagerSearch::search(QStringList tokens, std::vector<FileURL> folders,
                                                           qint64 limit, qint64 maxEntries) const {
-    const StopsAtEnd end;
-    auto work = [](std::shared_ptr<FileSystem> files, std::shared_ptr<FileTypes> types, Order order,
-                   std::stop_token stop) {
+    auto work = [](std::stop_token stop, std::shared_ptr<FileSystem> files, std::shared_ptr<FileTypes> types,
+                   Order order) {
         for (QString& token : order.foldedTokens)
             token = foldedForComparison(token);
         return Walker(std::move(files), std::move(types), std::move(order), std::move(stop)).run();
     };
     Order order{std::move(tokens), std::move(folders), limit, maxEntries};
-    co_return co_await onPool(work, files_, types_, std::move(order), end.source.get_token());
+    co_return co_await onPoolWaiting(work, files_, types_, std::move(order));
 }
 
 QString FileManagerSearch::mimeFromUTI(const QString& type) {

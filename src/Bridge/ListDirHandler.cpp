@@ -3,7 +3,6 @@
 #include "Bridge/SharedFolderLevel.h"
 #include "base/Dates.h"
 #include "base/Pool.h"
-#include "base/StopsAtEnd.h"
 
 #include <QHash>
 
@@ -114,18 +113,20 @@ ListDirHandler::ListDirHandler(BookmarkPersistence grants, std::shared_ptr<Folde
       idCache_(idCache), answer_(answer), identifiers_(std::move(identifiers)) {}
 
 Task<> ListDirHandler::handleListDir(BridgeTask task, ListDirArgs args, APIService api) {
-    const StopsAtEnd end;
     Order order{.question = {.bookmarks = bookmarks_,
                              .files = files_,
                              .grants = grants_.load(),
                              .folderId = args.folderId,
                              .subPath = args.subPath.value_or(QString()),
-                             .stop = end.source.get_token()},
+                             .stop = {}},
                 .types = types_,
                 .identifiers = identifiers_,
                 .mostHandles = idCache_.capacity()};
-    auto work = [](Order order) { return Lister(std::move(order)).run(); };
-    Outcome outcome = co_await onPool(work, std::move(order));
+    auto work = [](std::stop_token stop, Order order) {
+        order.question.stop = std::move(stop);
+        return Lister(std::move(order)).run();
+    };
+    Outcome outcome = co_await onPoolWaiting(work, std::move(order));
     if (const auto* failure = std::get_if<QString>(&outcome.answer)) {
         co_await TaskAnswer::error(std::move(api), task.id, *failure);
         co_return;

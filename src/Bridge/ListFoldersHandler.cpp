@@ -9,7 +9,7 @@ namespace vennic {
 namespace {
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-BridgeListFoldersResult presentFolders(const std::shared_ptr<FolderBookmarks>& bookmarks,
+BridgeListFoldersResult presentFolders(const std::stop_token&, const std::shared_ptr<FolderBookmarks>& bookmarks,
                                        const std::shared_ptr<FileSystem>& files,
                                        const std::vector<BookmarkEntry>& grants) {
     const BookmarkResolver resolver(*bookmarks);
@@ -32,7 +32,7 @@ BridgeListFoldersResult presentFolders(const std::shared_ptr<FolderBookmarks>& b
 } // namespace
 
 Task<> ListFoldersHandler::handleListFolders(BridgeTask task, APIService api) {
-    BridgeListFoldersResult result = co_await onPool(presentFolders, bookmarks_, files_, grants_.load());
+    BridgeListFoldersResult result = co_await onPoolWaiting(presentFolders, bookmarks_, files_, grants_.load());
     co_await answer_.success(std::move(api), task.id, std::move(result));
 }
 

@@ -5,7 +5,6 @@
 #include "Bridge/SharedFolderLevel.h"
 #include "base/LocalizedError.h"
 #include "base/Pool.h"
-#include "base/StopsAtEnd.h"
 
 namespace vennic {
 
@@ -25,7 +24,9 @@ QString entryLine(qsizetype number, const FolderEntry& entry, const QString& id)
 }
 
 /// Runs on the pool, the writing too: a folder may hold 100,000 entries.
-Browsed browse(const SharedFolderQuestion& question, const IdentifierSource& identifiers, qint64 mostHandles) {
+Browsed browse(std::stop_token stop, SharedFolderQuestion question, const IdentifierSource& identifiers,
+               qint64 mostHandles) {
+    question.stop = std::move(stop);
     std::optional<ScopedAccess> access;
     const SharedFolderLevel level = listSharedFolder(question, access);
     const auto count = static_cast<qint64>(level.entries.size());
@@ -70,15 +71,14 @@ Task<QString> LocalFolderTools::listLocalFolders() const {
 }
 
 Task<QString> LocalFolderTools::browseLocalFolder(LocalToolArguments arguments) {
-    const StopsAtEnd end;
     SharedFolderQuestion question{.bookmarks = bookmarks_,
                                   .files = files_,
                                   .grants = grants_.load(),
                                   .folderId = arguments.text(QLatin1String("folder_id")).value_or(QString()),
                                   .subPath = arguments.text(QLatin1String("sub_path")).value_or(QString()),
-                                  .stop = end.source.get_token()};
+                                  .stop = {}};
     try {
-        const Browsed browsed = co_await onPool(browse, std::move(question), identifiers_, idCache_.capacity());
+        const Browsed browsed = co_await onPoolWaiting(browse, std::move(question), identifiers_, idCache_.capacity());
         for (const auto& [id, url] : browsed.handles)
             idCache_.put(id, url);
         co_return browsed.text;

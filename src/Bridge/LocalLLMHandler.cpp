@@ -26,8 +26,6 @@ public:
     using LocalizedError::LocalizedError;
 };
 
-bool isSuccess(int status) { return status >= 200 && status <= 299; }
-
 /// Foreign words for the log: short, and no line of their own.
 QString logged(const QString& text) {
     QString line = firstCharacters(text, mostLoggedModel);
@@ -41,7 +39,7 @@ QString logged(const QString& text) {
 QString loggedBody(const QByteArray& body) {
     const QString text = QString::fromUtf8(body);
     const qint64 left = characterCount(text) - mostLoggedBody;
-    return left <= 0 ? text : QStringLiteral("%1…[+%2B]").arg(firstCharacters(text, mostLoggedBody)).arg(left);
+    return left <= 0 ? text : firstCharacters(text, mostLoggedBody) + QStringLiteral("…[+%1B]").arg(left);
 }
 
 double seconds(std::chrono::nanoseconds duration) { return std::chrono::duration<double>(duration).count(); }
@@ -119,8 +117,8 @@ Task<> LocalLLMHandler::relay(QString id, Prepared prepared, APIService api) {
     while (auto text = co_await reader.nextText()) {
         if (!std::exchange(begun, true)) {
             qCInfo(localModel).noquote() << QStringLiteral("[LocalLLM] ← first-token model=%1 ttft=%2s")
-                                                .arg(logged(prepared.model))
-                                                .arg(seconds(clock_.elapsed() - start), 0, 'f', 2);
+                                                .arg(logged(prepared.model),
+                                                     QString::number(seconds(clock_.elapsed() - start), 'f', 2));
         }
         co_await deltas.take(*std::move(text));
     }
@@ -137,7 +135,7 @@ Task<std::unique_ptr<HttpStream>> LocalLLMHandler::open(HttpRequest request) {
     const auto status = stream->status();
     if (!status)
         throw RelayError(localized("Réponse invalide du serveur local."));
-    if (!isSuccess(*status)) {
+    if (!isSuccess(status)) {
         const QString excerpt = co_await refusalIn(stream.get());
         throw RelayError(localized("Serveur local HTTP ") + QStringLiteral("%1 : ").arg(*status) + excerpt);
     }

@@ -9,7 +9,6 @@ namespace vennic {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds{2};
 constexpr qint64 cacheSeconds = 60;
 constexpr qint64 mostListBytes = 1024LL * 1024;
 constexpr qsizetype longestModel = 512; // UTF-16 code units; it goes into a header of every poll
@@ -53,7 +52,10 @@ Task<> LocalLLMTelemetry::setModelProbeEnabled(bool enabled) {
 void LocalLLMTelemetry::forgetModel() {
     cachedModel_.reset();
     cachedModelAt_.reset();
+    probe_.cancel();
+    probe_ = Job{};
     ++forgotten_;
+    asking_.wake(std::nullopt);
 }
 
 bool LocalLLMTelemetry::isFresh() const {
@@ -66,26 +68,32 @@ bool LocalLLMTelemetry::isFresh() const {
 Task<std::optional<QString>> LocalLLMTelemetry::currentLoadedModel() {
     if (isFresh())
         co_return cachedModel_;
-    const quint64 asked = forgotten_;
-    std::optional<QString> model = co_await ask(&http_, endpointForModelProbe_);
-    if (!model || asked != forgotten_)
-        co_return std::nullopt;
-    cachedModel_ = model;
-    cachedModelAt_ = clock_.now();
-    co_return model;
+    if (!probe_)
+        probe_ = jobs_.start(probe(forgotten_));
+    Waiters<std::optional<QString>>::Place place(asking_);
+    co_return co_await place.event();
+}
+
+Task<> LocalLLMTelemetry::probe(quint64 asked) {
+    const std::optional<QString> model = co_await ask(&http_, endpointForModelProbe_);
+    if (asked != forgotten_)
+        co_return;
+    probe_ = Job{};
+    if (model) {
+        cachedModel_ = model;
+        cachedModelAt_ = clock_.now();
+    }
+    asking_.wake(model);
 }
 
 Task<std::optional<QString>> LocalLLMTelemetry::ask(VennicHTTP* http, QString endpoint) {
-    auto url = localServerURL(endpoint, QLatin1String("/models"));
-    if (!url)
+    auto request = localModelsRequest(endpoint, localServerPatience);
+    if (!request)
         co_return std::nullopt;
-    HttpRequest request;
-    request.url = *std::move(url);
-    request.timeout = patience;
-    request.maxAnswerBytes = mostListBytes;
+    request->maxAnswerBytes = mostListBytes;
     try {
-        const HttpResponse response = co_await http->sharedData(std::move(request));
-        if (!response.status || *response.status < 200 || *response.status > 299)
+        const HttpResponse response = co_await http->sharedData(*std::move(request));
+        if (!isSuccess(response.status))
             co_return std::nullopt;
         co_return firstModel(response.body);
     } catch (const TransportError&) {

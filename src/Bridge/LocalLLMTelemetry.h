@@ -1,6 +1,7 @@
 #pragma once
 #include "backend/VennicHTTP.h"
 #include "base/Clock.h"
+#include "base/Waiters.h"
 #include "core/LocalLLMTelemetrySink.h"
 #include "ports/SystemMemory.h"
 
@@ -28,8 +29,9 @@ public:
     Task<> setModelProbeEnabled(bool enabled) override;
     bool modelProbeEnabled() const { return modelProbeEnabled_; }
 
-    /// The first model that the local server names; what it named in the last minute stands in for asking again. None
-    /// when it doesn't answer within two seconds, or has been replaced while it was asked. Fails with Cancelled alone.
+    /// The first model that the local server names; what it named in the last minute stands in for asking again, and
+    /// who asks while it is being asked waits for the same answer. None when it hasn't answered whole within two
+    /// seconds, or has been replaced while it was asked. Fails with Cancelled alone.
     Task<std::optional<QString>> currentLoadedModel();
     RamSnapshot ramSnapshot() const;
 
@@ -41,6 +43,8 @@ public:
 private:
     void forgetModel();
     bool isFresh() const;
+    /// `asked` is `forgotten_` when it was begun.
+    Task<> probe(quint64 asked);
     static Task<std::optional<QString>> ask(VennicHTTP* http, QString endpoint);
 
     static LocalLLMTelemetry* shared_;
@@ -54,6 +58,9 @@ private:
     QString endpointForModelProbe_ = QStringLiteral("http://localhost:8080/v1");
     bool modelProbeEnabled_ = false;
     quint64 forgotten_ = 0; // how often; an answer from before is nobody's
+    Job probe_;             // the one under way
+    Waiters<std::optional<QString>> asking_;
+    Scope jobs_;
 };
 
 } // namespace vennic

@@ -4,8 +4,16 @@
 
 namespace vennic {
 
-LocalToolArguments::LocalToolArguments(const QString& json)
-    : values_(QJsonDocument::fromJson(json.toUtf8()).object()) {}
+namespace {
+
+constexpr qsizetype mostUnits = 64LL * 1024; // a sentence or a path fits many times; read on the main thread
+
+} // namespace
+
+LocalToolArguments::LocalToolArguments(const QString& json) {
+    if (json.size() <= mostUnits)
+        values_ = QJsonDocument::fromJson(json.toUtf8()).object();
+}
 
 std::optional<QString> LocalToolArguments::text(QLatin1String key) const {
     const QJsonValue value = values_.value(key);

@@ -9,7 +9,7 @@ namespace vennic {
 /// What a model gave a tool. A value of the wrong type counts as missing.
 class LocalToolArguments {
 public:
-    /// Text that is no JSON object (RFC 8259) counts as an empty one.
+    /// Text that is no JSON object (RFC 8259), or longer than 64 Ki UTF-16 code units, counts as an empty one.
     explicit LocalToolArguments(const QString& json);
 
     std::optional<QString> text(QLatin1String key) const;

@@ -18,6 +18,8 @@ public:
     Task<> handleOcrImage(BridgeTask task, OcrImageArgs args, APIService api);
 
 private:
+    Task<BridgeResult> recognized(OcrImageArgs args);
+
     SharedDocuments documents_;
     OcrEngine engine_;
     TaskAnswer answer_{[](const QString&) {}};

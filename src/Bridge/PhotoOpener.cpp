@@ -33,7 +33,7 @@ std::optional<QString> withoutPercentEncoding(const QString& text) {
 QString writeFailure(QFileDevice::FileError error) {
     switch (error) {
     case QFileDevice::PermissionsError:
-        return QStringLiteral("Vous n'avez pas l'autorisation d'enregistrer dans le dossier temporaire.");
+        return QStringLiteral("Tu n'as pas l'autorisation d'enregistrer dans le dossier temporaire.");
     case QFileDevice::WriteError:
     case QFileDevice::ResourceError:
         return QStringLiteral("Le disque est plein ou a signalé une erreur.");

@@ -16,6 +16,8 @@ public:
     Task<> handleRead(BridgeTask task, ReadArgs args, APIService api);
 
 private:
+    Task<BridgeResult> read(ReadArgs args);
+
     SharedDocuments documents_;
     DocumentExtractor extractor_;
     const TaskAnswer& answer_;

@@ -19,7 +19,8 @@ struct Scopes {
 };
 
 /// Runs on the pool: a folder on a slow disk, or one that has to be looked for, holds up nothing else.
-Scopes openScopes(const std::shared_ptr<FolderBookmarks>& bookmarks, const std::vector<BookmarkEntry>& grants) {
+Scopes openScopes(const std::stop_token&, const std::shared_ptr<FolderBookmarks>& bookmarks,
+                  const std::vector<BookmarkEntry>& grants) {
     const BookmarkResolver resolver(*bookmarks);
     Scopes scopes;
     for (const BookmarkEntry& grant : grants) {
@@ -43,7 +44,7 @@ SharedFolderSearch::search(QString query, std::optional<QStringList> folderHints
     const std::vector<BookmarkEntry> grants = grants_.load();
     if (grants.empty())
         co_return std::nullopt;
-    Scopes scopes = co_await onPool(openScopes, bookmarks_, grants);
+    Scopes scopes = co_await onPoolWaiting(openScopes, bookmarks_, grants);
     std::vector<SearchResult> results = co_await search_.search(
         std::move(query), foldersByHints(std::move(scopes.folders), folderHints), limit, indexTimeout);
     Found found;

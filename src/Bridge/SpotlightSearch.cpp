@@ -26,7 +26,8 @@ QString trimmedWhitespace(const QString& text) {
 }
 
 /// Says which results lie on volumes that aren't local. Runs on the pool: such a volume may not answer.
-std::vector<SearchResult> withVolumes(const std::shared_ptr<FileSystem>& files, std::vector<SearchResult> results) {
+std::vector<SearchResult> withVolumes(const std::stop_token&, const std::shared_ptr<FileSystem>& files,
+                                      std::vector<SearchResult> results) {
     for (SearchResult& result : results) {
         const auto values = files->values(result.url.path);
         result.isRemote = values && !values->volumeIsLocal.value_or(true);
@@ -94,7 +95,7 @@ Task<std::vector<SearchResult>> SpotlightSearch::runQuery(IndexPredicate predica
     Results results = co_await gathered;
     if (results.empty())
         co_return results;
-    co_return co_await onPool(withVolumes, files_, std::move(results));
+    co_return co_await onPoolWaiting(withVolumes, files_, std::move(results));
 }
 
 } // namespace vennic

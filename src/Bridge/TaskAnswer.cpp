@@ -18,6 +18,22 @@ Task<> TaskAnswer::encodedSuccess(APIService api, QString id, QByteArray body) c
     }
 }
 
+Task<> TaskAnswer::outcome(APIService api, QString id, Task<BridgeResult> work) const {
+    BridgeResult result;
+    std::optional<QString> failure;
+    try {
+        result = co_await work;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& thrown) {
+        failure = localizedDescription(thrown);
+    }
+    if (failure)
+        co_await error(std::move(api), std::move(id), *failure);
+    else
+        co_await success(std::move(api), std::move(id), std::move(result));
+}
+
 Task<> TaskAnswer::error(APIService api, QString id, QString message) {
     co_await encodedError(std::move(api), std::move(id), encodeBridgeErrorBody(message));
 }

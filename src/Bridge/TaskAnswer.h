@@ -17,6 +17,8 @@ public:
     Task<> success(APIService api, QString id, BridgeResult result) const;
     /// The same with what `encodeBridgeSuccessBody` gave.
     Task<> encodedSuccess(APIService api, QString id, QByteArray body) const;
+    /// What `work` gives, or in an error answer why it failed.
+    Task<> outcome(APIService api, QString id, Task<BridgeResult> work) const;
     /// An error answer that can't be sent is dropped: the backend lets the task run out of time.
     static Task<> error(APIService api, QString id, QString message);
     /// The same with what `encodeBridgeErrorBody` gave.

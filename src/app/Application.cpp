@@ -77,6 +77,11 @@ std::unique_ptr<QCoreApplication> makeApplication() {
     return application;
 }
 
+std::unique_ptr<QCoreApplication> makeConsoleApplication() {
+    return QCoreApplication::instance() == nullptr ? std::make_unique<QCoreApplication>(argumentCount, arguments.data())
+                                                   : nullptr;
+}
+
 std::unique_ptr<QObject> watchEndOfSession(std::function<void()> ended) {
     return std::make_unique<EndOfSession>(QCoreApplication::instance(), std::move(ended));
 }

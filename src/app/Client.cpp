@@ -5,6 +5,7 @@
 #include "linux/AutomationToolProgram.h"
 #include "linux/CredentialStoreChoice.h"
 #include "linux/SpareMemory.h"
+#include "linux/UserPresencePolkit.h"
 #include "linux/WorkspaceGio.h"
 #include "linux/photos/PicturesFolder.h"
 #include "linux/worker/TextRecognizerWorker.h"
@@ -36,6 +37,17 @@ photos::KeeperSettings photoSettings(const Paths& paths) {
     return settings;
 }
 
+/// The store together with what it asks the user by: whoever still reads from it keeps both.
+std::shared_ptr<CredentialStore> credentialStore(const Paths& paths) {
+    struct Held {
+        UserPresencePolkit presence;
+        std::unique_ptr<CredentialStore> store;
+    };
+    const auto held = std::make_shared<Held>();
+    held->store = makeCredentialStore(held->presence, paths.data + QStringLiteral("/credentials.json"));
+    return {held, held->store.get()};
+}
+
 std::optional<double> mainScreenScale() {
     const QScreen* const screen = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr
                                       ? QGuiApplication::primaryScreen()
@@ -46,9 +58,8 @@ std::optional<double> mainScreenScale() {
 } // namespace
 
 Client::Client(const Paths& paths, Deployment deployment)
-    : preferences_(paths.data + QStringLiteral("/preferences.sqlite")),
-      credentials_(makeCredentialStore(presence_, paths.data + QStringLiteral("/credentials.json"))),
-      keychain_(*credentials_, preferences_),
+    : preferences_(paths.data + QStringLiteral("/preferences.sqlite")), credentials_(credentialStore(paths)),
+      keychain_(credentials_, preferences_),
       http_(transport_, deployment.apiHost, loadPinnedRoots(paths.resources + QStringLiteral("/pinned-roots.pem"))),
       config_(preferences_, std::move(deployment)), files_(std::make_shared<FileSystemPosix>()),
       types_(std::make_shared<FileTypesShared>()), folders_(std::make_shared<FolderBookmarksInode>()),
@@ -66,8 +77,8 @@ Client::Client(const Paths& paths, Deployment deployment)
       photos_(std::make_shared<PhotoLibraryFolder>(photoConsent_, photoSettings(paths), photoReader_, types_)),
       automations_(std::make_shared<AutomationToolProgram>(paths.programs + QStringLiteral("/vennic-shortcuts"))),
       bridgeContext_(keychain_, preferences_, mainScreenScale), telemetry_(http_, memory_, clock_),
-      heartbeat_(telemetry_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
-      preferenceSync_(http_, config_, clock_) {
+      heartbeat_(telemetry_, clock_, [home = QDir::homePath()] { return LocalLLMCatalog::downloadedIds(home); }),
+      localRuntime_(paths, config_.deployment().packageManagerSite), preferenceSync_(http_, config_, clock_) {
     BookmarkStore::install(&bookmarks_);
     LocalLLMTelemetry::install(&telemetry_);
     const auto recognizer = std::make_shared<TextRecognizerWorker>(pictures_);

@@ -6,6 +6,7 @@
 #include "Bridge/ResolvedShare.h"
 #include "Bridge/SharedFolderSearch.h"
 #include "app/GrantedFileIndex.h"
+#include "app/LocalRuntime.h"
 #include "app/Paths.h"
 #include "app/SessionBridgeContext.h"
 #include "backend/ChatView.h"
@@ -19,7 +20,6 @@
 #include "linux/HttpTransportCurl.h"
 #include "linux/KeyValueStoreSqlite.h"
 #include "linux/SystemMemoryProc.h"
-#include "linux/UserPresencePolkit.h"
 #include "linux/dialog/FolderPickerDesktop.h"
 #include "linux/dialog/ModalDialogsProgram.h"
 #include "linux/index/DocumentTextSource.h"
@@ -78,6 +78,9 @@ public:
     VennicHTTP& http() { return http_; }
     LocalLLMTelemetry& telemetry() { return telemetry_; }
     const APIConfig& config() const { return config_; }
+    /// Installs the local model's server; outlives all jobs of the surfaces.
+    LocalLLMInstaller& localLLMInstaller() { return localRuntime_.installer(); }
+    const SystemMemory& memory() const { return memory_; }
     KeyValueStoreSqlite& preferences() { return preferences_; }
 
     /// Shows a warning; nothing waits for its end.
@@ -95,8 +98,7 @@ private:
 
     SystemClock clock_;
     KeyValueStoreSqlite preferences_;
-    UserPresencePolkit presence_;
-    std::unique_ptr<CredentialStore> credentials_;
+    std::shared_ptr<CredentialStore> credentials_;
     KeychainStore keychain_;
     HttpTransportCurl transport_;
     VennicHTTP http_;
@@ -125,6 +127,7 @@ private:
     SystemMemoryProc memory_;
     LocalLLMTelemetry telemetry_;
     LocalLLMHeartbeat heartbeat_;
+    LocalRuntime localRuntime_;
     std::unique_ptr<BridgeService> bridge_;
     QTimer afterTasks_;
     ServerPreferenceSync preferenceSync_;

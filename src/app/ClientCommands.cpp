@@ -4,9 +4,9 @@
 #include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/StatusReport.h"
-#include "backend/APIService.h"
 #include "base/Dates.h"
 #include "base/Identifier.h"
+#include "core/Pairing.h"
 
 #include <QDir>
 #include <QLocale>
@@ -134,14 +134,9 @@ Task<CommandAnswer> ClientCommands::pair(QString code) {
     code = code.trimmed();
     if (code.isEmpty())
         co_return failed(QStringLiteral("Le code est vide."));
-    const PairingClaimResponse claimed = co_await APIService::claimPairing(client_.http(), client_.config(), code);
-    AppSession& session = client_.session();
-    if (!session.setToken(claimed.user_token))
-        co_return failed(session.lastError().value_or(QStringLiteral(
-            "Impossible d'enregistrer le jeton dans le Trousseau. Essaie de désactiver « Mode haute sécurité ».")));
-    session.setUserEmail(claimed.email);
-    QString text = QStringLiteral("Ce Mac est appairé avec %1.").arg(claimed.email);
-    if (!session.bridgeEnabled())
+    const QString email = co_await pairSession(&client_.session(), &client_.http(), &client_.config(), code);
+    QString text = QStringLiteral("Ce Mac est appairé avec %1.").arg(email);
+    if (!client_.session().bridgeEnabled())
         text += QStringLiteral("\nActive le pont local avec « vennic bridge on ».");
     co_return done(text);
 }
@@ -249,7 +244,7 @@ Task<CommandAnswer> ClientCommands::open(QString address) {
     if (shell_.delegate().handleDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
         co_return done();
     const auto failure = co_await shell_.links().open(std::move(address));
-    co_return failure ? failed(failure->reason) : done();
+    co_return failure ? failed(*failure) : done();
 }
 
 CommandAnswer ClientCommands::activate() {

@@ -1,8 +1,12 @@
 #include "app/CommandClient.h"
 
+#include "app/Application.h"
 #include "app/Autostart.h"
 #include "app/CommandMessage.h"
 #include "app/Doctor.h"
+#include "app/LocalRuntime.h"
+#include "app/RuntimeVerbs.h"
+#include "backend/Deployment.h"
 #include "base/LocalizedError.h"
 #include "linux/Terminal.h"
 
@@ -53,6 +57,14 @@ CommandAnswer autostart(const Paths& paths, const QString& word) {
             {{QStringLiteral("autostart"), isOn}}};
 }
 
+/// Works with and without a running client.
+CommandAnswer localRuntime(const Paths& paths, const CommandLine& line) {
+    const auto application = makeConsoleApplication();
+    const Deployment deployment = Deployment::load(paths.resources + QStringLiteral("/deployment.json"));
+    LocalRuntime runtime(paths, deployment.packageManagerSite);
+    return runRuntimeVerb(line.arguments, line.json, runtime.installer());
+}
+
 } // namespace
 
 ExitStatus printAnswer(const CommandAnswer& answer, bool json) {
@@ -72,6 +84,8 @@ ExitStatus runVerb(const CommandLine& line, const Paths& paths, Instance& instan
             return printAnswer(examine(paths, instance), line.json);
         if (verb == QLatin1String("autostart"))
             return printAnswer(autostart(paths, line.arguments.value(0)), line.json);
+        if (verb == QLatin1String("model") && isRuntimeVerb(line.arguments))
+            return printAnswer(localRuntime(paths, line), line.json);
         const QByteArray request = encodeCommandRequest(requestOf(verb, line));
         if (request.size() > maxRequestBytes) {
             writeError(QStringLiteral("La ligne de commande est trop longue.\n"));

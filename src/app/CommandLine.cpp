@@ -43,10 +43,16 @@ constexpr std::array verbTable{
          u"autorise ou refuse l'accès aux photos, ou dit où il en est",
          u"Le serveur peut alors demander le nom, la date, le type et le lieu des photos du dossier d'images ; les "
          u"photos elles-mêmes restent ici. Un refus efface ce que Vennic en savait."},
-    Verb{QLatin1String("model"), QLatin1String("on|off|endpoint ADRESSE|name NOM|status"), 1, 2, true,
-         u"active ou désactive le modèle local, le règle, ou dit où il en est",
-         u"Le serveur peut alors faire travailler le modèle que cette machine sert elle-même, à une adresse comme "
-         u"http://localhost:8080/v1 ; ses demandes et les réponses du modèle passent par là."},
+    Verb{QLatin1String("model"), QLatin1String("ACTION [VALEUR]"), 1, 2, true,
+         u"règle le modèle local, dit où il en est, ou l'installe",
+         u"\n  on, off           permet ou non au serveur de faire travailler le modèle de cette machine\n"
+         u"  status            dit s'il répond, ce qu'il a chargé et à quelle vitesse il écrit\n"
+         u"  endpoint ADRESSE  où il répond, comme http://localhost:8080/v1 ; demandes et réponses passent par là\n"
+         u"  name NOM          le modèle à demander quand le serveur n'en nomme pas\n"
+         u"  install           installe uv par Homebrew, mlx-lm par uv, et un service qui sert les modèles ici\n"
+         u"  detect            dit ce qui en est déjà là\n"
+         u"  download ID       télécharge un modèle par son identifiant Hugging Face\n\n"
+         u"Les trois dernières actions se passent du client ; Ctrl-C les interrompt."},
     Verb{QLatin1String("toggle"), QLatin1String(""), 0, 0, false, u"ouvre ou ferme la fenêtre de Vennic",
          u"À lier à une touche du bureau, là où Vennic ne peut pas les écouter lui-même."},
     Verb{QLatin1String("autostart"), QLatin1String("on|off|status"), 1, 1, true,
@@ -61,11 +67,13 @@ const QStringList photoWords{QStringLiteral("allow"), QStringLiteral("deny"), QS
 
 /// What is wrong with the arguments of `model`.
 std::optional<QString> checkModel(const QStringList& words) {
-    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status")};
-    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name")};
+    static const QStringList alone{QStringLiteral("on"), QStringLiteral("off"), QStringLiteral("status"),
+                                   QStringLiteral("install"), QStringLiteral("detect")};
+    static const QStringList withValue{QStringLiteral("endpoint"), QStringLiteral("name"), QStringLiteral("download")};
     const QString& word = words[0];
     if (!alone.contains(word) && !withValue.contains(word))
-        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status ».")
+        return QStringLiteral("« %1 » n'est ni « on », ni « off », ni « endpoint », ni « name », ni « status », ni "
+                              "« install », ni « detect », ni « download ».")
             .arg(word);
     if (withValue.contains(word) && words.value(1).isEmpty())
         return QStringLiteral("Il manque une valeur après « %1 ».").arg(word);

@@ -162,6 +162,9 @@ Finding recognition(std::span<const char* const> folders) {
 Finding credentials(const Paths& paths) {
     UserPresencePolkit presence;
     const auto store = makeCredentialStore(presence, paths.data + QStringLiteral("/credentials.json"));
+    if (isVaultChosen())
+        return {Verdict::limited, QStringLiteral("coffre dans un fichier 0600, comme VENNIC_CREDENTIALS le demande"),
+                QStringLiteral("Sans cette variable, le trousseau de la session garde le jeton.")};
     if (store->kind() == QLatin1String("file"))
         return {Verdict::limited, QStringLiteral("aucun trousseau de session ne répond : coffre dans un fichier 0600"),
                 QStringLiteral("Installe et ouvre un trousseau (gnome-keyring) pour que le jeton soit chiffré.")};

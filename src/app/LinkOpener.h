@@ -1,27 +1,40 @@
 #pragma once
-#include "app/Client.h"
+#include "Bridge/BridgeIDCache.h"
+#include "ports/ModalDialogs.h"
+#include "ports/PhotoLibrary.h"
+#include "ports/Workspace.h"
+
+#include <memory>
 
 namespace vennic {
 
-/// Opens what the links in answers lead to: documents that were found, and photos. Main thread only.
+/// Opens what links lead to: documents that were found, photos, and what other programs open. Main thread only.
 class LinkOpener {
 public:
-    /// Why a link wasn't opened.
-    struct Failure {
-        QString reason;
-        bool wasShown = false; // the person at the screen has read it
+    /// What is named by reference outlives the opener.
+    struct Surroundings {
+        const BridgeIDCache& idCache;
+        std::shared_ptr<PhotoLibrary> photos;
+        std::shared_ptr<Workspace> workspace;
+        ModalDialogs& dialogs;
     };
 
-    /// `client` outlives the opener.
-    explicit LinkOpener(Client& client) : client_(client) {}
+    explicit LinkOpener(Surroundings surroundings) : with_(std::move(surroundings)) {}
 
-    /// None when it is open. Raises LocalizedError.
-    Task<std::optional<Failure>> open(QString address);
+    /// What a click does: opens a document or a photo, and leaves any address but the program's own to the system. A
+    /// document that is no longer known, and a link of the program's own that says nothing, do nothing. Shows its
+    /// failures itself; never fails but with Cancelled.
+    Task<> follow(QString address);
+    /// For who names a document or a photo and waits for it. None when it is open, else the sentence that says why it
+    /// isn't. Raises LocalizedError.
+    Task<std::optional<QString>> open(QString address);
 
 private:
-    Task<std::optional<Failure>> openPhoto(QString percentEncodedIdentifier);
+    Task<> openTarget(QString address);
+    Task<std::optional<QString>> openPhoto(QString percentEncodedIdentifier);
 
-    Client& client_;
+    Surroundings with_;
+    Scope warnings_;
 };
 
 } // namespace vennic

@@ -9,8 +9,6 @@ namespace vennic {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds{2};
-
 template <class T>
 QJsonValue orNull(const std::optional<T>& value) {
     return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
@@ -26,7 +24,7 @@ Task<QJsonObject> localModelData(Client* client) {
     bool reachable = false;
     std::optional<QString> loaded;
     if (enabled)
-        reachable = co_await LocalDirectClient::isReachable(&client->http(), endpoint, patience);
+        reachable = co_await LocalDirectClient::isReachable(&client->http(), endpoint, localServerPatience);
     if (reachable)
         loaded = co_await client->telemetry().currentLoadedModel();
     co_return QJsonObject{{QStringLiteral("enabled"), enabled},

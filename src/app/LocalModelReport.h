@@ -6,8 +6,8 @@
 namespace vennic {
 
 /// How the local model stands: `enabled`, `endpoint`, `model` (the one that is asked for), `reachable`, `loaded_model`,
-/// `tokens_per_second`. A model that is switched off is not asked whether it is there; one that doesn't answer takes
-/// two seconds.
+/// `tokens_per_second`. A model that is switched off is not asked whether it is there; one that doesn't answer
+/// takes two seconds, or four when it falls silent in between.
 Task<QJsonObject> localModelData(Client* client);
 /// The same for people, in French, on one line.
 QString localModelSentence(const QJsonObject& data);

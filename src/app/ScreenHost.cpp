@@ -89,8 +89,8 @@ void ScreenHost::showSettings() {
 }
 
 void ScreenHost::bringForward(quint64 number) {
-    if (number == settingsNumber && screen_ && screen_->isSettingsShown())
-        screen_->showSettings();
+    if (number == settingsNumber && screen_)
+        screen_->raiseSettings();
 }
 
 } // namespace vennic

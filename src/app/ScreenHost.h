@@ -26,7 +26,7 @@ public:
     void takeKeyboard() override;
 
     std::vector<ApplicationWindow> windows() const override;
-    void activate() override {} // each window asks for the keyboard when it comes up
+    void activate() override {} // windows ask for themselves
     void showSettings() override;
     void bringForward(quint64 number) override;
 

@@ -1,20 +1,29 @@
 #include "app/Shell.h"
 
+#include "Bridge/LocalLinks.h"
+
 namespace vennic {
 
 namespace {
-/// Addresses that are being opened at a time; a page that asks for more is up to something.
+/// Links that are being followed at a time, until their failures are read; a page that asks for more is up to
+/// something.
 constexpr std::size_t mostOpenings = 8;
+
+bool leadsToAFile(const QString& address) { return address.startsWith(documentLink) || address.startsWith(photoLink); }
 } // namespace
 
 Shell::Shell(Surroundings surroundings)
-    : with_(std::move(surroundings)), links_(with_.client), menuBar_({.popover = with_.popover,
-                                                                      .windows = with_.windows,
-                                                                      .dialogs = with_.client.dialogs(),
-                                                                      .pointer = with_.pointer,
-                                                                      .images = with_.images,
-                                                                      .makeStatusItem = with_.makeStatusItem,
-                                                                      .clock = clock_}),
+    : with_(std::move(surroundings)), links_({.idCache = with_.client.bridge().idCache(),
+                                              .photos = with_.client.sharedPhotos(),
+                                              .workspace = with_.client.workspace(),
+                                              .dialogs = with_.client.dialogs()}),
+      menuBar_({.popover = with_.popover,
+                .windows = with_.windows,
+                .dialogs = with_.client.dialogs(),
+                .pointer = with_.pointer,
+                .images = with_.images,
+                .makeStatusItem = with_.makeStatusItem,
+                .clock = clock_}),
       commands_({.store = with_.client.preferences(), .windows = with_.windows, .menuBar = menuBar_, .clock = clock_}),
       delegate_({.session = with_.client.session(),
                  .store = with_.client.preferences(),
@@ -31,13 +40,10 @@ Shell::Shell(Surroundings surroundings)
 
 void Shell::start() {
     delegate_.applicationDidFinishLaunching();
-    with_.desktop.offer({.activate =
-                             [this] {
-                                 if (!with_.popover.isShown())
-                                     menuBar_.toggleFromStatusItem(std::nullopt);
-                             },
+    with_.desktop.offer({.activate = [this] { activate(); },
                          .open = [this](const QStringList& addresses) { open(addresses); },
-                         .act = [this](const QString& action) { act(action); }});
+                         .act = [this](const QString& action) { act(action); },
+                         .allow = with_.allow});
 }
 
 void Shell::end() {
@@ -51,17 +57,29 @@ void Shell::comeForward() {
         menuBar_.togglePopover();
 }
 
+void Shell::activate() {
+    try {
+        comeForward();
+    } catch (const LocalizedError& error) {
+        warn(error.errorDescription());
+    }
+}
+
 void Shell::act(const QString& action) {
     if (action == QLatin1String("quit"))
         terminate();
     else if (action == QLatin1String("toggle"))
         menuBar_.handleDoubleCommand();
     else if (action == QLatin1String("settings"))
-        try {
-            commands_.openSettingsWindow(SettingsTab::general);
-        } catch (const LocalizedError& error) {
-            warn(error.errorDescription());
-        }
+        openSettings(SettingsTab::general);
+}
+
+void Shell::openSettings(SettingsTab tab) {
+    try {
+        commands_.openSettingsWindow(tab);
+    } catch (const LocalizedError& error) {
+        warn(error.errorDescription());
+    }
 }
 
 void Shell::terminate() {
@@ -80,26 +98,21 @@ Task<> Shell::askAndQuit() {
 
 void Shell::open(const QStringList& addresses) {
     for (const QString& address : addresses) {
-        if (!deepLinks_.take(address) && jobs_.size() < mostOpenings)
-            jobs_.start(openDocument(address));
+        if (leadsToAFile(address))
+            follow(address);
+        else
+            deepLinks_.take(address);
     }
 }
 
-Task<> Shell::openDocument(QString address) {
-    try {
-        const auto failure = co_await links_.open(std::move(address));
-        if (failure && !failure->wasShown)
-            warn(failure->reason);
-    } catch (const LocalizedError& error) {
-        warn(error.errorDescription());
-    }
+void Shell::follow(const QString& address) {
+    if (following_.size() < mostOpenings)
+        following_.start(links_.follow(address));
 }
 
-bool Shell::DeepLinks::take(const QString& address) const {
-    if (!handler_ || !anchorOfDesktopDeepLink(QUrl(address, QUrl::StrictMode)))
-        return false;
-    handler_(address);
-    return true;
+void Shell::DeepLinks::take(const QString& address) const {
+    if (handler_)
+        handler_(address);
 }
 
 void Shell::warn(const QString& reason) { with_.client.warn(QStringLiteral("Vennic"), reason); }

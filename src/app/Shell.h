@@ -19,7 +19,8 @@ public:
         std::function<std::unique_ptr<StatusItem>()> makeStatusItem;
         SummonMonitor& summon;
         DesktopActivation& desktop;
-        std::function<void()> quit; // ends the program
+        std::function<void()> quit;                           // ends the program
+        std::function<void(const QString& token)> allow = {}; // lets the next window come before others
     };
     explicit Shell(Surroundings surroundings);
 
@@ -32,11 +33,16 @@ public:
     void terminate();
     /// Has the popover come up; it stays when it is up. Raises LocalizedError.
     void comeForward();
-    /// Follows links of the desktop, and tells the person at the screen of those that lead nowhere.
+    /// Opens the settings, and tells the user when there is nothing to show them on. For buttons and menus, which have
+    /// nobody to hand a failure to.
+    void openSettings(SettingsTab tab);
+    /// Follows links of the desktop, which any web page can hand over: what isn't one of the program's own does
+    /// nothing.
     void open(const QStringList& addresses);
+    /// What a click on a link in a window does.
+    void follow(const QString& address);
 
     MenuBarController& menuBar() { return menuBar_; }
-    AppCommands& commands() { return commands_; }
     AppDelegate& delegate() { return delegate_; }
     LinkOpener& links() { return links_; }
 
@@ -46,15 +52,14 @@ private:
     public:
         void setHandler(Handler handler) override { handler_ = std::move(handler); }
         void removeHandler() override { handler_ = {}; }
-        /// Whether somebody took it.
-        bool take(const QString& address) const;
+        void take(const QString& address) const;
 
     private:
         Handler handler_;
     };
 
     Task<> askAndQuit();
-    Task<> openDocument(QString address);
+    void activate();
     void act(const QString& action);
     void warn(const QString& reason);
 
@@ -66,6 +71,7 @@ private:
     AppCommands commands_;
     AppDelegate delegate_;
     bool isAsking_ = false;
+    Scope following_;
     Scope jobs_;
 };
 

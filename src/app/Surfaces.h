@@ -13,10 +13,12 @@ public:
     struct Surroundings {
         Client& client;
         DesktopAppearance& appearance;
-        QString screenModule;               // the file that holds the windows
+        QString screenModule; // the file that holds the windows
+        std::function<void(const QString& address)> followLink;
         std::function<void()> openSettings; // empty where there are none
-        std::function<void()> manageModels; // the settings of the local model; empty where there are none
+        std::function<void()> manageModels; // opens the settings of the local model
         std::function<void()> terminate;
+        std::function<void(quint64 window)> presented = {}; // as Screen tells it
     };
     explicit Surfaces(Surroundings surroundings);
     ~Surfaces();
@@ -25,12 +27,7 @@ public:
     ApplicationWindows& windows() { return host_; }
 
 private:
-    /// What a click on a link of a message does.
-    void followLink(const QUrl& url);
     void openURL(const QUrl& url);
-    Task<> openDocument(QString path);
-    Task<> openPhoto(QString percentEncodedIdentifier);
-    Task<> openAddress(QString url);
 
     Surroundings with_;
     SystemClock clock_;
@@ -39,7 +36,6 @@ private:
     MenuBarView menuBar_;
     SettingsView settings_;
     ScreenHost host_;
-    Scope jobs_;
 };
 
 } // namespace vennic

@@ -13,6 +13,7 @@
 #include "linux/desktop/PointerX11.h"
 #include "linux/desktop/StatusImagesInstalled.h"
 #include "linux/desktop/StatusItemDesktop.h"
+#include "linux/desktop/WindowActivation.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -39,9 +40,10 @@ std::optional<QByteArray> askRunning(Instance& instance, const CommandRequest& r
 }
 
 /// Has the running client come forward, or open the addresses. None when nobody takes requests.
-std::optional<ExitStatus> handOver(Instance& instance, const QStringList& addresses) {
+std::optional<ExitStatus> handOver(Instance& instance, const QStringList& addresses, const QString& token) {
     // The desktop's road first: it is the one that knows which program the user just worked with.
-    if (!addresses.isEmpty() && DesktopActivationBus().handOver(addresses, handOverPatience))
+    if ((!addresses.isEmpty() || !token.isEmpty()) &&
+        DesktopActivationBus().handOver(addresses, token, handOverPatience))
         return ExitStatus::done;
     std::vector<CommandRequest> requests;
     for (const QString& address : addresses)
@@ -77,13 +79,14 @@ std::unique_ptr<Pointer> makePointer() {
 }
 
 /// Runs the client until it is asked to end, or hands over to the one that runs already.
-ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QStringList& addresses) {
+/// `token` is what the desktop gave it for that.
+ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QStringList& addresses, const QString& token) {
     std::optional<ClientCommands> commands;
     // The place is taken before anything is opened: two clients never share a store.
     const auto answer = [&commands](QByteArray request) { return commands->answer(std::move(request)); };
     const QDeadlineTimer deadline(handOverPatience);
     while (!instance.claim(answer)) {
-        if (const auto status = handOver(instance, addresses))
+        if (const auto status = handOver(instance, addresses, token))
             return *status;
         if (deadline.hasExpired())
             throw LocalizedError(QStringLiteral("Vennic tourne déjà, mais ne répond pas."));
@@ -97,18 +100,22 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     NoPopover noPopover(reasonForNoScreen());
     NoApplicationWindows noWindows(reasonForNoScreen());
     Shell* asked = nullptr; // by the surfaces; they are made before it
+    WindowActivation activation;
+    activation.allow(token);
     std::unique_ptr<DesktopAppearancePortal> appearance;
     std::optional<Surfaces> surfaces;
     if (hasWindows()) {
         appearance = DesktopAppearancePortal::ofThisDesktop();
         client.follow(*appearance);
-        surfaces.emplace(Surfaces::Surroundings{
-            .client = client,
-            .appearance = *appearance,
-            .screenModule = paths.screenModule(),
-            .openSettings = [&asked] { asked->commands().openSettingsWindow(SettingsTab::general); },
-            .manageModels = {},
-            .terminate = [&asked] { asked->terminate(); }});
+        surfaces.emplace(
+            Surfaces::Surroundings{.client = client,
+                                   .appearance = *appearance,
+                                   .screenModule = paths.screenModule(),
+                                   .followLink = [&asked](const QString& address) { asked->follow(address); },
+                                   .openSettings = [&asked] { asked->openSettings(SettingsTab::general); },
+                                   .manageModels = [&asked] { asked->openSettings(SettingsTab::localLlm); },
+                                   .terminate = [&asked] { asked->terminate(); },
+                                   .presented = [&activation](quint64 window) { activation.present(window); }});
     }
     Popover& popover = surfaces ? surfaces->popover() : noPopover;
     ApplicationWindows& windows = surfaces ? surfaces->windows() : noWindows;
@@ -124,7 +131,8 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
                  .makeStatusItem = makeStatusItem,
                  .summon = summon,
                  .desktop = desktop,
-                 .quit = quit});
+                 .quit = quit,
+                 .allow = [&activation](const QString& given) { activation.allow(given); }});
     asked = &shell;
     // Before the client goes, which the requests still being answered use.
     const auto hangUp = qScopeGuard([&instance, &shell] {
@@ -163,9 +171,10 @@ int main(int argc, char** argv) {
     InstanceSocket instance(paths.runtime);
     if (parsed.line.verb)
         return static_cast<int>(runVerb(parsed.line, paths, instance));
+    const QString token = WindowActivation::ofThisProcess(); // before the toolkit takes it
     const auto application = makeApplication();
     try {
-        return static_cast<int>(runClient(paths, instance, parsed.line.addresses));
+        return static_cast<int>(runClient(paths, instance, parsed.line.addresses, token));
     } catch (const LocalizedError& error) {
         writeError(error.errorDescription() + QLatin1Char('\n'));
         return static_cast<int>(ExitStatus::failed);

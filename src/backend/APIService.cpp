@@ -15,7 +15,9 @@ namespace {
 
 using std::chrono::seconds;
 
-bool isSuccess(int status) { return status >= 200 && status <= 299; }
+/// What an account, a discussion or a refusal has to say fits into this many bytes, many times over.
+constexpr qint64 shortAnswer = 1024LL * 1024;
+constexpr qint64 longAnswer = 16 * shortAnswer; // of what carries a task
 
 HttpRequest request(const QByteArray& method, const QUrl& url, seconds timeout) {
     HttpRequest request;
@@ -24,20 +26,26 @@ HttpRequest request(const QByteArray& method, const QUrl& url, seconds timeout) 
     // An address may name a user; this program never logs in by it.
     request.url.setUserInfo({});
     request.timeout = timeout;
+    request.maxAnswerBytes = shortAnswer;
     return request;
 }
 
 HttpHeader jsonContent() { return {"Content-Type", "application/json"}; }
 
-/// Sends a request of a signed-in user and gives its successful answer.
-Task<HttpResponse> sendSignedIn(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+/// The request of a signed-in user.
+HttpRequest withToken(HttpRequest request, const std::optional<SecretText>& token) {
     if (!token || token->isEmpty())
         throw APIError::notAuthenticated();
     request.secretHeaders.push_back({"X-User-Token", *token});
-    auto response = co_await http->vennicData(std::move(request));
+    return request;
+}
+
+/// Sends a request of a signed-in user and gives its successful answer.
+Task<HttpResponse> sendSignedIn(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
+    auto response = co_await http->vennicData(withToken(std::move(request), token));
     if (!response.status)
         throw APIError::decoding();
-    if (!isSuccess(*response.status))
+    if (!isSuccess(response.status))
         throw APIError::http(*response.status, utf8Text(response.body));
     co_return response;
 }
@@ -65,10 +73,7 @@ Task<std::vector<RecentDiscussion>> fetchDiscussions(VennicHTTP* http, std::opti
 }
 
 Task<std::optional<qint64>> fileTurn(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request) {
-    if (!token || token->isEmpty())
-        throw APIError::notAuthenticated();
-    request.secretHeaders.push_back({"X-User-Token", *token});
-    const auto response = co_await http->vennicData(std::move(request));
+    const auto response = co_await http->vennicData(withToken(std::move(request), token));
     const int status = response.status.value_or(-1);
     if (!isSuccess(status))
         throw APIError::http(status, utf8Text(response.body));
@@ -77,16 +82,13 @@ Task<std::optional<qint64>> fileTurn(VennicHTTP* http, std::optional<SecretText>
 
 Task<ChatReply> answerTo(VennicHTTP* http, std::optional<SecretText> token, HttpRequest request,
                          std::optional<qint64> discussionId, CompletionStream::OnDelta onDelta) {
-    if (!token || token->isEmpty())
-        throw APIError::notAuthenticated();
-    request.secretHeaders.push_back({"X-User-Token", *token});
-    Task<ChatReply> reply = exchangeCompletion(http, std::move(request), discussionId, std::move(onDelta));
+    Task<ChatReply> reply =
+        exchangeCompletion(http, withToken(std::move(request), token), discussionId, std::move(onDelta));
     co_return co_await reply;
 }
 
 Task<> failBeforeSending(std::optional<SecretText> token) {
-    if (!token || token->isEmpty())
-        throw APIError::notAuthenticated();
+    withToken({}, token);
     throw TransportError(TransportFault::badRequest);
     co_return;
 }
@@ -95,7 +97,7 @@ Task<PairingClaimResponse> claim(VennicHTTP* http, HttpRequest request) {
     auto response = co_await http->data(std::move(request));
     if (!response.status)
         throw APIError::decoding();
-    if (!isSuccess(*response.status))
+    if (!isSuccess(response.status))
         throw APIError::http(*response.status, pairingErrorBody(response.body));
     const QJsonObject object = parseJsonObject(response.body);
     wipe(response.body);
@@ -162,6 +164,7 @@ Task<std::optional<BridgeTask>> APIService::pollBridgeTask(qint64 wait) const {
     const qint64 patience = std::clamp<qint64>(wait, -9, std::numeric_limits<int>::max()) + 10;
     auto pollRequest = request("GET", config_->bridgeNextTaskURL(wait), seconds{patience});
     pollRequest.headers = bridgeHeaders_;
+    pollRequest.maxAnswerBytes = longAnswer;
     return poll(http_, token_, std::move(pollRequest));
 }
 

@@ -35,11 +35,17 @@ std::optional<QByteArray> BodyLines::takeRest() {
 Task<QString> refusalIn(HttpStream* stream) {
     BodyLines lines(*stream);
     QString text;
-    while (characterCount(text) < enoughRefusal) {
-        const auto line = co_await lines.next();
-        if (!line)
-            break;
-        text += QString::fromUtf8(*line);
+    try {
+        while (characterCount(text) < enoughRefusal) {
+            const auto line = co_await lines.next();
+            if (!line)
+                break;
+            text += QString::fromUtf8(*line);
+        }
+    } catch (const TransportError& error) {
+        // Too much of an explanation makes a refusal no less one: its status still counts.
+        if (error.fault() != TransportFault::tooLarge)
+            throw;
     }
     co_return text;
 }

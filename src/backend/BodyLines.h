@@ -20,8 +20,8 @@ private:
     bool ended_ = false;
 };
 
-/// What a refused request says: the lines of its body run together, up to the one that reaches 501 characters. Raises
-/// TransportError and Cancelled.
+/// What a refused request says: the lines of its body run together, up to the one that reaches 501 characters, or
+/// before the one that is too long. Raises TransportError and Cancelled.
 Task<QString> refusalIn(HttpStream* stream);
 
 } // namespace vennic

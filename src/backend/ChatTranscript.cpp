@@ -107,7 +107,8 @@ std::vector<ChatTranscript::Piece> ChatTranscript::split(const ChatMessage& mess
         if (end < 0)
             end = text.size();
         if (open && (end - open->start > rowSize || lines == rowLines)) {
-            pieces.push_back(*std::exchange(open, std::nullopt));
+            pieces.push_back(*open);
+            open.reset();
             lines = 0;
         }
         if (end - start > rowSize) {

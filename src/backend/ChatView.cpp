@@ -1,34 +1,41 @@
 #include "backend/ChatView.h"
 
+#include "backend/LocalCompletionReader.h"
+#include "base/Localized.h"
+
 namespace vennic {
 
 namespace {
 
-constexpr std::chrono::seconds localPatience{2};
 constexpr std::chrono::seconds filingPatience{5};
 
 QUuid conversationOf(const AppSession& session) {
     return session.messages().empty() ? QUuid() : session.messages().front().id;
 }
 
+constexpr qsizetype longestPrompt = 256LL * 1024; // UTF-16 units, as the backend counts them
+
+bool isTooLong(const QString& text) { return text.trimmed().size() > longestPrompt; }
+
+QString tooLong() {
+    return localized("Ton message est trop long pour être envoyé : %1 caractères au plus.").arg(longestPrompt);
+}
+
 } // namespace
-
-/// Whoever waits for the end of a turn, for as long as they do.
-class ChatView::Waiter {
-public:
-    explicit Waiter(std::vector<Event<TurnEnd>*>& waiting) : waiting_(waiting) { waiting_.push_back(&ended_); }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-    ~Waiter() { std::erase(waiting_, &ended_); }
-    Event<TurnEnd>& ended() { return ended_; }
-
-private:
-    std::vector<Event<TurnEnd>*>& waiting_;
-    Event<TurnEnd> ended_;
-};
 
 ChatView::ChatView(Surroundings surroundings) : with_(surroundings) {
     connect(&with_.session, &AppSession::isStreamingChanged, this, &ChatView::canSendChanged);
+    for (const auto signal : {&AppSession::messagesChanged, &AppSession::discussionIdChanged})
+        connect(&with_.session, signal, this, &ChatView::followConversation);
+    followConversation();
+}
+
+void ChatView::followConversation() {
+    const bool can = !with_.session.messages().empty() || with_.session.discussionId();
+    if (can == couldForget_)
+        return;
+    couldForget_ = can;
+    Q_EMIT canForgetChanged();
 }
 
 void ChatView::setDraft(const QString& draft) {
@@ -51,20 +58,25 @@ bool ChatView::canSend() const { return !draft_.trimmed().isEmpty() && !with_.se
 void ChatView::send() {
     if (!canSend())
         return;
+    if (isTooLong(draft_))
+        return with_.session.setLastError(tooLong());
     const QString text = draft_;
     setDraft({});
     begin(text);
 }
 
-Task<std::optional<ChatView::TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+Task<std::optional<TurnEnd>> ChatView::ask(QString text, std::optional<Provider> provider) {
+    if (isTooLong(text) && !with_.session.isStreaming())
+        co_return TurnEnd{.failed = true, .text = tooLong()};
     if (!begin(text, provider))
         co_return std::nullopt;
-    Waiter waiter(waiting_);
-    co_return co_await waiter.ended();
+    Waiters<TurnEnd>::Place place(waiting_);
+    co_return co_await place.event();
 }
 
 void ChatView::newConversation() {
-    with_.session.clearConversation();
+    if (canForget())
+        with_.session.clearConversation();
     setInputFocused(true);
 }
 
@@ -83,18 +95,14 @@ bool ChatView::begin(const QString& text, std::optional<Provider> provider) {
 
 Task<> ChatView::run(Turn turn) {
     const TurnEnd end = co_await answer(std::move(turn));
-    for (Event<TurnEnd>* waiting : waiting_)
-        waiting->set(end);
+    waiting_.wake(end);
 }
 
-Task<ChatView::TurnEnd> ChatView::answer(Turn turn) {
+Task<TurnEnd> ChatView::answer(Turn turn) {
     AppSession& session = with_.session;
     if (turn.provider == Provider::local) {
-        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localPatience)) {
-            co_await with_.local.runDirectLocal(turn.prompt);
-            const QString last = session.messages().empty() ? QString() : session.messages().back().content;
-            co_return TurnEnd{session.lastError().has_value(), session.lastError().value_or(last)};
-        }
+        if (co_await with_.local.isReachable(session.localLLMEndpoint(), localServerPatience))
+            co_return co_await with_.local.runDirectLocal(turn.prompt);
     }
     std::optional<QString> failure;
     try {

@@ -2,11 +2,10 @@
 #include "backend/APIService.h"
 #include "backend/DirectLocalChat.h"
 #include "base/Clock.h"
+#include "base/Waiters.h"
 #include "core/AppSession.h"
 
 #include <QObject>
-
-#include <vector>
 
 namespace vennic {
 
@@ -16,6 +15,7 @@ class ChatView final : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString draft READ draft WRITE setDraft NOTIFY draftChanged)
     Q_PROPERTY(bool canSend READ canSend NOTIFY canSendChanged)
+    Q_PROPERTY(bool canForget READ canForget NOTIFY canForgetChanged)
     Q_PROPERTY(bool inputFocused READ inputFocused WRITE setInputFocused NOTIFY inputFocusedChanged)
 public:
     /// All that a turn needs; each outlives the view.
@@ -27,33 +27,31 @@ public:
         DirectLocalChat& local;
     };
 
-    /// How a turn ended: the reply, or the sentence of the failure.
-    struct TurnEnd {
-        bool failed = false;
-        QString text;
-    };
-
     explicit ChatView(Surroundings surroundings);
 
     const QString& draft() const { return draft_; }
     void setDraft(const QString& draft);
     /// Whether the draft holds more than blanks and no turn runs.
     bool canSend() const;
+    /// Whether there is a conversation that a new one would take the place of.
+    bool canForget() const { return couldForget_; }
     bool inputFocused() const { return inputFocused_; }
     void setInputFocused(bool focused);
 
-    /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens.
+    /// Sends the draft and empties it; without something to send, or while a turn runs, nothing happens. A draft longer
+    /// than the backend takes stays, and the session's `lastError` says so.
     Q_INVOKABLE void send();
     /// Sends `text` as `send` would a draft, leaving the draft alone, and waits for the turn's end. None when there
     /// is nothing to send or a turn runs. A cancelled wait leaves the turn running. `provider` answers this one turn
     /// instead of the session's.
     Task<std::optional<TurnEnd>> ask(QString text, std::optional<Provider> provider = std::nullopt);
-    /// Forgets the conversation and gives the input the focus.
+    /// Forgets the conversation, if there is one, and gives the input the focus.
     Q_INVOKABLE void newConversation();
 
 Q_SIGNALS:
     void draftChanged();
     void canSendChanged();
+    void canForgetChanged();
     void inputFocusedChanged();
 
 private:
@@ -65,7 +63,6 @@ private:
         std::optional<qint64> discussionId;
         QUuid conversation; // the id of its first message
     };
-    class Waiter;
 
     /// Appends the user's message and starts the turn. False when there is nothing to send or a turn runs.
     bool begin(const QString& text, std::optional<Provider> provider = std::nullopt);
@@ -75,11 +72,13 @@ private:
     /// The discussion of a turn: that of its sending, or the one that is being opened by the turn before.
     Task<std::optional<qint64>> discussionOf(Turn turn);
     void say(const QString& text);
+    void followConversation();
 
     Surroundings with_;
     QString draft_;
+    bool couldForget_ = false; // as it was told last
     bool inputFocused_ = false;
-    std::vector<Event<TurnEnd>*> waiting_; // for the end of the turn that runs
+    Waiters<TurnEnd> waiting_; // for the end of the turn that runs
     Scope jobs_;
 };
 

@@ -7,6 +7,7 @@ namespace vennic {
 namespace {
 
 constexpr qint64 freshMilliseconds = 30'000;
+constexpr qint64 mostCatalogBytes = 1024LL * 1024;
 
 std::vector<CloudProvider> decodeProviders(const QByteArray& body) {
     std::vector<CloudProvider> providers;
@@ -32,9 +33,10 @@ Task<> CloudCatalog::refresh() {
     request.url = config_.endpointURL(QStringLiteral("/providers.json"));
     request.url.setUserInfo({});
     request.timeout = std::chrono::seconds{8};
+    request.maxAnswerBytes = mostCatalogBytes;
     try {
         const HttpResponse response = co_await http_.sharedData(std::move(request));
-        if (!response.status || *response.status < 200 || *response.status > 299)
+        if (!isSuccess(response.status))
             co_return;
         providers_ = decodeProviders(response.body);
         lastFetch_ = clock_.now();

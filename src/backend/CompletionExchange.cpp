@@ -11,7 +11,7 @@ Task<ChatReply> exchangeCompletion(VennicHTTP* http, HttpRequest request, std::o
     const auto status = stream->status();
     if (!status)
         throw APIError::decoding();
-    if (*status < 200 || *status > 299) {
+    if (!isSuccess(status)) {
         const QString message = co_await refusalIn(stream.get());
         throw APIError::http(*status, message);
     }

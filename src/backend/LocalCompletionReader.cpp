@@ -5,6 +5,8 @@ namespace vennic {
 namespace {
 
 constexpr auto patience = std::chrono::seconds{240};
+// A model on a slow machine may write for long, and nobody is worse off while it does.
+constexpr auto mostTime = std::chrono::hours{12};
 // What is kept of an answer has a bound of its own; this one counts the frames around it too.
 constexpr qint64 mostStreamBytes = 256LL * 1024 * 1024;
 
@@ -18,6 +20,17 @@ std::optional<QUrl> localServerURL(const QString& endpoint, QLatin1String path) 
     return usable ? std::optional(url) : std::nullopt;
 }
 
+std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout) {
+    auto url = localServerURL(endpoint, QLatin1String("/models"));
+    if (!url)
+        return std::nullopt;
+    HttpRequest request;
+    request.url = *std::move(url);
+    request.timeout = timeout;
+    request.deadline = timeout;
+    return request;
+}
+
 HttpRequest localCompletionRequest(QUrl url, QByteArray body) {
     HttpRequest request;
     request.method = "POST";
@@ -25,6 +38,7 @@ HttpRequest localCompletionRequest(QUrl url, QByteArray body) {
     request.headers = {{"Content-Type", "application/json"}, {"Accept", "text/event-stream"}};
     request.body = std::move(body);
     request.timeout = patience;
+    request.deadline = mostTime;
     request.maxAnswerBytes = mostStreamBytes;
     return request;
 }

@@ -8,7 +8,15 @@ namespace vennic {
 /// it, as plain text. None when that is no http or https address with a host.
 std::optional<QUrl> localServerURL(const QString& endpoint, QLatin1String path);
 
-/// POST /chat/completions of the local server. No token, no cookie.
+/// How long the local server may take to tell its models; one that takes longer isn't there.
+inline constexpr std::chrono::seconds localServerPatience{2};
+
+/// GET /models of the local server, which has `timeout` for the whole answer. None when `endpoint` is no address. No
+/// token, no cookie.
+std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout);
+
+/// POST /chat/completions of the local server, which may write for twelve hours, and fall silent for four minutes. No
+/// token, no cookie.
 HttpRequest localCompletionRequest(QUrl url, QByteArray body);
 
 /// Reads a local server's streamed answer. No byte is taken from the wire before the pieces of the ones before it have

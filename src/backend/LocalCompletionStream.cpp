@@ -3,6 +3,7 @@
 #include "base/Json.h"
 #include "base/TransportError.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -14,15 +15,12 @@ namespace {
 constexpr qsizetype mostGathered = 8LL * 1024 * 1024; // UTF-16 code units
 constexpr qsizetype costOfCall = 64;                  // of one without any text, in the same
 
-/// The elements under `key`; none unless all of an array's are objects.
-std::vector<QJsonObject> objectsIn(const QJsonObject& object, QLatin1String key) {
-    const QJsonArray array = object.value(key).toArray();
-    if (!std::ranges::all_of(array, [](const QJsonValue& element) { return element.isObject(); }))
-        return {};
-    std::vector<QJsonObject> objects;
-    for (const QJsonValue element : array)
-        objects.push_back(element.toObject());
-    return objects;
+/// The array under `key`; empty unless all of its elements are objects.
+QJsonArray objectsIn(const QJsonObject& object, QLatin1String key) {
+    QJsonArray array = object.value(key).toArray();
+    const bool areObjects =
+        std::ranges::all_of(std::as_const(array), [](const QJsonValue& element) { return element.isObject(); });
+    return areObjects ? array : QJsonArray();
 }
 
 } // namespace
@@ -51,8 +49,8 @@ std::optional<QString> LocalCompletionStream::takeLine(QByteArrayView line) {
     }
     const QJsonObject chunk = QJsonDocument::fromJson(QByteArray::fromRawData(data.data(), data.size())).object();
     takeUsage(chunk.value(QLatin1String("usage")).toObject());
-    const auto choices = objectsIn(chunk, QLatin1String("choices"));
-    QString text = choices.empty() ? QString() : takeChoice(choices.front());
+    const QJsonArray choices = objectsIn(chunk, QLatin1String("choices"));
+    QString text = choices.isEmpty() ? QString() : takeChoice(choices.first().toObject());
     return text.isEmpty() ? std::nullopt : std::optional(std::move(text));
 }
 
@@ -60,8 +58,9 @@ QString LocalCompletionStream::takeChoice(const QJsonObject& choice) {
     if (const QString reason = choice.value(QLatin1String("finish_reason")).toString(); !reason.isEmpty())
         finishReason_ = reason;
     const QJsonObject delta = choice.value(QLatin1String("delta")).toObject();
-    for (const QJsonObject& fragment : objectsIn(delta, QLatin1String("tool_calls")))
-        takeToolCall(fragment);
+    const QJsonArray fragments = objectsIn(delta, QLatin1String("tool_calls"));
+    for (const QJsonValue fragment : fragments)
+        takeToolCall(fragment.toObject());
     QString text = delta.value(QLatin1String("content")).toString();
     count(text.size());
     text_ += text;

@@ -35,14 +35,13 @@ LocalChatRequest requestWith(const QString& model, const QJsonArray& tools, cons
 /// The assistant message that a turn writes in. Once it has gone from the list it takes no more.
 class LocalToolChat::Writing {
 public:
-    explicit Writing(const Surroundings& with) : session_(with.session), clock_(with.clock) { beginMessage(); }
+    explicit Writing(const Surroundings& with) : session_(with.session), clock_(with.clock) { begin(); }
 
-    /// Leaves the message as it is, and appends a new one that is empty.
-    void beginMessage() {
-        const auto message = ChatMessage::make(ChatMessage::Role::assistant, {}, clock_.now());
-        index_ = session_.messages().size();
-        id_ = message.id;
-        session_.appendMessage(message);
+    /// Leaves the message as it is and goes on in a new one, unless it has gone: a conversation that was cleared
+    /// meanwhile gets nothing of the turn.
+    void goOnInNewMessage() {
+        if (isListed())
+            begin();
     }
     void set(const QString& content) {
         if (isListed())
@@ -50,10 +49,16 @@ public:
     }
     void append(const QString& delta) {
         if (isListed())
-            session_.setMessageContent(index_, session_.messages()[index_].content + delta);
+            session_.appendToMessage(index_, delta);
     }
 
 private:
+    void begin() {
+        const auto message = ChatMessage::make(ChatMessage::Role::assistant, {}, clock_.now());
+        index_ = session_.messages().size();
+        id_ = message.id;
+        session_.appendMessage(message);
+    }
     bool isListed() const {
         const auto& messages = session_.messages();
         return index_ < messages.size() && messages[index_].id == id_;
@@ -69,18 +74,19 @@ Task<bool> LocalToolChat::isReachable(QString endpoint, std::chrono::millisecond
     return LocalDirectClient::isReachable(&with_.http, std::move(endpoint), timeout);
 }
 
-Task<> LocalToolChat::runDirectLocal(QString prompt) {
+Task<TurnEnd> LocalToolChat::runDirectLocal(QString prompt) {
     AppSession& session = with_.session;
     const QString model =
         session.selectedLocalModel().isEmpty() ? session.localLLMModel() : session.selectedLocalModel();
     const QJsonArray tools = LocalToolRegistry::isToolCapable(model) ? LocalToolRegistry::schemas() : QJsonArray();
-    LocalChatRequest request = requestWith(model, tools, session.messages());
+    const std::vector<ChatMessage> history = session.messages();
     Writing writing(with_);
     QString failure;
     try {
+        LocalChatRequest request = requestWith(model, tools, history);
         const QString text = co_await converse(&request, !tools.isEmpty(), &writing);
         finish(prompt, text, model);
-        co_return;
+        co_return TurnEnd{.failed = false, .text = text};
     } catch (const Cancelled&) {
         failure = transportFaultText(TransportFault::cancelled);
     } catch (const std::exception& error) {
@@ -89,6 +95,7 @@ Task<> LocalToolChat::runDirectLocal(QString prompt) {
     session.setLastError(failure);
     writing.set(QStringLiteral("⚠️ ") + failure);
     session.setIsStreaming(false);
+    co_return TurnEnd{.failed = true, .text = failure};
 }
 
 Task<QString> LocalToolChat::converse(LocalChatRequest* request, bool hasTools, Writing* writing) {
@@ -101,7 +108,7 @@ Task<QString> LocalToolChat::converse(LocalChatRequest* request, bool hasTools, 
             co_return reply.text;
         request->addToolCalls(reply.text, reply.toolCalls);
         if (!reply.text.isEmpty())
-            writing->beginMessage();
+            writing->goOnInNewMessage();
         co_await runTools(reply.toolCalls, request, writing);
         writing->set({});
     }

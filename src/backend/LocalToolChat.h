@@ -27,7 +27,7 @@ public:
 
     Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override;
     /// A failure, a cancellation included, becomes the message and the session's `lastError`. Never fails.
-    Task<> runDirectLocal(QString prompt) override;
+    Task<TurnEnd> runDirectLocal(QString prompt) override;
     bool isFiling() const override { return !filings_.empty(); }
     Task<> filed(std::chrono::milliseconds limit) override;
 

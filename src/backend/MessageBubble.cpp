@@ -1,5 +1,7 @@
 #include "backend/MessageBubble.h"
 
+#include <QUrl>
+
 namespace vennic::MessageBubble {
 
 namespace {
@@ -45,11 +47,12 @@ QString plainContent(ChatMessage::Role role, const QString& text) {
     return plain;
 }
 
-bool handleURL(const QUrl& url, const LinkActions& actions) {
-    if (url.scheme() != u"vennic")
+bool handleURL(const QString& address, const LinkActions& actions) {
+    if (!address.startsWith(u"vennic:")) // a QUrl spells every scheme in lower case
         return false;
+    const QUrl url(address);
     const QStringList parts = components(url);
-    if (parts.size() < 2)
+    if (!url.isValid() || parts.size() < 2)
         return true;
     if (url.host() == u"local_file" && parts[0] == u"open")
         actions.openDocument(QUrl::fromPercentEncoding(parts[1].toLatin1()));

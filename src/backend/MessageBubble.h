@@ -2,8 +2,6 @@
 #include "base/InlineMarkdown.h"
 #include "core/Models.h"
 
-#include <QUrl>
-
 #include <functional>
 
 namespace vennic {
@@ -22,8 +20,9 @@ struct LinkActions {
     std::function<void(const QString& id)> openDocument; // a handle of the document cache
     std::function<void(const QString& percentEncodedIdentifier)> openPhoto;
 };
-/// Follows a link of the program's own. False for any other, which is the system's to open.
-bool handleURL(const QUrl& url, const LinkActions& actions);
+/// Follows a link of the program's own. False for any other, which is the system's to open; an address whose scheme is
+/// not spelled in lower case is such another.
+bool handleURL(const QString& address, const LinkActions& actions);
 
 } // namespace MessageBubble
 } // namespace vennic

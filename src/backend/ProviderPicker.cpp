@@ -1,11 +1,14 @@
 #include "backend/ProviderPicker.h"
 
 #include "base/Localized.h"
+#include "base/Pool.h"
 #include "localllm/LocalLLMCatalog.h"
 
 namespace vennic {
 
 namespace {
+
+constexpr int mostOffered = 200; // cloud models in all; whoever scrolls further has lost their way
 
 Provider providerOf(const QString& slug) { return fromRawValue<Provider>(slug).value_or(Provider::openai); }
 
@@ -63,11 +66,13 @@ std::vector<ProviderPicker::Section> ProviderPicker::cloudSections() const {
     if (with_.catalog.providers().empty())
         return {Section{{}, fixedItems()}};
     std::vector<Section> sections;
+    int offered = 0;
     for (const CloudProvider& provider : with_.catalog.providers()) {
         Section section{provider.label(), {}};
         for (const CloudModel& model : provider.models) {
-            if (!model.isOffered())
+            if (!model.isOffered() || offered == mostOffered)
                 continue;
+            ++offered;
             Item item{.action = Item::Action::cloudModel,
                       .title = model.label(),
                       .subtitle = {},
@@ -106,9 +111,7 @@ ProviderPicker::Section ProviderPicker::localSection() const {
                              .current = isCurrent(Provider::local) && with_.session.selectedLocalModel().isEmpty(),
                              .providerSlug = {},
                              .model = {}});
-    QStringList ids = with_.downloadedIds().values();
-    ids.sort();
-    for (const QString& id : ids)
+    for (const QString& id : downloaded_)
         section.items.push_back(localItem(id));
     if (with_.manageModels)
         section.items.push_back({.action = Item::Action::manageModels,
@@ -155,6 +158,21 @@ void ProviderPicker::choose(const Item& item) {
     }
 }
 
-void ProviderPicker::appear() { jobs_.start(refresh(&with_.catalog)); }
+void ProviderPicker::appear() {
+    jobs_.start(refresh(&with_.catalog));
+    if (!std::exchange(isReadingDisk_, true))
+        jobs_.start(readDisk());
+}
+
+Task<> ProviderPicker::readDisk() {
+    const QSet<QString> ids = co_await onPool(with_.downloadedIds);
+    isReadingDisk_ = false;
+    QStringList sorted(ids.begin(), ids.end());
+    sorted.sort();
+    if (sorted == downloaded_)
+        co_return;
+    downloaded_ = std::move(sorted);
+    Q_EMIT sectionsChanged();
+}
 
 } // namespace vennic

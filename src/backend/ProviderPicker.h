@@ -39,7 +39,7 @@ public:
     struct Surroundings {
         AppSession& session;
         CloudCatalog& catalog;
-        std::function<QSet<QString>()> downloadedIds; // identifiers of the local models on disk
+        std::function<QSet<QString>()> downloadedIds; // identifiers of the local models on disk; run on the pool
         std::function<void()> manageModels;           // opens the settings of the local model; may be empty
     };
 
@@ -52,7 +52,8 @@ public:
     /// The menu as it is now: cloud first, then local.
     std::vector<Section> sections() const;
     void choose(const Item& item);
-    /// To be called when the picker appears.
+    /// To be called when the picker appears: fetches what is offered by now, in the cloud and on the disk. Until that
+    /// has come the menu offers what was there the last time.
     Q_INVOKABLE void appear();
 
 Q_SIGNALS:
@@ -67,8 +68,11 @@ private:
     Section localSection() const;
     Item localItem(const QString& id) const;
     bool isCurrent(Provider provider) const;
+    Task<> readDisk();
 
     Surroundings with_;
+    QStringList downloaded_; // in ascending order
+    bool isReadingDisk_ = false;
     Scope jobs_;
 };
 

@@ -1,9 +1,9 @@
 #pragma once
 #include "base/MainQueue.h"
+#include "base/StopsAtEnd.h"
 #include "base/Task.h"
 
 #include <functional>
-#include <stop_token>
 #include <tuple>
 
 namespace vennic {
@@ -67,14 +67,6 @@ public:
     ~PlaceGivenUp();
 };
 
-struct Interest {
-    std::stop_source source;
-    Interest() = default;
-    Interest(const Interest&) = delete;
-    Interest& operator=(const Interest&) = delete;
-    ~Interest() { source.request_stop(); }
-};
-
 } // namespace detail
 
 /// As `onPool`, for work that waits for something outside, perhaps for hours: it takes no place away from other work.
@@ -82,7 +74,7 @@ struct Interest {
 /// the waiting job was cancelled or its owner has ended. It has to end soon then: the program's end waits for it.
 template <class F, class... A>
 auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::stop_token, A...>> {
-    const detail::Interest interest;
+    const StopsAtEnd interest;
     auto apart = [work = std::move(work)](auto&&... given) mutable {
         const detail::PlaceGivenUp place;
         return work(std::forward<decltype(given)>(given)...);

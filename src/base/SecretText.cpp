@@ -45,7 +45,7 @@ QByteArrayView SecretText::reveal() const noexcept { return page_ ? page_->view(
 SecretText SecretText::trimmed() const {
     QString text = QString::fromUtf8(reveal());
     QByteArray bytes = QStringView{text}.trimmed().toUtf8();
-    text.fill(QChar{});
+    wipe(text);
     SecretText result{bytes};
     wipe(bytes);
     return result;
@@ -68,6 +68,12 @@ void wipe(QByteArray& bytes) noexcept {
     if (!bytes.isEmpty() && bytes.isDetached())
         explicit_bzero(bytes.data(), static_cast<std::size_t>(bytes.size()));
     bytes.clear();
+}
+
+void wipe(QString& text) noexcept {
+    if (!text.isEmpty() && text.isDetached())
+        explicit_bzero(text.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));
+    text.clear();
 }
 
 } // namespace vennic

@@ -27,7 +27,8 @@ private:
 
 QDebug operator<<(QDebug debug, const SecretText& secret);
 
-/// Overwrites the bytes of a temporary that held a secret.
+/// Overwrites a temporary that held a secret, unless somebody shares it, and empties it.
 void wipe(QByteArray& bytes) noexcept;
+void wipe(QString& text) noexcept;
 
 } // namespace vennic

@@ -119,6 +119,14 @@ void AppSession::setMessageContent(std::size_t index, const QString& content) {
     persistConversation();
 }
 
+void AppSession::appendToMessage(std::size_t index, const QString& delta) {
+    if (index >= messages_.size())
+        return;
+    messages_[index].content += delta;
+    Q_EMIT messagesChanged();
+    persistConversation();
+}
+
 void AppSession::setDiscussionId(std::optional<qint64> id) {
     publish(discussionId_, id, &AppSession::discussionIdChanged);
     if (discussionId_)

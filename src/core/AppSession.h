@@ -108,6 +108,8 @@ public:
     void appendMessage(ChatMessage message);
     /// Replaces the text of the message at `index`; an index beyond the end changes nothing.
     void setMessageContent(std::size_t index, const QString& content);
+    /// Adds to the text of the message at `index`; an index beyond the end changes nothing.
+    void appendToMessage(std::size_t index, const QString& delta);
     void setDiscussionId(std::optional<qint64> id);
     void setIsStreaming(bool streaming);
     void setLastError(const std::optional<QString>& error);

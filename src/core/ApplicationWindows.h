@@ -21,7 +21,8 @@ public:
     virtual ~ApplicationWindows() = default;
     /// Every window, shown or not, oldest first.
     virtual std::vector<ApplicationWindow> windows() const = 0;
-    /// Makes this the program that the user works with.
+    /// Makes this the program that the user works with. Nothing where the desktop gives the keyboard to windows instead
+    /// of programs: each window asks for it when it comes up.
     virtual void activate() = 0;
     /// Asks for the settings window, which may come up later. Its tab stands in the preferences. Raises LocalizedError
     /// when there is nothing to show it on.

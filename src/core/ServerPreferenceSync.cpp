@@ -68,10 +68,12 @@ void ServerPreferenceSync::apply(AppSession& session, const UserPrefs& prefs) {
 }
 
 void ServerPreferenceSync::schedule(AppSession* session) {
-    if (isHydrating_ || !session->isAuthenticated() || !session->userId())
+    const auto token = session->userToken();
+    const auto user = session->userId();
+    if (isHydrating_ || !session->isAuthenticated() || !token || !user)
         return;
     syncTask_.cancel();
-    syncTask_ = jobs_.start(push(*session->userToken(), *session->userId(), snapshot(*session)));
+    syncTask_ = jobs_.start(push(*token, *user, snapshot(*session)));
 }
 
 Task<> ServerPreferenceSync::push(SecretText token, qint64 userId, UserPrefsChange change) {

@@ -14,13 +14,15 @@ public:
                               UserPresence& presence)
         : service_(std::move(service)), vault_(vaultPath, presence) {}
 
-    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override {
+    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt,
+                              const std::stop_token& stop) override {
         const auto protection = vault_.protectionOf(item);
         if (!protection)
-            return service_->read(item, prompt);
-        const auto kept = vault_.read(item, prompt);
+            return service_->read(item, prompt, stop);
+        const auto kept = vault_.read(item, prompt, stop);
         if (kept.data)
-            takeOver(item, *kept.data, {protection->requiresUserPresence, prompt.has_value()});
+            // Beside the main thread nobody is asked a second time: it can't be taken back.
+            takeOver(item, *kept.data, {protection->requiresUserPresence, prompt && !stop.stop_possible()});
         return kept;
     }
     CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override {
@@ -48,7 +50,11 @@ private:
         if (removed != CredentialStatus::success && removed != CredentialStatus::itemNotFound)
             return;
         if (service_->add(item, data, protection) == CredentialStatus::success)
-            vault_.remove(item);
+            giveUp(item);
+    }
+    void giveUp(const CredentialItem& item) {
+        if (vault_.remove(item) == CredentialStatus::itemNotFound) // removed meanwhile: it is to be nowhere
+            service_->remove(item);
     }
 
     std::unique_ptr<CredentialStoreSecretService> service_;
@@ -57,7 +63,11 @@ private:
 
 } // namespace
 
+bool isVaultChosen() { return qgetenv("VENNIC_CREDENTIALS") == "file"; }
+
 std::unique_ptr<CredentialStore> makeCredentialStore(UserPresence& presence, const QString& vaultPath) {
+    if (isVaultChosen())
+        return std::make_unique<CredentialStoreFile>(vaultPath, presence);
     auto service = std::make_unique<CredentialStoreSecretService>(presence);
     if (!service->answers())
         return std::make_unique<CredentialStoreFile>(vaultPath, presence);

@@ -77,8 +77,9 @@ bool writeAll(int fd, QByteArrayView bytes) {
 CredentialStoreFile::CredentialStoreFile(QString path, UserPresence& presence)
     : path_(std::move(path)), presence_(presence) {}
 
-CredentialReadResult CredentialStoreFile::read(const CredentialItem& item, const std::optional<QString>& prompt) {
-    const Content content = load();
+CredentialReadResult CredentialStoreFile::read(const CredentialItem& item, const std::optional<QString>& prompt,
+                                               const std::stop_token& stop) {
+    const Content content = this->content();
     if (content.condition != Condition::sound)
         return {CredentialStatus::ioFailed, std::nullopt};
     const auto found = std::find_if(content.entries.begin(), content.entries.end(),
@@ -86,7 +87,7 @@ CredentialReadResult CredentialStoreFile::read(const CredentialItem& item, const
     if (found == content.entries.end())
         return {CredentialStatus::itemNotFound, std::nullopt};
     if (found->requiresUserPresence) {
-        if (const auto status = confirmedBy(presence_, prompt); status != CredentialStatus::success)
+        if (const auto status = confirmedBy(presence_, prompt, stop); status != CredentialStatus::success)
             return {status, std::nullopt};
     }
     return {CredentialStatus::success, found->data};
@@ -98,6 +99,7 @@ CredentialStatus CredentialStoreFile::add(const CredentialItem& item, const Secr
         return CredentialStatus::dataTooLarge;
     if (protection.requiresUserPresence && !canRequireUserPresence())
         return CredentialStatus::authFailed;
+    const std::scoped_lock lock(file_);
     Content content = load();
     if (content.condition == Condition::unreadable || (content.condition == Condition::damaged && !setAside()))
         return CredentialStatus::ioFailed;
@@ -109,6 +111,7 @@ CredentialStatus CredentialStoreFile::add(const CredentialItem& item, const Secr
 }
 
 CredentialStatus CredentialStoreFile::remove(const CredentialItem& item) {
+    const std::scoped_lock lock(file_);
     Content content = load();
     if (content.condition != Condition::sound)
         return CredentialStatus::ioFailed;
@@ -118,7 +121,7 @@ CredentialStatus CredentialStoreFile::remove(const CredentialItem& item) {
 }
 
 std::optional<CredentialProtection> CredentialStoreFile::protectionOf(const CredentialItem& item) const {
-    for (const Entry& entry : load().entries) {
+    for (const Entry& entry : content().entries) {
         if (entry.item == item)
             return CredentialProtection{entry.requiresUserPresence};
     }
@@ -141,6 +144,11 @@ void CredentialStoreFile::removeLeftovers() const {
         if (name.startsWith(vault.fileName()) && ending.match(name.mid(vault.fileName().size())).hasMatch())
             unlink(QFile::encodeName(vault.absoluteDir().filePath(name)).constData());
     }
+}
+
+CredentialStoreFile::Content CredentialStoreFile::content() const {
+    const std::scoped_lock lock(file_);
+    return load();
 }
 
 CredentialStoreFile::Content CredentialStoreFile::load() const {

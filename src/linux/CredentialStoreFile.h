@@ -2,6 +2,7 @@
 #include "ports/CredentialStore.h"
 #include "ports/UserPresence.h"
 
+#include <mutex>
 #include <vector>
 
 namespace vennic {
@@ -17,7 +18,8 @@ public:
     /// `presence` outlives the store.
     CredentialStoreFile(QString path, UserPresence& presence);
 
-    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override;
+    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt,
+                              const std::stop_token& stop = {}) override;
     CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override;
     CredentialStatus remove(const CredentialItem& item) override;
     bool canRequireUserPresence() override { return presence_.isAvailable(); }
@@ -38,6 +40,8 @@ private:
         std::vector<Entry> entries;
     };
 
+    /// Reads the file, as one step with what a writer does. The rest expects `file_` to be held.
+    Content content() const;
     Content load() const;
     static Content parse(const QByteArray& bytes);
     /// Whether nobody but its owner can put another file in this one's place. A missing folder will be made so.
@@ -48,6 +52,7 @@ private:
 
     QString path_;
     UserPresence& presence_;
+    mutable std::mutex file_; // one after another, and never held while the user is asked
     mutable bool tidied_ = false;
 };
 

@@ -79,15 +79,16 @@ CredentialStoreSecretService::CredentialStoreSecretService(UserPresence& presenc
 bool CredentialStoreSecretService::answers() { return Session(*this).status() == CredentialStatus::success; }
 
 CredentialReadResult CredentialStoreSecretService::read(const CredentialItem& item,
-                                                        const std::optional<QString>& prompt) {
+                                                        const std::optional<QString>& prompt,
+                                                        const std::stop_token& stop) {
     const Session session(*this);
     if (session.status() != CredentialStatus::success)
         return {session.status(), std::nullopt};
     Found found;
-    if (const auto status = find(item, prompt ? Asking::yes : Asking::no, found); status != CredentialStatus::success)
+    if (const auto status = find(item, {prompt.has_value(), stop}, found); status != CredentialStatus::success)
         return {status, std::nullopt};
     const QDBusObjectPath path = found.unlocked.first();
-    if (const auto status = confirmPresence(path, prompt); status != CredentialStatus::success)
+    if (const auto status = confirmPresence(path, prompt, stop); status != CredentialStatus::success)
         return {status, std::nullopt};
     const auto reply =
         call(path.path(), itemInterface, QStringLiteral("GetSecret"), {QVariant::fromValue(session.path())});
@@ -107,7 +108,7 @@ CredentialStatus CredentialStoreSecretService::add(const CredentialItem& item, c
         return CredentialStatus::dataTooLarge;
     if (protection.requiresUserPresence && !canRequireUserPresence())
         return CredentialStatus::authFailed;
-    const Asking asking = protection.mayAskUser ? Asking::yes : Asking::no;
+    const Asking asking{protection.mayAskUser, {}};
     const Session session(*this);
     if (session.status() != CredentialStatus::success)
         return session.status();
@@ -140,7 +141,7 @@ CredentialStatus CredentialStoreSecretService::remove(const CredentialItem& item
     if (session.status() != CredentialStatus::success)
         return session.status();
     Found found;
-    if (const auto status = find(item, Asking::no, found); status != CredentialStatus::success)
+    if (const auto status = find(item, {}, found); status != CredentialStatus::success)
         return status;
     for (const QDBusObjectPath& path : found.unlocked) {
         const auto reply = call(path.path(), itemInterface, QStringLiteral("Delete"), {});
@@ -176,7 +177,7 @@ CredentialStatus CredentialStoreSecretService::search(const CredentialItem& item
     return CredentialStatus::success;
 }
 
-CredentialStatus CredentialStoreSecretService::find(const CredentialItem& item, Asking asking, Found& found) {
+CredentialStatus CredentialStoreSecretService::find(const CredentialItem& item, const Asking& asking, Found& found) {
     if (const auto status = search(item, found); status != CredentialStatus::success)
         return status;
     if (!found.unlocked.isEmpty())
@@ -205,8 +206,8 @@ bool CredentialStoreSecretService::isLocked(const QString& collection) {
     return locked && locked->toBool();
 }
 
-CredentialStatus CredentialStoreSecretService::unlock(const QDBusObjectPath& what, Asking asking) {
-    if (asking == Asking::no)
+CredentialStatus CredentialStoreSecretService::unlock(const QDBusObjectPath& what, const Asking& asking) {
+    if (!asking.allowed)
         return CredentialStatus::interactionNotAllowed;
     const auto reply =
         call(root, serviceInterface, QStringLiteral("Unlock"), {QVariant::fromValue(QList<QDBusObjectPath>{what})});
@@ -217,11 +218,11 @@ CredentialStatus CredentialStoreSecretService::unlock(const QDBusObjectPath& wha
 }
 
 // The collection that new items go to: the default one, made and unlocked if need be and allowed.
-CredentialStatus CredentialStoreSecretService::usableCollection(Asking asking, QString& collection) {
+CredentialStatus CredentialStoreSecretService::usableCollection(const Asking& asking, QString& collection) {
     collection = defaultCollection();
     if (!collection.isEmpty())
         return isLocked(collection) ? unlock(QDBusObjectPath(collection), asking) : CredentialStatus::success;
-    if (asking == Asking::no)
+    if (!asking.allowed)
         return CredentialStatus::interactionNotAllowed;
     const QVariantMap properties{{QStringLiteral("org.freedesktop.Secret.Collection.Label"), QStringLiteral("Vennic")}};
     const auto reply =
@@ -236,10 +237,10 @@ CredentialStatus CredentialStoreSecretService::usableCollection(Asking asking, Q
     return collection.isEmpty() ? CredentialStatus::internal : CredentialStatus::success;
 }
 
-CredentialStatus CredentialStoreSecretService::runPrompt(const QDBusObjectPath& prompt, Asking asking) {
-    if (asking == Asking::no)
+CredentialStatus CredentialStoreSecretService::runPrompt(const QDBusObjectPath& prompt, const Asking& asking) {
+    if (!asking.allowed)
         return CredentialStatus::interactionNotAllowed;
-    switch (runSecretPrompt(bus_.connection(), service, prompt.path(), asLongAsAPersonTakes)) {
+    switch (runSecretPrompt(bus_.connection(), service, prompt.path(), asLongAsAPersonTakes, asking.stop)) {
     case SecretPromptOutcome::completed:
         return CredentialStatus::success;
     case SecretPromptOutcome::dismissed:
@@ -251,13 +252,14 @@ CredentialStatus CredentialStoreSecretService::runPrompt(const QDBusObjectPath& 
 }
 
 CredentialStatus CredentialStoreSecretService::confirmPresence(const QDBusObjectPath& item,
-                                                               const std::optional<QString>& prompt) {
+                                                               const std::optional<QString>& prompt,
+                                                               const std::stop_token& stop) {
     const auto attributes = property(item.path(), itemInterface, QStringLiteral("Attributes"));
     if (!attributes) // whether it asks for the user can't be told: it stays closed
         return CredentialStatus::internal;
     if (!qdbus_cast<SecretAttributes>(*attributes).contains(presenceAttribute))
         return CredentialStatus::success;
-    return confirmedBy(presence_, prompt);
+    return confirmedBy(presence_, prompt, stop);
 }
 
 } // namespace vennic

@@ -21,7 +21,8 @@ public:
     /// Whether a service answers on the session bus, started by it if need be.
     bool answers();
 
-    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override;
+    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt,
+                              const std::stop_token& stop = {}) override;
     CredentialStatus add(const CredentialItem& item, const SecretText& data, CredentialProtection protection) override;
     CredentialStatus remove(const CredentialItem& item) override;
     bool canRequireUserPresence() override { return presence_.isAvailable(); }
@@ -33,20 +34,25 @@ private:
         QList<QDBusObjectPath> unlocked;
         QList<QDBusObjectPath> locked;
     };
-    enum class Asking { no, yes };
+    /// Whether the user may be asked, and until when.
+    struct Asking {
+        bool allowed = false;
+        std::stop_token stop;
+    };
 
     QDBusMessage call(const QString& path, const QString& interface, const QString& method,
                       const QVariantList& arguments);
     std::optional<QVariant> property(const QString& path, const QString& interface, const QString& name);
     CredentialStatus search(const CredentialItem& item, Found& found);
     /// Looks for the item and, if need be and allowed, unlocks what keeps it: itemNotFound only where that is sure.
-    CredentialStatus find(const CredentialItem& item, Asking asking, Found& found);
+    CredentialStatus find(const CredentialItem& item, const Asking& asking, Found& found);
     QString defaultCollection();
     bool isLocked(const QString& collection);
-    CredentialStatus unlock(const QDBusObjectPath& what, Asking asking);
-    CredentialStatus usableCollection(Asking asking, QString& collection);
-    CredentialStatus runPrompt(const QDBusObjectPath& prompt, Asking asking);
-    CredentialStatus confirmPresence(const QDBusObjectPath& item, const std::optional<QString>& prompt);
+    CredentialStatus unlock(const QDBusObjectPath& what, const Asking& asking);
+    CredentialStatus usableCollection(const Asking& asking, QString& collection);
+    CredentialStatus runPrompt(const QDBusObjectPath& prompt, const Asking& asking);
+    CredentialStatus confirmPresence(const QDBusObjectPath& item, const std::optional<QString>& prompt,
+                                     const std::stop_token& stop);
 
     UserPresence& presence_;
     DBusLink bus_{DBusLink::Bus::session};

@@ -11,7 +11,7 @@ namespace vennic {
 namespace {
 
 constexpr qint64 maxHeaderBytes = 256LL * 1024;
-constexpr int totalDeadlineFactor = 4;
+constexpr int usualDeadlineFactor = 4;
 
 // RFC 9110, 5.6.2: what a method and a field name are made of.
 bool isToken(QByteArrayView text) {
@@ -19,6 +19,10 @@ bool isToken(QByteArrayView text) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
                QByteArrayView("!#$%&'*+-.^_`|~").contains(c);
     });
+}
+
+std::chrono::milliseconds usable(std::chrono::milliseconds limit) {
+    return std::clamp<std::chrono::milliseconds>(limit, std::chrono::milliseconds{1}, std::chrono::hours{24});
 }
 
 bool isIdempotent(const QByteArray& method) { return method == "GET" || method == "HEAD"; }
@@ -229,6 +233,7 @@ qint64 CurlTransfer::announcedBytes() const {
 
 std::size_t CurlTransfer::pause() {
     paused_ = true;
+    pausedAt_ = std::chrono::steady_clock::now();
     return CURL_WRITEFUNC_PAUSE;
 }
 
@@ -236,6 +241,7 @@ void CurlTransfer::goOn() {
     if (!std::exchange(paused_, false) || !onTheLoop_)
         return;
     lastMoved_ = std::chrono::steady_clock::now();
+    begun_ += lastMoved_ - pausedAt_;
     curl_easy_pause(easy_, CURLPAUSE_CONT);
     if (onTheLoop_)
         watchTime();
@@ -255,13 +261,15 @@ int CurlTransfer::onReadyToSend(void* self, char*, char*, int, int) {
 
 void CurlTransfer::wireMoved() { lastMoved_ = std::chrono::steady_clock::now(); }
 
-// One timer for both limits: it is set for the nearer one and looks again when it fires, so bytes cost no timer.
+// One timer for both limits: it is set for the nearer one and looks again when it fires, so bytes cost no timer. While
+// the exchange is paused there is nothing to look at.
 void CurlTransfer::watchTime() {
-    const auto silence =
-        std::clamp<std::chrono::milliseconds>(request_.timeout, std::chrono::milliseconds{1}, std::chrono::hours{24});
+    if (paused_)
+        return;
+    const auto silence = usable(request_.timeout);
+    const auto total = request_.deadline ? usable(*request_.deadline) : usualDeadlineFactor * silence;
     const auto now = std::chrono::steady_clock::now();
-    const auto deadline = begun_ + totalDeadlineFactor * silence;
-    const auto due = paused_ ? deadline : std::min(lastMoved_ + silence, deadline);
+    const auto due = std::min(lastMoved_ + silence, begun_ + total);
     if (now < due) {
         timer_.start(std::chrono::ceil<std::chrono::milliseconds>(due - now));
         return;

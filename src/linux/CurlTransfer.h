@@ -44,7 +44,7 @@ protected:
     qint64 announcedBytes() const;
     /// Fails the exchange: more came than may come. To be returned by `takeBody`.
     std::size_t overflow();
-    /// What `takeBody` gives for CURL_WRITEFUNC_PAUSE. The peer's silence no longer counts: it is we who keep it
+    /// What `takeBody` gives for CURL_WRITEFUNC_PAUSE. Time stands still until `goOn`: it is we who keep the peer
     /// waiting.
     std::size_t pause();
     /// Takes up what was paused, if it was.
@@ -89,6 +89,7 @@ private:
 
     Instant begun_;
     Instant lastMoved_;
+    Instant pausedAt_;
     QTimer timer_;
 };
 

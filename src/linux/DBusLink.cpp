@@ -1,6 +1,8 @@
 #include "linux/DBusLink.h"
 
 #include <QDBusError>
+#include <QDBusPendingCallWatcher>
+#include <QEventLoop>
 
 #include <atomic>
 
@@ -21,6 +23,25 @@ QString addressOf(DBusLink::Bus bus) {
     return runtime.isEmpty() ? QString() : QStringLiteral("unix:path=%1/bus").arg(runtime);
 }
 
+QDBusMessage methodCall(const QString& service, const QString& path, const QString& interface, const QString& method,
+                        const QVariantList& arguments) {
+    auto message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+QDBusMessage answerUntilStopped(const QDBusConnection& bus, const QDBusMessage& message, int timeout,
+                                const std::stop_token& stop) {
+    QEventLoop loop;
+    const QDBusPendingCallWatcher answer(bus.asyncCall(message, timeout));
+    QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    const std::stop_callback told(
+        stop, [&loop] { QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection); });
+    loop.exec();
+    return answer.isFinished() ? answer.reply()
+                               : message.createErrorReply(QDBusError::NoReply, QStringLiteral("given up"));
+}
+
 } // namespace
 
 DBusLink::DBusLink(Bus bus) : bus_(bus) {
@@ -31,6 +52,7 @@ DBusLink::DBusLink(Bus bus) : bus_(bus) {
 DBusLink::~DBusLink() { QDBusConnection::disconnectFromBus(name_); }
 
 QDBusConnection DBusLink::connection() {
+    const std::scoped_lock lock(opening_);
     if (QDBusConnection current(name_); current.isConnected())
         return current;
     QDBusConnection::disconnectFromBus(name_);
@@ -40,12 +62,24 @@ QDBusConnection DBusLink::connection() {
 
 QDBusMessage DBusLink::call(const QString& service, const QString& path, const QString& interface,
                             const QString& method, const QVariantList& arguments, std::chrono::milliseconds timeout) {
-    auto message = QDBusMessage::createMethodCall(service, path, interface, method);
-    message.setArguments(arguments);
-    auto bus = connection();
+    return call(service, path, interface, method, arguments, timeout, {});
+}
+
+QDBusMessage DBusLink::call(const QString& service, const QString& path, const QString& interface,
+                            const QString& method, const QVariantList& arguments, std::chrono::milliseconds timeout,
+                            const std::stop_token& stop) {
+    const auto message = methodCall(service, path, interface, method, arguments);
+    const auto bus = connection();
     if (!bus.isConnected())
         return message.createErrorReply(QDBusError::Disconnected, QStringLiteral("no bus"));
-    return bus.call(message, QDBus::Block, static_cast<int>(timeout.count()));
+    const auto milliseconds = static_cast<int>(timeout.count());
+    return stop.stop_possible() ? answerUntilStopped(bus, message, milliseconds, stop)
+                                : bus.call(message, QDBus::Block, milliseconds);
+}
+
+void DBusLink::send(const QString& service, const QString& path, const QString& interface, const QString& method,
+                    const QVariantList& arguments) {
+    connection().send(methodCall(service, path, interface, method, arguments));
 }
 
 bool meansNobodyAnswers(const QDBusMessage& reply) {

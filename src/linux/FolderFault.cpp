@@ -14,7 +14,7 @@ QString folderFault(int error) {
         return QStringLiteral("ce n'est pas un dossier");
     case EACCES:
     case EPERM:
-        return QStringLiteral("vous n'avez pas l'autorisation d'y accéder");
+        return QStringLiteral("tu n'as pas l'autorisation d'y accéder");
     case ELOOP:
         return QStringLiteral("ses liens symboliques ne mènent nulle part");
     case ENAMETOOLONG:

@@ -1,6 +1,4 @@
 #pragma once
-#include "base/LocalizedError.h"
-
 // GIO's headers use "signals" as a name, which Qt leaves alone with QT_NO_KEYWORDS.
 #include <gio/gio.h>
 #include <memory>
@@ -22,14 +20,5 @@ struct GlibFree {
 };
 using GlibText = std::unique_ptr<gchar, GlibFree>;
 using GlibTexts = std::unique_ptr<gchar*, GlibFree>;
-
-/// Raises the error in GLib's own words, which are in the user's language, without the name that D-Bus gives it.
-/// Takes the error.
-[[noreturn]] inline void raiseGlibError(GError* error) {
-    g_dbus_error_strip_remote_error(error);
-    const QString words = QString::fromUtf8(error->message);
-    g_error_free(error);
-    throw LocalizedError(words);
-}
 
 } // namespace vennic

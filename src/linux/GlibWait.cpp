@@ -1,5 +1,8 @@
 #include "linux/GlibWait.h"
 
+#include "base/LocalizedError.h"
+#include "linux/GlibFault.h"
+
 namespace vennic {
 
 namespace {

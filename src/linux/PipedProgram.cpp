@@ -1,6 +1,8 @@
 #include "linux/PipedProgram.h"
 
+#include "base/LocalizedError.h"
 #include "base/SystemReason.h"
+#include "linux/GlibFault.h"
 #include "linux/GlibOwned.h"
 #include "linux/ProgramOfTheUser.h"
 #include "linux/StopDescriptor.h"
@@ -65,54 +67,92 @@ bool isReadable(int descriptor, int milliseconds) {
     return ready > 0;
 }
 
-GlibTexts environmentForTheUser() {
+GlibTexts environmentForTheUser(const ProgramCommand& command) {
     gchar** environment = g_get_environ();
     for (const char* const* name = variablesOfThisProcess(); *name != nullptr; ++name)
         environment = g_environ_unsetenv(environment, *name);
+    for (const auto& [name, value] : command.variables)
+        environment = g_environ_setenv(environment, name.toUtf8().constData(), QFile::encodeName(value), TRUE);
     return GlibTexts(environment);
 }
 
-} // namespace
-
-PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments,
-                           const std::optional<QByteArray>& input)
-    : input_(input.value_or(QByteArray())) {
-    std::vector<QByteArray> words{QFile::encodeName(executable)};
-    words.reserve(static_cast<std::size_t>(arguments.size()) + 1);
-    for (const QString& argument : arguments) {
+std::vector<QByteArray> words(const ProgramCommand& command) {
+    std::vector<QByteArray> words{QFile::encodeName(command.executable)};
+    words.reserve(static_cast<std::size_t>(command.arguments.size()) + 1);
+    for (const QString& argument : command.arguments) {
         if (argument.contains(QChar::Null))
             throw LocalizedError(QStringLiteral("Un argument contient un caractère nul, ce que le système refuse."));
         words.push_back(argument.toUtf8());
     }
-    std::vector<const gchar*> given;
-    given.reserve(words.size() + 1);
-    for (const QByteArray& word : words)
-        given.push_back(word.constData());
-    given.push_back(nullptr);
-    const gchar* const home = g_get_home_dir();
+    return words;
+}
+
+} // namespace
+
+/// What the program's streams are: a descriptor of ours is used as it is, else the place that is named gets the end of
+/// a new pipe, else there is /dev/null.
+struct PipedProgram::Start {
+    int bothOutputs = -1;
+    int* toInput = nullptr;
+    int* fromOutput = nullptr;
+    int* fromError = nullptr;
+};
+
+PipedProgram::PipedProgram(const QString& executable, const QStringList& arguments,
+                           const std::optional<QByteArray>& input)
+    : input_(input.value_or(QByteArray())) {
     int toInput = -1;
     int fromOutput = -1;
     int fromError = -1;
-    GError* error = nullptr;
-    constexpr auto flags =
-        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES); // NOLINT(*.EnumCastOutOfRange)
-    const auto started = g_spawn_async_with_pipes_and_fds(
-        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser().get(), flags,
-        becomeProgramOfTheUser, nullptr, -1, -1, -1, nullptr, nullptr, 0, &pid_, input ? &toInput : nullptr,
-        &fromOutput, &fromError, &error);
-    if (started == FALSE)
-        raiseGlibError(error);
+    start({executable, arguments},
+          {.toInput = input ? &toInput : nullptr, .fromOutput = &fromOutput, .fromError = &fromError});
     inputPipe_ = FileDescriptor(toInput);
     output_.pipe = FileDescriptor(fromOutput);
     error_.pipe = FileDescriptor(fromError);
     for (const int pipe : {toInput, fromOutput, fromError})
         neverBlock(pipe);
+    follow();
+}
+
+PipedProgram::PipedProgram(const ProgramCommand& command) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        throw LocalizedError(reasonOf(errno));
+    output_.pipe = FileDescriptor(ends[0]);
+    const FileDescriptor written(ends[1]);
+    neverBlock(ends[0]);
+    start(command, {.bothOutputs = ends[1]});
+    follow();
+}
+
+void PipedProgram::start(const ProgramCommand& command, const Start& start) {
+    const std::vector<QByteArray> program = words(command);
+    std::vector<const gchar*> given;
+    given.reserve(program.size() + 1);
+    for (const QByteArray& word : program)
+        given.push_back(word.constData());
+    given.push_back(nullptr);
+    const gchar* const home = g_get_home_dir();
+    GError* error = nullptr;
+    constexpr auto flags =
+        GSpawnFlags(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_CLOEXEC_PIPES); // NOLINT(*.EnumCastOutOfRange)
+    const auto started = g_spawn_async_with_pipes_and_fds(
+        QFileInfo(QFile::decodeName(home)).isDir() ? home : "/", given.data(), environmentForTheUser(command).get(),
+        flags, becomeProgramOfTheUser, nullptr, -1, start.bothOutputs, start.bothOutputs, nullptr, nullptr, 0, &pid_,
+        start.toInput, start.fromOutput, start.fromError, &error);
+    if (started == FALSE) {
+        const std::unique_ptr<GError, decltype(&g_error_free)> reason(error, &g_error_free);
+        throw LocalizedError(QStringLiteral("%1 : %2").arg(command.executable, glibFault(*reason)));
+    }
+}
+
+void PipedProgram::follow() {
     process_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
     if (!process_.isOpen()) {
-        const QString words = reasonOf(errno);
+        const QString reason = reasonOf(errno);
         ::kill(-pid_, SIGKILL);
         ended();
-        throw LocalizedError(words);
+        throw LocalizedError(reason);
     }
 }
 
@@ -123,6 +163,15 @@ PipedProgram::~PipedProgram() {
 
 PipedProgram::End PipedProgram::await(qsizetype mostOutput, std::stop_token stop) {
     mostOutput_ = mostOutput;
+    return serve(std::move(stop));
+}
+
+PipedProgram::End PipedProgram::hear(std::function<void(QByteArray)> heard, std::stop_token stop) {
+    heard_ = std::move(heard);
+    return serve(std::move(stop));
+}
+
+PipedProgram::End PipedProgram::serve(std::stop_token stop) {
     const StopDescriptor stopped(std::move(stop));
     while (true) {
         // A closed one has the number -1, which poll leaves out.
@@ -177,6 +226,10 @@ qsizetype PipedProgram::readSome(Output& from) const {
         from.pipe = FileDescriptor();
     if (count <= 0)
         return 0;
+    if (heard_) {
+        heard_(QByteArray(bytes.data(), count));
+        return count;
+    }
     const qsizetype kept = std::min<qsizetype>(count, mostOutput_ - from.text.size());
     from.text.append(bytes.data(), kept);
     from.isWhole = from.isWhole && kept == count;

@@ -1,9 +1,8 @@
 #pragma once
 #include "linux/FileDescriptor.h"
+#include "ports/ProgramRunner.h"
 
-#include <QByteArray>
-#include <QStringList>
-
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <sys/types.h>
@@ -12,6 +11,8 @@ namespace vennic {
 
 /// A program that runs for the user (see ProgramOfTheUser.h), in the home folder, with pipes as its standard streams,
 /// all of which are served while it runs. Gone with this object.
+///
+/// `await` keeps what it writes; `hear` passes it on.
 class PipedProgram {
 public:
     enum class End {
@@ -29,6 +30,8 @@ public:
     /// Starts it. `executable` is an absolute path; an absent `input` is /dev/null. Raises LocalizedError in the
     /// platform's own words.
     PipedProgram(const QString& executable, const QStringList& arguments, const std::optional<QByteArray>& input);
+    /// The same with nothing to read and one pipe for both outputs, which is `output`.
+    explicit PipedProgram(const ProgramCommand& command);
     ~PipedProgram();
     PipedProgram(const PipedProgram&) = delete;
     PipedProgram& operator=(const PipedProgram&) = delete;
@@ -39,12 +42,18 @@ public:
     ///
     /// What the program leaves behind may hold the pipes open for as long as it likes; it isn't waited for.
     End await(qsizetype mostOutput, std::stop_token stop);
+    /// The same, keeping nothing: `heard` gets what each read of the output gave, and the next read waits for it.
+    End hear(std::function<void(QByteArray)> heard, std::stop_token stop);
 
     int number() const { return number_; }
     const Output& output() const { return output_; }
     const Output& error() const { return error_; }
 
 private:
+    struct Start;
+    void start(const ProgramCommand& command, const Start& start);
+    void follow();
+    End serve(std::stop_token stop);
     void writeSome();
     /// How many bytes were there to be read.
     qsizetype readSome(Output& from) const;
@@ -58,6 +67,7 @@ private:
     QByteArray input_;
     qsizetype written_ = 0;
     qsizetype mostOutput_ = 0;
+    std::function<void(QByteArray)> heard_; // empty where the output is kept
     Output output_;
     Output error_;
     int number_ = 0;

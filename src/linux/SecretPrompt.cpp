@@ -17,7 +17,8 @@ const QString& interface() {
 }
 
 SecretPromptOutcome runHere(QDBusConnection connection, const QString& service, const QString& path,
-                            std::chrono::milliseconds patience) {
+                            std::chrono::milliseconds patience, const std::stop_token& stop) {
+    qRegisterMetaType<QDBusVariant>("QDBusVariant"); // the signal's, which nobody may have needed before
     SecretPromptReceiver receiver;
     QEventLoop loop;
     QObject::connect(&receiver, &SecretPromptReceiver::ended, &loop, &QEventLoop::quit);
@@ -28,13 +29,16 @@ SecretPromptOutcome runHere(QDBusConnection connection, const QString& service, 
     show.setArguments({QString()}); // no window that it belongs to
     if (connection.call(show, QDBus::Block, 5000).type() == QDBusMessage::ErrorMessage)
         return SecretPromptOutcome::failed;
-    bool late = false;
-    QTimer::singleShot(patience, &loop, [&] {
-        late = true;
+    bool givenUp = false;
+    const auto giveUp = [&] {
+        givenUp = true;
         loop.quit();
-    });
+    };
+    QTimer::singleShot(patience, &loop, giveUp);
+    // From the loop, which may have yet to begin.
+    const std::stop_callback told(stop, [&] { QMetaObject::invokeMethod(&loop, giveUp, Qt::QueuedConnection); });
     loop.exec();
-    if (late) {
+    if (givenUp) {
         connection.call(QDBusMessage::createMethodCall(service, path, interface(), QStringLiteral("Dismiss")),
                         QDBus::NoBlock);
         return SecretPromptOutcome::dismissed;
@@ -50,10 +54,10 @@ void SecretPromptReceiver::completed(bool dismissed, const QDBusVariant&) {
 }
 
 SecretPromptOutcome runSecretPrompt(QDBusConnection connection, const QString& service, const QString& path,
-                                    std::chrono::milliseconds patience) {
+                                    std::chrono::milliseconds patience, const std::stop_token& stop) {
     auto outcome = SecretPromptOutcome::failed;
     const std::unique_ptr<QThread> thread(
-        QThread::create([&] { outcome = runHere(connection, service, path, patience); }));
+        QThread::create([&] { outcome = runHere(connection, service, path, patience, stop); }));
     thread->start();
     thread->wait();
     return outcome;

@@ -82,21 +82,22 @@ UserPresencePolkit::UserPresencePolkit(std::chrono::milliseconds patience) : pat
     qDBusRegisterMetaType<PolkitResult>();
 }
 
-QDBusMessage UserPresencePolkit::check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout) {
+QDBusMessage UserPresencePolkit::check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout,
+                                       const std::stop_token& stop) {
     const PolkitSubject self{QStringLiteral("system-bus-name"),
                              {{QStringLiteral("name"), bus_.connection().baseService()}}};
     return bus_.call(service(), path(), interface(), QStringLiteral("CheckAuthorization"),
                      {QVariant::fromValue(self), QStringLiteral("com.vennic.desktop.read-token"),
                       QVariant::fromValue(PolkitDetails()), asking == Asking::yes ? 1U : 0U, cancelId},
-                     timeout);
+                     timeout, stop);
 }
 
 // Without interaction polkit answers at once, and an action that isn't registered gives an error.
 bool UserPresencePolkit::isAvailable() { return isResult(check(Asking::no, QString(), quickly)); }
 
-PresenceOutcome UserPresencePolkit::confirm(const QString&) {
+PresenceOutcome UserPresencePolkit::confirm(const QString&, const std::stop_token& stop) {
     const QString cancelId = QStringLiteral("vennic-%1").arg(++questions_);
-    const QDBusMessage reply = check(Asking::yes, cancelId, patience_);
+    const QDBusMessage reply = check(Asking::yes, cancelId, patience_, stop);
     if (isResult(reply)) {
         const auto result = qdbus_cast<PolkitResult>(reply.arguments().at(0));
         if (result.isAuthorized)
@@ -108,7 +109,7 @@ PresenceOutcome UserPresencePolkit::confirm(const QString&) {
     }
     if (reply.errorName() != QDBusError::errorString(QDBusError::NoReply))
         return PresenceOutcome::unavailable;
-    bus_.call(service(), path(), interface(), QStringLiteral("CancelCheckAuthorization"), {cancelId}, quickly);
+    bus_.send(service(), path(), interface(), QStringLiteral("CancelCheckAuthorization"), {cancelId});
     return PresenceOutcome::dismissed;
 }
 

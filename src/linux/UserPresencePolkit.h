@@ -2,6 +2,8 @@
 #include "linux/DBusLink.h"
 #include "ports/UserPresence.h"
 
+#include <atomic>
+
 namespace vennic {
 
 /// Asks polkit whether the user is there, by the action com.vennic.desktop.read-token, which the installation
@@ -13,15 +15,16 @@ public:
 
     bool isAvailable() override;
     /// A question that nobody answers in time counts as dismissed.
-    PresenceOutcome confirm(const QString& reason) override;
+    PresenceOutcome confirm(const QString& reason, const std::stop_token& stop = {}) override;
 
 private:
     enum class Asking { no, yes };
-    QDBusMessage check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout);
+    QDBusMessage check(Asking asking, const QString& cancelId, std::chrono::milliseconds timeout,
+                       const std::stop_token& stop = {});
 
     std::chrono::milliseconds patience_;
     DBusLink bus_{DBusLink::Bus::system};
-    int questions_ = 0;
+    std::atomic<int> questions_ = 0;
 };
 
 } // namespace vennic

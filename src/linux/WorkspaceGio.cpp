@@ -1,5 +1,7 @@
 #include "linux/WorkspaceGio.h"
 
+#include "base/LocalizedError.h"
+#include "linux/GlibFault.h"
 #include "linux/GlibWait.h"
 #include "linux/ProgramOfTheUser.h"
 
@@ -44,21 +46,34 @@ GlibOwned<GAppLaunchContext> newLaunchContext() {
     return context;
 }
 
+/// The session bus's connection, on a thread of GIO's. Its first user's event loop is the one that lets go of a
+/// connection that has ended, and GIO hands out the old one until then: that has to be the main loop, which threads
+/// without a loop of their own stand for, and not that of a `GlibWait`, which nobody runs any more.
+void connectToSessionBus(GTask* task, gpointer, gpointer, GCancellable* operation) {
+    GError* error = nullptr;
+    GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SESSION, operation, &error);
+    if (bus == nullptr)
+        return g_task_return_error(task, error);
+    g_dbus_connection_set_exit_on_close(bus, FALSE);
+    g_task_return_pointer(task, bus, g_object_unref);
+}
+
 /// GIO connects to the session bus by itself at every start, and unless told otherwise such a connection ends this
 /// process with the bus. Null where there is no bus.
 GlibOwned<GDBusConnection> harmlessSessionBus(GlibWait& wait) {
     const auto result = wait.resultOf([](GCancellable* operation, GAsyncReadyCallback ready, gpointer place) {
-        g_bus_get(G_BUS_TYPE_SESSION, operation, ready, place);
+        const GlibOwned<GTask> task(g_task_new(nullptr, operation, ready, place));
+        g_task_run_in_thread(task.get(), connectToSessionBus);
     });
     GError* error = nullptr;
-    GlibOwned<GDBusConnection> bus(g_bus_get_finish(result.get(), &error));
+    GlibOwned<GDBusConnection> bus(
+        static_cast<GDBusConnection*>(g_task_propagate_pointer(G_TASK(result.get()), &error)));
     if (bus)
-        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-    else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED))
+        return bus;
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED))
         wait.raise(error); // GIO would wait for that bus too, and without an end
-    else
-        g_error_free(error);
-    return bus;
+    g_error_free(error);
+    return nullptr;
 }
 
 /// The name on the bus by which the application is started; empty where it is started by its program. The Desktop Entry
@@ -115,8 +130,16 @@ void spawn(GDesktopAppInfo* application, const gchar* uri) {
     constexpr auto silent = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     GError* error = nullptr;
     if (!g_desktop_app_info_launch_uris_as_manager(application, uri != nullptr ? &file : nullptr, context.get(), silent,
-                                                   becomeProgramOfTheUser, nullptr, nullptr, nullptr, &error))
+                                                   becomeProgramOfTheUser, nullptr, nullptr, nullptr, &error)) {
+        // GIO has no code of its own for this.
+        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_FAILED) &&
+            g_desktop_app_info_get_boolean(application, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
+            g_error_free(error);
+            throw LocalizedError(QStringLiteral("« %1 » a besoin d'un terminal, et il n'y en a pas.")
+                                     .arg(text(g_app_info_get_name(G_APP_INFO(application)))));
+        }
         raiseGlibError(error);
+    }
 }
 
 /// Starts the application, with a file when there is one, and returns once that is done.

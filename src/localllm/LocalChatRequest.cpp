@@ -1,6 +1,8 @@
 #include "localllm/LocalChatRequest.h"
 
 #include "base/JsonText.h"
+#include "base/Localized.h"
+#include "base/LocalizedError.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,6 +13,7 @@ namespace {
 
 constexpr int mostTokens = 1024;
 constexpr double temperature = 0.7;
+constexpr qsizetype mostBytes = 64LL * 1024 * 1024; // far beyond what any model takes in
 
 QJsonObject settings(const QString& model, const QJsonArray& tools) {
     QJsonObject settings{
@@ -34,19 +37,20 @@ LocalChatRequest::LocalChatRequest(const QString& model, const QJsonArray& tools
 
 void LocalChatRequest::addMessage(QLatin1String role, const QString& content) {
     begin(role, content);
-    messages_ += '}';
+    end();
 }
 
 void LocalChatRequest::addToolCalls(const QString& content, const QJsonArray& calls) {
     begin(QLatin1String("assistant"), content);
-    messages_ += R"(,"tool_calls":)" + QJsonDocument(calls).toJson(QJsonDocument::Compact) + '}';
+    messages_ += R"(,"tool_calls":)" + QJsonDocument(calls).toJson(QJsonDocument::Compact);
+    end();
 }
 
 void LocalChatRequest::addToolResult(const QString& callId, const QString& content) {
     begin(QLatin1String("tool"), content);
     messages_ += R"(,"tool_call_id":)";
     appendJsonString(messages_, callId);
-    messages_ += '}';
+    end();
 }
 
 void LocalChatRequest::begin(QLatin1String role, const QString& content) {
@@ -56,6 +60,12 @@ void LocalChatRequest::begin(QLatin1String role, const QString& content) {
     messages_.append(role.data(), role.size());
     messages_ += R"(","content":)";
     appendJsonString(messages_, content);
+}
+
+void LocalChatRequest::end() {
+    messages_ += '}';
+    if (settings_.size() + messages_.size() > mostBytes)
+        throw LocalizedError(localized("La conversation est trop longue pour le modèle local."));
 }
 
 QByteArray LocalChatRequest::body() const { return '{' + settings_ + R"(,"messages":[)" + messages_ + "]}"; }

@@ -7,6 +7,7 @@ namespace vennic {
 
 /// The request of a direct turn to the local server, whose conversation grows from round to round: the JSON of a
 /// streamed chat completion (the OpenAI API's form), with thinking switched off. What has been added is encoded once.
+/// It holds 64 MiB at most: what adds beyond raises LocalizedError, and the request is of no use any more.
 class LocalChatRequest {
 public:
     /// Without `tools` the model is offered none.
@@ -22,8 +23,9 @@ public:
     QByteArray body() const;
 
 private:
-    /// Begins a message; the caller appends its further fields and `}`.
+    /// Begins a message; the caller appends its further fields and ends it.
     void begin(QLatin1String role, const QString& content);
+    void end();
 
     QByteArray settings_; // all fields but the messages, without the braces
     QByteArray messages_; // separated by commas

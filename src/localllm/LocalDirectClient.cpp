@@ -2,25 +2,17 @@
 
 #include "backend/BodyLines.h"
 #include "backend/LocalCompletionReader.h"
+#include "base/NextTurn.h"
 #include "localllm/DirectError.h"
 
 namespace vennic::LocalDirectClient {
 
-namespace {
-
-bool isSuccess(std::optional<int> status) { return status && *status >= 200 && *status <= 299; }
-
-} // namespace
-
 Task<bool> isReachable(VennicHTTP* http, QString endpoint, std::chrono::milliseconds timeout) {
-    auto url = localServerURL(endpoint, QLatin1String("/models"));
-    if (!url)
+    auto request = localModelsRequest(endpoint, timeout);
+    if (!request)
         co_return false;
-    HttpRequest request;
-    request.url = *std::move(url);
-    request.timeout = timeout;
     try {
-        const HttpResponse response = co_await http->sharedData(std::move(request));
+        const HttpResponse response = co_await http->sharedData(*std::move(request));
         co_return isSuccess(response.status);
     } catch (const TransportError&) {
         co_return false;
@@ -41,8 +33,10 @@ Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyDat
     }
     LocalCompletionReader reader(std::move(stream));
     while (const auto delta = co_await reader.nextText()) {
-        if (onDelta)
-            onDelta(*delta);
+        if (!onDelta)
+            continue;
+        onDelta(*delta);
+        co_await NextTurn{}; // a burst of pieces leaves everything else its turn
     }
     co_return Reply{reader.answer().text(), finishedToolCalls(reader.answer().toolCalls())};
 }

@@ -26,8 +26,8 @@ struct Reply {
 Task<bool> isReachable(VennicHTTP* http, QString endpoint, std::chrono::milliseconds timeout);
 
 /// Sends `bodyData`, the JSON of a streamed chat completion, to `endpoint`/chat/completions. `onDelta`, which may be
-/// empty, hears each piece of text on the main thread. Raises DirectError, TransportError and Cancelled; a cancelled
-/// job closes the connection at once.
+/// empty, hears each piece of text on the main thread, in a turn of its own. Raises DirectError, TransportError and
+/// Cancelled; a cancelled job closes the connection at once.
 Task<Reply> streamChatRaw(VennicHTTP* http, QString endpoint, QByteArray bodyData, OnDelta onDelta);
 
 /// The calls that have a name, as the conversation keeps them: one without an id gets "call_" and what `newId` gives,

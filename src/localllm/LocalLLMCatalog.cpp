@@ -4,6 +4,7 @@
 #include "localllm/CuratedModels.h"
 
 #include <QDir>
+#include <QDirIterator>
 
 #include <algorithm>
 
@@ -35,9 +36,9 @@ std::vector<LocalLLMModel> decodeModels(const QByteArray& body) {
 }
 
 bool hasSnapshot(const QString& folder) {
-    return !QDir(folder + QStringLiteral("/snapshots"))
-                .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
-                .isEmpty();
+    return QDirIterator(folder + QStringLiteral("/snapshots"),
+                        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
+        .hasNext();
 }
 
 } // namespace
@@ -82,7 +83,7 @@ Task<std::optional<std::vector<LocalLLMModel>>> fetchRemoteModels(VennicHTTP* ht
     request.timeout = std::chrono::seconds{8};
     try {
         const HttpResponse response = co_await http->sharedData(std::move(request));
-        if (!response.status || *response.status < 200 || *response.status > 299)
+        if (!isSuccess(response.status))
             co_return std::nullopt;
         std::vector<LocalLLMModel> models = decodeModels(response.body);
         if (models.empty())

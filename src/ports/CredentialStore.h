@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <optional>
+#include <stop_token>
 
 namespace vennic {
 
@@ -41,13 +42,17 @@ struct CredentialReadResult {
     std::optional<SecretText> data;
 };
 
-/// The system's store of named secrets. Operations are synchronous and may block on the user. Main thread only.
+/// The system's store of named secrets. Operations are synchronous. Main thread only, but for `read`, which may block
+/// on the user and may run on any thread while the main thread goes on using the store.
 class CredentialStore {
 public:
     virtual ~CredentialStore() = default;
     /// Reads an item. `prompt` is the sentence shown if the item asks for the user's presence; without it such an
-    /// item, and one in a locked store, gives interactionNotAllowed and nobody is asked.
-    virtual CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) = 0;
+    /// item, and one in a locked store, gives interactionNotAllowed and nobody is asked. What asks the user is taken
+    /// away once `stop` is told to stop, and counts as their refusal. With a token that can be told to stop not on the
+    /// main thread.
+    virtual CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt,
+                                      const std::stop_token& stop = {}) = 0;
     /// Adds an item that must not exist yet.
     virtual CredentialStatus add(const CredentialItem& item, const SecretText& data,
                                  CredentialProtection protection) = 0;

@@ -59,7 +59,8 @@ struct IndexStatus {
     bool operator==(const IndexStatus&) const = default;
 };
 
-/// The index of names and text over the shared folders. It follows changes on disk by itself.
+/// The index of names and text over the shared folders. It follows changes on disk by itself. Until it holds all of
+/// them for the first time, a query that finds too few also looks at the disk itself, for a few seconds at most.
 class FileIndex {
 public:
     /// The most that one query gathers: it is kept in memory.

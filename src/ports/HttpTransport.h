@@ -35,13 +35,18 @@ struct HttpRequest {
     std::vector<HttpHeader> headers{};
     std::vector<SecretHttpHeader> secretHeaders{};
     std::optional<QByteArray> body{};
-    /// Longest silence on the wire (RFC 9110 has no such limit; it is ours). The whole exchange ends after four
-    /// times this.
+    /// Longest silence on the wire (RFC 9110 has no such limit; it is ours).
     std::chrono::milliseconds timeout = std::chrono::seconds{60};
+    /// How long the whole exchange may take, whatever comes; four times `timeout` when nothing is said. The time that a
+    /// stream's reader keeps it waiting counts in neither.
+    std::optional<std::chrono::milliseconds> deadline{};
     /// With anchors only they count; without, the system's trust store does. TLS 1.2 or higher either way.
     std::shared_ptr<const TrustAnchors> anchors{};
     qint64 maxAnswerBytes = 16LL * 1024 * 1024;
 };
+
+/// Whether an answer says that the request was carried out (RFC 9110, 15.3).
+constexpr bool isSuccess(std::optional<int> status) { return status && *status >= 200 && *status <= 299; }
 
 struct HttpResponse {
     std::optional<int> status; // none when the answer was not HTTP at all

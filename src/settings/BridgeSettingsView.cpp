@@ -2,7 +2,6 @@
 
 #include "base/Localized.h"
 #include "settings/RelativeDate.h"
-#include "settings/StatusRow.h"
 
 #include <algorithm>
 
@@ -57,9 +56,7 @@ void BridgeSettingsView::setBridgeEnabled(bool enabled) {
 
 QString BridgeSettingsView::statusLabel() const { return StatusRow{with_.bridge.status()}.label(); }
 
-BridgeSettingsView::Color BridgeSettingsView::statusColor() const {
-    return static_cast<Color>(StatusRow{with_.bridge.status()}.color());
-}
+StatusRow::Color BridgeSettingsView::statusColor() const { return StatusRow{with_.bridge.status()}.color(); }
 
 QString BridgeSettingsView::lastActivity() const {
     const auto& at = with_.bridge.lastTaskAt();

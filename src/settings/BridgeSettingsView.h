@@ -2,8 +2,10 @@
 #include "Bridge/BookmarkStore.h"
 #include "Bridge/BridgeService.h"
 #include "Bridge/ResolvedShare.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "ports/FolderPicker.h"
+#include "settings/StatusRow.h"
 
 #include <QObject>
 #include <QVariantList>
@@ -18,7 +20,7 @@ class BridgeSettingsView final : public QObject {
     Q_PROPERTY(QString explanation READ explanation NOTIFY isAuthenticatedChanged)
     Q_PROPERTY(bool bridgeEnabled READ bridgeEnabled WRITE setBridgeEnabled NOTIFY bridgeEnabledChanged)
     Q_PROPERTY(QString statusLabel READ statusLabel NOTIFY statusChanged)
-    Q_PROPERTY(vennic::BridgeSettingsView::Color statusColor READ statusColor NOTIFY statusChanged)
+    Q_PROPERTY(vennic::StatusRow::Color statusColor READ statusColor NOTIFY statusChanged)
     Q_PROPERTY(qint64 tasksServed READ tasksServed NOTIFY tasksServedChanged)
     Q_PROPERTY(QString lastActivity READ lastActivity NOTIFY lastActivityChanged)
     Q_PROPERTY(QString lastErrorMessage READ lastErrorMessage NOTIFY lastErrorMessageChanged)
@@ -26,9 +28,6 @@ class BridgeSettingsView final : public QObject {
     Q_PROPERTY(QString addError READ addError NOTIFY addErrorChanged)
     Q_PROPERTY(bool isPicking READ isPicking NOTIFY isPickingChanged)
 public:
-    enum class Color { gray, green, orange, red }; // as in StatusRow
-    Q_ENUM(Color)
-
     /// What the view touches; each outlives it.
     struct Surroundings {
         AppSession& session;
@@ -49,18 +48,18 @@ public:
     /// Nothing before pairing.
     void setBridgeEnabled(bool enabled);
     QString statusLabel() const;
-    Color statusColor() const;
+    StatusRow::Color statusColor() const;
     /// Shown from 1 on.
     qint64 tasksServed() const { return with_.bridge.tasksServed(); }
     /// How long ago the last task came in; empty until one has been served.
     QString lastActivity() const;
     /// Empty when there is none.
-    QString lastErrorMessage() const { return with_.bridge.lastErrorMessage().value_or(QString()); }
+    QString lastErrorMessage() const { return shownReason(with_.bridge.lastErrorMessage().value_or(QString())); }
     /// Each grant in order: `id`, `name`, `path` (the words for where it is), `isMoved`,
     /// `isMissing`.
     QVariantList folders() const;
     /// The last failure of adding a folder; empty when there is none.
-    const QString& addError() const { return addError_; }
+    QString addError() const { return shownReason(addError_); }
     bool isPicking() const { return picking_; }
 
     /// To be called when the window comes up, and when it has gone: only a shown date is kept up to date.

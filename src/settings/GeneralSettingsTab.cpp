@@ -1,6 +1,7 @@
 #include "settings/GeneralSettingsTab.h"
 
 #include "base/Localized.h"
+#include "core/Pairing.h"
 
 namespace vennic {
 
@@ -10,15 +11,17 @@ constexpr auto savedFlashTime = std::chrono::milliseconds{1500};
 
 GeneralSettingsTab::GeneralSettingsTab(Surroundings surroundings) : with_(std::move(surroundings)) {
     connect(&with_.session, &AppSession::userTokenChanged, this, [this] {
-        pairSuccessEmail_.clear(); // of another token
+        // Both are of another token.
+        reading_.cancel();
+        pairSuccessEmail_.clear();
         Q_EMIT accountChanged();
     });
     connect(&with_.session, &AppSession::userEmailChanged, this, &GeneralSettingsTab::accountChanged);
 }
 
 void GeneralSettingsTab::appear() {
-    const auto stored = with_.keychain.read(localized("Authentifie-toi pour accéder à Vennic"));
-    tokenDraft_.set(stored.value_or(SecretText{}));
+    reading_.cancel();
+    reading_ = jobs_.start(readToken());
     const bool highSecurity = storedAs<bool>(with_.store, PreferenceKey::highSecurityMode).value_or(false);
     if (highSecurityOn_ != highSecurity) {
         highSecurityOn_ = highSecurity;
@@ -27,14 +30,23 @@ void GeneralSettingsTab::appear() {
     setQuitConfirmationSuppressed(storedAs<bool>(with_.store, PreferenceKey::suppressQuitConfirmation).value_or(false));
 }
 
-void GeneralSettingsTab::disappear() { tokenDraft_.scrub(); }
+void GeneralSettingsTab::disappear() {
+    reading_.cancel();
+    tokenDraft_.scrub();
+}
+
+Task<> GeneralSettingsTab::readToken() {
+    const auto stored = co_await with_.keychain.readAside(localized("Authentifie-toi pour accéder à Vennic"));
+    if (stored && tokenDraft_.length() == 0)
+        tokenDraft_.set(*stored);
+}
 
 // Pairing
 
 QString GeneralSettingsTab::pairedAccount() const {
     const QString email =
         pairSuccessEmail_.isEmpty() ? with_.session.userEmail().value_or(QString()) : pairSuccessEmail_;
-    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + email;
+    return email.isEmpty() ? localized("Ce Mac est appairé") : localized("Appairé avec ") + shownReason(email);
 }
 
 void GeneralSettingsTab::setPairCode(const QString& code) {
@@ -58,26 +70,16 @@ void GeneralSettingsTab::claimPairingCode() {
 }
 
 Task<> GeneralSettingsTab::claim(QString code) {
-    const auto failure = co_await failureOfClaim(std::move(code));
-    setPairError(failure.value_or(QString()));
-    setPairingLoading(false);
-}
-
-Task<std::optional<QString>> GeneralSettingsTab::failureOfClaim(QString code) {
     try {
-        const PairingClaimResponse claimed = co_await APIService::claimPairing(with_.http, with_.config, code);
-        if (!with_.session.setToken(claimed.user_token))
-            co_return with_.session.lastError().value_or(localized(
-                "Impossible d'enregistrer le jeton dans le Trousseau. Essaie de désactiver « Mode haute sécurité »."));
-        setPairSuccessEmail(claimed.email);
+        setPairSuccessEmail(co_await pairSession(&with_.session, &with_.http, &with_.config, std::move(code)));
         setPairCode({});
         tokenDraft_.set({});
-        co_return std::nullopt;
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
-        co_return localizedDescription(error);
+        setPairError(localizedDescription(error));
     }
+    setPairingLoading(false);
 }
 
 void GeneralSettingsTab::signOut() {
@@ -89,6 +91,7 @@ void GeneralSettingsTab::signOut() {
 // The token itself
 
 void GeneralSettingsTab::saveToken() {
+    reading_.cancel();
     with_.session.setToken(tokenDraft_.secret());
     tokenDraft_.scrub();
     setSavedFlash(true);
@@ -102,11 +105,16 @@ Task<> GeneralSettingsTab::endSavedFlash() {
 }
 
 void GeneralSettingsTab::clearToken() {
+    reading_.cancel();
     tokenDraft_.set({});
     with_.session.setToken(SecretText{});
 }
 
-void GeneralSettingsTab::pasteToken() { tokenDraft_.insert(with_.pasteboard()); }
+void GeneralSettingsTab::pasteToken() {
+    QString copied = with_.pasteboard();
+    tokenDraft_.insert(copied);
+    wipe(copied);
+}
 
 // Security
 

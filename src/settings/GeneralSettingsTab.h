@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Clock.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "settings/SecretDraft.h"
 
@@ -20,7 +21,6 @@ class GeneralSettingsTab final : public QObject {
     Q_PROPERTY(QString pairCode READ pairCode WRITE setPairCode NOTIFY pairCodeChanged)
     Q_PROPERTY(bool canPair READ canPair NOTIFY canPairChanged)
     Q_PROPERTY(bool isPairingLoading READ isPairingLoading NOTIFY isPairingLoadingChanged)
-    Q_PROPERTY(QString pairSuccessEmail READ pairSuccessEmail NOTIFY accountChanged)
     Q_PROPERTY(QString pairError READ pairError NOTIFY pairErrorChanged)
     Q_PROPERTY(vennic::SecretDraft* tokenDraft READ tokenDraft CONSTANT)
     Q_PROPERTY(bool savedFlash READ savedFlash NOTIFY savedFlashChanged)
@@ -54,7 +54,7 @@ public:
     /// The account that was paired here; empty when there is none.
     const QString& pairSuccessEmail() const { return pairSuccessEmail_; }
     /// The last failure of pairing; empty when there is none.
-    const QString& pairError() const { return pairError_; }
+    QString pairError() const { return shownReason(pairError_); }
     SecretDraft* tokenDraft() { return &tokenDraft_; }
     bool savedFlash() const { return savedFlash_; }
     bool highSecurityOn() const { return highSecurityOn_; }
@@ -62,9 +62,10 @@ public:
     void setHighSecurityOn(bool on);
     bool quitConfirmationSuppressed() const { return quitConfirmationSuppressed_; }
 
-    /// To be called when the window comes up. Reads the stored token: with high security on the system asks the user.
+    /// To be called when the window comes up. Has the stored token read into its field, unless something stands there
+    /// by then: with high security on the system asks the user, who goes on using the window and everything else.
     void appear();
-    /// To be called when the window has gone. Forgets the token in the field.
+    /// To be called when the window has gone. Forgets the token in the field, and takes back what asks for it.
     void disappear();
 
     /// Exchanges the code for a token; nothing while that can't be done.
@@ -89,8 +90,8 @@ Q_SIGNALS:
     void quitConfirmationSuppressedChanged();
 
 private:
+    Task<> readToken();
     Task<> claim(QString code);
-    Task<std::optional<QString>> failureOfClaim(QString code);
     Task<> endSavedFlash();
     void setPairError(const QString& error);
     void setPairSuccessEmail(const QString& email);
@@ -108,6 +109,7 @@ private:
     bool highSecurityOn_ = false;
     bool quitConfirmationSuppressed_ = false;
     Job flash_;
+    Job reading_; // of the stored token
     Scope jobs_;
 };
 

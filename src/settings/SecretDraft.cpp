@@ -18,6 +18,8 @@ int SecretDraft::length() const {
 }
 
 void SecretDraft::insert(const QString& text) {
+    if (text.size() > mostBytes) // which has more bytes still
+        return;
     const QByteArrayView kept = selected_ ? QByteArrayView{} : secret_.reveal();
     QByteArray added = text.toUtf8();
     if (!added.isEmpty() && kept.size() + added.size() <= mostBytes) {

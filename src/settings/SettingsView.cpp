@@ -15,6 +15,7 @@ struct Tab {
 constexpr std::array tabsWithBody{
     Tab{SettingsTab::general, "Général", "gearshape"},
     Tab{SettingsTab::bridge, "Bridge local", "externaldrive.connected.to.line.below"},
+    Tab{SettingsTab::localLlm, "LLM local", "cpu"},
 };
 
 std::optional<SettingsTab> tabNamed(const QString& name) {
@@ -27,8 +28,8 @@ std::optional<SettingsTab> tabNamed(const QString& name) {
 } // namespace
 
 SettingsView::SettingsView(KeyValueStore& store, GeneralSettingsTab::Surroundings general,
-                           BridgeSettingsView::Surroundings bridge)
-    : store_(store), general_(std::move(general)), bridge_(std::move(bridge)) {}
+                           BridgeSettingsView::Surroundings bridge, LocalLLMSettingsView::Surroundings localLlm)
+    : store_(store), general_(std::move(general)), bridge_(std::move(bridge)), localLlm_(std::move(localLlm)) {}
 
 QVariantList SettingsView::tabs() const {
     QVariantList rows;
@@ -52,6 +53,7 @@ void SettingsView::appear() {
     shown_ = true;
     general_.appear();
     bridge_.appear();
+    lookAtLocalModel();
 }
 
 void SettingsView::disappear() {
@@ -60,6 +62,7 @@ void SettingsView::disappear() {
     shown_ = false;
     general_.disappear();
     bridge_.disappear();
+    localLlm_.disappear();
 }
 
 void SettingsView::select(SettingsTab tab) {
@@ -67,6 +70,13 @@ void SettingsView::select(SettingsTab tab) {
         return;
     selected_ = tab;
     Q_EMIT selectedChanged();
+    if (shown_)
+        lookAtLocalModel();
+}
+
+void SettingsView::lookAtLocalModel() {
+    if (selected_ == SettingsTab::localLlm)
+        localLlm_.appear();
 }
 
 } // namespace vennic

@@ -1,5 +1,6 @@
 #pragma once
 #include "core/SettingsTab.h"
+#include "localllm/LocalLLMSettingsView.h"
 #include "settings/BridgeSettingsView.h"
 #include "settings/GeneralSettingsTab.h"
 
@@ -14,9 +15,10 @@ class SettingsView final : public QObject {
     Q_PROPERTY(QString selected READ selected WRITE setSelected NOTIFY selectedChanged)
     Q_PROPERTY(vennic::GeneralSettingsTab* general READ general CONSTANT)
     Q_PROPERTY(vennic::BridgeSettingsView* bridge READ bridge CONSTANT)
+    Q_PROPERTY(vennic::LocalLLMSettingsView* localLlm READ localLlm CONSTANT)
 public:
     SettingsView(KeyValueStore& store, GeneralSettingsTab::Surroundings general,
-                 BridgeSettingsView::Surroundings bridge);
+                 BridgeSettingsView::Surroundings bridge, LocalLLMSettingsView::Surroundings localLlm);
 
     /// The tabs that have a body, in order: `name`, `title`, `symbol`.
     QVariantList tabs() const;
@@ -26,6 +28,7 @@ public:
     void setSelected(const QString& name);
     GeneralSettingsTab* general() { return &general_; }
     BridgeSettingsView* bridge() { return &bridge_; }
+    LocalLLMSettingsView* localLlm() { return &localLlm_; }
 
     /// To be called each time that the window is asked for, before it shows: opens the tab that the preferences name.
     void appear();
@@ -37,12 +40,15 @@ Q_SIGNALS:
 
 private:
     void select(SettingsTab tab);
+    /// Only who looks at the local model has its server asked.
+    void lookAtLocalModel();
 
     KeyValueStore& store_;
     SettingsTab selected_ = SettingsTab::general;
     bool shown_ = false;
     GeneralSettingsTab general_;
     BridgeSettingsView bridge_;
+    LocalLLMSettingsView localLlm_;
 };
 
 } // namespace vennic

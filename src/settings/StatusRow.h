@@ -5,7 +5,10 @@ namespace vennic {
 
 /// The line that says what the bridge is doing.
 struct StatusRow {
+    Q_GADGET
+public:
     enum class Color { gray, green, orange, red };
+    Q_ENUM(Color)
 
     BridgeService::Status status;
 

@@ -68,7 +68,7 @@ QString MenuBarView::bridgeHelp(const BridgeService::Status& status) {
         // Not a translated label: the kind's own name.
         return localized("Tâche locale en cours: ") + (status.kind ? caseName(*status.kind) : QLatin1String());
     case State::error:
-        return localized("Connexion locale en erreur: ") + status.message;
+        return localized("Connexion locale en erreur: ") + shownReason(status.message);
     case State::off:
         return localized("Mac non connecté");
     case State::idle:

@@ -1,5 +1,6 @@
 #pragma once
 #include "Bridge/BridgeService.h"
+#include "base/ShownText.h"
 #include "core/AppSession.h"
 #include "shell/ModeSwitcher.h"
 #include "shell/RecentsMenu.h"
@@ -53,7 +54,7 @@ public:
     bool canStartDiscussion() const { return content() == Content::chat; }
     bool canOpenSettings() const { return static_cast<bool>(with_.openSettings); }
     /// Empty when there is none.
-    QString lastError() const { return with_.session.lastError().value_or(QString()); }
+    QString lastError() const { return shownReason(with_.session.lastError().value_or(QString())); }
     ModeSwitcher* modes() { return &modes_; }
     RecentsMenu* recents() { return &recents_; }
 

@@ -1,17 +1,18 @@
 #include "shell/RecentsMenu.h"
 
 #include "base/Localized.h"
+#include "base/ShownText.h"
 
 namespace vennic {
 
 namespace {
-constexpr qint64 limit = 5;
+constexpr std::size_t limit = 5;
 } // namespace
 
 QVariantList RecentsMenu::entries() const {
     QVariantList titles;
     for (const RecentDiscussion& item : items_)
-        titles.append(title(item));
+        titles.append(shownTitle(title(item)));
     return titles;
 }
 
@@ -43,6 +44,8 @@ Task<> RecentsMenu::load() {
     } catch (const std::exception&) {
         answer.clear(); // the list is a convenience: without an answer it is empty
     }
+    if (answer.size() > limit) // no more than was asked for
+        answer.resize(limit);
     set(std::move(answer), false);
 }
 

@@ -28,7 +28,7 @@ public:
 
     const std::vector<RecentDiscussion>& items() const { return items_; }
     bool isLoading() const { return loading_; }
-    /// The title of each item, in their order.
+    /// The title of each item as it is drawn, in their order.
     QVariantList entries() const;
     /// The line that stands in for the items; empty when there are some.
     QString placeholder() const;

@@ -7,7 +7,6 @@
 
 #include <QObject>
 #include <QRect>
-#include <QUrl>
 
 #include <functional>
 #include <memory>
@@ -28,7 +27,9 @@ public:
         ProviderPicker& picker;
         SettingsView& settings;
         DesktopAppearance& appearance;
-        std::function<void(const QUrl&)> followLink; // of a message
+        std::function<void(const QString& address)> followLink; // of a message
+        /// Told of the number at the window system of each window that has come up and asked for the keyboard.
+        std::function<void(quint64 window)> presented = {};
     };
 
     using QObject::QObject;
@@ -41,8 +42,11 @@ public:
     virtual bool isInPopover(QPoint place) const = 0;
     /// Gives the popover the keyboard again; nothing when it is closed.
     virtual void activatePopover() = 0;
-    /// Shows the settings window, or brings it to the front. Raises LocalizedError.
+    /// Shows the settings window on the tab that the preferences name, or brings it to the front with that tab. Raises
+    /// LocalizedError.
     virtual void showSettings() = 0;
+    /// Brings the settings window to the front as it is. Nothing when it is closed.
+    virtual void raiseSettings() = 0;
     virtual bool isSettingsShown() const = 0;
 
 Q_SIGNALS:

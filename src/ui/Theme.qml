@@ -21,6 +21,7 @@ QtObject {
     readonly property color code: dark ? "#1a1b1f" : "#e3e5ec"
     readonly property color blue: dark ? "#5a9dff" : "#2374ee"
     readonly property color red: dark ? "#ff6b6e" : "#d6363b"
+    readonly property color redFill: dark ? "#c73f45" : "#d6363b"
     readonly property color green: dark ? "#4cc27a" : "#1f9d55"
     readonly property color orange: dark ? "#f0a04b" : "#c26a12"
     readonly property color gray: dark ? "#a4a8b3" : "#646873"
@@ -35,6 +36,14 @@ QtObject {
     readonly property int padding: 14
     readonly property int radius: 8
     readonly property int windowRadius: composited ? 14 : 0
+    // What must not stand at the beginning of a line keeps to the word before it, and a unit to its number.
+    function typeset(words) {
+        return words.replace(/ (?=[:;?!»·—%])/g, "\u00a0").replace(/« /g, "«\u00a0").replace(/(\d) (?=(GB|MB|ms|s|min|tok\/s)\b)/g, "$1\u00a0");
+    }
+    function escaped(words) {
+        return words.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/"/g, "&quot;");
+    }
+
     readonly property int quick: animated ? 120 : 0
     readonly property int calm: animated ? 200 : 0
 }

@@ -1,5 +1,6 @@
 #include "Bridge/LocalDocumentTools.h"
 
+#include "Bridge/BookmarkError.h"
 #include "Bridge/LocalToolText.h"
 #include "Bridge/LocalToolWorld.h"
 
@@ -48,6 +49,19 @@ struct LocalDocumentToolsTest : testing::Test {
         return world.index.questions.back().limit;
     }
 };
+
+TEST_F(LocalDocumentToolsTest, aFolderThatIsNoLongerFoundWhenTheReadingBeginsIsToldInItsWords) {
+    world.share(QStringLiteral("/d"));
+    document(QStringLiteral("/d/a.txt"), QStringLiteral("Bonjour"));
+    world.recognizer->addImage(QStringLiteral("/d/a.txt"), QStringLiteral("Bonjour"));
+    const QString sentence =
+        BookmarkError::resolutionFailed(QStringLiteral("Le dossier est introuvable.")).errorDescription();
+    world.bookmarks->resolvable = 1;
+    EXPECT_EQ(read(QStringLiteral("/d/a.txt")), QStringLiteral("Read failed: ") + sentence);
+    world.bookmarks->resolvable = world.bookmarks->resolved + 1;
+    EXPECT_EQ(recognise(QStringLiteral("/d/a.txt")), QStringLiteral("OCR failed: ") + sentence);
+    EXPECT_EQ(world.bookmarks->started, 0) << "nothing was opened";
+}
 
 TEST_F(LocalDocumentToolsTest, withoutAFolderTheModelIsToldToHaveOneShared) {
     EXPECT_EQ(search("edf"), QStringLiteral("The Mac bridge has no folders granted yet. Ask the user to add one from "

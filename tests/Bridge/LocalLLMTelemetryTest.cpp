@@ -2,9 +2,12 @@
 
 #include "Bridge/BridgeHeartbeat.h"
 #include "Bridge/LocalLLMHeartbeat.h"
+#include "base/Pool.h"
 #include "fakes/HttpTransportFake.h"
 #include "fakes/SystemMemoryFake.h"
 #include "support/Await.h"
+#include "support/HungDisk.h"
+#include "support/OneThread.h"
 #include "support/TestClock.h"
 
 #include <QJsonArray>
@@ -27,9 +30,12 @@ struct LocalLLMTelemetryTest : testing::Test {
     TestClock clock;
     LocalLLMTelemetry telemetry{http, memory, clock};
     QSet<QString> onDisk;
-    LocalLLMHeartbeat heartbeat{telemetry, [this] { return onDisk; }};
+    LocalLLMHeartbeat heartbeat{telemetry, clock, [this] { return onDisk; }};
 
     std::string loaded() { return await(telemetry.currentLoadedModel()).value_or(QStringLiteral("-")).toStdString(); }
+    static Task<> ask(LocalLLMTelemetry* telemetry, std::optional<QString>* model) {
+        *model = co_await telemetry->currentLoadedModel();
+    }
     QJsonObject beat() { return QJsonDocument::fromJson(await(heartbeat.encodedHeartbeat()).value_or("")).object(); }
     void probe(bool on = true) { await(telemetry.setModelProbeEnabled(on)); }
 };
@@ -41,6 +47,7 @@ TEST_F(LocalLLMTelemetryTest, theFirstModelOfTheListIsTheLoadedOne) {
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url, QUrl(QStringLiteral("http://localhost:8080/v1/models")));
     EXPECT_EQ(request.timeout, 2s);
+    EXPECT_EQ(request.deadline, 2s) << "for the whole answer, however it drips";
     EXPECT_TRUE(request.secretHeaders.empty() && request.headers.empty());
     EXPECT_EQ(request.anchors, nullptr);
 }
@@ -116,23 +123,72 @@ TEST_F(LocalLLMTelemetryTest, anotherServerIsNotCreditedWithTheOldModel) {
     EXPECT_EQ(transport.requests.at(1).url, QUrl(QStringLiteral("http://127.0.0.1:9/v1/models")));
 }
 
+TEST_F(LocalLLMTelemetryTest, whoAsksMeanwhileWaitsForTheSameAnswer) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::array<std::optional<QString>, 3> models;
+    for (auto& model : models)
+        jobs.start(ask(&telemetry, &model));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    std::optional<QString> ofCancelled;
+    Job cancelled = jobs.start(ask(&telemetry, &ofCancelled));
+    cancelled.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 3; }));
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(models,
+              (std::array<std::optional<QString>, 3>{QStringLiteral("Qwen/Qwen3-8B"), QStringLiteral("Qwen/Qwen3-8B"),
+                                                     QStringLiteral("Qwen/Qwen3-8B")}));
+    EXPECT_FALSE(ofCancelled);
+    EXPECT_EQ(transport.requests.size(), 1u);
+}
+
+TEST_F(LocalLLMTelemetryTest, whoAsksFirstAndLeavesTakesNoAnswerFromTheOthers) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::optional<QString> first;
+    std::optional<QString> second;
+    Job job = jobs.start(ask(&telemetry, &first));
+    jobs.start(ask(&telemetry, &second));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    job.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 1; }));
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(second, QStringLiteral("Qwen/Qwen3-8B"));
+}
+
+TEST_F(LocalLLMTelemetryTest, anotherServerIsAskedAtOnceWhileTheOldOneStillThinks) {
+    transport.hold();
+    transport.answerWith(200, oneModel);
+    Scope jobs;
+    std::optional<QString> old;
+    std::optional<QString> next;
+    jobs.start(ask(&telemetry, &old));
+    ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
+    await(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
+    transport.answerWith(200, R"({"data":[{"id":"next"}]})");
+    jobs.start(ask(&telemetry, &next));
+    ASSERT_TRUE(waitUntil([&] { return transport.requests.size() == 2; }));
+    EXPECT_EQ(transport.cancelled, 1);
+    transport.release();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_FALSE(old);
+    EXPECT_TRUE(next);
+}
+
 TEST_F(LocalLLMTelemetryTest, anAnswerThatComesAfterTheServerWasReplacedIsNobodys) {
     transport.hold();
     transport.answerWith(200, oneModel);
-    Scope scope;
-    bool ended = false;
+    Scope jobs;
     std::optional<QString> model;
-    struct Asking {
-        static Task<> ask(LocalLLMTelemetry* telemetry, std::optional<QString>* model, bool* ended) {
-            *model = co_await telemetry->currentLoadedModel();
-            *ended = true;
-        }
-    };
-    scope.start(Asking::ask(&telemetry, &model, &ended));
+    jobs.start(ask(&telemetry, &model));
     ASSERT_TRUE(waitUntil([&] { return transport.waiting() == 1; }));
-    await(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
-    transport.release();
-    ASSERT_TRUE(waitUntil([&] { return ended; }));
+    jobs.start(telemetry.setEndpoint(QStringLiteral("http://127.0.0.1:9/v1")));
+    transport.release(); // the answer is there, and read only after the change
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
     EXPECT_FALSE(model);
     transport.answerWith(200, R"({"data":[{"id":"next"}]})");
     EXPECT_EQ(loaded(), "next");
@@ -200,6 +256,58 @@ TEST_F(LocalLLMTelemetryTest, aServerWithoutAModelIsAskedOnEachPoll) {
         EXPECT_FALSE(beat().contains(QLatin1String("loaded_model")));
     }
     EXPECT_EQ(transport.requests.size(), 3u);
+}
+
+/// A heartbeat of a disk that answers its first question and hangs at the second.
+struct HungHeartbeatTest : LocalLLMTelemetryTest {
+    const OneThread small;
+    std::atomic<int> scans = 0;
+    HungDisk disk;
+    LocalLLMHeartbeat slow{telemetry, clock, [this] {
+                               if (++scans > 1)
+                                   disk.read();
+                               return QSet<QString>{QStringLiteral("owner/model-%1").arg(scans.load())};
+                           }};
+    Scope jobs;
+
+    static Task<> keep(LocalLLMHeartbeat* heartbeat, QByteArray* told) {
+        *told = (co_await heartbeat->encodedHeartbeat()).value_or(QByteArray());
+    }
+    static QString modelIn(const QByteArray& told) {
+        return QJsonDocument::fromJson(told)[QLatin1String("downloaded_models")][0].toString();
+    }
+    /// What is told after a second in which the disk doesn't answer.
+    QString toldInVain() {
+        QByteArray told;
+        jobs.start(keep(&slow, &told));
+        EXPECT_TRUE(waitUntil([&] { return clock.sleeping() == 1 && scans == 2; }));
+        EXPECT_TRUE(told.isEmpty());
+        clock.advance(1s);
+        EXPECT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+        return modelIn(told);
+    }
+};
+
+TEST_F(HungHeartbeatTest, aDiskThatDoesNotAnswerHoldsUpNoHeartbeat) {
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-1"));
+    EXPECT_EQ(toldInVain(), QStringLiteral("owner/model-1")) << "what is known is told";
+    EXPECT_EQ(toldInVain(), QStringLiteral("owner/model-1")) << "and the disk isn't asked a second time meanwhile";
+    EXPECT_EQ(await(onPool([] { return 1; })), 1) << "nor does it keep other work from the pool";
+    disk.answer();
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-2"));
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-3"));
+}
+
+TEST_F(HungHeartbeatTest, aHeartbeatThatNobodyWaitsForLeavesNothingBehind) {
+    scans = 1;
+    QByteArray told;
+    Job job = jobs.start(keep(&slow, &told));
+    ASSERT_TRUE(waitUntil([&] { return clock.sleeping() == 1 && scans == 2; }));
+    job.cancel();
+    ASSERT_TRUE(waitUntil([&] { return jobs.size() == 0; }));
+    EXPECT_EQ(clock.sleeping(), 0u);
+    disk.answer();
+    EXPECT_EQ(modelIn(await(slow.encodedHeartbeat()).value_or("")), QStringLiteral("owner/model-2"));
 }
 
 TEST(BridgeHeartbeat, aDiskFullOfModelsStaysWithinAHeader) {

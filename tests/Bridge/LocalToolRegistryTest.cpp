@@ -35,10 +35,13 @@ TEST_F(LocalToolRegistryTest, aHandleOfATaskAndOneOfAToolAreTheSameThing) {
 
 TEST_F(LocalToolRegistryTest, argumentsOfAnyDepthAndSizeAreTakenAsTextThatMayBeNoJson) {
     const QString deep = QString(100'000, u'[') + QString(100'000, u']');
-    const QString wide = QStringLiteral(R"({"name":"%1"})").arg(QString(1'000'000, u'x'));
+    const auto ofSize = [](qsizetype size) {
+        return QStringLiteral(R"({"name":"%1"})").arg(QString(size - QStringView(u"{\"name\":\"\"}").size(), u'x'));
+    };
     const QString half = QStringLiteral(R"({"name":"\ud800"})");
     EXPECT_EQ(world.runRaw("open_app", deep), QStringLiteral("Missing app name."));
-    EXPECT_TRUE(world.runRaw("open_app", wide).startsWith(QStringLiteral("Aucune application nommée 'xxx")));
+    EXPECT_TRUE(world.runRaw("open_app", ofSize(65'536)).startsWith(QStringLiteral("Aucune application nommée 'xxx")));
+    EXPECT_EQ(world.runRaw("open_app", ofSize(65'537)), QStringLiteral("Missing app name.")) << "too long to be read";
     EXPECT_TRUE(world.runRaw("open_app", half).startsWith(QStringLiteral("Aucune application nommée '")));
     EXPECT_EQ(world.runRaw("open_app", QString(QChar(0xd800))), QStringLiteral("Missing app name."));
     EXPECT_EQ(world.runRaw("open_app", QStringLiteral(R"({"name":"a","name":""})")),

@@ -50,7 +50,8 @@ struct ClientWorld : testing::Test {
                                     .makeStatusItem = [] { return std::make_unique<NoStatusItem>(); },
                                     .summon = summon,
                                     .desktop = desktop,
-                                    .quit = [this] { ++quitsOfShell; }});
+                                    .quit = [this] { ++quitsOfShell; },
+                                    .allow = [this](const QString& token) { allowed.append(token); }});
         return *builtShell;
     }
     QString folder(const QString& name) {
@@ -67,6 +68,7 @@ struct ClientWorld : testing::Test {
                 .programs = QStringLiteral(VENNIC_PROGRAMS)};
     LoopbackServer server;
     PopoverFake popover;
+    QStringList allowed; // tokens for the next window
     PointerFake pointer;
     ApplicationWindowsFake windows;
     StatusImagesFake images;

@@ -85,11 +85,11 @@ TEST(CommandLine, addressesStartTheClientWithThem) {
 }
 
 TEST(CommandLine, modelTakesAWordAndWhereItNeedsOneAValue) {
-    for (const char* word : {"on", "off", "status"}) {
+    for (const char* word : {"on", "off", "status", "install", "detect"}) {
         EXPECT_FALSE(parse({"model", word}).error) << word;
         EXPECT_TRUE(parse({"model", word, "more"}).error) << word;
     }
-    for (const char* word : {"endpoint", "name"}) {
+    for (const char* word : {"endpoint", "name", "download"}) {
         EXPECT_FALSE(parse({"model", word, "x"}).error) << word;
         EXPECT_TRUE(parse({"model", word}).error) << word;
         EXPECT_TRUE(parse({"model", word, ""}).error) << word;
@@ -97,6 +97,7 @@ TEST(CommandLine, modelTakesAWordAndWhereItNeedsOneAValue) {
     EXPECT_TRUE(parse({"model"}).error);
     EXPECT_TRUE(parse({"model", "ON"}).error);
     EXPECT_FALSE(parse({"model", "status", "--json"}).error);
+    EXPECT_FALSE(parse({"model", "install", "--json"}).error);
 }
 
 TEST(CommandLine, jsonIsForVerbsThatPrintData) {

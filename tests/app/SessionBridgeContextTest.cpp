@@ -14,7 +14,7 @@ std::optional<double> noScreen() { return std::nullopt; }
 TEST(SessionBridgeContext, withoutASessionTheBridgeIsOff) {
     test::CredentialStoreFake credentials;
     test::KeyValueStoreFake preferences;
-    KeychainStore keychain(credentials, preferences);
+    KeychainStore keychain(credentials.shared(), preferences);
     const SessionBridgeContext context(keychain, preferences, noScreen);
     EXPECT_FALSE(context.bridgeEnabled());
     EXPECT_EQ(context.localLLM(), LocalLLMSettings{});
@@ -24,7 +24,7 @@ TEST(SessionBridgeContext, withoutASessionTheBridgeIsOff) {
 TEST(SessionBridgeContext, anIdentifierThatTheStoreKeepsIsTheSameEachTime) {
     test::CredentialStoreFake credentials;
     test::KeyValueStoreFake preferences;
-    KeychainStore keychain(credentials, preferences);
+    KeychainStore keychain(credentials.shared(), preferences);
     SessionBridgeContext context(keychain, preferences, noScreen);
     const QString id = context.bridgeDeviceId();
     EXPECT_FALSE(id.isEmpty());
@@ -36,7 +36,7 @@ TEST(SessionBridgeContext, aStandInHoldsOnlyUntilTheStoreGivesTheRealOne) {
     test::CredentialStoreFake credentials;
     test::KeyValueStoreFake preferences;
     preferences.values.insert(PreferenceKey::bridgeDeviceId, QStringLiteral("STAND-IN"));
-    KeychainStore keychain(credentials, preferences);
+    KeychainStore keychain(credentials.shared(), preferences);
     SessionBridgeContext context(keychain, preferences, noScreen);
     EXPECT_EQ(context.bridgeDeviceId(), QStringLiteral("STAND-IN"));
     const CredentialItem item{QStringLiteral("com.vennic.mac.bridge-device-id"), QStringLiteral("bridge_device_id")};
@@ -48,7 +48,7 @@ TEST(SessionBridgeContext, aStandInHoldsOnlyUntilTheStoreGivesTheRealOne) {
 TEST(SessionBridgeContext, theScaleIsWhatTheScreenHasNow) {
     test::CredentialStoreFake credentials;
     test::KeyValueStoreFake preferences;
-    KeychainStore keychain(credentials, preferences);
+    KeychainStore keychain(credentials.shared(), preferences);
     std::optional<double> scale;
     const SessionBridgeContext context(keychain, preferences, [&scale] { return scale; });
     EXPECT_EQ(context.mainScreenScale(), std::nullopt);

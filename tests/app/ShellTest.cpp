@@ -3,6 +3,9 @@
 #include "app/ClientWorld.h"
 #include "support/Await.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace vennic;
 
 namespace {
@@ -11,6 +14,11 @@ struct ShellTest : test::ClientWorld {
     ShellTest() { qunsetenv("DISPLAY"); } // dialogs go to standard error
     QString stored(QLatin1String key) {
         return storedAs<QString>(client().preferences(), QString(key)).value_or(QString());
+    }
+    /// Since standard error is captured, in a file.
+    static bool somethingWasSaid() {
+        struct stat captured{};
+        return fstat(STDERR_FILENO, &captured) == 0 && captured.st_size > 0;
     }
     static QString panel(const char* section) {
         return QStringLiteral("vennic://desktop/hallwarden_panel?section=%1").arg(QLatin1String(section));
@@ -30,6 +38,32 @@ TEST_F(ShellTest, theDesktopHasItComeForwardAndItStaysForward) {
     EXPECT_TRUE(popover.shown);
 }
 
+TEST_F(ShellTest, aLauncherBringsBackWhatThePressOnItHasClosed) {
+    shell().start();
+    desktop.requests.activate();
+    popover.close(); // by itself, as the press came elsewhere
+    desktop.requests.activate();
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(ShellTest, whatTheDesktopAllowsIsThereBeforeTheWindowComesUp) {
+    shell().start();
+    desktop.handOver({}, QStringLiteral("shell_TIME4711"), {});
+    EXPECT_EQ(allowed, QStringList{QStringLiteral("shell_TIME4711")});
+    EXPECT_TRUE(popover.shown);
+}
+
+TEST_F(ShellTest, aScreenThatCannotBeMadeIsSaidToWhoPressedTheLauncher) {
+    shell().start();
+    popover.broken = true;
+    testing::internal::CaptureStderr();
+    desktop.requests.activate();
+    for (int turn = 0; turn < 50; ++turn)
+        QCoreApplication::processEvents();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("Pas d'écran."), std::string::npos) << said;
+}
+
 TEST_F(ShellTest, theDesktopsLinksLeadToThePanel) {
     shell().start();
     desktop.requests.open({panel("audit")});
@@ -38,15 +72,27 @@ TEST_F(ShellTest, theDesktopsLinksLeadToThePanel) {
     EXPECT_EQ(stored(PreferenceKey::settingsInitialTab), QStringLiteral("hallwarden"));
 }
 
-TEST_F(ShellTest, aLinkThatLeadsNowhereIsSaidToWhoClickedOnIt) {
+TEST_F(ShellTest, aPhotoThatIsNotThereIsSaidToWhoClickedOnItsLink) {
     shell().start();
     testing::internal::CaptureStderr();
-    shell().open({QStringLiteral("vennic://local_file/open/nulle-part"), QStringLiteral("vennic://ailleurs")});
+    shell().open({QStringLiteral("vennic://local_photo/view/nulle-part")});
+    EXPECT_TRUE(test::waitUntil([] { return somethingWasSaid(); }));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Photo : Photo introuvable dans la bibliothèque.\n");
+}
+
+TEST_F(ShellTest, aLinkOfTheDesktopThatIsNoneOfTheProgramsDoesNothing) {
+    shell().start();
+    windows.calls.clear();
+    testing::internal::CaptureStderr();
+    shell().open({QStringLiteral("vennic://local_file/open/nulle-part"), QStringLiteral("vennic://ailleurs"),
+                  QStringLiteral("vennic://local_file"), QStringLiteral("https://x.fr"),
+                  QStringLiteral("VENNIC://LOCAL_FILE/OPEN/x"), QStringLiteral("vennic://desktop/autre?section=audit"),
+                  QString(100'000, u'a'), QString()});
     for (int turn = 0; turn < 50; ++turn)
         QCoreApplication::processEvents();
-    const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_NE(said.find("Document introuvable"), std::string::npos) << said;
-    EXPECT_NE(said.find("Cette adresse n'est ni"), std::string::npos) << said;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string());
+    EXPECT_TRUE(windows.calls.isEmpty());
+    EXPECT_EQ(stored(PreferenceKey::hallwardenPanelAnchor), QString());
 }
 
 TEST_F(ShellTest, theActionsOfTheDesktopEntryAreUnderstoodAndOthersIgnored) {
@@ -61,6 +107,18 @@ TEST_F(ShellTest, theActionsOfTheDesktopEntryAreUnderstoodAndOthersIgnored) {
     client().preferences().set(PreferenceKey::suppressQuitConfirmation, true);
     desktop.requests.act(QStringLiteral("quit"));
     EXPECT_TRUE(test::waitUntil([this] { return quitsOfShell == 1; }));
+}
+
+TEST_F(ShellTest, settingsThatCannotBeShownAreSaidAndFailNobody) {
+    shell().start();
+    windows.broken = true;
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(shell().openSettings(SettingsTab::bridge));
+    EXPECT_NO_THROW(desktop.requests.act(QStringLiteral("settings")));
+    for (int turn = 0; turn < 50; ++turn)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Vennic : Pas d'écran.\nVennic : Pas d'écran.\n");
+    EXPECT_EQ(stored(PreferenceKey::settingsInitialTab), QStringLiteral("general"));
 }
 
 TEST_F(ShellTest, nothingIsTakenAfterTheEnd) {

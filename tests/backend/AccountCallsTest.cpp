@@ -87,6 +87,7 @@ TEST_F(AccountCalls, aChangeSendsWhatItHoldsUnderUser) {
                                           .audioVoice = QStringLiteral("ash")}));
     EXPECT_EQ(sentLine(), QStringLiteral("PATCH https://api.vennic.test/users/12.json"));
     EXPECT_EQ(header("Content-Type"), "application/json");
+    EXPECT_EQ(transport.requests[0].timeout, 15s);
     EXPECT_EQ(sentBody(),
               parseJsonObject(R"({"user":{"default_voice_mode":"ptt","default_provider":"local","transcribe_audio":true,
                                  "audio_output":false,"default_audio_voice":"ash"}})"));
@@ -124,6 +125,9 @@ TEST_F(AccountCalls, aLocalTurnIsFiledWhole) {
                                                        .ref = QStringLiteral("x")}));
     EXPECT_EQ(id, 77);
     EXPECT_EQ(sentLine(), QStringLiteral("POST https://api.vennic.test/api/v1/queries/import.json"));
+    EXPECT_EQ(header("Content-Type"), "application/json");
+    EXPECT_EQ(transport.requests[0].timeout, 15s);
+    EXPECT_EQ(transport.requests[0].secretHeaders.at(0).value, SecretText{"tok"});
     EXPECT_EQ(sentBody(), parseJsonObject(R"({"text":"q","response_text":"r","model":"m","channel":"desktop",
                                              "language":"fr-FR","discussion_id":3,"ref":"x"})"));
 }
@@ -147,6 +151,34 @@ TEST_F(AccountCalls, aRefusedLocalTurnRaisesItsStatus) {
     EXPECT_EQ(failure(api().importLocalTurn({})), QStringLiteral("Erreur HTTP 500 : panne"));
     transport.answerWith(HttpResponse{std::nullopt, {}, "junk"});
     EXPECT_EQ(failure(api().importLocalTurn({})), QStringLiteral("Erreur HTTP -1 : junk"));
+}
+
+TEST_F(AccountCalls, everyCallWithTheTokenAnnouncesAnExpiredOne) {
+    for (int i = 0; i < 4; ++i)
+        transport.answerWith(401, "non");
+    const QString words = QStringLiteral("Erreur HTTP 401 : non");
+    EXPECT_EQ(failure(api().importLocalTurn({})), words);
+    EXPECT_EQ(authFailures, 1);
+    EXPECT_EQ(failure(api().patchUserPrefs(1, {})), words);
+    EXPECT_EQ(authFailures, 2);
+    EXPECT_EQ(failure(api().fetchRecentDiscussions(5)), words);
+    EXPECT_EQ(authFailures, 3);
+    EXPECT_EQ(failure(api().revokeCurrentSession()), words);
+    EXPECT_EQ(authFailures, 4);
+}
+
+TEST_F(AccountCalls, noAnswerAboutAnAccountIsReadBeyondAMebibyte) {
+    for (int i = 0; i < 6; ++i)
+        transport.answerWith(204);
+    failure(api().fetchUserPrefs());
+    failure(api().patchUserPrefs(1, {}));
+    failure(api().fetchRecentDiscussions(5));
+    failure(api().importLocalTurn({}));
+    failure(api().revokeCurrentSession());
+    failure(APIService::claimPairing(http, config, QStringLiteral("CODE")));
+    ASSERT_EQ(transport.requests.size(), 6U);
+    for (const HttpRequest& request : transport.requests)
+        EXPECT_EQ(request.maxAnswerBytes, 1 << 20) << request.url.toString().toStdString();
 }
 
 TEST_F(AccountCalls, withoutATokenNothingIsSent) {
@@ -258,10 +290,11 @@ TEST_F(AccountCalls, aRefusalThatBreaksRaisesTheBreak) {
 
 TEST_F(AccountCalls, aLineWithoutEndIsGivenUp) {
     transport.pieceBytes = 1 << 16;
-    for (const int status : {200, 500}) {
-        transport.answerWith(status, "data: " + QByteArray(2 << 20, 'x'));
-        EXPECT_EQ(failure(api().complete(query())), QStringLiteral("La réponse du serveur est trop volumineuse."));
-    }
+    const QByteArray endless = "data: " + QByteArray(2 << 20, 'x');
+    transport.answerWith(200, endless);
+    EXPECT_EQ(failure(api().complete(query())), QStringLiteral("La réponse du serveur est trop volumineuse."));
+    transport.answerWith(500, endless);
+    EXPECT_EQ(failure(api().complete(query())), QStringLiteral("Erreur HTTP 500")) << "a refusal keeps its status";
 }
 
 } // namespace

@@ -36,6 +36,7 @@ TEST_F(CloudCatalogTest, theListIsFetchedWithoutATokenOutsideThePinnedSession) {
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr);
     EXPECT_EQ(request.timeout, 8s);
+    EXPECT_EQ(request.maxAnswerBytes, 1 << 20);
     EXPECT_EQ(changes, 1);
 }
 

@@ -2,6 +2,7 @@
 
 #include "fakes/CredentialStoreFake.h"
 #include "fakes/KeyValueStoreFake.h"
+#include "support/Await.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,8 @@ struct Keychain : testing::Test {
     test::CredentialStoreFake credentials;
     test::KeyValueStoreFake preferences;
     int made = 0;
-    KeychainStore keychain{credentials, preferences, [this] { return QStringLiteral("DEVICE-%1").arg(++made); }};
+    KeychainStore keychain{credentials.shared(), preferences,
+                           [this] { return QStringLiteral("DEVICE-%1").arg(++made); }};
 
     void setHighSecurity(bool on) { preferences.set(QStringLiteral("highSecurityMode"), on); }
     void store(const CredentialItem& item, QByteArrayView data) { credentials.add(item, SecretText{data}, {}); }
@@ -60,6 +62,24 @@ TEST_F(Keychain, thePromptGoesAlongOnlyInHighSecurityMode) {
     keychain.read(prompt);
     const std::vector<std::optional<QString>> expected{std::nullopt, prompt, std::nullopt};
     EXPECT_EQ(credentials.prompts, expected);
+}
+
+TEST_F(Keychain, theTokenIsReadBesideTheMainThreadByTheSameRules) {
+    EXPECT_EQ(test::await(keychain.readAside(prompt)), std::nullopt);
+    keychain.save(SecretText{"tok"});
+    setHighSecurity(true);
+    EXPECT_EQ(test::await(keychain.readAside(prompt)), SecretText{"tok"});
+    EXPECT_EQ(credentials.prompts, (std::vector<std::optional<QString>>{std::nullopt, prompt}));
+    credentials.readFailure = CredentialStatus::userCancelled;
+    EXPECT_EQ(test::await(keychain.readAside(prompt)), std::nullopt);
+}
+
+TEST_F(Keychain, savingAndRemovingLetNobodyBeAsked) {
+    setHighSecurity(true);
+    keychain.save(SecretText{"tok"});
+    EXPECT_FALSE(credentials.entries.at(0).protection.mayAskUser);
+    keychain.remove();
+    EXPECT_TRUE(credentials.prompts.empty());
 }
 
 TEST_F(Keychain, aTokenStoredBeforeTheSwitchIsReadWithAPromptThatNothingUses) {

@@ -29,6 +29,10 @@ TEST(LineReader, givesEveryLineWithoutItsEndWhateverTheChunks) {
     }
 }
 
+TEST(LineReader, aCarriageReturnWithoutALineFeedIsPartOfItsLine) {
+    EXPECT_EQ(linesOf("data: a\rdata: b\ndata: c\r\n", 100), (std::vector<QByteArray>{"data: a\rdata: b", "data: c"}));
+}
+
 TEST(LineReader, aLineThatIsTooLongStopsTheReading) {
     LineReader reader(4);
     reader.feed("1234\n12345\nok\n");

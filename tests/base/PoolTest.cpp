@@ -1,6 +1,7 @@
 #include "base/Pool.h"
 
 #include "support/Await.h"
+#include "support/OneThread.h"
 
 #include <QThreadPool>
 
@@ -28,13 +29,6 @@ int waitForStop(std::stop_token stop, int result) {
 }
 
 Task<> waitFor(int* result) { *result = co_await onPoolWaiting(waitForStop, 7); }
-
-/// A pool of one thread while it lives.
-struct OneThread {
-    int before = QThreadPool::globalInstance()->maxThreadCount();
-    OneThread() { QThreadPool::globalInstance()->setMaxThreadCount(1); }
-    ~OneThread() { QThreadPool::globalInstance()->setMaxThreadCount(before); }
-};
 
 } // namespace
 

@@ -1,9 +1,12 @@
 #include "base/Task.h"
 
 #include "base/Clock.h"
+#include "base/NextTurn.h"
 #include "base/Pool.h"
 #include "support/Await.h"
 #include "support/TestClock.h"
+
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -79,6 +82,45 @@ TEST(Task, anExceptionOnThePoolReachesTheWaiter) { EXPECT_THROW(test::await(onPo
 
 TEST(Task, aValueFromThePoolReachesTheWaiterOnTheMainThread) {
     EXPECT_EQ(test::await(onPool([](int a, int b) { return a + b; }, 2, 3)), 5);
+}
+
+Task<> takeTurns(int turns, std::string* order, std::string name) {
+    for (int turn = 0; turn < turns; ++turn) {
+        *order += name;
+        co_await NextTurn{};
+    }
+    *order += ".";
+}
+
+TEST(NextTurn, jobsThatGiveWayTakeTurns) {
+    std::string order;
+    Scope scope;
+    scope.start(takeTurns(3, &order, "a"));
+    scope.start(takeTurns(3, &order, "b"));
+    ASSERT_TRUE(test::waitUntil([&] { return scope.size() == 0; }));
+    EXPECT_EQ(order, "ababab..");
+}
+
+TEST(NextTurn, aCancelledJobEndsThere) {
+    std::string order;
+    Scope scope;
+    Job job = scope.start(takeTurns(1'000'000, &order, "a"));
+    ASSERT_TRUE(test::waitUntil([&] { return !order.empty(); }));
+    job.cancel();
+    ASSERT_TRUE(test::waitUntil([&] { return scope.size() == 0; }));
+    EXPECT_EQ(order.find('.'), std::string::npos);
+}
+
+TEST(NextTurn, theEndOfItsScopeDropsWhoGaveWay) {
+    std::string order;
+    {
+        Scope scope;
+        scope.start(takeTurns(1'000'000, &order, "a"));
+        ASSERT_TRUE(test::waitUntil([&] { return !order.empty(); }));
+    }
+    const std::string before = order;
+    QCoreApplication::processEvents();
+    EXPECT_EQ(order, before);
 }
 
 TEST(Event, onlyTheFirstResultCounts) {

@@ -26,32 +26,33 @@ private:
     CredentialStoreFake fake_;
 };
 
-class InFile {
+class AskingSomebody {
 public:
-    CredentialStore& store() { return store_; }
     void setPresence(bool available, PresenceOutcome outcome) {
         presence_.available = available;
         presence_.outcome = outcome;
     }
+
+protected:
+    UserPresenceFake presence_;
+};
+
+class InFile : public AskingSomebody {
+public:
+    CredentialStore& store() { return store_; }
 
 private:
     QTemporaryDir folder_;
-    UserPresenceFake presence_;
     CredentialStoreFile store_{folder_.filePath(QStringLiteral("vault")), presence_};
 };
 
-class InSecretService {
+class InSecretService : public AskingSomebody {
 public:
     CredentialStore& store() { return store_; }
-    void setPresence(bool available, PresenceOutcome outcome) {
-        presence_.available = available;
-        presence_.outcome = outcome;
-    }
 
 private:
     QTemporaryDir folder_;
     PrivateKeyring keyring_{folder_.path()};
-    UserPresenceFake presence_;
     CredentialStoreSecretService store_{presence_};
 };
 

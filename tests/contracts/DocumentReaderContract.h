@@ -1,7 +1,7 @@
 #pragma once
 #include "ports/DocumentReader.h"
+#include "support/FaultOf.h"
 
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace vennic::test {
@@ -23,17 +23,6 @@ template <class World>
 class DocumentReaderContract : public ::testing::Test {
 protected:
     World world_;
-
-    template <class Read>
-    static std::optional<DocumentFault> faultOf(Read read) {
-        try {
-            read();
-        } catch (const DocumentReadError& error) {
-            EXPECT_FALSE(error.errorDescription().isEmpty());
-            return error.fault();
-        }
-        return std::nullopt;
-    }
 };
 
 TYPED_TEST_SUITE_P(DocumentReaderContract);
@@ -83,14 +72,14 @@ TYPED_TEST_P(DocumentReaderContract, readsAndCutsPdf) {
 
 TYPED_TEST_P(DocumentReaderContract, aMissingFileIsUnreadable) {
     const QString path = this->world_.missing();
-    EXPECT_EQ(this->faultOf([&] { this->world_.reader().plainText(path, 9); }), DocumentFault::unreadable);
-    EXPECT_EQ(this->faultOf([&] { this->world_.reader().pdf(path, 9); }), DocumentFault::unreadable);
+    EXPECT_EQ(faultOf([&] { this->world_.reader().plainText(path, 9); }), DocumentFault::unreadable);
+    EXPECT_EQ(faultOf([&] { this->world_.reader().pdf(path, 9); }), DocumentFault::unreadable);
 }
 
 TYPED_TEST_P(DocumentReaderContract, whatIsNotOfTheFormIsUnparsable) {
     const QString path = this->world_.addText(QStringLiteral("abc"));
-    EXPECT_EQ(this->faultOf([&] { this->world_.reader().rtf(path, 9); }), DocumentFault::unparsable);
-    EXPECT_EQ(this->faultOf([&] { this->world_.reader().pdf(path, 9); }), DocumentFault::unparsable);
+    EXPECT_EQ(faultOf([&] { this->world_.reader().rtf(path, 9); }), DocumentFault::unparsable);
+    EXPECT_EQ(faultOf([&] { this->world_.reader().pdf(path, 9); }), DocumentFault::unparsable);
 }
 
 TYPED_TEST_P(DocumentReaderContract, severalThreadsMayReadAtOnce) {

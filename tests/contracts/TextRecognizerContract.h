@@ -1,7 +1,7 @@
 #pragma once
 #include "ports/TextRecognizer.h"
+#include "support/FaultOf.h"
 
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace vennic::test {
@@ -33,17 +33,6 @@ protected:
 
     TextRecognizer& recognizer() { return world_.recognizer(); }
     RecognizedText both() const { return {lines_.join(u'\n'), languages_}; }
-
-    template <class Read>
-    static std::optional<DocumentFault> faultOf(Read read) {
-        try {
-            read();
-        } catch (const DocumentReadError& error) {
-            EXPECT_FALSE(error.errorDescription().isEmpty());
-            return error.fault();
-        }
-        return std::nullopt;
-    }
 };
 
 TYPED_TEST_SUITE_P(TextRecognizerContract);
@@ -75,13 +64,13 @@ TYPED_TEST_P(TextRecognizerContract, anOpenPdfStaysTheSameFile) {
     const auto pages = this->recognizer().openPdf(path, {});
     this->world_.remove(path);
     EXPECT_EQ(pages->text(0), QStringLiteral("Bonjour"));
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aPageThatIsNotThereFailsAndTheOthersDoNot) {
     const auto pages = this->recognizer().openPdf(this->world_.addPdf({{QStringLiteral("Bonjour"), {}}}), {});
-    EXPECT_TRUE(this->faultOf([&] { pages->text(1); }).has_value());
-    EXPECT_TRUE(this->faultOf([&] { pages->recognize(1); }).has_value());
+    EXPECT_TRUE(faultOf([&] { pages->text(1); }).has_value());
+    EXPECT_TRUE(faultOf([&] { pages->recognize(1); }).has_value());
     EXPECT_EQ(pages->text(0), QStringLiteral("Bonjour"));
 }
 
@@ -97,19 +86,19 @@ TYPED_TEST_P(TextRecognizerContract, twoPdfsMayBeOpenAtOnce) {
 TYPED_TEST_P(TextRecognizerContract, whatIsNotOfTheFormIsUnparsable) {
     const QString image = this->world_.addImage({});
     const QString pdf = this->world_.addPdf({{QStringLiteral("Bonjour"), {}}});
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(image, {}); }), DocumentFault::unparsable);
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(pdf, {}); }), DocumentFault::unparsable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().openPdf(image, {}); }), DocumentFault::unparsable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().image(pdf, {}); }), DocumentFault::unparsable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aPdfWithoutPagesIsUnparsable) {
     const QString path = this->world_.addPdf({});
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unparsable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unparsable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, aMissingFileIsUnreadable) {
     const QString path = this->world_.missing();
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().image(path, {}); }), DocumentFault::unreadable);
-    EXPECT_EQ(this->faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().image(path, {}); }), DocumentFault::unreadable);
+    EXPECT_EQ(faultOf([&] { this->recognizer().openPdf(path, {}); }), DocumentFault::unreadable);
 }
 
 TYPED_TEST_P(TextRecognizerContract, severalThreadsMayAskAtOnce) {

@@ -185,9 +185,12 @@ TEST_F(Conversation, eachChangeIsStoredWhole) {
     session().setMessageContent(1, QStringLiteral("deux et demi"));
     EXPECT_EQ(session().messages().at(1).content, QStringLiteral("deux et demi"));
     EXPECT_EQ(storedMessages(), session().messages());
+    session().appendToMessage(1, QStringLiteral(" encore"));
+    EXPECT_EQ(session().messages().at(1).content, QStringLiteral("deux et demi encore"));
+    EXPECT_EQ(storedMessages(), session().messages());
     session().setMessages({message("trois")});
     EXPECT_EQ(storedMessages(), session().messages());
-    EXPECT_EQ(changed.count(), 4);
+    EXPECT_EQ(changed.count(), 5);
 }
 
 TEST_F(Conversation, aMessageThatIsNotThereCannotBeEdited) {
@@ -195,6 +198,7 @@ TEST_F(Conversation, aMessageThatIsNotThereCannotBeEdited) {
     store.writes.clear();
     test::Announcements changed(&session(), &AppSession::messagesChanged);
     session().setMessageContent(1, QStringLiteral("x"));
+    session().appendToMessage(1, QStringLiteral("x"));
     EXPECT_TRUE(store.writes.empty());
     EXPECT_EQ(changed.count(), 0);
 }

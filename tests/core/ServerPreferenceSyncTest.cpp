@@ -60,6 +60,15 @@ TEST_F(ServerPreferenceSyncTest, aLaunchWithATokenPullsOnce) {
     EXPECT_EQ(stored("selectedProvider"), StoredValue(QStringLiteral("gemini")));
 }
 
+TEST_F(ServerPreferenceSyncTest, anAccountWithoutAnAddressLeavesTheOneThatIsKnown) {
+    account = R"({"id":7,"email":"a@b.fr"})";
+    AppSession& session = open();
+    account = R"({"id":8})";
+    test::await(sync.hydrate(&session));
+    EXPECT_EQ(session.userId(), 8);
+    EXPECT_EQ(session.userEmail(), QStringLiteral("a@b.fr"));
+}
+
 TEST_F(ServerPreferenceSyncTest, whatIsPulledIsNotPushedBack) {
     account = R"({"id":7,"default_provider":"gemini","default_audio_voice":"ash"})";
     open();
@@ -140,6 +149,22 @@ TEST_F(ServerPreferenceSyncTest, aBurstOfChangesIsOnePushOfTheLastValues) {
     EXPECT_EQ(transport.requests.back().url.toString(), QStringLiteral("https://api.vennic.test/users/7.json"));
     pass(10s);
     EXPECT_EQ(pushes().size(), 1u);
+}
+
+TEST_F(ServerPreferenceSyncTest, theAccountIsToldInItsOwnWords) {
+    putText("voiceMode", "realtime");
+    AppSession& session = open();
+    session.setVoiceMode(VoiceMode::pushToTalk);
+    session.setAudioOutput(AudioOutput::local);
+    session.setWhisperTranscription(false);
+    pass(500ms);
+    session.setAudioOutput(AudioOutput::gpt);
+    pass(500ms);
+    ASSERT_EQ(pushes().size(), 2u);
+    EXPECT_EQ(pushes()[0], parseJsonObject(R"({"user":{"default_voice_mode":"ptt","default_provider":"openai",
+                                 "transcribe_audio":false,"audio_output":false}})"));
+    EXPECT_EQ(pushes()[1], parseJsonObject(R"({"user":{"default_voice_mode":"ptt","default_provider":"openai",
+                                 "transcribe_audio":false,"audio_output":true}})"));
 }
 
 TEST_F(ServerPreferenceSyncTest, aVoiceThatWasClearedIsLeftOut) {

@@ -8,6 +8,7 @@
 #include "support/ScriptedBackend.h"
 
 #include <QCoreApplication>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -32,9 +33,12 @@ struct SessionFixture : testing::Test, ScriptedBackend {
     BridgeControlFake bridge;
     PreferenceSyncFake preferences;
     LocalLLMTelemetrySinkFake telemetry;
-    KeychainStore keychain{credentials, store, [] { return QStringLiteral("DEVICE"); }};
+    KeychainStore keychain{credentials.shared(), store, [] { return QStringLiteral("DEVICE"); }};
     QString hostName = QStringLiteral("atelier");
     std::unique_ptr<AppSession> built;
+
+    /// What is still read on the pool uses the store of this fixture.
+    ~SessionFixture() override { QThreadPool::globalInstance()->waitForDone(); }
 
     AppSession& session() {
         if (!built)
@@ -60,10 +64,24 @@ struct SessionFixture : testing::Test, ScriptedBackend {
         preferences = {};
         return *built;
     }
+    /// The conversation, each message behind "u:" or "a:".
+    QStringList said() {
+        QStringList texts;
+        for (const ChatMessage& message : session().messages())
+            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
+                         message.content);
+        return texts;
+    }
     /// Lets the jobs that have been started run to their end or their first real wait.
     static void settle() {
         for (int turn = 0; turn < 20; ++turn)
             QCoreApplication::processEvents();
+    }
+    /// As `settle`, and lets work beside the main thread end, too.
+    static void settleEverywhere() {
+        settle();
+        QThreadPool::globalInstance()->waitForDone();
+        settle();
     }
 };
 

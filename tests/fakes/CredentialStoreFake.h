@@ -2,6 +2,8 @@
 #include "ports/CredentialStore.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <vector>
 
 namespace vennic::test {
@@ -25,8 +27,17 @@ public:
     std::optional<CredentialStatus> addFailure;
     std::optional<CredentialStatus> removeFailure;
 
-    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt) override {
+    /// What a read waits for, on the thread that reads.
+    std::function<void(const std::stop_token&)> whileReading;
+
+    /// Itself, for who shares a store. It outlives them.
+    std::shared_ptr<CredentialStore> shared() { return {std::shared_ptr<void>(), this}; }
+
+    CredentialReadResult read(const CredentialItem& item, const std::optional<QString>& prompt,
+                              const std::stop_token& stop = {}) override {
         prompts.push_back(prompt);
+        if (whileReading)
+            whileReading(stop);
         if (readFailure)
             return {*readFailure, std::nullopt};
         const auto found = find(item);

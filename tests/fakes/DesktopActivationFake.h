@@ -15,9 +15,11 @@ public:
         return true;
     }
     void withdraw() override { requests = {}; }
-    bool handOver(const QStringList& addresses, std::chrono::milliseconds) override {
+    bool handOver(const QStringList& addresses, const QString& token, std::chrono::milliseconds) override {
         if (!requests.activate)
             return false;
+        if (!token.isEmpty() && requests.allow)
+            requests.allow(token);
         if (addresses.isEmpty())
             requests.activate();
         else

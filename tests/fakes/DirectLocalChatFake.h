@@ -17,18 +17,22 @@ public:
     std::vector<QString> asked; // endpoints
     std::vector<std::chrono::milliseconds> timeouts;
     std::vector<QString> prompts;
+    TurnEnd end{.failed = false, .text = QStringLiteral("d'ici")};
+    std::function<void()> whileAnswering; // what else happens meanwhile
 
     Task<bool> isReachable(QString endpoint, std::chrono::milliseconds timeout) override {
         timeouts.push_back(timeout);
         asked.push_back(endpoint);
         co_return reachable;
     }
-    Task<> runDirectLocal(QString prompt) override {
+    Task<TurnEnd> runDirectLocal(QString prompt) override {
         prompts.push_back(prompt);
         AppSession& session = session_();
-        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, QStringLiteral("d'ici"), {}});
+        session.appendMessage({QUuid::createUuid(), ChatMessage::Role::assistant, end.text, {}});
+        if (whileAnswering)
+            whileAnswering();
         session.setIsStreaming(false);
-        co_return;
+        co_return end;
     }
 
     bool isFiling() const override { return filing; }

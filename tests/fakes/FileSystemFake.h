@@ -16,6 +16,8 @@ namespace vennic::test {
 class FileSystemFake final : public FileSystem {
 public:
     std::optional<FileValues> values(const QString& path) override {
+        if (beforeValues)
+            beforeValues();
         const auto entry = entries.find(path);
         if (entry == entries.end() || unreadable.contains(path))
             return std::nullopt;
@@ -48,9 +50,10 @@ public:
     std::set<QString> unreadable; // values and walks of these fail; their entry is met all the same
     QString home = QStringLiteral("/home/marie");
     bool walksGiveHidden = false;
-    bool listsBackwards = false;      // the order of a folder on a disk is any
-    std::function<void()> beforeNext; // called by listings, on the thread that lists; may raise
-    std::atomic<qint64> walked = 0;   // entries that walks have given
+    bool listsBackwards = false;        // the order of a folder on a disk is any
+    std::function<void()> beforeNext;   // called by listings, on the thread that lists; may raise
+    std::function<void()> beforeValues; // called on the thread that asks
+    std::atomic<qint64> walked = 0;     // entries that walks have given
 
 private:
     class Walk final : public FolderWalk {

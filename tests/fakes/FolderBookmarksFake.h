@@ -2,6 +2,7 @@
 #include "base/LocalizedError.h"
 #include "ports/FolderBookmarks.h"
 
+#include <functional>
 #include <limits>
 #include <map>
 #include <mutex>
@@ -18,6 +19,8 @@ public:
         return "bookmark:" + path.toUtf8();
     }
     ResolvedFolder resolve(const QByteArray& bookmark) override {
+        if (beforeResolve)
+            beforeResolve();
         const std::scoped_lock guard(lock_);
         ++resolved;
         const QString path = QString::fromUtf8(bookmark.mid(9));
@@ -57,6 +60,7 @@ public:
     int resolved = 0;
     int started = 0;
     int stopped = 0;
+    std::function<void()> beforeResolve; // called on the thread that resolves
 
 private:
     mutable std::mutex lock_;

@@ -13,7 +13,7 @@ public:
     QStringList reasons; // of each question
 
     bool isAvailable() override { return available; }
-    PresenceOutcome confirm(const QString& reason) override {
+    PresenceOutcome confirm(const QString& reason, const std::stop_token& = {}) override {
         reasons << reason;
         return available ? outcome : PresenceOutcome::unavailable;
     }

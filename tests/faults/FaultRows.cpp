@@ -32,6 +32,13 @@ Fault success(const std::string& name, const QByteArray& body) {
     return {name, always(answers::plain(200, body)), unreadable()};
 }
 
+/// More than an answer about an account may be; tasks may be larger.
+Fault tooMuch(const std::string& name, const QByteArray& body) {
+    Fault fault = success(name, body);
+    fault.expected.update = fault.expected.revoke = fault.expected.claim = "tooLarge";
+    return fault;
+}
+
 Fault refusal(int status) {
     const std::string number = std::to_string(status);
     Fault fault{"status" + number, always(answers::plain(status, "dit")), all("http " + number + " dit")};
@@ -175,8 +182,8 @@ std::vector<Fault> hostileAnswers() {
         success("badUtf8", "{\"id\":\"\xff\xfe\"}"),
         success("nulBytes", QByteArray(4096, '\0')),
         success("deepNesting", QByteArray(1 << 20, '[')),
-        success("manyKeys", '{' + QByteArray("\"a\":1,").repeated(200'000) + "\"b\":2}"),
-        success("longString", "{\"id\":\"" + QByteArray(8 << 20, 'x') + "\"}"),
+        tooMuch("manyKeys", '{' + QByteArray("\"a\":1,").repeated(200'000) + "\"b\":2}"),
+        tooMuch("longString", "{\"id\":\"" + QByteArray(8 << 20, 'x') + "\"}"),
     };
     for (const int status : {300, 304, 400, 401, 403, 404, 407, 413, 429, 500, 502, 503})
         faults.push_back(refusal(status));

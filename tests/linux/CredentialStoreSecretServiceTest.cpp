@@ -118,6 +118,19 @@ TEST_F(CredentialStoreSecretServiceTest, theVaultIsChosenOnlyWhenNoServiceAnswer
     EXPECT_EQ(makeCredentialStore(presence_, vault_)->kind(), QStringLiteral("secret-service"));
 }
 
+TEST_F(CredentialStoreSecretServiceTest, theEnvironmentCanChooseTheVaultAndLeavesTheServiceAlone) {
+    PrivateKeyring keyring(folder_.path());
+    qputenv("VENNIC_CREDENTIALS", "file");
+    const auto store = makeCredentialStore(presence_, vault_);
+    qputenv("VENNIC_CREDENTIALS", "anything else");
+    EXPECT_EQ(makeCredentialStore(presence_, vault_)->kind(), QStringLiteral("secret-service"));
+    qunsetenv("VENNIC_CREDENTIALS");
+    EXPECT_EQ(store->kind(), QStringLiteral("file"));
+    EXPECT_EQ(store->add(item_, secret_, {}), CredentialStatus::success);
+    EXPECT_EQ(*store->read(item_, std::nullopt).data, secret_);
+    EXPECT_TRUE(keyring.items().isEmpty());
+}
+
 TEST_F(CredentialStoreSecretServiceTest, theFirstReadTakesTheVaultsItemOver) {
     CredentialStoreFile vault(vault_, presence_);
     ASSERT_EQ(vault.add(item_, secret_, {.requiresUserPresence = true}), CredentialStatus::success);

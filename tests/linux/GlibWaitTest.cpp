@@ -57,11 +57,12 @@ TEST(GlibWaitTest, anOperationThatIsStoppedSaysSo) {
     EXPECT_EQ(endOfEndless(wait), QStringLiteral("La demande a été interrompue."));
 }
 
-TEST(GlibWaitTest, theBussOwnTimeOutIsTheSameToTheUserAndOtherErrorsKeepTheirWords) {
+TEST(GlibWaitTest, theBussOwnTimeOutIsTheSameToTheUserAndOtherErrorsHaveTheirSentences) {
     const GlibWait wait({}, 3600);
     EXPECT_EQ(wordsOf(wait, errorOf(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)), unanswered);
     EXPECT_EQ(wordsOf(wait, errorOf(G_DBUS_ERROR, G_DBUS_ERROR_TIMED_OUT)), unanswered);
     EXPECT_EQ(wordsOf(wait, errorOf(G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT)), unanswered);
-    EXPECT_EQ(wordsOf(wait, errorOf(G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY)), QStringLiteral("Words of GIO"));
-    EXPECT_EQ(wordsOf(wait, errorOf(G_IO_ERROR, G_IO_ERROR_NOT_FOUND)), QStringLiteral("Words of GIO"));
+    EXPECT_EQ(wordsOf(wait, errorOf(G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY)),
+              QStringLiteral("L'application s'est arrêtée sans répondre."));
+    EXPECT_EQ(wordsOf(wait, errorOf(G_IO_ERROR, G_IO_ERROR_NOT_FOUND)), QStringLiteral("Ce fichier n'existe plus."));
 }

@@ -83,12 +83,12 @@ TEST_F(HttpStreamTest, aStreamThatFallsSilentTimesOut) {
     EXPECT_EQ(readOut(*stream, &all), TransportFault::timedOut);
 }
 
-TEST_F(HttpStreamTest, timeThatTheReaderTakesIsNotThePeersSilence) {
+TEST_F(HttpStreamTest, timeThatTheReaderTakesIsNotThePeers) {
     const QByteArray body(2 * 1024 * 1024, 'b');
     server.onRequest(answers::plain(200, body));
-    const auto stream = open(request(1s));
+    const auto stream = open(request(300ms));
     QByteArray all = await(stream->next()).value_or(QByteArray());
-    waitUntil([] { return false; }, 1500ms); // longer than the peer may be silent
+    waitUntil([] { return false; }, 1500ms); // longer than the peer may be silent, and than the whole may take
     EXPECT_EQ(readOut(*stream, &all), std::nullopt);
     EXPECT_EQ(all.size(), body.size());
 }
@@ -101,6 +101,20 @@ TEST_F(HttpStreamTest, aStreamThatDripsForeverEndsToo) {
     const auto stream = open(request(100ms));
     QByteArray all;
     EXPECT_EQ(readOut(*stream, &all), TransportFault::timedOut);
+}
+
+TEST_F(HttpStreamTest, aStreamThatMayTakeLongTakesLong) {
+    constexpr int pieces = 80;
+    server.onRequest([](Wire& wire, const ReceivedRequest& received) {
+        wire.send("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(pieces) + "\r\n\r\n");
+        answers::drip(QByteArray(pieces, 'x'), 25ms)(wire, received);
+    });
+    HttpRequest patient = request(400ms);
+    patient.deadline = 1h; // instead of four times the silence, which is less than the drip takes
+    const auto stream = open(std::move(patient));
+    QByteArray all;
+    EXPECT_EQ(readOut(*stream, &all), std::nullopt);
+    EXPECT_EQ(all.size(), pieces);
 }
 
 TEST_F(HttpStreamTest, moreThanItsCeilingIsRefused) {

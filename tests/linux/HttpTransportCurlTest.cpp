@@ -1,33 +1,14 @@
-#include "linux/HttpTransportCurl.h"
-
-#include "support/Answers.h"
-#include "support/Await.h"
-
-#include <gtest/gtest.h>
+#include "linux/HttpTransportFixture.h"
 
 namespace vennic::test {
 
 using namespace std::chrono_literals;
 
-class HttpTransportCurlTest : public testing::Test {
+class HttpTransportCurlTest : public HttpTransportFixture {
 protected:
     HttpRequest request(const QByteArray& method = "GET", const QString& path = QStringLiteral("/")) {
         return {.method = method, .url = server_.url(path), .timeout = 20s, .anchors = anchors_};
     }
-    HttpResponse send(HttpRequest request) { return await(transport_.send(std::move(request)), 60s); }
-    /// The fault that the request ends in; none when an answer came.
-    std::optional<TransportFault> faultOf(HttpRequest request) {
-        try {
-            send(std::move(request));
-            return std::nullopt;
-        } catch (const TransportError& error) {
-            return error.fault();
-        }
-    }
-
-    LoopbackServer server_;
-    std::shared_ptr<const TrustAnchors> anchors_ = LoopbackServer::authority().anchors();
-    HttpTransportCurl transport_;
 };
 
 TEST_F(HttpTransportCurlTest, aRequestCarriesOnlyWhatItSays) {

@@ -1,28 +1,15 @@
-#include "linux/HttpTransportCurl.h"
-#include "support/Answers.h"
-#include "support/Await.h"
+#include "linux/HttpTransportFixture.h"
 
 #include <QElapsedTimer>
-
-#include <gtest/gtest.h>
 
 namespace vennic::test {
 
 using namespace std::chrono_literals;
 
-class HttpTransportFaultTest : public testing::Test {
+class HttpTransportFaultTest : public HttpTransportFixture {
 protected:
     HttpRequest request(const QByteArray& method = "GET", std::chrono::milliseconds timeout = 20s) {
         return {.method = method, .url = server_.url(), .timeout = timeout, .anchors = anchors_};
-    }
-    HttpResponse send(HttpRequest request) { return await(transport_.send(std::move(request)), 60s); }
-    std::optional<TransportFault> faultOf(HttpRequest request) {
-        try {
-            send(std::move(request));
-            return std::nullopt;
-        } catch (const TransportError& error) {
-            return error.fault();
-        }
     }
     std::optional<TransportFault> faultAfter(const AnswerScript& script) {
         server_.onRequest(script);
@@ -32,10 +19,6 @@ protected:
         LoopbackServer server({.greeting = greeting});
         return faultOf({.url = server.url(), .timeout = timeout, .anchors = anchors_});
     }
-
-    LoopbackServer server_;
-    std::shared_ptr<const TrustAnchors> anchors_ = LoopbackServer::authority().anchors();
-    HttpTransportCurl transport_;
 };
 
 TEST_F(HttpTransportFaultTest, aPortThatNobodyServesIsRefused) {
@@ -178,6 +161,13 @@ TEST_F(HttpTransportFaultTest, eachByteBeginsTheSilenceAnew) {
 TEST_F(HttpTransportFaultTest, aDripThatNeverEndsMeetsTheTotalDeadline) {
     server_.onRequest(answers::drip(answerBytes(200, QByteArray(100000, 'x')), 10ms));
     EXPECT_EQ(faultOf(request("GET", 200ms)), TransportFault::timedOut);
+}
+
+TEST_F(HttpTransportFaultTest, aDeadlineOfItsOwnEndsADripLongBeforeItsSilenceWould) {
+    server_.onRequest(answers::drip(answerBytes(200, QByteArray(100000, 'x')), 10ms));
+    HttpRequest hurried = request("GET", 1h);
+    hurried.deadline = 200ms;
+    EXPECT_EQ(faultOf(std::move(hurried)), TransportFault::timedOut);
 }
 
 TEST_F(HttpTransportFaultTest, anUploadThatNobodyReadsTimesOut) {

@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace vennic::test {
 
@@ -64,6 +65,29 @@ TEST_F(UserPresencePolkitTest, aQuestionThatNobodyAnswersCountsAsDismissed) {
     tell(QStringLiteral("SimulateHang"), {true});
     UserPresencePolkit presence(200ms);
     EXPECT_EQ(presence.confirm(reason_), PresenceOutcome::dismissed);
+}
+
+TEST_F(UserPresencePolkitTest, aQuestionIsWithdrawnWhenItsAskerIsToldToStop) {
+    startAuthority();
+    tell(QStringLiteral("SimulateHang"), {true});
+    UserPresencePolkit presence;
+    const std::stop_source asker;
+    auto outcome = PresenceOutcome::confirmed;
+    std::jthread asking([&] { outcome = presence.confirm(reason_, asker.get_token()); });
+    asker.request_stop();
+    asking.join(); // within the test's time, not in two minutes
+    EXPECT_EQ(outcome, PresenceOutcome::dismissed);
+}
+
+TEST_F(UserPresencePolkitTest, aQuestionThatIsAnsweredWhileItCouldBeWithdrawnIsHandedOn) {
+    startAuthority();
+    tell(QStringLiteral("SetAllowed"), {QStringList{QStringLiteral("com.vennic.desktop.read-token")}});
+    UserPresencePolkit presence;
+    const std::stop_source asker;
+    auto outcome = PresenceOutcome::refused;
+    std::jthread asking([&] { outcome = presence.confirm(reason_, asker.get_token()); });
+    asking.join();
+    EXPECT_EQ(outcome, PresenceOutcome::confirmed);
 }
 
 TEST_F(UserPresencePolkitTest, anAuthorityThatAppearsLaterIsFound) {

@@ -17,7 +17,9 @@ using namespace std::chrono_literals;
 
 struct DoubleRoad {
     DesktopActivationFake road;
-    bool handOver(const QStringList& addresses) { return road.handOver(addresses, 5s); }
+    bool handOver(const QStringList& addresses, const QString& token = {}) {
+        return road.handOver(addresses, token, 5s);
+    }
 };
 
 /// Two programs on one bus; the second asks from a thread of its own, since the first has to answer.
@@ -26,11 +28,11 @@ struct BusRoad {
     PrivateBus bus{PrivateBus::Kind::session, folder.path()};
     DesktopActivationBus road;
 
-    static bool handOver(const QStringList& addresses) {
+    static bool handOver(const QStringList& addresses, const QString& token = {}) {
         std::optional<bool> handed;
         std::jthread second([&] {
             DesktopActivationBus other;
-            const bool answered = other.handOver(addresses, 5s);
+            const bool answered = other.handOver(addresses, token, 5s);
             QMetaObject::invokeMethod(qApp, [&handed, answered] { handed = answered; }, Qt::QueuedConnection);
         });
         waitUntil([&] { return handed.has_value(); });
@@ -57,11 +59,13 @@ protected:
     int activations = 0;
     QStringList opened;
     QStringList actions;
+    QStringList tokens;
 
     DesktopActivation::Requests requests() {
         return {.activate = [this] { ++activations; },
                 .open = [this](const QStringList& addresses) { opened += addresses; },
-                .act = [this](const QString& action) { actions.append(action); }};
+                .act = [this](const QString& action) { actions.append(action); },
+                .allow = [this](const QString& token) { tokens.append(token); }};
     }
 };
 using AllRoads = testing::Types<DoubleRoad, BusRoad>;
@@ -80,6 +84,14 @@ TYPED_TEST(DesktopActivationContract, aSecondStartHandsItsAddressesOver) {
     EXPECT_TRUE(this->with.handOver(addresses));
     EXPECT_EQ(this->opened, addresses);
     EXPECT_EQ(this->activations, 0);
+}
+
+TYPED_TEST(DesktopActivationContract, whatTheDesktopAllowsComesAlong) {
+    ASSERT_TRUE(this->with.road.offer(this->requests()));
+    EXPECT_TRUE(this->with.handOver({}, QStringLiteral("shell-1_TIME4711")));
+    EXPECT_TRUE(this->with.handOver({QStringLiteral("vennic://local/setup")}, QStringLiteral("é")));
+    EXPECT_TRUE(this->with.handOver({}));
+    EXPECT_EQ(this->tokens, (QStringList{QStringLiteral("shell-1_TIME4711"), QStringLiteral("é")}));
 }
 
 TYPED_TEST(DesktopActivationContract, withNobodyOnTheRoadNothingIsHandedOver) {
@@ -110,9 +122,14 @@ TEST_F(DesktopActivationBusTest, theDesktopsOwnCallsAreUnderstood) {
                           QStringLiteral("['vennic://local/setup']"), QStringLiteral("{'desktop-startup-id': <'x'>}")}),
               0);
     EXPECT_EQ(with.gdbus({QStringLiteral("org.freedesktop.Application.ActivateAction"), QStringLiteral("quit"),
-                          QStringLiteral("[]"), QStringLiteral("{}")}),
+                          QStringLiteral("[]"), QStringLiteral("{'activation-token': <'y'>}")}),
               0);
-    EXPECT_EQ(activations, 1);
+    for (const char* unusable : {"{'desktop-startup-id': <['x']>}", "{'activation-token': <''>}", "{'other': <'x'>}"})
+        EXPECT_EQ(with.gdbus({QStringLiteral("org.freedesktop.Application.Activate"), QString::fromLatin1(unusable)}),
+                  0);
+    EXPECT_TRUE(with.handOver({}, QString(2000, u'x')));
+    EXPECT_EQ(tokens, (QStringList{QStringLiteral("x"), QStringLiteral("y")}));
+    EXPECT_EQ(activations, 5);
     EXPECT_EQ(opened, QStringList{QStringLiteral("vennic://local/setup")});
     EXPECT_EQ(actions, QStringList{QStringLiteral("quit")});
 }
@@ -137,7 +154,7 @@ TEST_F(DesktopActivationBusTest, tooManyAndTooLongAddressesAreLeftOut) {
 TEST_F(DesktopActivationBusTest, aProgramThatDoesNotAnswerIsNotWaitedForLong) {
     ASSERT_TRUE(with.road.offer(requests()));
     DesktopActivationBus second; // on this thread, on which the first can't answer meanwhile
-    EXPECT_FALSE(second.handOver({}, 100ms));
+    EXPECT_FALSE(second.handOver({}, {}, 100ms));
 }
 
 TEST_F(DesktopActivationBusTest, aBusThatGoesAndComesAgainFindsTheProgramThere) {
@@ -162,7 +179,7 @@ TEST(DesktopActivationWithoutABus, isNoRoad) {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
     DesktopActivationBus road;
     EXPECT_FALSE(road.offer({}));
-    EXPECT_FALSE(road.handOver({}, 100ms));
+    EXPECT_FALSE(road.handOver({}, {}, 100ms));
     road.withdraw();
 }
 

@@ -24,6 +24,7 @@ protected:
     CrashTest() {
         // Small enough that pending words, segments and merges all come up within a moment.
         world.settings.limits = {10, 25, 1 << 20, 3, 1 << 20};
+        world.findTextsByTheIndexAlone();
     }
     void fill() {
         for (int i = 0; i < 60; ++i)
@@ -164,7 +165,7 @@ TEST_F(CrashTest, anIndexThatAnotherProcessHasIsLeftAlone) {
     PlainTextSource texts;
     Indexer second(world.settings, texts);
     EXPECT_TRUE(vennic::test::waitUntil([&] { return second.status().inUse; }));
-    EXPECT_FALSE(second.waitUntilOpen());
+    EXPECT_FALSE(second.waitUntilOpen(std::chrono::seconds(10)));
     EXPECT_EQ(world.find(s("kwartzite")).size(), 60);
 }
 

@@ -32,7 +32,7 @@ IndexedFolder::~IndexedFolder() {
 
 void IndexedFolder::reopen() {
     index_.reset();
-    index_ = std::make_unique<FileIndexSegments>(settings, texts, texts, types);
+    index_ = std::make_unique<FileIndexSegments>(settings, texts, *queryTexts, types);
 }
 
 void IndexedFolder::put(const std::string& relativePath, std::string_view bytes) const {

@@ -36,6 +36,11 @@ public:
     /// Writes bytes under a relative path of bytes, folders included.
     void put(const std::string& relativePath, std::string_view bytes) const;
     void share() { index_->setFolders({folder()}); }
+    /// From the next `reopen` on texts are found by the index or not at all, never by a look at the disk in its place.
+    void findTextsByTheIndexAlone() {
+        noTexts_.dead = true;
+        queryTexts = &noTexts_;
+    }
     /// Ends the index and begins it again.
     void reopen();
     void close() { index_.reset(); }
@@ -45,11 +50,13 @@ public:
     bool finds(const QString& word, QStringList expected);
 
     PlainTextSource texts;
+    TextSource* queryTexts = &texts; // those of queries, from the next `reopen` on
     ExtensionTypes types;
     IndexerSettings settings;
 
 private:
     QTemporaryDir base_;
+    PlainTextSource noTexts_;
     std::unique_ptr<FileIndexSegments> index_;
 };
 

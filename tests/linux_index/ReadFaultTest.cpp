@@ -21,6 +21,7 @@ QString s(const char* text) { return QString::fromUtf8(text); }
 class ReadFaultTest : public ::testing::Test {
 protected:
     void start() {
+        world.findTextsByTheIndexAlone();
         world.reopen();
         world.share();
     }

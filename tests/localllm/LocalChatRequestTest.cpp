@@ -1,5 +1,7 @@
 #include "localllm/LocalChatRequest.h"
 
+#include "base/LocalizedError.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -48,6 +50,25 @@ TEST(LocalChatRequest, theConversationGrowsMessageByMessage) {
                     "function":{"name":"x","arguments":"{\"é\":1}"}}]},
                 {"role":"tool","tool_call_id":"c\"1","content":"1. a\n2. b"}])")
                   .array());
+}
+
+TEST(LocalChatRequest, aConversationWithoutEndIsRefused) {
+    constexpr qsizetype most = 64LL * 1024 * 1024;
+    constexpr qsizetype around = QByteArrayView(R"({,"messages":[]})").size();
+    LocalChatRequest request(QStringLiteral("m"));
+    request.addMessage(QLatin1String("user"), QString(11'000'000, QChar(1))); // six characters each in JSON
+    const auto add = [&](qsizetype size) { request.addToolResult({}, QString(size, u'x')); };
+    add(0);
+    const qsizetype before = request.body().size();
+    add(0);
+    const qsizetype ofEmpty = request.body().size() - before;
+    add(most + around - before - ofEmpty - ofEmpty);
+    EXPECT_EQ(request.body().size(), most + around) << "as much as it may hold";
+    LocalChatRequest second = request;
+    LocalChatRequest third = request;
+    EXPECT_THROW(add(0), LocalizedError);
+    EXPECT_THROW(second.addMessage(QLatin1String("user"), {}), LocalizedError);
+    EXPECT_THROW(third.addToolCalls({}, {}), LocalizedError);
 }
 
 TEST(LocalChatRequest, halfACharacterSpoilsNothing) {

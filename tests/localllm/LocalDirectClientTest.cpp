@@ -5,6 +5,7 @@
 #include "localllm/DirectError.h"
 #include "support/Await.h"
 #include "support/ChatChunks.h"
+#include "support/LoopTurns.h"
 
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -56,6 +57,7 @@ TEST_F(LocalDirectClientTest, aServerThatListsItsModelsIsReachable) {
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url, QUrl(endpoint + QStringLiteral("/models")));
     EXPECT_EQ(request.timeout, 2s);
+    EXPECT_EQ(request.deadline, 2s) << "for the whole answer, however it drips";
     EXPECT_TRUE(request.headers.empty() && request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr) << "no local call is pinned, whatever the host";
     transport.answerWith(299);
@@ -86,6 +88,7 @@ TEST_F(LocalDirectClientTest, theBodyGoesOutAsItIsAndNoTokenWithIt) {
     EXPECT_EQ(request.headers,
               (std::vector<HttpHeader>{{"Content-Type", "application/json"}, {"Accept", "text/event-stream"}}));
     EXPECT_EQ(request.timeout, 240s);
+    EXPECT_GE(request.deadline, 2h) << "a slow model may write for long";
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.anchors, nullptr);
 }
@@ -173,6 +176,18 @@ TEST_F(LocalDirectClientTest, aRefusalIsQuotedUpToALineEnd) {
     EXPECT_EQ(failure(), "Local server HTTP 302: ");
 }
 
+TEST_F(LocalDirectClientTest, aRefusalThatTalksWithoutEndKeepsItsStatus) {
+    transport.pieceBytes = 64LL * 1024;
+    const QByteArray tooLong(mostLineBytes + 1, 'x');
+    transport.answerWith(503, tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: ");
+    transport.answerWith(503, "occupé\n" + tooLong);
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
+    transport.streamFault = TransportFault::tooLarge; // of the whole answer
+    transport.answerWith(503, "occupé\n");
+    EXPECT_EQ(failure(), "Local server HTTP 503: occupé");
+}
+
 TEST_F(LocalDirectClientTest, theErrorsTellWhichTheyAre) {
     EXPECT_EQ(DirectError::serverUnreachable(QStringLiteral("x")).kind(), DirectError::Case::serverUnreachable);
     EXPECT_EQ(DirectError::httpError(500, {}).kind(), DirectError::Case::httpError);
@@ -220,6 +235,23 @@ TEST(LocalDirectClientStream, piecesAreHeardWhileTheStreamIsOpen) {
     chat.script.say(chunks::text("jour") + chunks::done());
     ASSERT_TRUE(waitUntil([&] { return chat.outcome == "Bonjour"; }));
     EXPECT_TRUE(chat.script.isClosed()) << "the last word ends the reading, not the server";
+}
+
+TEST(LocalDirectClientStream, aBurstOfPiecesLeavesEverythingElseItsTurn) {
+    constexpr int pieces = 5000;
+    Chatting chat;
+    LoopTurns turns;
+    std::size_t heard = 0;
+    std::size_t mostAtOnce = 0;
+    turns.each([&] {
+        mostAtOnce = std::max(mostAtOnce, chat.heard.size() - heard);
+        heard = chat.heard.size();
+    });
+    chat.script.say(chunks::text("x").repeated(pieces) + chunks::done());
+    ASSERT_TRUE(waitUntil([&] { return chat.outcome.size() == pieces; }));
+    EXPECT_EQ(chat.heard.size(), pieces);
+    EXPECT_GT(mostAtOnce, 0U);
+    EXPECT_LE(mostAtOnce, 2U);
 }
 
 TEST(LocalDirectClientStream, whoStopsReadingClosesTheConnectionAtOnce) {

@@ -1,9 +1,9 @@
 #include "localllm/LocalLLMCatalog.h"
 
+#include "fakes/FolderUsageFake.h"
 #include "support/Await.h"
 #include "support/ScriptedBackend.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -14,23 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Says a size and remembers what was removed, or refuses to.
-class FolderUsageFake final : public FolderUsage {
-public:
-    qint64 bytes = 0;
-    bool refuses = false;
-    QStringList removed;
-    qint64 allocatedBytes(const QString&) override { return bytes; }
-    void removeFolder(const QString& path) override {
-        if (refuses)
-            throw LocalizedError(QStringLiteral("non"));
-        removed.append(path);
-    }
-};
-
 struct LocalLLMCatalogTest : testing::Test {
     QTemporaryDir home;
-    FolderUsageFake usage;
+    test::FolderUsageFake usage;
 
     void make(const char* path) {
         ASSERT_TRUE(

@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import unittest
 import urllib.error
@@ -49,7 +50,7 @@ class Life(Scene):
 
     def test_status_has_every_promised_field(self):
         self.start_all()
-        status = self.client.status()
+        status = wait_for(lambda: (now := self.client.status())["email"] and now, "the account is known")
         for field in ("authenticated", "email", "user_id", "bridge_enabled", "bridge", "bridge_task", "tasks_served",
                       "last_error", "last_task_at", "device_id", "nickname", "shares", "index", "credential_store",
                       "provider", "streaming", "messages", "discussion_id"):
@@ -60,6 +61,13 @@ class Life(Scene):
         self.assertEqual(set(status["index"]) & {"files", "pending", "bytes", "ready"},
                          {"files", "pending", "bytes", "ready"})
         self.assertEqual([(s["name"], s["path"]) for s in status["shares"]], [("documents", str(self.shared))])
+
+    def test_a_display_that_says_nothing_holds_up_nothing(self):
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            self.client.show_on(f"127.0.0.1:{silent.getsockname()[1] - 6000}")
+            self.start_all()
+            self.assertEqual(self.client.status()["bridge"], "polling")
+            self.assertIn("sans écran", self.client.verb().stderr)
 
     def test_a_wrong_code_pairs_nothing(self):
         self.backend.start()

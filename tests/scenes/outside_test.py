@@ -47,7 +47,7 @@ class Outside(DesktopScene):
         x, y, width, height = self.place_of(window)
         self.click(x + width // 2, y + 200)
         self.click(x + 60, y + height - 28)  # who answers
-        self.click(x + 120, y + height - 120)  # an entry of that menu
+        self.click(x + 120, y + height - 158)  # an entry of that menu
         self.click(x + 100, y + height - 70)
         self.xdotool("type", "encore là")
         self.assertEqual(self.popover(), window)

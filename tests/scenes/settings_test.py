@@ -44,7 +44,7 @@ class Settings(Scene):
         self.picture("scene-code")
         self.press("Return")
         wait_for(lambda: self.client.status()["authenticated"], "the code is claimed")
-        # From the sign-out button back to the tabs, and on to the second one.
+        # From the account back to the tabs, and on to the second one.
         self.press("shift+Tab", "Right", "Tab", "space")
         wait_for(lambda: self.client.status()["bridge_enabled"], "the bridge is on")
         self.press("Tab", "space")

@@ -1,6 +1,9 @@
 """A conversation from the command line, through the backend and back to this machine's documents."""
 import json
+import os
 import shutil
+import subprocess
+import sys
 import unittest
 
 from scene import Scene
@@ -25,6 +28,26 @@ class Talk(Scene):
         status = self.client.status()
         self.assertEqual((status["messages"], status["discussion_id"], status["streaming"]),
                          (4, found["discussion_id"], False))
+
+    def keep_busy(self):
+        """Leaves no processor to whoever is content with what nobody else wants, as the index is."""
+        for _ in range(2 * os.cpu_count()):
+            burning = subprocess.Popen(["nice", "-n", "5", sys.executable, "-c", "while True: pass"])
+            self.addCleanup(burning.wait)
+            self.addCleanup(burning.kill)
+
+    def test_the_first_search_finds_what_was_shared_a_moment_ago_on_a_busy_machine(self):
+        for number in range(3000):
+            self.write(f"d{number % 60}/note {number}.txt", f"jonquille {number}\n")
+        self.write("d7/facture edf.pdf", "x")
+        self.write("d8/courrier.txt", "Le montant de la redevance est de 42 €\n")
+        shared, self.shared = self.shared, self.folder / "autre"
+        self.shared.mkdir()
+        self.start_all()
+        self.keep_busy()
+        self.assertEqual(self.client.verb("share", str(shared)).returncode, 0)
+        self.assertIn("[facture edf.pdf](vennic://local_file/open/", self.ask("cherche facture")["text"])
+        self.assertIn("[courrier.txt](vennic://local_file/open/", self.ask("cherche redevance")["text"])
 
     def test_the_conversation_outlives_the_client_and_the_backend(self):
         self.start_all()

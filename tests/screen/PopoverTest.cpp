@@ -1,71 +1,9 @@
-#include "base/LocalizedError.h"
-#include "screen/ScreenFixture.h"
-
-#include <QAccessible>
-#include <QClipboard>
-#include <QGuiApplication>
-#include <QMouseEvent>
-#include <QQmlComponent>
-#include <QQuickTextDocument>
-#include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTextBlock>
-#include <QTextLayout>
+#include "screen/PopoverFixture.h"
 
 namespace vennic::test {
 namespace {
 
-struct PopoverTest : ScreenFixture {
-    QString draft() { return item("draft")->property("text").toString(); }
-    QColor ground() { return root().property("color").value<QColor>(); }
-    void click(QPointF at) {
-        using Type = QEvent::Type;
-        for (const auto& [type, button, held] : {std::tuple{Type::MouseMove, Qt::NoButton, Qt::NoButton},
-                                                 {Type::MouseButtonPress, Qt::LeftButton, Qt::LeftButton},
-                                                 {Type::MouseButtonRelease, Qt::LeftButton, Qt::NoButton}}) {
-            QMouseEvent event(type, at, popover().mapToGlobal(at), button, held, Qt::NoModifier);
-            QCoreApplication::sendEvent(&popover(), &event);
-            paint();
-        }
-    }
-    /// The text items below, the draft's included, as they are seen: a list's rows have no other parent.
-    static void collectTexts(QQuickItem& at, std::vector<QQuickItem*>& found) {
-        if (at.property("textDocument").isValid())
-            found.push_back(&at);
-        for (QQuickItem* child : at.childItems())
-            collectTexts(*child, found);
-    }
-    std::vector<QQuickItem*> texts() {
-        std::vector<QQuickItem*> found;
-        collectTexts(root(), found);
-        return found;
-    }
-    static QTextDocument& documentOf(const QQuickItem& text) {
-        return *text.property("textDocument").value<QQuickTextDocument*>()->textDocument();
-    }
-    /// The text item of the only message.
-    QQuickItem& message() {
-        for (QQuickItem* text : texts())
-            if (text->property("readOnly").toBool())
-                return *text;
-        throw std::runtime_error("no message is shown");
-    }
-    /// What a screen reader finds, from the window downwards.
-    template <class F>
-    void walk(QAccessibleInterface* at, F visit) {
-        if (!at || at->state().invisible)
-            return;
-        visit(*at);
-        for (int i = 0; i < at->childCount(); ++i)
-            walk(at->child(i), visit);
-    }
-    QStringList names() {
-        QStringList names;
-        walk(QAccessible::queryAccessibleInterface(&popover()),
-             [&](QAccessibleInterface& at) { names.append(at.text(QAccessible::Name)); });
-        return names;
-    }
-};
+using PopoverTest = PopoverFixture;
 
 TEST_F(PopoverTest, comesUpWithTheKeyboardInTheDraft) {
     type(QStringLiteral("été"));
@@ -109,15 +47,73 @@ TEST_F(PopoverTest, theKeysOfTheHeaderWork) {
     press(Qt::Key_N, Qt::ControlModifier);
     EXPECT_TRUE(session().messages().empty());
     EXPECT_EQ(session().discussionId(), std::nullopt);
+    EXPECT_FALSE(item("forget")->isEnabled());
+    session().setDiscussionId(3);
+    EXPECT_TRUE(item("forget")->isEnabled());
     press(Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(quits, 1);
 }
 
-TEST_F(PopoverTest, inTheVoiceModeTheKeyForANewDiscussionDoesNothing) {
+TEST_F(PopoverTest, theKeysThatAnErrorNamesOpenTheSettings) {
+    popover();
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    press(Qt::Key_Comma, Qt::MetaModifier);
+    EXPECT_EQ(settingsOpened, 2);
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(PopoverTest, theHelpOfAButtonIsAsHighAsItsWords) {
+    popover();
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    const QObject* tip = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        tip = root().findChild<QObject*>(QStringLiteral("helpTip"));
+        return tip && tip->property("opened").toBool();
+    }));
+    const auto* const words = tip->property("contentItem").value<QQuickItem*>();
+    EXPECT_GE(words->height(), words->implicitHeight());
+    EXPECT_GT(words->height(), 10);
+}
+
+TEST_F(PopoverTest, theHelpOfALinkSaysWhatItOpens) {
+    ChatLinks links(session(), [](const QString&) {});
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_file/open/AB-12")),
+              QStringLiteral("Ouvrir ce document"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_photo/view/AB-12")),
+              QStringLiteral("Voir cette photo"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://ailleurs/1")), QStringLiteral("vennic://ailleurs/1"));
+    EXPECT_EQ(links.shownAddress(QStringLiteral("https://exemple.fr/a")), QStringLiteral("https://exemple.fr/a"));
+}
+
+TEST_F(PopoverTest, theKeyThatSendsWorksWhereverTheKeyboardIs) {
+    signedIn();
+    transport.hold();
+    for (const auto& [key, modifier] : {std::pair{Qt::Key_Return, Qt::ControlModifier},
+                                        {Qt::Key_Enter, Qt::ControlModifier},
+                                        {Qt::Key_Return, Qt::MetaModifier},
+                                        {Qt::Key_Enter, Qt::MetaModifier}}) {
+        session().clearConversation();
+        session().setIsStreaming(false);
+        type(QStringLiteral("oui"));
+        ASSERT_TRUE(goTo("ChatGPT"));
+        press(key, modifier);
+        ASSERT_EQ(session().messages().size(), 1u) << key;
+        EXPECT_EQ(session().messages()[0].content, QStringLiteral("oui"));
+        press(key, modifier); // while the turn runs
+        EXPECT_EQ(session().messages().size(), 1u);
+        chat->setInputFocused(true);
+    }
+}
+
+TEST_F(PopoverTest, inTheVoiceModeTheKeysOfTheChatDoNothing) {
     bodies = {MenuBarView::Content::chat, MenuBarView::Content::microphone};
     session().setMode(Mode::microphone);
     user(QStringLiteral("a"));
     press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(session().messages().size(), 1u);
+    chat->setDraft(QStringLiteral("b"));
+    ASSERT_TRUE(goTo("Réglages"));
+    press(Qt::Key_Return, Qt::ControlModifier);
     EXPECT_EQ(session().messages().size(), 1u);
 }
 
@@ -186,6 +182,14 @@ TEST_F(PopoverTest, anAnswerIsAnnouncedWhenItHasCome) {
     EXPECT_EQ(said->text(QAccessible::Name), QStringLiteral("voilà tout"));
 }
 
+TEST_F(PopoverTest, ofALongAnswerTheBeginningIsAnnounced) {
+    popover();
+    session().setIsStreaming(true);
+    assistant(QString(200'000, u'a'));
+    session().setIsStreaming(false);
+    EXPECT_EQ(item("announcer")->property("words").toString(), QString(1000, u'a') + u'…');
+}
+
 TEST_F(PopoverTest, theLastErrorIsShownAndCanBeTakenAway) {
     popover();
     session().setLastError(QStringLiteral("Session expirée. Recolle ton jeton dans Réglages (⌘,)."));
@@ -195,121 +199,6 @@ TEST_F(PopoverTest, theLastErrorIsShownAndCanBeTakenAway) {
     session().setLastError(std::nullopt);
     paint();
     EXPECT_FALSE(names().contains(QStringLiteral("Masquer")));
-}
-
-TEST_F(PopoverTest, aLinkIsFollowedByTheKeyboardAndByTheMouse) {
-    assistant(QStringLiteral("[ici](vennic://local_file/open/ID-1) et voilà"));
-    popover();
-    QQuickItem* link = nullptr;
-    for (int step = 0; step < 20 && !link; ++step) {
-        press(Qt::Key_Tab);
-        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
-        if (said && said->role() == QAccessible::Link)
-            link = popover().activeFocusItem();
-    }
-    ASSERT_TRUE(link);
-    press(Qt::Key_Return);
-    EXPECT_EQ(followed, std::vector<QUrl>{QUrl(QStringLiteral("vennic://local_file/open/ID-1"))});
-    const QPointF middle = link->mapToScene(QPointF(link->width() / 2, link->height() / 2));
-    click(middle);
-    EXPECT_EQ(followed.size(), 2u) << middle.x() << " " << middle.y() << " " << link->width();
-}
-
-TEST_F(PopoverTest, aHostileReplyLoadsNothing) {
-    QTcpServer server;
-    ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
-    int connections = 0;
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] { ++connections; });
-    const QString address = QStringLiteral("http://127.0.0.1:%1/x.png").arg(server.serverPort());
-    for (const char* text : {"<img src=\"%1\">", "![x](%1)", "[![x](%1)](%1)", "<a href='%1'>x</a>", "`<img src=%1>`",
-                             "![x](file:///etc/hostname)", "<img src='file:///etc/hostname'>", "<object data='%1'>",
-                             "**<img src=\"%1\">**", "[x](javascript:alert)", "![](data:image/png;base64,AAAA)"})
-        assistant(QString::fromLatin1(text).replace(QStringLiteral("%1"), address));
-    picture();
-    user(QStringLiteral("<img src=\"%1\">").arg(address));
-    session().setLastError(QStringLiteral("<img src=\"%1\">").arg(address));
-    EXPECT_FALSE(picture().isNull());
-    EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
-    EXPECT_TRUE(followed.empty());
-    const auto shown = texts();
-    EXPECT_GE(shown.size(), 5u);
-    for (const QQuickItem* text : shown)
-        EXPECT_FALSE(documentOf(*text).toHtml().contains(QStringLiteral("<img")));
-}
-
-TEST_F(PopoverTest, theEngineReachesNeitherTheNetworkNorFiles) {
-    QTcpServer server;
-    ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
-    int connections = 0;
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] { ++connections; });
-    QTemporaryDir folder;
-    QImage red(4, 4, QImage::Format_RGB32);
-    red.fill(Qt::red);
-    ASSERT_TRUE(red.save(folder.filePath(QStringLiteral("a.png"))));
-    for (const QString& source : {QStringLiteral("http://127.0.0.1:%1/a.png").arg(server.serverPort()),
-                                  QUrl::fromLocalFile(folder.filePath(QStringLiteral("a.png"))).toString()}) {
-        QQmlComponent component(&screen().engine());
-        component.setData("import QtQuick\nImage { source: \"" + source.toUtf8() + "\" }",
-                          QUrl(QStringLiteral("qrc:/Vennic/Test.qml")));
-        const std::unique_ptr<QObject> image(component.create());
-        ASSERT_TRUE(image) << component.errorString().toStdString();
-        paint();
-        EXPECT_EQ(image->property("implicitWidth").toDouble(), 0) << source.toStdString();
-    }
-    EXPECT_FALSE(waitUntil([&] { return connections > 0; }, std::chrono::milliseconds{200}));
-}
-
-TEST_F(PopoverTest, hugeMessagesAreDrawnByTheirRowsInSightAlone) {
-    assistant(QString(10 * 1024 * 1024, u'x'));
-    assistant(QStringLiteral("mot ").repeated(500'000));
-    for (int i = 0; i < 200; ++i)
-        assistant(QStringLiteral("ligne\n").repeated(300) + QStringLiteral("\u202e bidi z͑͗̽a͉̟l̳g̝o"));
-    EXPECT_FALSE(picture().isNull());
-    EXPECT_GE(texts().size(), 2u);
-    EXPECT_LT(texts().size(), 60u);
-}
-
-TEST_F(PopoverTest, noLineBeginsWithAMarkThatBelongsToAWord) {
-    QString message;
-    for (int words = 1; words <= 12; ++words)
-        message += QStringLiteral("mot ").repeated(words) + QStringLiteral("« fin » : oui ! non ? 42 €\n");
-    assistant(message);
-    popover();
-    int lines = 0;
-    for (const QQuickItem* text : texts()) {
-        for (QTextBlock block = documentOf(*text).begin(); block.isValid(); block = block.next()) {
-            for (int line = 0; line < block.layout()->lineCount(); ++line, ++lines) {
-                const QTextLine at = block.layout()->lineAt(line);
-                const QString words = block.text().mid(at.textStart(), at.textLength()).trimmed();
-                EXPECT_FALSE(QStringLiteral(":!?»€").contains(words.left(1)) && !words.isEmpty())
-                    << words.toStdString();
-                EXPECT_FALSE(words.endsWith(u'«')) << words.toStdString();
-            }
-        }
-    }
-    EXPECT_GE(lines, 20);
-}
-
-TEST_F(PopoverTest, whatIsCopiedHasTheBlanksThatWereWritten) {
-    assistant(QStringLiteral("« a » : b"));
-    popover();
-    EXPECT_TRUE(documentOf(message()).toRawText().contains(QChar::Nbsp));
-    QMetaObject::invokeMethod(&message(), "selectAll");
-    QMetaObject::invokeMethod(&message(), "copy");
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("« a » : b"));
-    EXPECT_EQ(session().messages()[0].content, QStringLiteral("« a » : b"));
-}
-
-TEST_F(PopoverTest, aParagraphStandsOnTheSideWhereItsScriptBegins) {
-    assistant(QStringLiteral("Bonjour, voici une ligne assez longue pour remplir la bulle\nשלום\nmerci"));
-    popover();
-    QTextBlock block = documentOf(message()).begin();
-    const double width = message().width();
-    EXPECT_LT(block.layout()->lineAt(0).naturalTextRect().left(), 2);
-    block = block.next();
-    EXPECT_GT(block.layout()->lineAt(0).naturalTextRect().right(), width - 2);
-    block = block.next();
-    EXPECT_LT(block.layout()->lineAt(0).naturalTextRect().left(), 2);
 }
 
 TEST_F(PopoverTest, lightAndDarkAreFollowedWhileItIsOpen) {
@@ -333,15 +222,13 @@ TEST_F(PopoverTest, itsCornersAreSoftOnlyWhereSomethingShowsThroughThem) {
 }
 
 TEST_F(PopoverTest, thePickerChoosesWhoAnswers) {
-    downloaded = {QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
-    QQuickItem* pill = nullptr;
-    for (int step = 0; step < 20 && !pill; ++step) {
-        press(Qt::Key_Tab);
-        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
-        if (said && said->text(QAccessible::Name) == QStringLiteral("ChatGPT"))
-            pill = popover().activeFocusItem();
-    }
-    ASSERT_TRUE(pill);
+    *downloaded = {QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")};
+    bool known = false;
+    screen();
+    QObject::connect(picker.get(), &ProviderPicker::sectionsChanged, [&] { known = true; });
+    popover();
+    ASSERT_TRUE(waitUntil([&] { return known; }));
+    ASSERT_TRUE(goTo("ChatGPT"));
     press(Qt::Key_Space);
     const QStringList shown = names();
     for (const char* wanted : {"ChatGPT", "Claude", "Gemini", "Self-Hosted", "Self-Hosted (défaut du Mac)",
@@ -356,17 +243,42 @@ TEST_F(PopoverTest, thePickerChoosesWhoAnswers) {
     EXPECT_TRUE(screen().isPopoverShown());
 }
 
+TEST_F(PopoverTest, whatComesWhileThePickersMenuIsOpenIsOfferedInIt) {
+    transport.hold();
+    transport.answerWith(200, R"([{"id":1,"slug":"mistral","name":"Mistral","models":[{"id":1,"slug":"large"}]}])");
+    ASSERT_TRUE(goTo("ChatGPT"));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(names().contains(QStringLiteral("Claude")));
+    for (int step = 0; step < 4; ++step)
+        press(Qt::Key_Down); // over the heading to the first of the local ones
+    transport.release();
+    ASSERT_TRUE(waitUntil([this] { return names().contains(QStringLiteral("large")); }));
+    paint();
+    EXPECT_FALSE(names().contains(QStringLiteral("Claude")));
+    press(Qt::Key_Return);
+    EXPECT_EQ(session().provider(), Provider::local) << "the item that the user had gone to";
+}
+
+TEST_F(PopoverTest, ofAnEndlessNameThePickerShowsTheBeginning) {
+    transport.answerWith(200, R"([{"id":1,"slug":"openai","name":")" + QByteArray(400'000, 'n') +
+                                  R"(","models":[{"id":1,"slug":"m","display_name":")" + QByteArray(400'000, 'x') +
+                                  R"("}]}])");
+    session().setSelectedCloudModel(QStringLiteral("m"));
+    popover();
+    const QString shown = QString(200, u'x') + u'…';
+    ASSERT_TRUE(waitUntil([&] { return names().contains(shown); }));
+    ASSERT_TRUE(goTo(shown.toUtf8().constData()));
+    press(Qt::Key_Space);
+    EXPECT_EQ(names().count(shown), 2);
+    EXPECT_TRUE(names().contains(QString(200, u'n') + u'…'));
+}
+
 TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     signedIn();
     transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");
     popover();
     paint();
-    for (int step = 0; step < 20; ++step) {
-        press(Qt::Key_Tab);
-        const QAccessibleInterface* const said = QAccessible::queryAccessibleInterface(popover().activeFocusItem());
-        if (said && said->text(QAccessible::Name) == QStringLiteral("Discussions récentes"))
-            break;
-    }
+    ASSERT_TRUE(goTo("Discussions récentes"));
     press(Qt::Key_Space);
     EXPECT_TRUE(names().contains(QStringLiteral("Factures")));
     EXPECT_TRUE(names().contains(QStringLiteral("Ouvrir toutes les discussions…")));
@@ -376,6 +288,26 @@ TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     press(Qt::Key_Return);
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_TRUE(opened[0].toString().endsWith(QStringLiteral("/discussions/42")));
+}
+
+TEST_F(PopoverTest, anEmptyConversationBeginsSixtyPointsBelowTheTop) {
+    const QQuickItem* const empty = item("empty");
+    ASSERT_TRUE(empty);
+    EXPECT_TRUE(empty->isVisible());
+    EXPECT_EQ(empty->mapToItem(empty->parentItem(), QPointF()).y(), 60);
+    EXPECT_EQ(empty->parentItem()->mapToItem(&root(), QPointF()).y(), item("header")->height() + 1);
+}
+
+TEST_F(PopoverTest, theListSlidesToItsEndInAFifthOfASecond) {
+    appearance.animated = true;
+    const QObject* const slide = item("transcript")->findChild<QObject*>(QStringLiteral("slide"));
+    ASSERT_TRUE(slide);
+    EXPECT_EQ(slide->property("duration"), 200);
+    EXPECT_EQ(slide->property("easing").value<QEasingCurve>().type(), QEasingCurve::OutCubic);
+    for (int i = 0; i < 50; ++i)
+        user(QStringLiteral("ligne"));
+    ASSERT_TRUE(waitUntil([&] { return slide->property("running").toBool(); }));
+    ASSERT_TRUE(waitUntil([&] { return !slide->property("running").toBool(); }));
 }
 
 TEST_F(PopoverTest, aLongConversationShowsItsEnd) {

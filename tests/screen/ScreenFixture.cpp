@@ -19,8 +19,8 @@ ScreenQml& ScreenFixture::screen() {
     if (!builtScreen) {
         chat = std::make_unique<ChatView>(ChatView::Surroundings{session(), http, config, clock, local});
         catalog = std::make_unique<CloudCatalog>(http, config, clock);
-        picker = std::make_unique<ProviderPicker>(
-            ProviderPicker::Surroundings{session(), *catalog, [this] { return downloaded; }, [] {}});
+        picker = std::make_unique<ProviderPicker>(ProviderPicker::Surroundings{
+            session(), *catalog, [ids = downloaded] { return *ids; }, [this] { ++modelsManaged; }});
         menuBar = std::make_unique<MenuBarView>(
             MenuBarView::Surroundings{.session = session(),
                                       .bridge = *world.service,
@@ -46,10 +46,12 @@ ScreenQml& ScreenFixture::screen() {
                                              .folders = world.bookmarks,
                                              .files = *world.files,
                                              .picker = folderPicker,
-                                             .clock = clock});
-        builtScreen =
-            std::make_unique<ScreenQml>(Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
-                                                             [this](const QUrl& url) { followed.push_back(url); }});
+                                             .clock = clock},
+            runtime.surroundings(session(), http, config, clock));
+        builtScreen = std::make_unique<ScreenQml>(
+            Screen::Surroundings{session(), *menuBar, *chat, *picker, *settings, appearance,
+                                 [this](const QString& address) { followed.append(address); },
+                                 [this](quint64 window) { presented.push_back(window); }});
     }
     return *builtScreen;
 }

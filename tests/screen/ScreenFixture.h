@@ -5,6 +5,7 @@
 #include "fakes/DesktopAppearanceFake.h"
 #include "fakes/DirectLocalChatFake.h"
 #include "fakes/FolderPickerFake.h"
+#include "support/LocalRuntimeWorld.h"
 
 #include <QImage>
 #include <QQuickItem>
@@ -17,9 +18,10 @@ struct ScreenFixture : SessionFixture {
     TestClock clock;
     DesktopAppearanceFake appearance;
     DirectLocalChatFake local{[this]() -> AppSession& { return session(); }};
-    QSet<QString> downloaded;
-    std::vector<QUrl> followed;
+    std::shared_ptr<QSet<QString>> downloaded = std::make_shared<QSet<QString>>(); // read on the pool
+    QStringList followed;
     std::vector<QUrl> opened;
+    std::vector<quint64> presented; // windows that came up
     int quits = 0;
     int settingsOpened = 0;
     std::vector<MenuBarView::Content> bodies{MenuBarView::Content::chat};
@@ -28,7 +30,9 @@ struct ScreenFixture : SessionFixture {
     std::unique_ptr<ProviderPicker> picker;
     std::unique_ptr<MenuBarView> menuBar;
     FolderPickerFake folderPicker;
-    QString copied; // on the pasteboard
+    LocalRuntimeWorld runtime;
+    int modelsManaged = 0; // how often the picker led to their settings
+    QString copied;        // on the pasteboard
     std::unique_ptr<SettingsView> settings;
     std::unique_ptr<ScreenQml> builtScreen;
 

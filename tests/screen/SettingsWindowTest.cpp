@@ -1,104 +1,13 @@
-#include "screen/ScreenFixture.h"
+#include "screen/SettingsStates.h"
 
 #include <QAccessible>
-#include <QDir>
-#include <QKeyEvent>
+
+#include <semaphore>
 
 namespace vennic::test {
 namespace {
 
-/// The settings window, driven by the keyboard alone.
-struct SettingsWindowTest : ScreenFixture {
-    QQuickView& window() {
-        if (!screen().isSettingsShown())
-            open();
-        return *screen().settings();
-    }
-    void open(const char* tab = nullptr) {
-        if (tab)
-            putText("settingsInitialTab", tab);
-        screen().showSettings();
-        waitUntil([this] { return screen().settings()->isActive(); });
-        paint();
-    }
-    static QQuickItem* find(QQuickItem* in, const QString& name) {
-        if (in->objectName() == name)
-            return in;
-        for (QQuickItem* const child : in->childItems())
-            if (QQuickItem* const found = find(child, name))
-                return found;
-        return nullptr;
-    }
-    /// The item of that object name; there has to be one.
-    QQuickItem* find(const char* name) {
-        QQuickItem* const found = find(window().rootObject(), QLatin1String(name));
-        if (!found)
-            throw std::runtime_error(std::string("there is no ") + name);
-        return found;
-    }
-    QString focused() { return window().activeFocusItem() ? window().activeFocusItem()->objectName() : QString(); }
-    void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
-        for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-            QKeyEvent event(type, key, modifiers, text);
-            QCoreApplication::sendEvent(&window(), &event);
-        }
-        paint();
-    }
-    void write(const QString& text) {
-        for (const QChar c : text)
-            key(0, Qt::NoModifier, c);
-    }
-    void tabTo(const char* name) {
-        for (int presses = 0; presses < 20 && focused() != QLatin1String(name); ++presses)
-            key(Qt::Key_Tab);
-        EXPECT_EQ(focused(), QLatin1String(name));
-    }
-    void keep(const char* name) {
-        paint();
-        const QImage image = window().grabWindow();
-        const qreal scale = window().devicePixelRatio();
-        EXPECT_EQ(image.size(), window().size() * scale);
-        const QString folder = qEnvironmentVariable("VENNIC_PICTURES");
-        if (!folder.isEmpty()) {
-            EXPECT_TRUE(image.save(QDir(folder).filePath(
-                QStringLiteral("settings-%1%2@%3.png")
-                    .arg(QLatin1String(name), appearance.dark ? QStringLiteral("-dark") : QString())
-                    .arg(scale))));
-        }
-    }
-    void paired() {
-        signedIn();
-        session().setUserEmail(QStringLiteral("marie@exemple.fr"));
-        put("suppressQuitConfirmation", true);
-    }
-    void shares() {
-        world.share(QStringLiteral("/home/marie/Documents"));
-        world.share(QStringLiteral("/home/marie/Images/Été à Noël"));
-        world.share(QStringLiteral("/media/sauvegarde/Archives"));
-        world.bookmarks->moved[QStringLiteral("/home/marie/Images/Été à Noël")] = QStringLiteral(
-            "/home/marie/Images/Vacances/Un très long nom de dossier qui ne tient pas sur la ligne/Été à Noël");
-        world.bookmarks->lost.insert(QStringLiteral("/media/sauvegarde/Archives"));
-    }
-    void bridgeAtWork() {
-        session().setBridgeEnabled(true);
-        world.backend.preparePoll(taskJson("list_folders"));
-        world.service->start(SecretText{"token"});
-        ASSERT_TRUE(waitUntil([this] { return world.service->tasksServed() == 1; }));
-        world.clock.advance(std::chrono::minutes{3});
-        clock.advance(std::chrono::minutes{3});
-    }
-    bool foldersFound() {
-        return waitUntil([this] {
-            return !settings->bridge()->folders().isEmpty() && !settings->bridge()
-                                                                    ->folders()
-                                                                    .last()
-                                                                    .toMap()
-                                                                    .value(QStringLiteral("path"))
-                                                                    .toString()
-                                                                    .startsWith(u'R');
-        });
-    }
-};
+struct SettingsWindowTest : SettingsStates {};
 
 TEST_F(SettingsWindowTest, theWindowIsNoSmallerThanItsContentNeeds) {
     open();
@@ -118,11 +27,66 @@ TEST_F(SettingsWindowTest, aCodeIsPairedByTypingIt) {
     key(Qt::Key_Return);
     ASSERT_TRUE(waitUntil([this] { return session().isAuthenticated(); }));
     paint();
-    EXPECT_EQ(focused(), QStringLiteral("signOut"));
+    EXPECT_EQ(focused(), QStringLiteral("account"));
+    EXPECT_TRUE(isFocusSeen());
+    for (const int harmless : {Qt::Key_Space, Qt::Key_Return})
+        key(harmless);
+    EXPECT_TRUE(session().isAuthenticated());
+    tabTo("signOut");
+    EXPECT_TRUE(isFocusSeen());
     key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
     EXPECT_FALSE(session().isAuthenticated());
     EXPECT_EQ(focused(), QStringLiteral("pairCode"));
     EXPECT_EQ(find("pairCode")->property("text").toString(), QString());
+}
+
+TEST_F(SettingsWindowTest, theButtonThatPairsLeavesTheKeyboardWhereTheCodeIs) {
+    session();
+    transport.answerWith(422, R"({"error":"code expiré"})");
+    open();
+    write(QStringLiteral("ABCD1234"));
+    tabTo("pair");
+    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    EXPECT_EQ(focused(), QStringLiteral("pairCode"));
+    transport.answerWith(201, R"({"user_token":"fresh","email":"marie@exemple.fr"})");
+    tabTo("pair");
+    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    ASSERT_TRUE(waitUntil([this] { return session().isAuthenticated(); }));
+    paint();
+    EXPECT_EQ(focused(), QStringLiteral("account"));
+}
+
+TEST_F(SettingsWindowTest, whatHasTheKeyboardIsSeenFromTheBeginning) {
+    open("bridge");
+    EXPECT_EQ(focused(), QStringLiteral("addFolder")) << "the switch can't be used before pairing";
+    EXPECT_TRUE(isFocusSeen());
+    window().close();
+    paired();
+    open("general");
+    EXPECT_EQ(focused(), QStringLiteral("account"));
+    EXPECT_TRUE(isFocusSeen());
+    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    EXPECT_TRUE(session().isAuthenticated());
+    key(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(focused(), QStringLiteral("tab.general"));
+    key(Qt::Key_Tab);
+    EXPECT_EQ(focused(), QStringLiteral("account"));
+}
+
+TEST_F(SettingsWindowTest, returnInAnEmptyTokenFieldEndsNoSession) {
+    paired();
+    open();
+    tabTo("token");
+    key(Qt::Key_Backspace);
+    ASSERT_EQ(settings->general()->tokenDraft()->length(), 0);
+    key(Qt::Key_Return);
+    key(Qt::Key_Enter);
+    EXPECT_TRUE(session().isAuthenticated());
+    EXPECT_FALSE(settings->general()->savedFlash());
+    tabTo("saveToken");
+    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    EXPECT_FALSE(session().isAuthenticated()) << "the button does what it says";
 }
 
 TEST_F(SettingsWindowTest, theKeyboardReachesEverythingOfTheGeneralTab) {
@@ -188,6 +152,15 @@ TEST_F(SettingsWindowTest, theTabThatIsAskedForComesUpAlsoWhenTheWindowIsOpen) {
     EXPECT_TRUE(find("tab.general")->property("checked").toBool());
 }
 
+TEST_F(SettingsWindowTest, aTabChosenMeanwhileStaysWhenTheWindowIsBroughtForward) {
+    screen().raiseSettings();
+    EXPECT_FALSE(screen().isSettingsShown());
+    open("general");
+    settings->setSelected(QStringLiteral("bridge"));
+    screen().raiseSettings();
+    EXPECT_TRUE(find("tab.bridge")->property("checked").toBool());
+}
+
 TEST_F(SettingsWindowTest, beforePairingTheBridgeCannotBeSwitchedOn) {
     open("bridge");
     EXPECT_FALSE(find("bridgeEnabled")->isEnabled());
@@ -199,6 +172,7 @@ TEST_F(SettingsWindowTest, theBridgeIsSwitchedAndFoldersAddedAndRemovedByTheKeyb
     folderPicker.chosen = {QStringLiteral("/home/marie/Documents")};
     open("bridge");
     EXPECT_EQ(focused(), QStringLiteral("bridgeEnabled"));
+    EXPECT_TRUE(isFocusSeen());
     key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
     EXPECT_TRUE(session().bridgeEnabled());
     tabTo("addFolder");
@@ -211,6 +185,22 @@ TEST_F(SettingsWindowTest, theBridgeIsSwitchedAndFoldersAddedAndRemovedByTheKeyb
     key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
     EXPECT_TRUE(world.grants.entries().empty());
     EXPECT_EQ(focused(), QStringLiteral("addFolder"));
+    EXPECT_TRUE(isFocusSeen());
+}
+
+TEST_F(SettingsWindowTest, whileFoldersAreChosenTheButtonWaits) {
+    folderPicker.hold = true;
+    open("bridge");
+    tabTo("addFolder");
+    key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    ASSERT_TRUE(waitUntil([this] { return settings->bridge()->isPicking(); }));
+    EXPECT_FALSE(find("addFolder")->isEnabled());
+    folderPicker.confirmed.set();
+    ASSERT_TRUE(waitUntil([this] { return !settings->bridge()->isPicking(); }));
+    paint();
+    EXPECT_TRUE(find("addFolder")->isEnabled());
+    EXPECT_EQ(focused(), QStringLiteral("addFolder"));
+    EXPECT_TRUE(isFocusSeen());
 }
 
 TEST_F(SettingsWindowTest, closingTheWindowForgetsTheTokenInItsField) {
@@ -220,6 +210,51 @@ TEST_F(SettingsWindowTest, closingTheWindowForgetsTheTokenInItsField) {
     window().close();
     paint();
     EXPECT_EQ(settings->general()->tokenDraft()->length(), 0);
+}
+
+TEST_F(SettingsWindowTest, theWindowIsUsedWhileTheSystemAsksForTheToken) {
+    put("highSecurityMode", true);
+    paired();
+    std::binary_semaphore answered{0};
+    credentials.whileReading = [&](const std::stop_token&) { answered.acquire(); };
+    screen().showSettings();
+    EXPECT_TRUE(waitUntil([this] { return screen().settings()->isActive(); }));
+    paint();
+    EXPECT_FALSE(screen().settings()->grabWindow().isNull());
+    settings->setSelected(QStringLiteral("bridge"));
+    paint();
+    EXPECT_TRUE(find("bridgeEnabled"));
+    EXPECT_EQ(settings->general()->tokenDraft()->length(), 0);
+    answered.release();
+    EXPECT_TRUE(waitUntil([this] { return settings->general()->tokenDraft()->length() == 3; }));
+    credentials.whileReading = {};
+}
+
+TEST_F(SettingsWindowTest, theKeysThatCloseAWindowCloseIt) {
+    for (const auto& [closing, modifiers] :
+         {std::pair{Qt::Key_Escape, Qt::NoModifier}, {Qt::Key_W, Qt::ControlModifier}, {Qt::Key_W, Qt::MetaModifier}})
+        for (const char* from : {"pairCode", "token", "highSecurity", "tab.general"}) {
+            open();
+            tabTo(from);
+            key(closing, modifiers);
+            EXPECT_FALSE(screen().isSettingsShown()) << from;
+        }
+}
+
+TEST_F(SettingsWindowTest, escapeInAMenuClosesTheMenuAlone) {
+    open();
+    QQuickItem* const field = find("token");
+    const QPointF at = field->mapToScene({20, 15});
+    for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        const auto held = type == QEvent::MouseButtonPress ? Qt::RightButton : Qt::NoButton;
+        QMouseEvent event(type, at, window().mapToGlobal(at), Qt::RightButton, held, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window(), &event);
+        paint();
+    }
+    key(Qt::Key_Escape);
+    ASSERT_TRUE(screen().isSettingsShown());
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(screen().isSettingsShown());
 }
 
 TEST_F(SettingsWindowTest, whatHasTheKeyboardIsInSight) {
@@ -259,6 +294,19 @@ TEST_F(SettingsWindowTest, readersOfTheScreenAreToldWhatEachThingIs) {
     EXPECT_EQ(role("tab.bridge"), QAccessible::PageTab);
 }
 
+TEST_F(SettingsWindowTest, anEndlessRefusalTakesAFewLines) {
+    transport.answerWith(500, QByteArray(900'000, 'x').replace(100, 1, "\n"));
+    open();
+    write(QStringLiteral("ABCD1234"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    paint();
+    const QQuickItem* const note = find("pairError");
+    ASSERT_TRUE(note);
+    EXPECT_GT(note->height(), 0);
+    EXPECT_LT(note->height(), 200);
+}
+
 // Pictures for people to look at
 
 TEST_F(SettingsWindowTest, pictureBeforePairing) { keep("unpaired"); }
@@ -275,6 +323,16 @@ TEST_F(SettingsWindowTest, pictureOfARefusedCode) {
     tabTo("token");
     write(QStringLiteral("unjeton"));
     keep("refused");
+}
+TEST_F(SettingsWindowTest, aRefusalOfAnySizeTakesAFewLines) {
+    transport.answerWith(422, QByteArray(16 << 20, 'x'));
+    open();
+    write(QStringLiteral("ABCD1234"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([this] { return !settings->general()->pairError().isEmpty(); }));
+    keep("refused-at-length");
+    EXPECT_LT(find("pairError")->height(), 130);
+    EXPECT_GT(find("pairError")->height(), 60);
 }
 TEST_F(SettingsWindowTest, pictureOfAnAccount) {
     paired();

@@ -8,7 +8,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(ROOT / "bench"), str(ROOT / "bench" / "subjects")]
+sys.path[:0] = [str(ROOT / folder) for folder in ("bench", "bench/subjects", "tests/scenes")]
 
 import measure  # noqa: E402
 import names  # noqa: E402
@@ -25,23 +25,33 @@ def printed(action):
 
 
 class BenchTest(unittest.TestCase):
-    def testAFigureAboveItsBudgetIsShort(self):
-        self.assertIn("SHORT", printed(lambda: bench().line("x", 10, 3.1, "ms", 3)))
-        self.assertNotIn("SHORT", printed(lambda: bench().line("x", 10, 2.9, "ms", 3)))
+    def testAFigureIsJudgedByItsBudgetAndCounted(self):
+        run = bench()
+        self.assertIn("miss", printed(lambda: run.line("x", 10, 3.1, "ms", 3)))
+        self.assertIn("pass", printed(lambda: run.line("x", 10, 2.9, "ms", 3)))
+        self.assertIn("miss", printed(lambda: run.line("frames", 10, 50, "a second", 59, higher=True)))
+        self.assertEqual((run.judged, run.missed), (3, 2))
+
+    def testAFigureWithoutABudgetIsNotJudged(self):
+        run = bench()
+        line = printed(lambda: run.line("x", 10, 2, "ms", None, "peer", 12))
+        self.assertNotIn("pass", line)
+        self.assertRegex(line, r"load \d")
+        self.assertEqual(run.judged, 0)
 
     def testARatioSaysHowManyTimesBetterThePeerIsBeaten(self):
         line = printed(lambda: bench().line("x", 10, 2, "ms", None, "peer", 12, 6))
         self.assertIn("6 ×", line)
-        self.assertNotIn("SHORT", line)
-        self.assertIn("SHORT", printed(lambda: bench().line("x", 10, 2, "ms", None, "peer", 11, 6)))
-        self.assertIn("SHORT", printed(lambda: bench().line("x", 10, 12, "p/s", None, "peer", 10, 1.3, higher=True)))
+        self.assertNotIn("miss", line)
+        self.assertIn("miss", printed(lambda: bench().line("x", 10, 2, "ms", None, "peer", 11, 6)))
+        self.assertIn("miss", printed(lambda: bench().line("x", 10, 12, "p/s", None, "peer", 10, 1.3, higher=True)))
 
     def testAPartOfThePeersFigureIsJudgedByItsMost(self):
-        self.assertNotIn("SHORT", printed(lambda: bench().line("x", 10, 1.4, "ms", None, "peer", 1, most=1.5)))
-        self.assertIn("SHORT", printed(lambda: bench().line("x", 10, 1.6, "ms", None, "peer", 1, most=1.5)))
+        self.assertNotIn("miss", printed(lambda: bench().line("x", 10, 1.4, "ms", None, "peer", 1, most=1.5)))
+        self.assertIn("miss", printed(lambda: bench().line("x", 10, 1.6, "ms", None, "peer", 1, most=1.5)))
 
     def testAHundredthIsNotJudged(self):
-        self.assertNotIn("SHORT", printed(lambda: bench(quick=True).line("x", 10, 9, "ms", 3)))
+        self.assertNotIn("miss", printed(lambda: bench(quick=True).line("x", 10, 9, "ms", 3)))
 
     def testAMissingPeerIsSaidMissing(self):
         run = bench()

@@ -57,8 +57,11 @@ share/fish/vendor_completions.d/vennic-shortcuts.fish
 share/fish/vendor_completions.d/vennic.fish
 share/icons/hicolor/scalable/apps/com.vennic.desktop.svg
 share/icons/hicolor/symbolic/apps/com.vennic.desktop-symbolic.svg
+share/man/man1/vennic-dialog.1
+share/man/man1/vennic-picture-worker.1
 share/man/man1/vennic-server.1
 share/man/man1/vennic-shortcuts.1
+share/man/man1/vennic-worker.1
 share/man/man1/vennic.1
 share/metainfo/com.vennic.desktop.metainfo.xml
 share/polkit-1/actions/com.vennic.desktop.policy
@@ -95,7 +98,10 @@ class PackagingTest(unittest.TestCase):
     def testTheDesktopEntryIsValidAndTakesLinks(self):
         file = PACKAGING / "com.vennic.desktop.desktop"
         self.assertEqual(check("desktop-file-validate", str(file)), (0, ""))
-        main = entry(file.read_text(encoding="utf-8"))["Desktop Entry"]
+        content = entry(file.read_text(encoding="utf-8"))
+        main = content["Desktop Entry"]
+        # For a desktop that doesn't take the road over the bus: a link that leads to the settings.
+        self.assertEqual(content["Desktop Action settings"]["Exec"], "vennic vennic://local/setup")
         self.assertEqual(main["MimeType"], "x-scheme-handler/vennic;")
         self.assertEqual(main["DBusActivatable"], "true")
         self.assertEqual(main["Exec"], "vennic %U")
@@ -203,6 +209,14 @@ class PackagingTest(unittest.TestCase):
         status = page.split("\nSTATUT DE SORTIE\n")[1].split("\nENVIRONNEMENT\n")[0]
         self.assertEqual(re.findall(r"^ {7}(\d+)\b", status, re.MULTILINE), ["0", "1", "2", "126", "127"])
 
+    def testTheProgramsThatOnlyTheClientStartsHaveTheirPagesToo(self):
+        for program, statuses in (("vennic-worker", "0 1 2"), ("vennic-picture-worker", "0 1 2"), ("vennic-dialog", "2 10 11 12 13")):
+            page = manual(program + ".1")
+            self.assertIn(f"       {program} - ", page)
+            self.assertRegex(page, r"Programme +interne")
+            status = page.split("\nSTATUT DE SORTIE\n")[1].split("\nVOIR AUSSI\n")[0]
+            self.assertEqual(re.findall(r"^ {7}(\d+)\b", status, re.MULTILINE), statuses.split(), program)
+
     def testBashOffersTheAutomationsAsTheyAreNamed(self):
         self.assertEqual(complete("vennic-shortcuts", ""), ["--help", "--version", "list", "run"])
         with tempfile.TemporaryDirectory() as folder:
@@ -229,6 +243,8 @@ class PackagingTest(unittest.TestCase):
             self.assertEqual(offered, {"--help"} | json | ({"--local"} if verb == "ask" else set()), verb)
         self.assertEqual(complete("vennic", "bridge", "o"), ["off", "on"])
         self.assertEqual(complete("vennic", "photos", ""), ["allow", "deny", "status"])
+        self.assertEqual(complete("vennic", "model", ""),
+                         ["detect", "download", "endpoint", "install", "name", "off", "on", "status"])
         self.assertEqual(set(complete("vennic-server", "--")), SERVER_OPTIONS)
         self.assertEqual(complete("vennic-server", "--listen", ""), [])
 

@@ -11,9 +11,7 @@ struct AccountApiTest : ::testing::Test {
     Answer claim(const QByteArray& body) {
         return server.connect().request("POST", "/api/v1/pairings/claim", {}, body);
     }
-    QByteArray newCode() {
-        return server.owner("POST", "/owner/pairings").json().value(QLatin1String("code")).toString().toUtf8();
-    }
+    QByteArray newCode() { return server.owner("POST", "/owner/pairings").text("code"); }
     static QByteArray claimBody(const QByteArray& code) {
         return R"({"client_kind":"mac","pairing_code":")" + code + R"("})";
     }

@@ -240,13 +240,13 @@ TEST(ModelAddress, aKeyIsOneLineOfPrintableCharacters) {
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(bytes);
         file.close();
-        return modelKey(file.fileName());
+        return modelKeyIn(file.fileName());
     };
     EXPECT_EQ(keyOf("sk-1 \n"), SecretText("sk-1"));
     for (const QByteArray& bytes : {QByteArray(), QByteArray(" \n"), QByteArray("a\r\nX: b"), QByteArray("é"),
                                     QByteArray(9000, 'x'), QByteArray("a b")})
         EXPECT_THROW(keyOf(bytes), LocalizedError);
-    EXPECT_THROW(modelKey(folder.filePath(QStringLiteral("none"))), LocalizedError);
+    EXPECT_THROW(modelKeyIn(folder.filePath(QStringLiteral("none"))), LocalizedError);
 }
 
 } // namespace vennic::server::test

@@ -37,11 +37,10 @@ TEST(OptionsTest, helpNeedsNoFolder) {
 
 TEST(OptionsTest, readsWhoAnswers) {
     const Options options = read("--data /d --model-url https://modele.exemple/v1 --model a/b --model-on-machine");
-    ASSERT_TRUE(options.model);
-    EXPECT_EQ(options.model->host, QStringLiteral("modele.exemple"));
-    EXPECT_EQ(options.model->model, QStringLiteral("a/b"));
-    EXPECT_TRUE(options.modelOnMachine);
-    EXPECT_FALSE(read("--data /d").model);
+    EXPECT_EQ(options.answering, (AnswerChoice{Answerer::Server, QStringLiteral("https://modele.exemple/v1"),
+                                               QStringLiteral("a/b"), SecretText()}));
+    EXPECT_EQ(read("--data /d --model-on-machine").answering, (AnswerChoice{Answerer::Machine, {}, {}, {}}));
+    EXPECT_FALSE(read("--data /d").answering);
     for (const char* words :
          {"--data /d --model a", "--data /d --model-key-file /k", "--data /d --model-url http://modele.exemple",
           "--data /d --model-url https://a --model-key-file /none"})

@@ -129,8 +129,7 @@ TEST_F(OwnerApiTest, aRemovedMachineLosesTheTokensOfEarlierPairingsToo) {
 }
 
 TEST_F(OwnerApiTest, thePairingPageSeesItsCodeUsed) {
-    const QByteArray code =
-        server.owner("POST", "/owner/pairings").json().value(QLatin1String("code")).toString().toUtf8();
+    const QByteArray code = server.owner("POST", "/owner/pairings").text("code");
     const auto state = [&] {
         return server.owner("GET", "/owner/pairings/" + code).json().value(QLatin1String("state")).toString();
     };

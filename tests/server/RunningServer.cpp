@@ -48,10 +48,10 @@ Answer RunningServer::owner(const QByteArray& method, const QByteArray& target, 
 }
 
 QByteArray RunningServer::pair() const {
-    const QString code = owner("POST", "/owner/pairings").json().value(QLatin1String("code")).toString();
+    const QByteArray code = owner("POST", "/owner/pairings").text("code");
     const Answer claimed = connect().request("POST", "/api/v1/pairings/claim", {},
-                                             R"({"client_kind":"mac","pairing_code":")" + code.toUtf8() + R"("})");
-    return claimed.json().value(QLatin1String("user_token")).toString().toUtf8();
+                                             R"({"client_kind":"mac","pairing_code":")" + code + R"("})");
+    return claimed.text("user_token");
 }
 
 QByteArray RunningServer::submit(const QByteArray& device, const QByteArray& kind, const QByteArray& more) const {
@@ -60,7 +60,7 @@ QByteArray RunningServer::submit(const QByteArray& device, const QByteArray& kin
               R"({"unchecked":true,"device_id":")" + device + R"(","kind":")" + kind + '"' + more + '}');
     if (answer.status != 201)
         throw std::runtime_error(answer.body.toStdString());
-    return answer.json().value(QLatin1String("id")).toString().toUtf8();
+    return answer.text("id");
 }
 
 QJsonObject RunningServer::task(const QByteArray& id, int wait) const {

@@ -12,7 +12,7 @@ TEST(SchemaTest, aDatabaseOfTheFirstFormatKeepsItsMachinesAndTheirTokens) {
     prepareSchema(database);
     database.script("INSERT INTO accounts(id, email) VALUES(1, 'a@b');"
                     "INSERT INTO machines VALUES(1, 'A', 'nom', NULL, 5, 42);"
-                    "DROP TABLE machine_tokens; DROP TABLE turns; DROP TABLE discussions;"
+                    "DROP TABLE machine_tokens; DROP TABLE turns; DROP TABLE discussions; DROP TABLE answering;"
                     "PRAGMA user_version = 1");
     prepareSchema(database);
     Machines machines(database);

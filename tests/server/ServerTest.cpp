@@ -55,28 +55,17 @@ private:
 };
 
 QByteArray pair(const Program& program) {
-    const QString code = program.connect()
-                             .request("POST", "/owner/pairings", program.owner)
-                             .json()
-                             .value(QLatin1String("code"))
-                             .toString();
+    const QByteArray code = program.connect().request("POST", "/owner/pairings", program.owner).text("code");
     return program.connect()
-        .request("POST", "/api/v1/pairings/claim", {},
-                 R"({"client_kind":"mac","pairing_code":")" + code.toUtf8() + R"("})")
-        .json()
-        .value(QLatin1String("user_token"))
-        .toString()
-        .toUtf8();
+        .request("POST", "/api/v1/pairings/claim", {}, R"({"client_kind":"mac","pairing_code":")" + code + R"("})")
+        .text("user_token");
 }
 
 QByteArray submit(const Program& program, const QByteArray& kind) {
     return program.connect()
         .request("POST", "/owner/tasks", program.owner,
                  R"({"unchecked":true,"device_id":"A","kind":")" + kind + R"("})")
-        .json()
-        .value(QLatin1String("id"))
-        .toString()
-        .toUtf8();
+        .text("id");
 }
 
 QString state(const Program& program, const QByteArray& id) {
@@ -97,13 +86,7 @@ TEST(ServerTest, keepsTokensTasksAndItsPortOverARestart) {
     server.restart();
     EXPECT_EQ(server.port(), port);
     EXPECT_EQ(server.task(second).value(QLatin1String("state")), QStringLiteral("queued"));
-    EXPECT_EQ(server.connect()
-                  .request("GET", nextTask, clientFields(token, "A"))
-                  .json()
-                  .value(QLatin1String("id"))
-                  .toString()
-                  .toUtf8(),
-              first);
+    EXPECT_EQ(server.connect().request("GET", nextTask, clientFields(token, "A")).text("id"), first);
 }
 
 TEST(ServerTest, takesAnotherPortWhereTheKeptOneIsTaken) {
@@ -180,13 +163,7 @@ TEST(ServerTest, aKilledProgramLosesNoTask) {
         token = pair(program);
         delivered = submit(program, "search");
         queued = submit(program, "app_open");
-        EXPECT_EQ(program.connect()
-                      .request("GET", nextTask, clientFields(token, "A"))
-                      .json()
-                      .value(QLatin1String("id"))
-                      .toString()
-                      .toUtf8(),
-                  delivered);
+        EXPECT_EQ(program.connect().request("GET", nextTask, clientFields(token, "A")).text("id"), delivered);
         program.kill();
     }
     {
@@ -197,13 +174,7 @@ TEST(ServerTest, aKilledProgramLosesNoTask) {
             program.connect().request("PATCH", "/api/v1/bridge/tasks/" + delivered, clientFields(token, "A"),
                                       R"({"status":"done","result":{"items":[]}})");
         EXPECT_EQ(answer.status, 204);
-        EXPECT_EQ(program.connect()
-                      .request("GET", nextTask, clientFields(token, "A"))
-                      .json()
-                      .value(QLatin1String("id"))
-                      .toString()
-                      .toUtf8(),
-                  queued);
+        EXPECT_EQ(program.connect().request("GET", nextTask, clientFields(token, "A")).text("id"), queued);
         program.kill();
     }
     Program program(folder);

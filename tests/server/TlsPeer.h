@@ -13,6 +13,8 @@ struct Answer {
     QByteArray head;
     QByteArray body;
     QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
+    /// A text of the answer's object; empty where there is none.
+    QByteArray text(const char* name) const { return json().value(QLatin1String(name)).toString().toUtf8(); }
     QString error() const { return json().value(QLatin1String("error")).toString(); }
 };
 

@@ -15,7 +15,7 @@ struct ScriptedBackend {
                                        .backendDomain = QStringLiteral("vennic.test"),
                                        .apiHost = QStringLiteral("api.vennic.test"),
                                        .pairingPage = QStringLiteral("https://vennic.test/appairage"),
-                                       .packageManagerSite = {}}};
+                                       .packageManagerSite = QStringLiteral("https://paquets.test")}};
     int authFailures = 0; // that were announced
 
     ScriptedBackend() {

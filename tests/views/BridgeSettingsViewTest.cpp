@@ -127,12 +127,12 @@ TEST_F(BridgeSettingsViewTest, eachKindHasItsWords) {
 
 TEST_F(BridgeSettingsViewTest, theStateOfTheServiceIsShownAndFollowed) {
     EXPECT_EQ(view().statusLabel(), QStringLiteral("Non connecté"));
-    EXPECT_EQ(view().statusColor(), BridgeSettingsView::Color::gray);
+    EXPECT_EQ(view().statusColor(), StatusRow::Color::gray);
     int changes = 0;
     QObject::connect(&view(), &BridgeSettingsView::statusChanged, [&] { ++changes; });
     world.service->start(SecretText{"token"});
     ASSERT_TRUE(waitUntil([this] { return view().statusLabel() == QStringLiteral("Connecté, en attente"); }));
-    EXPECT_EQ(view().statusColor(), BridgeSettingsView::Color::green);
+    EXPECT_EQ(view().statusColor(), StatusRow::Color::green);
     EXPECT_GT(changes, 0);
 }
 
@@ -140,11 +140,21 @@ TEST_F(BridgeSettingsViewTest, theWordsOfAFailureOutliveTheErrorState) {
     world.backend.preparedPolls.push_back(HttpResponse{.status = 500, .headers = {}, .body = "panne"});
     world.service->start(SecretText{"token"});
     ASSERT_TRUE(waitUntil([this] { return view().statusLabel() == QStringLiteral("Erreur"); }));
-    EXPECT_EQ(view().statusColor(), BridgeSettingsView::Color::red);
+    EXPECT_EQ(view().statusColor(), StatusRow::Color::red);
     EXPECT_EQ(view().lastErrorMessage(), QStringLiteral("Erreur HTTP 500 : panne"));
     world.clock.advance(1s);
     ASSERT_TRUE(waitUntil([this] { return view().statusLabel() == QStringLiteral("Connecté, en attente"); }));
     EXPECT_EQ(view().lastErrorMessage(), QStringLiteral("Erreur HTTP 500 : panne"));
+}
+
+TEST_F(BridgeSettingsViewTest, aFailureOfAnySizeGivesALineOfTheScreen) {
+    world.backend.preparedPolls.push_back(
+        HttpResponse{.status = 500, .headers = {}, .body = QByteArray(16 << 20, 'x')});
+    world.service->start(SecretText{"token"});
+    ASSERT_TRUE(waitUntil([this] { return !view().lastErrorMessage().isEmpty(); }));
+    EXPECT_EQ(view().lastErrorMessage().size(), 1001);
+    EXPECT_TRUE(view().lastErrorMessage().startsWith(QStringLiteral("Erreur HTTP 500 : xxx")));
+    EXPECT_TRUE(view().lastErrorMessage().endsWith(u'…'));
 }
 
 TEST_F(BridgeSettingsViewTest, withZeroTasksServedNeitherTheirNumberNorADateShows) {
@@ -156,7 +166,7 @@ TEST_F(BridgeSettingsViewTest, withZeroTasksServedNeitherTheirNumberNorADateShow
     world.service->start(SecretText{"token"});
     ASSERT_TRUE(waitUntil([this] { return world.backend.openUpdates() == 1; }));
     EXPECT_EQ(view().statusLabel(), QStringLiteral("Exécution : liste des dossiers"));
-    EXPECT_EQ(view().statusColor(), BridgeSettingsView::Color::orange);
+    EXPECT_EQ(view().statusColor(), StatusRow::Color::orange);
     EXPECT_EQ(view().lastActivity(), QString());
 }
 

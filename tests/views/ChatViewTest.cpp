@@ -40,13 +40,6 @@ struct ChatViewTest : test::SessionFixture {
     QJsonObject sent(std::size_t at = 0) {
         return QJsonDocument::fromJson(transport.requests.at(at).body.value()).object();
     }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
-    }
 };
 
 TEST_F(ChatViewTest, aTurnShowsTheTrimmedTextAndThenTheReply) {
@@ -76,6 +69,25 @@ TEST_F(ChatViewTest, blanksAreNothingToSendAndStay) {
     EXPECT_TRUE(said().isEmpty());
     EXPECT_TRUE(transport.requests.empty());
     EXPECT_FALSE(view().canSend());
+}
+
+TEST_F(ChatViewTest, whatIsTooLongForTheBackendStaysInTheDraftAndIsSaid) {
+    signedInView();
+    const QString words = QStringLiteral("Ton message est trop long pour être envoyé : 262144 caractères au plus.");
+    const QString longest(262'144, u'x');
+    send(longest + u'x');
+    settle();
+    EXPECT_EQ(view().draft().size(), 262'145);
+    EXPECT_EQ(session().lastError(), words);
+    EXPECT_TRUE(said().isEmpty());
+    EXPECT_EQ(test::await(view().ask(longest + u'x')), (TurnEnd{true, words}));
+    EXPECT_TRUE(transport.requests.empty());
+    reply("ok");
+    send(u' ' + longest + u'\n');
+    settle();
+    EXPECT_EQ(view().draft(), QString());
+    EXPECT_EQ(session().lastError(), std::nullopt);
+    EXPECT_EQ(sent().value(QLatin1String("text")).toString(), longest);
 }
 
 TEST_F(ChatViewTest, aSecondSendDuringATurnKeepsTheDraft) {
@@ -223,6 +235,29 @@ TEST_F(ChatViewTest, aNewConversationDoesNotDetachTheTurnThatRuns) {
     EXPECT_EQ(session().discussionId(), 3);
 }
 
+TEST_F(ChatViewTest, whatCanBeForgottenIsAMessageOrADiscussion) {
+    int told = 0;
+    QObject::connect(&view(), &ChatView::canForgetChanged, [&told] { ++told; });
+    EXPECT_FALSE(view().canForget());
+    session().setDiscussionId(0);
+    EXPECT_TRUE(view().canForget());
+    session().appendMessage(ChatMessage::make(ChatMessage::Role::user, QStringLiteral("a"), clock.now()));
+    session().setDiscussionId(std::nullopt);
+    EXPECT_TRUE(view().canForget());
+    EXPECT_EQ(told, 1);
+    view().newConversation();
+    EXPECT_FALSE(view().canForget());
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(ChatViewTest, whereThereIsNothingToForgetTheInputGetsTheFocusAlone) {
+    view();
+    store.writes.clear();
+    view().newConversation();
+    EXPECT_TRUE(view().inputFocused());
+    EXPECT_TRUE(store.writes.empty());
+}
+
 TEST_F(ChatViewTest, askingWaitsForTheReplyAndLeavesTheDraft) {
     signedInView();
     view().setDraft(QStringLiteral("brouillon"));
@@ -248,6 +283,19 @@ TEST_F(ChatViewTest, aQuestionForTheLocalModelLeavesTheChoiceOfProviderAlone) {
     EXPECT_EQ(test::await(view().ask(QStringLiteral("r"), Provider::local))->text, QStringLiteral("d'ailleurs"));
     EXPECT_EQ(sent().value(QLatin1String("provider")), QStringLiteral("local"));
     EXPECT_EQ(session().provider(), Provider::anthropic);
+}
+
+TEST_F(ChatViewTest, whatElseGoesWrongDuringALocalTurnIsNotItsEnd) {
+    signedInView();
+    local.reachable = true;
+    local.whileAnswering = [this] {
+        session().setLastError(QStringLiteral("Session expirée"));
+        session().appendMessage(ChatMessage::make(ChatMessage::Role::user, QStringLiteral("autre chose"), clock.now()));
+    };
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("q"), Provider::local)), (TurnEnd{false, QStringLiteral("d'ici")}));
+    local.end = {true, QStringLiteral("panne")};
+    local.whileAnswering = [this] { session().setLastError(std::nullopt); };
+    EXPECT_EQ(test::await(view().ask(QStringLiteral("q"), Provider::local)), (TurnEnd{true, QStringLiteral("panne")}));
 }
 
 TEST_F(ChatViewTest, askingTellsAFailure) {

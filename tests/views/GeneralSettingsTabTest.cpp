@@ -1,10 +1,13 @@
 #include "settings/GeneralSettingsTab.h"
 
 #include "core/SessionFixture.h"
+#include "support/MemoryScan.h"
 #include "support/TestClock.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <semaphore>
 
 namespace vennic {
 namespace {
@@ -30,6 +33,11 @@ struct GeneralSettingsTabTest : test::SessionFixture {
                 .pasteboard = [this] { return copied; },
             });
         return *own;
+    }
+    /// Has the tab appear and the stored token read, whatever that comes to.
+    void appear() {
+        tab().appear();
+        settleEverywhere();
     }
     QString draft() { return QString::fromUtf8(tab().tokenDraft()->secret().reveal()); }
     QString sessionToken() {
@@ -111,6 +119,15 @@ TEST_F(GeneralSettingsTabTest, withoutANetworkTheSentenceOfTheFaultIsShown) {
     EXPECT_FALSE(tab().pairError().isEmpty());
 }
 
+TEST_F(GeneralSettingsTabTest, aRefusalOfAnySizeGivesALineOfTheScreen) {
+    transport.answerWith(422, QByteArray(16 << 20, 'x'));
+    pairWith("ABCD1234");
+    EXPECT_EQ(tab().pairError().size(), 1001);
+    EXPECT_TRUE(tab().pairError().startsWith(QStringLiteral("Erreur HTTP 422 : xxx")));
+    session().setUserEmail(QString(16 << 20, u'm'));
+    EXPECT_LT(tab().pairedAccount().size(), 1100);
+}
+
 TEST_F(GeneralSettingsTabTest, theFirstKeyAfterAFailureClearsTheError) {
     transport.answerWith(500, "panne");
     pairWith("ABCD");
@@ -151,7 +168,7 @@ TEST_F(GeneralSettingsTabTest, whileACodeIsBeingClaimedNoOtherOneIs) {
 }
 
 TEST_F(GeneralSettingsTabTest, aPairingThatIsUnderWayOutlivesTheWindow) {
-    tab().appear();
+    appear();
     transport.hold();
     answerClaim();
     pairWith("ABCD1234");
@@ -234,7 +251,7 @@ TEST_F(GeneralSettingsTabTest, thePairingPageOpensInTheBrowser) {
 
 TEST_F(GeneralSettingsTabTest, theFieldBeginsWithTheStoredToken) {
     signedIn();
-    tab().appear();
+    appear();
     EXPECT_EQ(draft(), QStringLiteral("tok"));
     tab().disappear();
     EXPECT_EQ(draft(), QString());
@@ -244,7 +261,7 @@ TEST_F(GeneralSettingsTabTest, withHighSecurityOnOpeningAsksForAuthenticationOnc
     put("highSecurityMode", true);
     signedIn();
     credentials.prompts.clear();
-    tab().appear();
+    appear();
     EXPECT_EQ(credentials.prompts, std::vector{std::optional(QStringLiteral("Authentifie-toi pour accéder à Vennic"))});
     EXPECT_EQ(draft(), QStringLiteral("tok"));
     EXPECT_TRUE(tab().highSecurityOn());
@@ -254,9 +271,72 @@ TEST_F(GeneralSettingsTabTest, aRefusedAuthenticationLeavesTheFieldEmpty) {
     put("highSecurityMode", true);
     signedIn();
     credentials.presenceStatus = CredentialStatus::userCancelled;
-    tab().appear();
+    appear();
     EXPECT_EQ(draft(), QString());
     EXPECT_TRUE(tab().isAuthenticated());
+}
+
+/// A store whose reads wait until the test lets them go, or until they are told to stop.
+struct SlowReading : GeneralSettingsTabTest {
+    std::binary_semaphore reached{0};
+    std::binary_semaphore released{0};
+    std::atomic<bool> stopped = false;
+
+    SlowReading() {
+        put("highSecurityMode", true);
+        signedIn();
+        credentials.whileReading = [this](const std::stop_token& stop) {
+            const std::stop_callback told(stop, [this] {
+                stopped = true;
+                released.release();
+            });
+            reached.release();
+            released.acquire();
+        };
+        tab().appear();
+        settle();
+        reached.acquire();
+    }
+    ~SlowReading() override {
+        tab().disappear();
+        settleEverywhere();
+    }
+};
+
+TEST_F(SlowReading, theMainThreadGoesOnWhileTheUserIsAsked) {
+    int turns = 0;
+    QTimer::singleShot(0, &tab(), [&] { ++turns; });
+    EXPECT_TRUE(test::waitUntil([&] { return turns == 1; }));
+    EXPECT_EQ(draft(), QString());
+    released.release();
+    EXPECT_TRUE(test::waitUntil([this] { return draft() == QStringLiteral("tok"); }));
+}
+
+TEST_F(SlowReading, closingTheWindowTakesTheQuestionBack) {
+    tab().disappear();
+    settleEverywhere();
+    EXPECT_TRUE(stopped);
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(SlowReading, whatWasTypedMeanwhileStays) {
+    tab().tokenDraft()->insert(QStringLiteral("typed"));
+    released.release();
+    settleEverywhere();
+    EXPECT_EQ(draft(), QStringLiteral("typed"));
+}
+
+TEST_F(SlowReading, aTokenThatIsNoLongerTheSessionsIsNotShown) {
+    tab().signOut();
+    settleEverywhere();
+    EXPECT_TRUE(stopped);
+    EXPECT_EQ(draft(), QString());
+}
+
+TEST_F(SlowReading, theFieldOfAClearedTokenStaysEmpty) {
+    tab().clearToken();
+    settleEverywhere();
+    EXPECT_EQ(draft(), QString());
 }
 
 TEST_F(GeneralSettingsTabTest, savingSignsInAndScrubsTheField) {
@@ -307,7 +387,7 @@ TEST_F(GeneralSettingsTabTest, aSaveThatFailsIsToldByTheSessionAlone) {
 
 TEST_F(GeneralSettingsTabTest, clearingEmptiesTheFieldAndSignsOut) {
     signedIn();
-    tab().appear();
+    appear();
     tab().clearToken();
     EXPECT_EQ(draft(), QString());
     EXPECT_EQ(sessionToken(), QStringLiteral("none"));
@@ -318,6 +398,28 @@ TEST_F(GeneralSettingsTabTest, whatWasCopiedCanBePasted) {
     copied = QStringLiteral("from elsewhere");
     tab().pasteToken();
     EXPECT_EQ(draft(), copied);
+}
+
+TEST_F(GeneralSettingsTabTest, whatWasPastedStaysNowhereInMemory) {
+    constexpr int length = 300;
+    const std::array<unsigned char, 2> asCopied{0xBE, 0x03}; // the Greek letter ξ in UTF-16
+    const std::array<unsigned char, 2> asKept{0xCE, 0xBE};   // and in UTF-8
+    GeneralSettingsTab own(GeneralSettingsTab::Surroundings{
+        .session = session(),
+        .store = store,
+        .keychain = keychain,
+        .http = http,
+        .config = config,
+        .clock = clock,
+        .openURL = [](const QUrl&) {},
+        .pasteboard = [] { return QString(length, QChar(0x03BE)); },
+    });
+    own.pasteToken();
+    EXPECT_EQ(own.tokenDraft()->length(), length);
+    EXPECT_FALSE(test::memoryHoldsRun(asCopied, length - 16)) << "what frees memory writes on its beginning";
+    EXPECT_TRUE(test::memoryHoldsRun(asKept, length)) << "the secret itself is found by the same search";
+    own.disappear();
+    EXPECT_FALSE(test::memoryHoldsRun(asKept, length - 16));
 }
 
 // Security
@@ -355,21 +457,21 @@ TEST_F(GeneralSettingsTabTest, aTokenThatCannotBeProtectedAnewIsToldByTheSession
 }
 
 TEST_F(GeneralSettingsTabTest, theSwitchBeginsAsStored) {
-    tab().appear();
+    appear();
     EXPECT_FALSE(tab().highSecurityOn());
     put("highSecurityMode", true);
-    tab().appear();
+    appear();
     EXPECT_TRUE(tab().highSecurityOn());
     putText("highSecurityMode", "true");
-    tab().appear();
+    appear();
     EXPECT_FALSE(tab().highSecurityOn()) << "a word is no boolean";
 }
 
 TEST_F(GeneralSettingsTabTest, theConfirmationOfQuittingCanBeHadBack) {
-    tab().appear();
+    appear();
     EXPECT_FALSE(tab().quitConfirmationSuppressed());
     put("suppressQuitConfirmation", true);
-    tab().appear();
+    appear();
     EXPECT_TRUE(tab().quitConfirmationSuppressed());
     tab().restoreQuitConfirmation();
     EXPECT_FALSE(tab().quitConfirmationSuppressed());

@@ -1,128 +1,12 @@
-#include "backend/LocalToolChat.h"
-
-#include "Bridge/LocalToolWorld.h"
-#include "backend/ChatView.h"
-#include "core/SessionFixture.h"
-#include "fakes/HttpStreamScript.h"
-#include "support/ChatChunks.h"
+#include "support/LoopTurns.h"
+#include "views/LocalToolChatFixture.h"
 
 namespace vennic::test {
 namespace {
 
 using namespace std::chrono_literals;
 
-const QString localModel = QStringLiteral("Qwen/Qwen3-8B");
-
-/// A session and the tools, and a local server that streams what it was given.
-struct LocalToolChatTest : SessionFixture {
-    LocalToolWorld world;
-    std::unique_ptr<LocalToolChat> chat;
-    std::unique_ptr<ChatView> view_;
-    std::deque<HttpStreamScript> rounds; // what the local server says, round by round
-    std::vector<QJsonObject> asked;      // the bodies of the rounds
-    std::vector<QJsonObject> imported;
-    int imports = 0;
-    QByteArray importAnswer = R"({"discussion_id":7})";
-    int importStatus = 201;
-    std::unique_ptr<Event<>> importHeld; // none: the backend answers at once
-    bool alive = true;                   // the local server
-
-    /// The wire: the local server's streams, its list of models, and the backend's import.
-    struct Wire final : HttpTransport {
-        explicit Wire(LocalToolChatTest* test) : test_(test) {}
-        Task<HttpResponse> send(HttpRequest request) override {
-            if (request.url.path().endsWith(QStringLiteral("/models"))) {
-                if (!test_->alive)
-                    throw TransportError(TransportFault::refused);
-                co_return HttpResponse{.status = 200, .headers = {}, .body = "{}"};
-            }
-            EXPECT_TRUE(request.url.path().endsWith(QStringLiteral("/queries/import.json")))
-                << request.url.toString().toStdString();
-            ++test_->imports;
-            test_->imported.push_back(QJsonDocument::fromJson(request.body.value_or(QByteArray())).object());
-            if (test_->importHeld)
-                co_await *test_->importHeld;
-            co_return HttpResponse{.status = test_->importStatus, .headers = {}, .body = test_->importAnswer};
-        }
-        Task<std::unique_ptr<HttpStream>> open(HttpRequest request) override {
-            test_->asked.push_back(QJsonDocument::fromJson(request.body.value_or(QByteArray())).object());
-            EXPECT_TRUE(request.secretHeaders.empty()) << "the local server gets no token";
-            if (test_->rounds.empty())
-                throw TransportError(TransportFault::refused);
-            HttpStreamScript script = test_->rounds.front();
-            test_->rounds.pop_front();
-            co_return script.stream();
-        }
-
-    private:
-        LocalToolChatTest* test_;
-    };
-    Wire wire{this};
-    VennicHTTP localHttp{wire, QStringLiteral("api.vennic.test"), nullptr};
-
-    void SetUp() override {
-        signedIn();
-        session().setProvider(Provider::local);
-        session().setLocalLLMModel(localModel);
-        chat = std::make_unique<LocalToolChat>(
-            LocalToolChat::Surroundings{session(), world.tools, localHttp, config, world.clock});
-        view_ = std::make_unique<ChatView>(ChatView::Surroundings{session(), localHttp, config, world.clock, *chat});
-    }
-
-    /// One more round, which says `bytes` and ends.
-    void round(const QByteArray& bytes) {
-        HttpStreamScript script;
-        script.say(bytes);
-        script.end();
-        rounds.push_back(script);
-    }
-    /// One whose course the test decides.
-    HttpStreamScript openRound() {
-        rounds.emplace_back();
-        return rounds.back();
-    }
-    static QByteArray call(const QByteArray& name, const QByteArray& arguments = "{}", int index = 0) {
-        const QByteArray text = QJsonDocument(QJsonArray{QString::fromUtf8(arguments)}).toJson(QJsonDocument::Compact);
-        return chunks::calls(R"({"index":)" + QByteArray::number(index) + R"(,"id":"c)" + QByteArray::number(index) +
-                             R"(","function":{"name":")" + name + R"(","arguments":)" + text.chopped(1).sliced(1) +
-                             "}}");
-    }
-    void send(const QString& text = QStringLiteral("Bonjour")) {
-        view_->setDraft(text);
-        view_->send();
-    }
-    bool ended() {
-        return waitUntil([this] { return !session().isStreaming(); });
-    }
-    void turn(const QString& text = QStringLiteral("Bonjour")) {
-        send(text);
-        ASSERT_TRUE(ended());
-        settle();
-    }
-    QStringList said() {
-        QStringList texts;
-        for (const ChatMessage& message : session().messages())
-            texts.append((message.role == ChatMessage::Role::user ? QStringLiteral("u:") : QStringLiteral("a:")) +
-                         message.content);
-        return texts;
-    }
-    QString last() { return session().messages().back().content; }
-    bool shows(const QString& text) {
-        return waitUntil([&] { return !session().messages().empty() && last() == text; });
-    }
-    QJsonArray sentMessages(std::size_t round) { return asked.at(round)[QLatin1String("messages")].toArray(); }
-    QStringList storedTexts() {
-        const auto bytes = storedAs<QByteArray>(store, PreferenceKey::chatMessages).value_or(QByteArray());
-        QStringList texts;
-        for (const ChatMessage& message : decodeConversation(bytes))
-            texts.append(message.content);
-        return texts;
-    }
-    static QJsonObject message(const char* role, const char* content) {
-        return {{QStringLiteral("role"), QString::fromUtf8(role)},
-                {QStringLiteral("content"), QString::fromUtf8(content)}};
-    }
-};
+using LocalToolChatTest = LocalToolChatFixture;
 
 TEST_F(LocalToolChatTest, anAnswerStreamsIntoTheConversationAndIsFiledWithTheBackend) {
     session().setDiscussionId(5);
@@ -148,6 +32,26 @@ TEST_F(LocalToolChatTest, anAnswerStreamsIntoTheConversationAndIsFiledWithTheBac
                                            {QStringLiteral("language"), QStringLiteral("fr-FR")},
                                            {QStringLiteral("discussion_id"), 5}}));
     EXPECT_EQ(session().lastError(), std::nullopt);
+}
+
+TEST_F(LocalToolChatTest, aBurstOfPiecesLeavesTheScreenItsTurn) {
+    constexpr int pieces = 2000;
+    int changes = 0;
+    int seen = 0;
+    int mostAtOnce = 0;
+    QObject::connect(&session(), &AppSession::messagesChanged, &session(), [&] { ++changes; });
+    HttpStreamScript server = openRound();
+    send();
+    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
+    LoopTurns turns;
+    seen = changes;
+    turns.each([&] { mostAtOnce = std::max(mostAtOnce, changes - std::exchange(seen, changes)); });
+    server.say(chunks::text("x").repeated(pieces) + chunks::done());
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(last(), QString(pieces, u'x'));
+    EXPECT_EQ(storedTexts().back(), last());
+    EXPECT_GT(mostAtOnce, 0);
+    EXPECT_LE(mostAtOnce, 2);
 }
 
 TEST_F(LocalToolChatTest, theWholeConversationIsSentAsItStands) {
@@ -350,116 +254,23 @@ TEST_F(LocalToolChatTest, anEmptyAnswerIsFiledNowhere) {
     EXPECT_EQ(imports, 0);
 }
 
-TEST_F(LocalToolChatTest, aServerThatStopsInTheThirdRoundIsToldInTheMessageAndInTheError) {
-    round(chunks::text("Un instant.") + call("list_shortcuts") + chunks::done());
-    round(call("list_shortcuts") + chunks::done());
-    HttpStreamScript third = openRound();
-    send();
-    ASSERT_TRUE(waitUntil([&] { return third.isAwaited(); }));
-    third.say(chunks::text("Voilà que"));
-    ASSERT_TRUE(shows(QStringLiteral("Voilà que")));
-    third.fail(TransportFault::cutOff);
-    ASSERT_TRUE(ended());
-    settle();
-    const QString sentence = QStringLiteral("La connexion au serveur a été coupée.");
-    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:Bonjour"), QStringLiteral("a:Un instant."),
-                                   QStringLiteral("a:⚠️ ") + sentence}));
-    EXPECT_EQ(session().lastError(), sentence);
-    EXPECT_EQ(storedTexts().back(), QStringLiteral("⚠️ ") + sentence);
-    EXPECT_EQ(imports, 0);
-}
-
-TEST_F(LocalToolChatTest, everyFailureOfTheServerHasItsWords) {
-    const auto failure = [&] {
-        turn();
-        EXPECT_EQ(last(), QStringLiteral("⚠️ ") + session().lastError().value_or(QString()));
-        return session().lastError().value_or(QString());
-    };
-    EXPECT_EQ(failure(), QStringLiteral("Le serveur a refusé la connexion."));
-    HttpStreamScript silent;
-    silent.fail(TransportFault::timedOut);
-    rounds.push_back(silent);
-    EXPECT_EQ(failure(), QStringLiteral("Le serveur n'a pas répondu à temps."));
-    HttpStreamScript broken(500);
-    broken.say("plus de mémoire\nvraiment");
-    broken.end();
-    rounds.push_back(broken);
-    EXPECT_EQ(failure(), QStringLiteral("Local server HTTP 500: plus de mémoirevraiment"));
-    HttpStreamScript noHttp{std::nullopt};
-    rounds.push_back(noHttp);
-    EXPECT_EQ(failure(), QStringLiteral("Local server returned an unparseable stream."));
-    EXPECT_EQ(imports, 0);
-}
-
-TEST_F(LocalToolChatTest, aTurnAfterAFailureGoesOn) {
-    turn();
+TEST_F(LocalToolChatTest, whatTheModelIsAndWhereStandsFromTheBeginningOfTheTurn) {
+    HttpStreamScript first = openRound();
     round(chunks::text("ok") + chunks::done());
-    turn();
-    EXPECT_EQ(last(), QStringLiteral("ok"));
-    EXPECT_EQ(session().lastError(), std::nullopt);
-}
-
-TEST_F(LocalToolChatTest, aConversationThatIsClearedMeanwhileStaysCleared) {
-    HttpStreamScript server = openRound();
+    const QString endpoint = session().localLLMEndpoint();
     send();
-    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
-    server.say(chunks::text("Bon"));
-    ASSERT_TRUE(shows(QStringLiteral("Bon")));
-    session().clearConversation();
-    server.say(chunks::text("jour") + chunks::done());
+    ASSERT_TRUE(waitUntil([&] { return first.isAwaited(); }));
+    session().setLocalLLMModel(QStringLiteral("llama-3"));
+    session().setSelectedLocalModel(QStringLiteral("llama-4"));
+    session().setLocalLLMEndpoint(QStringLiteral("http://127.0.0.1:9/v1"));
+    first.say(call("list_shortcuts") + chunks::done());
     ASSERT_TRUE(ended());
     settle();
-    EXPECT_TRUE(said().isEmpty());
-    EXPECT_EQ(imported.at(0)[QLatin1String("response_text")].toString(), QStringLiteral("Bonjour"));
-}
-
-TEST_F(LocalToolChatTest, aMessageThatTookThePlaceOfTheTurnsIsLeftAlone) {
-    HttpStreamScript server = openRound();
-    send();
-    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
-    session().setMessages(
-        {ChatMessage::make(ChatMessage::Role::user, QStringLiteral("autre"), world.clock.now()),
-         ChatMessage::make(ChatMessage::Role::assistant, QStringLiteral("chose"), world.clock.now())});
-    server.say(chunks::text("Bon"));
-    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
-    server.fail(TransportFault::cutOff);
-    ASSERT_TRUE(ended());
-    EXPECT_EQ(said(), (QStringList{QStringLiteral("u:autre"), QStringLiteral("a:chose")}));
-    EXPECT_TRUE(session().lastError());
-}
-
-TEST_F(LocalToolChatTest, aCancelledTurnEndsAsAFailureDoes) {
-    HttpStreamScript server = openRound();
-    Scope jobs;
-    session().setIsStreaming(true);
-    Job job = jobs.start(chat->runDirectLocal(QStringLiteral("x")));
-    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
-    job.cancel();
-    ASSERT_TRUE(ended());
-    EXPECT_EQ(last(), QStringLiteral("⚠️ La requête a été annulée."));
-    EXPECT_EQ(session().lastError(), QStringLiteral("La requête a été annulée."));
-    EXPECT_TRUE(server.isClosed());
-}
-
-TEST_F(LocalToolChatTest, aToolThatRunsEndsWithItsCancelledTurn) {
-    world.automations->automations[QStringLiteral("long")] = AutomationToolFake::endless;
-    round(call("run_shortcut", R"({"name":"long"})") + chunks::done());
-    Scope jobs;
-    session().setIsStreaming(true);
-    Job job = jobs.start(chat->runDirectLocal(QStringLiteral("x")));
-    ASSERT_TRUE(waitUntil([&] { return world.automations->calls().size() == 1; }));
-    EXPECT_EQ(last(), QStringLiteral("🔧 Exécution du raccourci…"));
-    job.cancel();
-    ASSERT_TRUE(ended());
-    EXPECT_EQ(last(), QStringLiteral("⚠️ La requête a été annulée."));
-}
-
-TEST_F(LocalToolChatTest, theEndOfTheViewEndsTheTurnAndTheServersWork) {
-    HttpStreamScript server = openRound();
-    send();
-    ASSERT_TRUE(waitUntil([&] { return server.isAwaited(); }));
-    view_.reset();
-    EXPECT_TRUE(server.isClosed());
+    ASSERT_EQ(asked.size(), 2U);
+    EXPECT_EQ(askedWhere, (std::vector<QUrl>(2, QUrl(endpoint + QStringLiteral("/chat/completions")))));
+    EXPECT_EQ(asked[1][QLatin1String("model")].toString(), localModel);
+    EXPECT_EQ(asked[1][QLatin1String("tools")].toArray(), LocalToolRegistry::schemas());
+    EXPECT_EQ(imported.at(0)[QLatin1String("model")].toString(), localModel);
 }
 
 TEST_F(LocalToolChatTest, whetherTheServerIsThereIsAskedOfItsModels) {

@@ -114,6 +114,14 @@ TEST_F(MenuBarViewTest, theLastErrorIsShownUntilItIsTakenAway) {
     EXPECT_EQ(session().lastError(), std::nullopt);
 }
 
+TEST_F(MenuBarViewTest, wordsOfAnySizeFromOutsideGiveALineOfTheScreen) {
+    const QString words(16 << 20, u'x');
+    session().setLastError(words);
+    EXPECT_EQ(view().lastError(), QString(1000, u'x') + u'…');
+    EXPECT_EQ(MenuBarView::bridgeHelp(Status::error(words)),
+              QStringLiteral("Connexion locale en erreur: ") + QString(1000, u'x') + u'…');
+}
+
 TEST_F(MenuBarViewTest, theModesStandInTheirOrderWithTheirWords) {
     ModeSwitcher& modes = *view().modes();
     ASSERT_EQ(modes.buttons().size(), 2);

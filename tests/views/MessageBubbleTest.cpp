@@ -69,14 +69,14 @@ struct Link {
     QString photo;
     int calls = 0;
     bool follow(const char* url) {
-        return MessageBubble::handleURL(QUrl(QString::fromUtf8(url)), {[this](const QString& id) {
-                                                                           document = id;
-                                                                           ++calls;
-                                                                       },
-                                                                       [this](const QString& id) {
-                                                                           photo = id;
-                                                                           ++calls;
-                                                                       }});
+        return MessageBubble::handleURL(QString::fromUtf8(url), {[this](const QString& id) {
+                                                                     document = id;
+                                                                     ++calls;
+                                                                 },
+                                                                 [this](const QString& id) {
+                                                                     photo = id;
+                                                                     ++calls;
+                                                                 }});
     }
 };
 
@@ -94,9 +94,9 @@ TEST(MessageLink, ofAPhotoPassesItsIdentifierStillEncoded) {
 }
 
 TEST(MessageLink, ofTheProgramThatSaysNothingDoesNothing) {
-    for (const char* url :
-         {"vennic://local_file/open", "vennic://local_file/open/", "vennic://local_file/show/ID",
-          "vennic://local_photo/open/ID", "vennic://desktop/hallwarden_panel", "vennic:", "vennic://"}) {
+    for (const char* url : {"vennic://local_file/open", "vennic://local_file/open/", "vennic://local_file/show/ID",
+                            "vennic://local_photo/open/ID", "vennic://desktop/hallwarden_panel", "vennic:", "vennic://",
+                            "vennic://%", "vennic://local_file:x/open/ID"}) {
         Link link;
         EXPECT_TRUE(link.follow(url)) << url;
         EXPECT_EQ(link.calls, 0) << url;
@@ -104,8 +104,9 @@ TEST(MessageLink, ofTheProgramThatSaysNothingDoesNothing) {
 }
 
 TEST(MessageLink, ofAnybodyElseIsTheSystems) {
-    for (const char* url : {"https://x.fr", "mailto:a@b.fr", "local_file/open/ID", "", "vennicx://local_file/open/ID",
-                            "file:///vennic/local_file/open/ID"}) {
+    for (const char* url :
+         {"https://x.fr", "mailto:a@b.fr", "local_file/open/ID", "", "vennicx://local_file/open/ID",
+          "VENNIC://LOCAL_FILE/open/ID", "Vennic://local_file/open/ID", "file:///vennic/local_file/open/ID"}) {
         Link link;
         EXPECT_FALSE(link.follow(url)) << url;
         EXPECT_EQ(link.calls, 0) << url;

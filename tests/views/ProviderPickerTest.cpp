@@ -3,6 +3,10 @@
 #include "core/SessionFixture.h"
 #include "support/TestClock.h"
 
+#include <QThread>
+
+#include <atomic>
+
 namespace vennic {
 namespace {
 
@@ -16,18 +20,41 @@ const QByteArray twoProviders = R"([
     {"id":6,"slug":"large","display_name":"Other large"}]},
   {"id":3,"slug":"empty","name":"Empty","models":[]}])";
 
+/// What is downloaded. Read on the pool, perhaps after a test.
+struct Disk {
+    QSet<QString> ids;
+    QThread* const main = QThread::currentThread();
+    std::atomic<int> readings = 0;
+    std::atomic<bool> readOnMain = false; // once
+    QSet<QString> read() {
+        if (QThread::currentThread() == main)
+            readOnMain = true;
+        ++readings;
+        return ids;
+    }
+};
+
 struct ProviderPickerTest : test::SessionFixture {
     test::TestClock clock;
     CloudCatalog catalog{http, config, clock};
-    QSet<QString> downloaded;
+    std::shared_ptr<Disk> disk = std::make_shared<Disk>();
     int managed = 0;
     std::unique_ptr<ProviderPicker> own;
 
     ProviderPicker& picker() {
         if (!own)
-            own = std::make_unique<ProviderPicker>(
-                ProviderPicker::Surroundings{session(), catalog, [this] { return downloaded; }, [this] { ++managed; }});
+            own = std::make_unique<ProviderPicker>(ProviderPicker::Surroundings{
+                session(), catalog, [disk = disk] { return disk->read(); }, [this] { ++managed; }});
         return *own;
+    }
+    /// What is on the disk when the picker appears.
+    void onDisk(const QSet<QString>& ids) {
+        disk->ids = ids;
+        bool told = false;
+        const auto telling = QObject::connect(&picker(), &ProviderPicker::sectionsChanged, [&told] { told = true; });
+        picker().appear();
+        EXPECT_TRUE(test::waitUntil([&told] { return told; }));
+        QObject::disconnect(telling);
     }
     void fill() {
         transport.answerWith(200, twoProviders);
@@ -78,6 +105,20 @@ TEST_F(ProviderPickerTest, theCatalogsActiveChatModelsAreOfferedByProvider) {
     EXPECT_EQ(item(QStringLiteral("Large")).icon, QStringLiteral("m.circle"));
 }
 
+TEST_F(ProviderPickerTest, ofACatalogWithoutEndTheBeginningIsOffered) {
+    QByteArray models;
+    for (int id = 0; id < 5000; ++id)
+        models +=
+            (id ? "," : "") + (R"({"id":)" + QByteArray::number(id) + R"(,"slug":"m)" + QByteArray::number(id) + "\"}");
+    transport.answerWith(200, R"([{"id":1,"slug":"a","name":"A","models":[)" + models +
+                                  R"(]},{"id":2,"slug":"b","name":"B","models":[{"id":1,"slug":"b1"}]}])");
+    test::await(catalog.refresh());
+    const auto sections = picker().sections();
+    ASSERT_EQ(sections.size(), 2u);
+    EXPECT_EQ(sections[0].items.size(), 200u);
+    EXPECT_EQ(sections[1].title, QStringLiteral("Self-Hosted"));
+}
+
 TEST_F(ProviderPickerTest, aCatalogModelSetsProviderAndModel) {
     fill();
     session().setSelectedLocalModel(QStringLiteral("kept"));
@@ -97,7 +138,7 @@ TEST_F(ProviderPickerTest, aProviderThatNobodyKnowsAnswersAsOpenai) {
 }
 
 TEST_F(ProviderPickerTest, downloadedModelsAreOfferedInOrderWithWhatIsKnownOfThem) {
-    downloaded = {QStringLiteral("z/Unknown"), QStringLiteral("Qwen/Qwen3-14B-MLX-4bit"), QStringLiteral("a/b/Other")};
+    onDisk({QStringLiteral("z/Unknown"), QStringLiteral("Qwen/Qwen3-14B-MLX-4bit"), QStringLiteral("a/b/Other")});
     const auto local = picker().sections().back();
     ASSERT_EQ(local.items.size(), 5u);
     EXPECT_EQ(local.items[1].title, QStringLiteral("Qwen3 14B"));
@@ -108,7 +149,7 @@ TEST_F(ProviderPickerTest, downloadedModelsAreOfferedInOrderWithWhatIsKnownOfThe
 }
 
 TEST_F(ProviderPickerTest, aLocalModelLeavesTheCloudModelAlone) {
-    downloaded = {QStringLiteral("z/Unknown")};
+    onDisk({QStringLiteral("z/Unknown")});
     session().setSelectedCloudModel(QStringLiteral("kept"));
     picker().choose(item(QStringLiteral("Unknown")));
     EXPECT_EQ(session().provider(), Provider::local);
@@ -162,6 +203,37 @@ TEST_F(ProviderPickerTest, appearingRefreshesTheCatalog) {
     picker().appear();
     settle();
     EXPECT_EQ(transport.requests.size(), 1u);
+}
+
+TEST_F(ProviderPickerTest, theDiskIsReadOnceForEachAppearanceAndNeverOnTheMainThread) {
+    onDisk({QStringLiteral("a/b")});
+    menu();
+    session().setProvider(Provider::local);
+    menu();
+    EXPECT_EQ(disk->readings, 1);
+    onDisk({});
+    EXPECT_EQ(disk->readings, 2);
+    EXPECT_EQ(menu().filter(QStringLiteral("b")), QStringList());
+    EXPECT_FALSE(disk->readOnMain);
+}
+
+TEST_F(ProviderPickerTest, aDiskThatHoldsTheSameIsNoChange) {
+    onDisk({QStringLiteral("a/b")});
+    transport.answerWith(500);
+    int changed = 0;
+    QObject::connect(&picker(), &ProviderPicker::sectionsChanged, [&] { ++changed; });
+    picker().appear();
+    picker().appear(); // while the first still reads
+    ASSERT_TRUE(test::waitUntil([this] { return disk->readings == 2; }));
+    // A third begins when what the second found has been taken in.
+    ASSERT_TRUE(test::waitUntil([this] {
+        if (disk->readings >= 3)
+            return true;
+        picker().appear();
+        return false;
+    }));
+    EXPECT_EQ(disk->readings, 3);
+    EXPECT_EQ(changed, 0);
 }
 
 } // namespace

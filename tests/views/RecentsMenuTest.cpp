@@ -42,6 +42,18 @@ TEST_F(RecentsMenuTest, showsTheLatestDiscussionsByTheirTitles) {
     EXPECT_TRUE(transport.requests[0].url.toString().contains(QStringLiteral("limit=5")));
 }
 
+TEST_F(RecentsMenuTest, aServerThatKnowsNoMeasureFillsNoScreen) {
+    signIn();
+    QByteArray many = R"([{"id":1,"name":")" + QByteArray(100'000, 'x') + R"("})";
+    for (int id = 2; id < 1000; ++id)
+        many += R"(,{"id":)" + QByteArray::number(id) + '}';
+    transport.answerWith(200, many + ']');
+    appear();
+    ASSERT_EQ(titles().size(), 5);
+    EXPECT_EQ(titles()[0], QString(200, u'x') + u'…');
+    EXPECT_EQ(titles()[4], QStringLiteral("Discussion 5"));
+}
+
 TEST_F(RecentsMenuTest, saysThatItLoadsOnlyWhileThereIsNothingToShow) {
     signIn();
     transport.hold();

@@ -1,6 +1,7 @@
 #include "linux/worker/DocumentReaderWorker.h"
 
 #include "linux/FileDescriptor.h"
+#include "linux/worker/OpenedDocument.h"
 #include "support/Await.h"
 #include "worker/PdfMaker.h"
 #include "worker/TextReaders.h"
@@ -10,6 +11,7 @@
 #include <QDirIterator>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <future>
@@ -268,6 +270,9 @@ TEST_F(DocumentReaderWorkerTest, saysInFrenchWhyAFileIsUnreadable) {
         EXPECT_EQ(error.errorDescription(),
                   QStringLiteral("Le fichier « absent.txt » n'a pas pu être ouvert car il n'existe pas."));
     }
+    EXPECT_EQ(unreadableSentence(QStringLiteral("/a/clos.txt"), EACCES),
+              QStringLiteral(
+                  "Le fichier « clos.txt » n'a pas pu être ouvert car tu n'as pas l'autorisation de le consulter."));
 }
 
 TEST_F(DocumentReaderWorkerTest, followsALinkToARegularFile) {

@@ -1,6 +1,7 @@
 #pragma once
 #include "linux/worker/DocumentReaderWorker.h"
 #include "linux/worker/WorkerFailure.h"
+#include "support/FaultOf.h"
 
 #include <QDir>
 #include <QFile>
@@ -69,17 +70,6 @@ std::optional<WorkerFailure::Cause> causeOf(Read read) {
     } catch (const WorkerFailure& failure) {
         return failure.cause();
     } catch (const DocumentReadError&) { // NOLINT(bugprone-empty-catch): a fault of the document
-    }
-    return std::nullopt;
-}
-
-template <class Read>
-std::optional<DocumentFault> faultOf(Read read) {
-    try {
-        read();
-    } catch (const DocumentReadError& error) {
-        EXPECT_FALSE(error.errorDescription().isEmpty());
-        return error.fault();
     }
     return std::nullopt;
 }

@@ -2,35 +2,32 @@
 #include "core/AppSession.h"
 
 #include <QObject>
-#include <QUrl>
 
 #include <functional>
 
 namespace vennic {
 
-/// What a user can do with a message beside reading it, and what the conversation is a part of.
+/// What a user can do with a message beside reading it, and whether another is awaited.
 class ChatLinks final : public QObject {
     Q_OBJECT
-    Q_PROPERTY(bool hasDiscussion READ hasDiscussion NOTIFY hasDiscussionChanged)
     Q_PROPERTY(bool isStreaming READ isStreaming NOTIFY isStreamingChanged)
 public:
     /// `session` outlives this object.
-    ChatLinks(AppSession& session, std::function<void(const QUrl&)> follow);
+    ChatLinks(AppSession& session, std::function<void(const QString&)> follow);
 
-    bool hasDiscussion() const { return session_.discussionId().has_value(); }
     bool isStreaming() const { return session_.isStreaming(); }
     Q_INVOKABLE void follow(const QString& address) const;
-    /// The address as it is shown: short enough for a line or two, and with nothing in it that turns text around.
+    /// What is shown of the address before it is followed: what it does, for documents and photos of this machine; else
+    /// itself, short enough for a line or two and with nothing in it that turns text around.
     Q_INVOKABLE QString shownAddress(const QString& address) const;
     Q_INVOKABLE void copy(const QString& text) const;
 
 Q_SIGNALS:
-    void hasDiscussionChanged();
     void isStreamingChanged();
 
 private:
     AppSession& session_;
-    std::function<void(const QUrl&)> follow_;
+    std::function<void(const QString&)> follow_;
 };
 
 } // namespace vennic

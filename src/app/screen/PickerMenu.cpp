@@ -7,10 +7,11 @@ QVariantList PickerMenu::entries() {
     QVariantList lines;
     for (const ProviderPicker::Section& section : picker_.sections()) {
         if (!section.title.isEmpty())
-            lines.append(QVariantMap{{QStringLiteral("heading"), true}, {QStringLiteral("title"), section.title}});
+            lines.append(
+                QVariantMap{{QStringLiteral("heading"), true}, {QStringLiteral("title"), shownTitle(section.title)}});
         for (const ProviderPicker::Item& item : section.items) {
             lines.append(QVariantMap{{QStringLiteral("heading"), false},
-                                     {QStringLiteral("title"), item.title},
+                                     {QStringLiteral("title"), shownTitle(item.title)},
                                      {QStringLiteral("subtitle"), item.subtitle},
                                      {QStringLiteral("symbol"), item.icon},
                                      {QStringLiteral("current"), item.current},

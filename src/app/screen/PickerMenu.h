@@ -1,5 +1,6 @@
 #pragma once
 #include "backend/ProviderPicker.h"
+#include "base/ShownText.h"
 
 #include <QVariantList>
 
@@ -14,9 +15,10 @@ public:
     /// `picker` outlives the menu.
     explicit PickerMenu(ProviderPicker& picker) : picker_(picker) {
         connect(&picker, &ProviderPicker::pillChanged, this, &PickerMenu::pillChanged);
+        connect(&picker, &ProviderPicker::sectionsChanged, this, &PickerMenu::entriesChanged);
     }
 
-    QString pillLabel() const { return picker_.pillLabel(); }
+    QString pillLabel() const { return shownTitle(picker_.pillLabel()); }
     QString pillIcon() const { return picker_.pillIcon(); }
     /// The lines as they are now: `heading`, `title`, and of an item `subtitle`, `symbol`, `current` and `place`.
     Q_INVOKABLE QVariantList entries();
@@ -26,6 +28,7 @@ public:
 
 Q_SIGNALS:
     void pillChanged();
+    void entriesChanged();
 
 private:
     ProviderPicker& picker_;

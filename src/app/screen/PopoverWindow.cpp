@@ -10,7 +10,8 @@ namespace vennic {
 
 namespace {
 
-constexpr int distance = 6; // between the icon, the screen's edges and the popover
+constexpr int distance = 6;   // between the icon, the screen's edges and the popover
+constexpr int fadeTime = 120; // milliseconds
 
 struct OnScreen {
     QScreen* screen;
@@ -53,6 +54,9 @@ PopoverWindow::PopoverWindow(QQmlEngine* engine, bool composited)
         setFormat(withAlpha);
         setColor(Qt::transparent);
     }
+    fading_.setDuration(fadeTime);
+    fading_.setStartValue(0.0);
+    fading_.setEndValue(1.0);
     connect(this, &QWindow::activeChanged, this, &PopoverWindow::followKeyboard);
 }
 
@@ -66,13 +70,20 @@ QRect PopoverWindow::place(const QRect& anchor, const QRect& available, QSize si
     return {corner, size};
 }
 
-void PopoverWindow::appear(std::optional<QRect> anchor) {
+bool PopoverWindow::canFade() const { return composited_ && QGuiApplication::platformName() == QLatin1String("xcb"); }
+
+void PopoverWindow::appear(std::optional<QRect> anchor, bool fades) {
     const OnScreen at = anchor && anchor->isValid() ? onScreen(*anchor) : atPointer();
     hadKeyboard_ = false;
     if (at.screen) {
         setScreen(at.screen);
         setGeometry(place(at.anchor, at.screen->availableGeometry(), popoverSize));
     }
+    fading_.stop();
+    if (fades)
+        fading_.start();
+    else if (opacity() < 1)
+        setOpacity(1);
     show();
     raise();
     requestActivate();

@@ -1,4 +1,5 @@
 #pragma once
+#include <QPropertyAnimation>
 #include <QQuickView>
 
 #include <optional>
@@ -15,8 +16,10 @@ public:
     PopoverWindow(QQmlEngine* engine, bool composited);
 
     bool isComposited() const { return composited_; }
+    /// Whether it may come up by degrees: the compositor does that, where the toolkit can ask it to.
+    bool canFade() const;
     /// Comes up at the icon (global pixels), or at the pointer, and takes the keyboard.
-    void appear(std::optional<QRect> anchor);
+    void appear(std::optional<QRect> anchor, bool fades);
 
     /// What it covers, in the pixels of the X server.
     QRect pixels() const;
@@ -37,6 +40,7 @@ private:
 
     bool composited_;
     bool hadKeyboard_ = false;
+    QPropertyAnimation fading_{this, "opacity"}; // of the window as a whole: nothing is painted for it
 };
 
 } // namespace vennic

@@ -1,9 +1,11 @@
 #include "app/screen/ScreenQml.h"
 
+#include "app/screen/LogDocument.h"
 #include "app/screen/MessageDocument.h"
 #include "app/screen/SymbolProvider.h"
 #include "backend/MessageBubble.h"
 #include "base/LocalizedError.h"
+#include "base/ShownText.h"
 
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -17,6 +19,7 @@ namespace {
 
 void registerTypes() {
     qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
+    qmlRegisterType<LogDocument>("Vennic", 1, 0, "LogDocument");
     qRegisterMetaType<std::vector<MarkdownRun>>();
 }
 
@@ -86,14 +89,15 @@ void ScreenQml::followAppearance() {
 }
 
 void ScreenQml::makePopover() {
-    popover_ = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
-    followAppearance();
-    load(*popover_, QStringLiteral("shell/Popover.qml"),
+    auto window = std::make_unique<PopoverWindow>(&engine_, with_.appearance.isComposited());
+    load(*window, QStringLiteral("shell/Popover.qml"),
          {{QStringLiteral("menuBar"), object(&with_.menuBar)},
           {QStringLiteral("chat"), object(&with_.chat)},
           {QStringLiteral("transcript"), object(&transcript_)},
           {QStringLiteral("picker"), object(&picker_)},
           {QStringLiteral("links"), object(&links_)}});
+    popover_ = std::move(window); // from here on there is one
+    followAppearance();
     connect(popover_.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
             Q_EMIT popoverClosed();
@@ -111,7 +115,8 @@ void ScreenQml::showPopover(std::optional<QRect> anchor) {
         makePopover();
     unpainted_ = true;
     QMetaObject::invokeMethod(popover_->rootObject(), "appear");
-    popover_->appear(anchor);
+    popover_->appear(anchor, with_.appearance.isAnimated() && popover_->canFade());
+    tellPresented(*popover_);
 }
 
 void ScreenQml::closePopover() {
@@ -128,12 +133,8 @@ void ScreenQml::activatePopover() {
         popover_->requestActivate();
 }
 
-std::unique_ptr<QQuickView> ScreenQml::makeSettings() {
-    auto view = std::make_unique<QQuickView>(&engine_, nullptr);
-    view->setTitle(QStringLiteral("Réglages de Vennic"));
-    view->setResizeMode(QQuickView::SizeRootObjectToView);
-    view->setMinimumSize({520, 620});
-    view->resize(580, 660);
+std::unique_ptr<SettingsWindow> ScreenQml::makeSettings() {
+    auto view = std::make_unique<SettingsWindow>(&engine_);
     load(*view, QStringLiteral("settings/Settings.qml"), {{QStringLiteral("settings"), object(&with_.settings)}});
     return view;
 }
@@ -153,8 +154,24 @@ void ScreenQml::showSettings() {
     settings_->show();
     settings_->raise();
     settings_->requestActivate();
+    tellPresented(*settings_);
     if (!wasShown)
         QMetaObject::invokeMethod(settings_->rootObject(), "appear");
+}
+
+void ScreenQml::tellPresented(const QWindow& window) const {
+    if (with_.presented)
+        with_.presented(window.winId());
+}
+
+void ScreenQml::raiseSettings() {
+    if (!isSettingsShown())
+        return;
+    settings_->raise();
+    if (settings_->isActive())
+        return; // asking again would undo what the desktop's token has said of the time
+    settings_->requestActivate();
+    tellPresented(*settings_);
 }
 
 bool ScreenQml::isSettingsShown() const { return settings_ && settings_->isVisible(); }
@@ -169,7 +186,7 @@ void ScreenQml::announceReply() {
     QObject* const announcer = popover_->rootObject()->findChild<QObject*>(QStringLiteral("announcer"));
     if (!announcer)
         return;
-    announcer->setProperty("words", MessageBubble::plainContent(last.role, last.content));
+    announcer->setProperty("words", shownReason(MessageBubble::plainContent(last.role, last.content)));
     // A notification that comes up: what readers of the screen say at once, wherever their user is.
     QAccessibleEvent shown(announcer, QAccessible::ObjectShow);
     QAccessible::updateAccessibility(&shown);

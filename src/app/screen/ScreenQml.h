@@ -3,6 +3,7 @@
 #include "app/screen/ClosedEngine.h"
 #include "app/screen/PickerMenu.h"
 #include "app/screen/PopoverWindow.h"
+#include "app/screen/SettingsWindow.h"
 #include "backend/ChatTranscript.h"
 #include "shell/Screen.h"
 
@@ -24,6 +25,7 @@ public:
     bool isInPopover(QPoint place) const override;
     void activatePopover() override;
     void showSettings() override;
+    void raiseSettings() override;
     bool isSettingsShown() const override;
 
     /// Null until it was shown.
@@ -35,7 +37,8 @@ private:
     void followAppearance();
     void makePopover();
     void announceReply();
-    std::unique_ptr<QQuickView> makeSettings();
+    void tellPresented(const QWindow& window) const;
+    std::unique_ptr<SettingsWindow> makeSettings();
 
     Surroundings with_;
     ClosedEngine engine_;
@@ -45,7 +48,7 @@ private:
     QObject* theme_ = nullptr; // of the engine
     bool unpainted_ = false;
     std::unique_ptr<PopoverWindow> popover_;
-    std::unique_ptr<QQuickView> settings_;
+    std::unique_ptr<SettingsWindow> settings_;
 };
 
 } // namespace vennic

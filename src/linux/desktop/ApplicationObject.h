@@ -23,6 +23,9 @@ public Q_SLOTS:
     // NOLINTEND(readability-identifier-naming)
 
 private:
+    /// Hands on the token that came along, if there is one.
+    void allow(const QVariantMap& platformData) const;
+
     DesktopActivation::Requests requests_;
 };
 

@@ -48,7 +48,8 @@ void DesktopActivationBus::withdraw() {
     object_.reset();
 }
 
-bool DesktopActivationBus::handOver(const QStringList& addresses, std::chrono::milliseconds limit) {
+bool DesktopActivationBus::handOver(const QStringList& addresses, const QString& token,
+                                    std::chrono::milliseconds limit) {
     QDBusConnection bus = bus_.connection();
     if (!bus.isConnected())
         return false;
@@ -56,7 +57,10 @@ bool DesktopActivationBus::handOver(const QStringList& addresses, std::chrono::m
         service, path, interface, addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!addresses.isEmpty())
         call << addresses;
-    call << QVariantMap();
+    QVariantMap platformData;
+    if (!token.isEmpty())
+        platformData = {{QStringLiteral("activation-token"), token}, {QStringLiteral("desktop-startup-id"), token}};
+    call << platformData;
     call.setAutoStartService(false); // this program is what would be started
     return bus.call(call, QDBus::Block, static_cast<int>(limit.count())).type() == QDBusMessage::ReplyMessage;
 }

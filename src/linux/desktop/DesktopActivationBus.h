@@ -16,7 +16,7 @@ public:
 
     bool offer(Requests requests) override;
     void withdraw() override;
-    bool handOver(const QStringList& addresses, std::chrono::milliseconds limit) override;
+    bool handOver(const QStringList& addresses, const QString& token, std::chrono::milliseconds limit) override;
 
 private:
     bool stepOntoBus();

@@ -1,5 +1,7 @@
 #include "linux/desktop/DesktopAppearancePortal.h"
 
+#include "linux/desktop/XcbLink.h"
+
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
@@ -7,9 +9,6 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
-
-#include <cstdlib>
-#include <xcb/xcb.h>
 
 namespace vennic {
 
@@ -31,30 +30,20 @@ QVariant unwrapped(QVariant value) {
     return value;
 }
 
-struct Free {
-    void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-no-malloc): so says xcb
-};
-template <class T>
-using Reply = std::unique_ptr<T, Free>;
-
 bool hasCompositingManager() {
-    int screen = 0;
-    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> x(xcb_connect(nullptr, &screen), xcb_disconnect);
-    if (xcb_connection_has_error(x.get()) != 0)
+    const auto x = XcbLink::open();
+    const auto selection =
+        x ? x->atom("_NET_WM_CM_S" + QByteArray::number(x->screenNumber())) : xcb_atom_t{XCB_ATOM_NONE};
+    if (selection == XCB_ATOM_NONE)
         return false;
-    const QByteArray name = "_NET_WM_CM_S" + QByteArray::number(screen);
-    const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-        x.get(), xcb_intern_atom(x.get(), 1, static_cast<uint16_t>(name.size()), name.constData()), nullptr));
-    if (!atom || atom->atom == XCB_ATOM_NONE)
-        return false;
-    const Reply<xcb_get_selection_owner_reply_t> owner(
-        xcb_get_selection_owner_reply(x.get(), xcb_get_selection_owner(x.get(), atom->atom), nullptr));
+    const XcbReply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(x->connection(), xcb_get_selection_owner(x->connection(), selection), nullptr));
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
 } // namespace
 
-DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, QStringList gtkSettings)
+DesktopAppearancePortal::DesktopAppearancePortal(QDBusConnection bus, const QStringList& gtkSettings)
     : bus_(std::move(bus)), gtkDark_(gtkPrefersDark(gtkSettings)), dark_(gtkDark_) {
     if (!bus_.isConnected())
         return;

@@ -17,7 +17,7 @@ class DesktopAppearancePortal final : public QObject, public DesktopAppearance {
 public:
     /// Asks once and returns; what the portal answers comes later, to who follows. `gtkSettings`: paths of
     /// settings.ini, the first that exists counts.
-    DesktopAppearancePortal(QDBusConnection bus, QStringList gtkSettings);
+    DesktopAppearancePortal(QDBusConnection bus, const QStringList& gtkSettings);
     /// That of the user of this process.
     static std::unique_ptr<DesktopAppearancePortal> ofThisDesktop();
 

@@ -3,6 +3,9 @@
 #include <QAbstractEventDispatcher>
 #include <QByteArray>
 
+#include <future>
+#include <thread>
+
 namespace vennic {
 
 namespace {
@@ -14,18 +17,37 @@ const xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
     return screens.data;
 }
 
+struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+
+struct Greeted {
+    std::unique_ptr<xcb_connection_t, Disconnect> connection;
+    int screen = 0;
+};
+
+Greeted connect(const QByteArray& display) {
+    Greeted greeted;
+    greeted.connection.reset(xcb_connect(display.constData(), &greeted.screen));
+    return greeted;
+}
+
 } // namespace
 
-std::unique_ptr<XcbLink> XcbLink::open() {
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+std::unique_ptr<XcbLink> XcbLink::open(std::chrono::milliseconds patience) {
+    const QByteArray display = qgetenv("DISPLAY");
+    if (display.isEmpty())
         return nullptr;
-    int screen = 0;
-    xcb_connection_t* const connection = xcb_connect(nullptr, &screen);
-    if (xcb_connection_has_error(connection) != 0) {
-        xcb_disconnect(connection);
+    // The library waits for ever. A thread that it holds up is left to it, and closes what may come after all.
+    std::packaged_task<Greeted(QByteArray)> connecting(connect);
+    std::future<Greeted> answer = connecting.get_future();
+    std::thread(std::move(connecting), display).detach();
+    if (answer.wait_for(patience) != std::future_status::ready)
         return nullptr;
-    }
-    return std::unique_ptr<XcbLink>(new XcbLink(connection, screen));
+    Greeted greeted = answer.get();
+    if (xcb_connection_has_error(greeted.connection.get()) != 0)
+        return nullptr;
+    return std::unique_ptr<XcbLink>(new XcbLink(greeted.connection.release(), greeted.screen));
 }
 
 XcbLink::XcbLink(xcb_connection_t* connection, int screenNumber)

@@ -2,6 +2,7 @@
 #include <QPoint>
 #include <QSocketNotifier>
 
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -20,8 +21,8 @@ using XcbReply = std::unique_ptr<T, XcbFree>;
 /// falls silent. Main thread only.
 class XcbLink {
 public:
-    /// To the server that DISPLAY names; none when it can't be reached.
-    static std::unique_ptr<XcbLink> open();
+    /// To the server that DISPLAY names; none when it can't be reached, or hasn't greeted within `patience`.
+    static std::unique_ptr<XcbLink> open(std::chrono::milliseconds patience = std::chrono::seconds{3});
     XcbLink(const XcbLink&) = delete;
     XcbLink& operator=(const XcbLink&) = delete;
     ~XcbLink();

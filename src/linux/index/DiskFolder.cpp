@@ -53,19 +53,19 @@ std::optional<Entry> statusOf(int folder, const char* name, int flags) {
 
 } // namespace
 
-Descriptor openFolderAt(int folder, const std::string& name) {
-    return Descriptor(openat(folder, name.c_str(), folderFlags));
+FileDescriptor openFolderAt(int folder, const std::string& name) {
+    return FileDescriptor(openat(folder, name.c_str(), folderFlags));
 }
 
-Descriptor openFolder(std::span<const std::string> components) {
+FileDescriptor openFolder(std::span<const std::string> components) {
     if (components.empty()) {
         errno = ENOENT;
         return {};
     }
-    Descriptor folder(open("/", folderFlags));
+    FileDescriptor folder(open("/", folderFlags));
     const auto descend = [&](const std::string& name) {
-        if (folder && !name.empty())
-            folder = openFolderAt(folder.get(), name);
+        if (folder.isOpen() && !name.empty())
+            folder = openFolderAt(folder.number(), name);
     };
     const std::string& root = components.front();
     for (std::size_t at = 0; at < root.size();) {
@@ -78,10 +78,10 @@ Descriptor openFolder(std::span<const std::string> components) {
     return folder;
 }
 
-Descriptor openFileAt(int folder, const std::string& name) {
-    Descriptor file(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+FileDescriptor openFileAt(int folder, const std::string& name) {
+    FileDescriptor file(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status{};
-    if (file && (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+    if (file.isOpen() && (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))) {
         errno = EINVAL;
         return {};
     }

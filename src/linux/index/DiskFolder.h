@@ -1,6 +1,6 @@
 #pragma once
+#include "linux/FileDescriptor.h"
 #include "linux/index/Catalogue.h"
-#include "linux/index/Descriptor.h"
 
 #include <optional>
 #include <span>
@@ -14,11 +14,11 @@ namespace vennic::index {
 /// Failures leave errno.
 
 /// Opens a folder from an absolute root path and the names below it.
-Descriptor openFolder(std::span<const std::string> components);
+FileDescriptor openFolder(std::span<const std::string> components);
 /// Opens a folder in an open one.
-Descriptor openFolderAt(int folder, const std::string& name);
+FileDescriptor openFolderAt(int folder, const std::string& name);
 /// Opens a regular file for reading; pipes and devices are never opened for good.
-Descriptor openFileAt(int folder, const std::string& name);
+FileDescriptor openFileAt(int folder, const std::string& name);
 
 /// What stands on disk under a name, without folder and identifier.
 std::optional<Entry> statAt(int folder, const std::string& name);

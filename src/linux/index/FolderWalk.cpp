@@ -14,23 +14,23 @@ void FolderWalk::clear() {
     stack_.clear();
 }
 
-void FolderWalk::enter(std::uint32_t folder, Descriptor open, int error, std::uint64_t parentDevice, Depth depth) {
+void FolderWalk::enter(std::uint32_t folder, FileDescriptor open, int error, std::uint64_t parentDevice, Depth depth) {
     if (!store_.catalogue().folder(folder))
         return; // forgotten meanwhile
     struct stat status{};
-    if (!open || fstat(open.get(), &status) != 0) {
+    if (!open.isOpen() || fstat(open.number(), &status) != 0) {
         if (tellsOfAbsence(error))
             reconciler_.empty(folder);
         else
             reconciler_.setIncomplete();
         return;
     }
-    if (status.st_dev != parentDevice && volumeOf(open.get()) == Volume::none) {
+    if (status.st_dev != parentDevice && volumeOf(open.number()) == Volume::none) {
         reconciler_.empty(folder);
         return;
     }
     Frame frame{std::move(open), status.st_dev, depth, {}, 0};
-    frame.subfolders = reconciler_.syncFolder(folder, frame.open.get());
+    frame.subfolders = reconciler_.syncFolder(folder, frame.open.number());
     stack_.push_back(std::move(frame));
 }
 
@@ -42,7 +42,7 @@ void FolderWalk::step(std::chrono::steady_clock::time_point end) {
             const auto components = store_.catalogue().components(folder);
             if (components.empty())
                 continue;
-            Descriptor open = openFolder(components);
+            FileDescriptor open = openFolder(components);
             const int error = errno;
             enter(folder, std::move(open), error, 0, depth);
             continue;
@@ -55,7 +55,7 @@ void FolderWalk::step(std::chrono::steady_clock::time_point end) {
         const Reconciler::Subfolder& subfolder = frame.subfolders[frame.next++];
         if (frame.depth == Depth::fresh && !subfolder.fresh)
             continue;
-        Descriptor open = openFolderAt(frame.open.get(), subfolder.row.name);
+        FileDescriptor open = openFolderAt(frame.open.number(), subfolder.row.name);
         const int error = errno;
         enter(subfolder.row.id, std::move(open), error, frame.device, Depth::all);
     }

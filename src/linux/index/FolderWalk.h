@@ -22,13 +22,13 @@ public:
 
 private:
     struct Frame {
-        Descriptor open;
+        FileDescriptor open;
         std::uint64_t device = 0;
         Depth depth = Depth::all;
         std::vector<Reconciler::Subfolder> subfolders;
         std::size_t next = 0;
     };
-    void enter(std::uint32_t folder, Descriptor open, int error, std::uint64_t parentDevice, Depth depth);
+    void enter(std::uint32_t folder, FileDescriptor open, int error, std::uint64_t parentDevice, Depth depth);
 
     IndexStore& store_;
     Reconciler& reconciler_;

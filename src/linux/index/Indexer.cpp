@@ -56,7 +56,7 @@ Indexer::~Indexer() {
     thread_.join();
 }
 
-void Indexer::wake() const { eventfd_write(wake_.get(), 1); }
+void Indexer::wake() const { eventfd_write(wake_.number(), 1); }
 
 void Indexer::setFolders(std::vector<std::string> folders) {
     {
@@ -65,6 +65,7 @@ void Indexer::setFolders(std::vector<std::string> folders) {
         foldersSet_ = true;
         foldersKnown_ = true;
         status_.ready = false;
+        complete_ = false;
     }
     wake();
 }
@@ -79,9 +80,9 @@ IndexerStatus Indexer::status() const {
     return status_;
 }
 
-bool Indexer::waitUntilOpen() {
+bool Indexer::waitUntilOpen(milliseconds limit) {
     std::unique_lock lock(mutex_);
-    opened_.wait(lock, [this] { return open_ || stop_ || status_.fault != 0 || status_.inUse; });
+    opened_.wait_for(lock, limit, [this] { return open_ || stop_ || status_.fault != 0 || status_.inUse; });
     return open_ && !stop_;
 }
 
@@ -125,6 +126,7 @@ void Indexer::run() {
             }
             work_.reset();
             IndexStore::erase(settings_.directory);
+            complete_ = false;
             ++indexGeneration_;
             ++folderGeneration_;
             damaged_ = false; // what readers reported meanwhile is gone with it
@@ -141,12 +143,12 @@ void Indexer::fail(int fault) {
         status_.ready = false;
     }
     opened_.notify_all();
-    pollfd waited{wake_.get(), POLLIN, 0};
+    pollfd waited{wake_.number(), POLLIN, 0};
     const milliseconds delay = doubled(settings_.repeatInterval, faultsInRow_++, longestRepeat);
     const auto until = steady_clock::now() + delay;
     while (!stop_ && steady_clock::now() < until) {
         eventfd_t ignored = 0;
-        eventfd_read(wake_.get(), &ignored);
+        eventfd_read(wake_.number(), &ignored);
         poll(&waited, 1, static_cast<int>(delay.count()));
     }
 }
@@ -157,13 +159,13 @@ void Indexer::open() {
         throw std::system_error(errno, std::generic_category());
     if (chmod(settings_.directory.c_str(), 0700) != 0)
         throw std::system_error(errno, std::generic_category());
-    if (!lock_) {
-        Descriptor lock(
+    if (!lock_.isOpen()) {
+        FileDescriptor lock(
             ::open((settings_.directory + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
-        const bool locked = lock && flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+        const bool locked = lock.isOpen() && flock(lock.number(), LOCK_EX | LOCK_NB) == 0;
         {
             const std::lock_guard guard(mutex_);
-            status_.inUse = lock && !locked;
+            status_.inUse = lock.isOpen() && !locked;
         }
         if (!locked)
             throw std::system_error(errno, std::generic_category());
@@ -230,6 +232,10 @@ void Indexer::cycle() {
     // A root that has gone (an unmounted disk) has nobody above it that tells when it is back.
     if (!busy && work.lostRootsDue == Moment::max() && !lostRoots().empty())
         work.lostRootsDue = now + settings_.lostRootInterval;
+    if (!busy && work.walkedOnce) { // what waits by now was read in vain
+        const std::lock_guard lock(mutex_);
+        complete_ = !foldersSet_;
+    }
     const bool settled = !busy && work.walkedOnce && work.store.waiting() == 0 && work.dirty.empty();
     if (!busy || now - work.lastPublished > publishInterval)
         publish(settled);
@@ -290,7 +296,7 @@ void Indexer::sleep(bool busy) {
     else if (due)
         timeout = static_cast<int>(
             std::clamp<std::int64_t>(std::chrono::ceil<milliseconds>(*due - now).count(), 0, 24L * 3600 * 1000));
-    std::array<pollfd, 2> waited{{{wake_.get(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
+    std::array<pollfd, 2> waited{{{wake_.number(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
     // While changes settle more of them don't wake us: they are read together.
     const bool gathering = !busy && !work.dirty.empty();
     poll(waited.data(), gathering ? 1 : 2, timeout);

@@ -51,8 +51,10 @@ public:
     std::vector<std::string> folders() const;
     IndexerStatus status() const;
 
-    /// Waits until the index can be read; false when it can't or the indexer ends.
-    bool waitUntilOpen();
+    /// Waits until the index can be read, for at most `limit`; false when it can't or the indexer ends.
+    bool waitUntilOpen(std::chrono::milliseconds limit);
+    /// Whether all that is to be had of the folders is in, but for changes since.
+    bool complete() const { return complete_; }
     /// Looks at the folders that nobody watches, for at most `limit`.
     void refreshUnwatched(std::chrono::milliseconds limit);
     /// A reader has met damage.
@@ -92,8 +94,8 @@ private:
 
     const IndexerSettings settings_;
     TextSource& texts_;
-    const Descriptor wake_;
-    Descriptor lock_;
+    const FileDescriptor wake_;
+    FileDescriptor lock_;
     std::unique_ptr<Work> work_;
     int faultsInRow_ = 0;
 
@@ -106,6 +108,7 @@ private:
     bool open_ = false;
     bool refreshAsked_ = false;
     std::atomic<bool> stop_ = false;
+    std::atomic<bool> complete_ = false;
     std::atomic<bool> damaged_ = false;
     std::atomic<std::int64_t> folderGeneration_ = 0;
     std::atomic<std::int64_t> indexGeneration_ = 0;

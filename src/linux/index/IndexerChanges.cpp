@@ -40,7 +40,7 @@ std::vector<std::string> outermost(const std::vector<std::string>& folders) {
 
 void Indexer::takeCommands() {
     eventfd_t ignored = 0;
-    eventfd_read(wake_.get(), &ignored);
+    eventfd_read(wake_.number(), &ignored);
     std::vector<std::string> folders;
     bool set = false;
     bool refresh = false;
@@ -184,9 +184,9 @@ void Indexer::settleDirty() {
     for (const auto& [folder, keys] : byFolder) {
         touched.push_back(folder);
         if (keys.size() >= wholeFolder) {
-            const Descriptor open = openFolder(work.store.catalogue().components(folder));
-            if (open) {
-                for (const auto& subfolder : work.reconciler.syncFolder(folder, open.get())) {
+            const FileDescriptor open = openFolder(work.store.catalogue().components(folder));
+            if (open.isOpen()) {
+                for (const auto& subfolder : work.reconciler.syncFolder(folder, open.number())) {
                     if (subfolder.fresh)
                         work.walk.push(subfolder.row.id, FolderWalk::Depth::all);
                 }
@@ -229,11 +229,11 @@ void Indexer::lookAtUnwatched(Moment end) {
     std::ranges::sort(folders);
     for (std::size_t i = 0; i < folders.size() && steady_clock::now() < end; ++i) {
         const auto& [folder, seen] = folders[work.unwatchedCursor++ % folders.size()];
-        const Descriptor open = openFolder(work.store.catalogue().components(folder));
-        const auto status = open ? statOf(open.get()) : std::nullopt;
+        const FileDescriptor open = openFolder(work.store.catalogue().components(folder));
+        const auto status = open.isOpen() ? statOf(open.number()) : std::nullopt;
         if (!status || status->modified == seen)
             continue;
-        for (const auto& subfolder : work.reconciler.syncFolder(folder, open.get())) {
+        for (const auto& subfolder : work.reconciler.syncFolder(folder, open.number())) {
             if (subfolder.fresh)
                 work.walk.push(subfolder.row.id, FolderWalk::Depth::all);
         }

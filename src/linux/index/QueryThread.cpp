@@ -1,11 +1,21 @@
 #include "linux/index/QueryThread.h"
 
+#include "linux/index/DiskSearch.h"
+
+#include <algorithm>
 #include <system_error>
 
 namespace vennic::index {
 
 namespace {
-constexpr std::chrono::milliseconds longestRefresh{100};
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds longestRefresh{100};
+/// An index at idle priority may not get to its first look at the disk while the machine is busy. Then the disk is
+/// looked at here, for so long: callers wait five seconds.
+constexpr milliseconds longestOnDisk{2500};
+constexpr milliseconds longestOpening{500};
 } // namespace
 
 void Gathering::stop() {
@@ -17,6 +27,25 @@ void Gathering::add(SearchHit hit) {
     const std::lock_guard lock(mutex_);
     if (!stop_)
         hits_.push_back(std::move(hit));
+}
+
+void Gathering::insert(SearchHit hit) {
+    const std::lock_guard lock(mutex_);
+    if (inserted_.empty()) {
+        for (const SearchHit& each : hits_)
+            inserted_.insert(each.path);
+    }
+    if (stop_ || !inserted_.insert(hit.path).second)
+        return;
+    const auto newer = [](const SearchHit& a, const SearchHit& b) { return a.entry.modified > b.entry.modified; };
+    hits_.insert(std::ranges::upper_bound(hits_, hit, newer), std::move(hit));
+    if (hits_.size() > request_.limit)
+        hits_.pop_back();
+}
+
+bool Gathering::wants(const Entry& entry) const {
+    const std::lock_guard lock(mutex_);
+    return hits_.size() < request_.limit || (!hits_.empty() && entry.modified > hits_.back().entry.modified);
 }
 
 std::size_t Gathering::count() const {
@@ -35,7 +64,7 @@ std::vector<SearchHit> Gathering::all() const {
 }
 
 QueryThread::QueryThread(std::string directory, Indexer& indexer, TextSource& texts)
-    : indexer_(indexer), searcher_(std::move(directory), texts) {
+    : indexer_(indexer), texts_(texts), searcher_(std::move(directory), texts) {
     thread_ = std::thread([this] { run(); });
 }
 
@@ -78,18 +107,45 @@ void QueryThread::run() {
 }
 
 void QueryThread::answer(Gathering& gathering) {
-    if (gathering.stopFlag() || !indexer_.waitUntilOpen())
+    if (gathering.stopFlag())
         return;
+    const Searcher::OnDisk onDisk{steady_clock::now() + longestOnDisk,
+                                  [&](const Entry& entry) { return gathering.wants(entry); }};
+    if (indexer_.waitUntilOpen(longestOpening))
+        answerFromIndex(gathering, onDisk);
+    else
+        answerFromDisk(gathering, onDisk);
+}
+
+SearchRequest QueryThread::requestOf(const Gathering& gathering) const {
+    SearchRequest request = gathering.request();
+    request.folders = indexer_.folders(); // as of now: what was withdrawn since it was asked isn't found
+    return request;
+}
+
+void QueryThread::answerFromDisk(Gathering& gathering, const Searcher::OnDisk& onDisk) {
+    const SearchRequest request = requestOf(gathering);
+    DiskSearch(request, nullptr, texts_, gathering.stopFlag()).run(onDisk, [&](SearchHit hit) {
+        gathering.insert(std::move(hit));
+    });
+}
+
+void QueryThread::answerFromIndex(Gathering& gathering, const Searcher::OnDisk& onDisk) {
     indexer_.refreshUnwatched(longestRefresh);
     try {
         if (indexGeneration_ != indexer_.indexGeneration()) {
             indexGeneration_ = indexer_.indexGeneration();
             searcher_.reopen();
         }
-        SearchRequest request = gathering.request();
-        request.folders = indexer_.folders(); // as of now: what was withdrawn since it was asked isn't found
-        searcher_.run(request, indexer_.folderGeneration(), gathering.stopFlag(),
-                      [&](SearchHit hit) { gathering.add(std::move(hit)); });
+        const SearchRequest request = requestOf(gathering);
+        const bool complete = indexer_.complete();
+        const auto take = [&](SearchHit hit) {
+            if (complete)
+                gathering.add(std::move(hit));
+            else
+                gathering.insert(std::move(hit));
+        };
+        searcher_.run(request, indexer_.folderGeneration(), gathering.stopFlag(), take, complete ? nullptr : &onDisk);
     } catch (const DamagedIndex&) {
         searcher_.reopen();
         if (indexGeneration_ == indexer_.indexGeneration()) // else it has been made anew already

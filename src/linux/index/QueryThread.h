@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <unordered_set>
 #include <vector>
 
 namespace vennic::index {
@@ -22,6 +23,10 @@ public:
     /// Nothing is added after this.
     void stop();
     void add(SearchHit hit);
+    /// Adds a hit in its place, newest first, unless its path is there already; the oldest beyond the limit goes.
+    void insert(SearchHit hit);
+    /// Whether a hit as old as that would find a place.
+    bool wants(const Entry& entry) const;
     std::size_t count() const;
     SearchHit at(std::size_t position) const;
     std::vector<SearchHit> all() const;
@@ -31,6 +36,7 @@ private:
     std::atomic<bool> stop_ = false;
     mutable std::mutex mutex_;
     std::vector<SearchHit> hits_;
+    std::unordered_set<std::string> inserted_; // paths, once there are insertions
 };
 
 /// Runs queries one after another on a thread of its own.
@@ -51,8 +57,12 @@ private:
     };
     void run();
     void answer(Gathering& gathering);
+    void answerFromIndex(Gathering& gathering, const Searcher::OnDisk& onDisk);
+    void answerFromDisk(Gathering& gathering, const Searcher::OnDisk& onDisk);
+    SearchRequest requestOf(const Gathering& gathering) const;
 
     Indexer& indexer_;
+    TextSource& texts_;
     Searcher searcher_;
     std::int64_t indexGeneration_ = 0;
     std::mutex mutex_;

@@ -151,8 +151,8 @@ Reconciler::Look Reconciler::syncEntry(std::uint32_t folder, const std::string& 
     const auto components = store_.catalogue().components(folder);
     if (isHidden(name) || components.empty())
         return {};
-    const Descriptor open = openFolder(components);
-    auto found = open ? statAt(open.get(), name) : std::nullopt;
+    const FileDescriptor open = openFolder(components);
+    auto found = open.isOpen() ? statAt(open.number(), name) : std::nullopt;
     const int error = errno;
     const auto known = store_.catalogue().entry(folder, name);
     Look look;
@@ -198,14 +198,14 @@ void Reconciler::readText(std::uint32_t folder, const std::string& name) {
 }
 
 void Reconciler::readText(const Entry& known) {
-    const Descriptor folder = openFolder(store_.catalogue().components(known.folder));
-    const Descriptor file = folder ? openFileAt(folder.get(), known.name) : Descriptor();
-    if (!file) {
-        notOpened(known, folder.get(), errno);
+    const FileDescriptor folder = openFolder(store_.catalogue().components(known.folder));
+    const FileDescriptor file = folder.isOpen() ? openFileAt(folder.number(), known.name) : FileDescriptor();
+    if (!file.isOpen()) {
+        notOpened(known, folder.number(), errno);
         return;
     }
     const std::int64_t now = wallTime();
-    auto found = statOf(file.get());
+    auto found = statOf(file.number());
     if (!found) {
         readInVain(known, known, mostInterruptions);
         return;
@@ -217,8 +217,8 @@ void Reconciler::readText(const Entry& known) {
         replace(known, *found, TextState::none);
         return;
     }
-    const TextSource::Result result = texts_.read(file.get(), known.name);
-    const auto after = statOf(file.get());
+    const TextSource::Result result = texts_.read(file.number(), known.name);
+    const auto after = statOf(file.number());
     const bool changing = !after || !after->sameOnDisk(*found);
     if (result.outcome != TextSource::Outcome::unavailable)
         pausesInRow_ = 0;

@@ -29,15 +29,12 @@ void FolderTree::load(const Database& database) {
     }
 }
 
-ScopeFilter::ScopeFilter(const Database& database, const FolderTree& tree, const std::vector<std::string>& scopes,
-                         const std::vector<std::string>& allowed)
-    : row_(database.prepare("SELECT parent, name FROM dir WHERE id=?")),
-      child_(database.prepare("SELECT id FROM dir WHERE parent=? AND name=?")),
-      roots_(database.prepare("SELECT id, name FROM dir WHERE parent=0 ORDER BY length(name) DESC")) {
+std::vector<ScopeBase> scopeBases(const std::vector<std::string>& scopes, const std::vector<std::string>& allowed) {
     std::vector<std::string> grants;
     grants.reserve(allowed.size());
     for (const std::string& folder : allowed)
         grants.push_back(canonicalPath(folder));
+    std::vector<ScopeBase> bases;
     for (const std::string& scope : scopes) {
         if (!scope.starts_with('/'))
             continue;
@@ -47,39 +44,27 @@ ScopeFilter::ScopeFilter(const Database& database, const FolderTree& tree, const
         for (const std::string& grant : grants)
             whole = whole || pathBelow(canonical, grant);
         if (whole) {
-            addBase(canonical, spelled);
+            bases.push_back({canonical, spelled});
             continue;
         }
         for (const std::string& grant : grants) { // the scope reaches beyond what is granted
             const auto below = pathBelow(grant, canonical);
             if (below && !leadsThroughHidden(*below))
-                addBase(grant, spelled + '/' + *below);
+                bases.push_back({grant, spelled + '/' + *below});
         }
     }
-    fill(tree);
+    return bases;
 }
 
-void ScopeFilter::addBase(const std::string& canonical, const std::string& spelled) {
-    for (roots_.reset(); roots_.step();) {
-        auto below = pathBelow(canonical, std::string(roots_.blob(1)));
-        if (!below)
-            continue;
-        auto id = static_cast<std::uint32_t>(roots_.integer(0));
-        bool found = true;
-        for (std::size_t at = 0; found && at < below->size();) {
-            const std::size_t slash = std::min(below->find('/', at), below->size());
-            found = child_.with(id, std::string_view(*below).substr(at, slash - at)).step();
-            if (found)
-                id = static_cast<std::uint32_t>(child_.integer(0));
-            child_.reset();
-            at = slash + 1;
-        }
-        if (!found)
-            continue;
-        bases_.emplace(id, spelled);
-        break;
+ScopeFilter::ScopeFilter(const Database& database, const FolderTree& tree, const std::vector<std::string>& scopes,
+                         const std::vector<std::string>& allowed)
+    : row_(database.prepare("SELECT parent, name FROM dir WHERE id=?")) {
+    FolderFinder finder(database);
+    for (const ScopeBase& base : scopeBases(scopes, allowed)) {
+        if (const auto folder = finder.find(base.canonical))
+            bases_.emplace(*folder, base.spelled);
     }
-    roots_.reset();
+    fill(tree);
 }
 
 void ScopeFilter::fill(const FolderTree& tree) {

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/index/Database.h"
+#include "linux/index/FolderFinder.h"
 
 #include <cstdint>
 #include <optional>
@@ -21,6 +21,14 @@ private:
     std::vector<std::uint32_t> parents_;
 };
 
+/// A folder in which a query looks.
+struct ScopeBase {
+    std::string canonical; // absolute and without links
+    std::string spelled;   // that results begin with
+};
+/// Where to look for absolute paths of folders: only within the allowed ones, hidden folders left out.
+std::vector<ScopeBase> scopeBases(const std::vector<std::string>& scopes, const std::vector<std::string>& allowed);
+
 /// Which folders lie within the scopes of a query, and how their paths are spelled.
 class ScopeFilter {
 public:
@@ -40,11 +48,10 @@ public:
 private:
     enum State : std::uint8_t { open, in, out };
 
-    void addBase(const std::string& canonical, const std::string& spelled);
     void fill(const FolderTree& tree);
     std::optional<std::string> findPath(std::uint32_t folder, int depth);
 
-    Statement row_, child_, roots_;
+    Statement row_;
     std::unordered_map<std::uint32_t, std::string> bases_;
     std::unordered_map<std::uint32_t, std::optional<std::string>> paths_;
     std::vector<State> inside_;

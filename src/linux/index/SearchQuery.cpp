@@ -206,12 +206,12 @@ std::optional<std::string> SearchQuery::foldedTextOf(const Entry& entry) {
     }
     if (texts_.formOf(entry.name) != TextSource::Form::plain)
         return std::nullopt;
-    const Descriptor folder = openFolder(scope_.components(entry.folder));
-    const Descriptor file = folder ? openFileAt(folder.get(), entry.name) : Descriptor();
-    const auto now = file ? statOf(file.get()) : std::nullopt;
+    const FileDescriptor folder = openFolder(scope_.components(entry.folder));
+    const FileDescriptor file = folder.isOpen() ? openFileAt(folder.number(), entry.name) : FileDescriptor();
+    const auto now = file.isOpen() ? statOf(file.number()) : std::nullopt;
     if (!now || now->size > largestTextFile)
         return std::nullopt;
-    TextSource::Result result = texts_.read(file.get(), entry.name);
+    TextSource::Result result = texts_.read(file.number(), entry.name);
     if (result.outcome != TextSource::Outcome::text)
         return std::nullopt;
     return foldedText(result.text);

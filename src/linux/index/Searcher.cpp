@@ -1,5 +1,6 @@
 #include "linux/index/Searcher.h"
 
+#include "linux/index/DiskSearch.h"
 #include "linux/index/SearchQuery.h"
 
 namespace vennic::index {
@@ -58,7 +59,7 @@ std::vector<std::shared_ptr<const Segment>> Searcher::segments() {
 }
 
 void Searcher::run(const SearchRequest& request, std::int64_t folderGeneration, const std::atomic<bool>& stop,
-                   const Sink& sink) {
+                   const Sink& sink, const OnDisk* onDisk) {
     open();
     for (int attempt = 1;; ++attempt) {
         const Snapshot snapshot(*database_);
@@ -76,8 +77,16 @@ void Searcher::run(const SearchRequest& request, std::int64_t folderGeneration, 
             treeGeneration_ = folderGeneration;
         }
         ScopeFilter scope(*database_, tree_, request.scopes, request.folders);
+        std::size_t found = 0;
+        const auto counted = [&](SearchHit hit) {
+            ++found;
+            sink(std::move(hit));
+        };
         if (!scope.nothing())
-            SearchQuery(request, *database_, files, scope, texts_, stop).run(sink);
+            SearchQuery(request, *database_, files, scope, texts_, stop).run(counted);
+        // Still the same state of the index: what it takes in meanwhile isn't missed by both.
+        if (onDisk && found < request.limit)
+            DiskSearch(request, database_.get(), texts_, stop).run(*onDisk, sink);
         return;
     }
 }

@@ -7,6 +7,7 @@
 #include "linux/index/TextSource.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -35,10 +36,17 @@ public:
     ~Searcher();
 
     using Sink = std::function<void(SearchHit)>;
+    /// A look at the disk for what the index doesn't hold yet.
+    struct OnDisk {
+        std::chrono::steady_clock::time_point until;
+        std::function<bool(const Entry&)> wants; // whether a match as old as that would still be among the newest
+    };
     /// Gives the newest matches to `sink`, newest first, until `stop` becomes true. `folderGeneration` is a number
-    /// that has changed when folders have. Raises DamagedIndex and DatabaseError.
+    /// that has changed when folders have. With `onDisk`, where that gives fewer than asked for, the disk
+    /// is looked at too: its matches come in no order, and some of them may have come before. Raises DamagedIndex and
+    /// DatabaseError.
     void run(const SearchRequest& request, std::int64_t folderGeneration, const std::atomic<bool>& stop,
-             const Sink& sink);
+             const Sink& sink, const OnDisk* onDisk = nullptr);
     /// Forgets the files, which another index replaces.
     void reopen();
 

@@ -27,11 +27,11 @@ Watches::Watches(std::size_t budget)
 
 bool Watches::add(std::uint32_t folder, int openFolder) {
     const auto known = byFolder_.find(folder);
-    if (!inotify_ || (known == byFolder_.end() && byFolder_.size() >= budget_))
+    if (!inotify_.isOpen() || (known == byFolder_.end() && byFolder_.size() >= budget_))
         return false;
     // By the open descriptor: the name could lead elsewhere by now.
     const std::string path = "/proc/self/fd/" + std::to_string(openFolder);
-    const int watch = inotify_add_watch(inotify_.get(), path.c_str(), interest);
+    const int watch = inotify_add_watch(inotify_.number(), path.c_str(), interest);
     if (known != byFolder_.end() && known->second == watch)
         return true; // the same folder has the same number
     if (known != byFolder_.end())
@@ -49,7 +49,7 @@ void Watches::remove(std::uint32_t folder) {
     const auto found = byFolder_.find(folder);
     if (found == byFolder_.end())
         return;
-    inotify_rm_watch(inotify_.get(), found->second);
+    inotify_rm_watch(inotify_.number(), found->second);
     byWatch_.erase(found->second);
     byFolder_.erase(found);
 }
@@ -62,7 +62,7 @@ std::vector<Change> Watches::read() {
     alignas(inotify_event) std::array<char, 65536> buffer;
     // Who writes without end must not keep us here.
     for (int round = 0; round < mostRounds; ++round) {
-        const ssize_t got = ::read(inotify_.get(), buffer.data(), buffer.size());
+        const ssize_t got = ::read(inotify_.number(), buffer.data(), buffer.size());
         if (got <= 0)
             break;
         for (ssize_t at = 0; at < got;) {

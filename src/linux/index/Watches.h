@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/index/Descriptor.h"
+#include "linux/FileDescriptor.h"
 
 #include <cstdint>
 #include <string>
@@ -25,7 +25,7 @@ public:
     /// At most `budget` folders; 0 is half of what the system allows.
     explicit Watches(std::size_t budget);
 
-    int descriptor() const { return inotify_.get(); }
+    int descriptor() const { return inotify_.number(); }
     /// Watches an open folder, in place of what had its identifier before. False when the budget or the system's limit
     /// is reached.
     bool add(std::uint32_t folder, int openFolder);
@@ -37,7 +37,7 @@ public:
 
 private:
     std::size_t budget_;
-    Descriptor inotify_;
+    FileDescriptor inotify_;
     std::unordered_map<int, std::uint32_t> byWatch_;
     std::unordered_map<std::uint32_t, int> byFolder_;
 };

@@ -92,7 +92,7 @@ void PhotoKeeper::close() {
         thread_.join();
 }
 
-void PhotoKeeper::wake() const { eventfd_write(wake_.get(), 1); }
+void PhotoKeeper::wake() const { eventfd_write(wake_.number(), 1); }
 
 void PhotoKeeper::follow() {
     {
@@ -205,7 +205,7 @@ void PhotoKeeper::setCatalogueAside() {
 /// Waits until somebody asks again: what keeps the disk from being written may have gone by then.
 void PhotoKeeper::fail(const std::string& why) {
     eventfd_t ignored = 0;
-    eventfd_read(wake_.get(), &ignored); // who asks after this isn't answered by it
+    eventfd_read(wake_.number(), &ignored); // who asks after this isn't answered by it
     {
         const std::lock_guard lock(mutex_);
         status_.fault = why;
@@ -213,7 +213,7 @@ void PhotoKeeper::fail(const std::string& why) {
         answered_ = asked_;
     }
     caughtUp_.notify_all();
-    pollfd waited{wake_.get(), POLLIN, 0};
+    pollfd waited{wake_.number(), POLLIN, 0};
     if (!stop_)
         poll(&waited, 1, -1);
 }
@@ -268,7 +268,7 @@ void PhotoKeeper::cycle() {
 
 void PhotoKeeper::takeOrders() {
     eventfd_t ignored = 0;
-    eventfd_read(wake_.get(), &ignored);
+    eventfd_read(wake_.number(), &ignored);
     Work& work = *work_;
     bool following = false;
     bool ordered = false;
@@ -422,7 +422,7 @@ void PhotoKeeper::sleep() {
         const auto left = std::chrono::ceil<milliseconds>(*due - steady_clock::now()).count();
         timeout = static_cast<int>(std::clamp<std::int64_t>(left, 0, 24L * 3600 * 1000));
     }
-    std::array<pollfd, 2> waited{{{wake_.get(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
+    std::array<pollfd, 2> waited{{{wake_.number(), POLLIN, 0}, {work.watches.descriptor(), POLLIN, 0}}};
     // While changes settle more of them don't wake us: they are read together.
     poll(waited.data(), work.dirty.empty() ? 2 : 1, timeout);
 }

@@ -1,5 +1,5 @@
 #pragma once
-#include "linux/index/Descriptor.h"
+#include "linux/FileDescriptor.h"
 #include "linux/photos/PhotoFactsReader.h"
 #include "ports/FileTypes.h"
 
@@ -95,7 +95,7 @@ private:
     const KeeperSettings settings_;
     const std::shared_ptr<PhotoFactsReader> reader_;
     const std::shared_ptr<const FileTypes> types_;
-    const index::Descriptor wake_;
+    const FileDescriptor wake_;
     std::unique_ptr<Work> work_;
     QTimeZone zone_;
     std::optional<QDateTime> nextDate_; // when a photo that seems to be of the future is to be dated again

@@ -47,9 +47,9 @@ PhotoAsset assetOf(const photos::KnownPhoto& photo, const FileTypes& types) {
 }
 
 bool standsAsKnown(const photos::KnownPhoto& photo) {
-    const index::Descriptor folder = index::openFolder(photo.folder);
-    return folder && photos::fileAt(folder.get(), photo.name, photos::volumeIdentifier(folder.get())) ==
-                         std::optional(photo.disk);
+    const FileDescriptor folder = index::openFolder(photo.folder);
+    return folder.isOpen() && photos::fileAt(folder.number(), photo.name, photos::volumeIdentifier(folder.number())) ==
+                                  std::optional(photo.disk);
 }
 
 /// All bytes of an open file. Raises LocalizedError.
@@ -152,11 +152,11 @@ std::optional<PhotoImage> PhotoLibraryFolder::imageData(const QString& localIden
     if (!photo)
         return std::nullopt;
     const QString name = nameOf(*photo);
-    const index::Descriptor folder = index::openFolder(photo->folder);
-    const index::Descriptor file = folder ? index::openFileAt(folder.get(), photo->name) : index::Descriptor();
-    if (!file)
+    const FileDescriptor folder = index::openFolder(photo->folder);
+    const FileDescriptor file = folder.isOpen() ? index::openFileAt(folder.number(), photo->name) : FileDescriptor();
+    if (!file.isOpen())
         throw LocalizedError(unreadableSentence(name, errno));
-    return PhotoImage{contentOf(file.get(), name), typeOf(*photo, *types_)};
+    return PhotoImage{contentOf(file.number(), name), typeOf(*photo, *types_)};
 }
 
 PhotoLibraryStatus PhotoLibraryFolder::status() const {

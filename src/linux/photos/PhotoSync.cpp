@@ -52,24 +52,24 @@ void PhotoSync::lookAt(std::uint32_t folder, Depth depth) {
     if (components.empty())
         return; // forgotten meanwhile
     open_ = {};
-    const index::Descriptor open = index::openFolder(components);
+    const FileDescriptor open = index::openFolder(components);
     const int error = errno;
     const bool isRoot = components.size() == 1;
     if (isRoot)
-        lostRoot_ = open ? 0 : folder;
-    if (!open) {
+        lostRoot_ = open.isOpen() ? 0 : folder;
+    if (!open.isOpen()) {
         // A pictures folder that has gone may be on a disk that comes back: its photos wait for it.
         watches_.remove(folder);
         if (!isRoot && meansNoFolder(error))
             leave(folder);
         return;
     }
-    if (index::volumeOf(open.get()) == index::Volume::none) {
+    if (index::volumeOf(open.number()) == index::Volume::none) {
         leave(folder);
         return;
     }
-    watch(folder, open.get()); // before the listing, so that nothing slips between the two
-    const auto listed = index::listFolder(open.get());
+    watch(folder, open.number()); // before the listing, so that nothing slips between the two
+    const auto listed = index::listFolder(open.number());
     if (!listed)
         return;
     compareFiles(folder, *listed);
@@ -239,11 +239,11 @@ bool PhotoSync::isEdit(const PhotoRow& known, const FileOnDisk& disk, PhotoFacts
     if (known.state != PhotoState::photo)
         return true; // nothing is known of it that could differ
     const OpenFolder& folder = opened(known.folder);
-    const index::Descriptor file =
-        folder.descriptor ? index::openFileAt(folder.descriptor.get(), known.name) : index::Descriptor();
-    if (!file || disk.size == 0)
+    const FileDescriptor file =
+        folder.descriptor.isOpen() ? index::openFileAt(folder.descriptor.number(), known.name) : FileDescriptor();
+    if (!file.isOpen() || disk.size == 0)
         return true;
-    read = facts_(file.get());
+    read = facts_(file.number());
     if (read.outcome != PhotoFactsReader::Outcome::read || read.facts.format == PictureFormat::none)
         return true; // it may still be being written
     return taken_(read.facts) == taken_(known.facts);
@@ -294,9 +294,9 @@ std::optional<PhotoFactsReader::Outcome> PhotoSync::readNewest(std::int64_t now)
         return std::nullopt;
     }
     const OpenFolder& folder = opened(row->folder);
-    const index::Descriptor file =
-        folder.descriptor ? index::openFileAt(folder.descriptor.get(), row->name) : index::Descriptor();
-    if (!file) {
+    const FileDescriptor file =
+        folder.descriptor.isOpen() ? index::openFileAt(folder.descriptor.number(), row->name) : FileDescriptor();
+    if (!file.isOpen()) {
         const int error = errno;
         if (error == EMFILE || error == ENFILE || error == ENOMEM)
             return Outcome::failed;
@@ -306,10 +306,10 @@ std::optional<PhotoFactsReader::Outcome> PhotoSync::readNewest(std::int64_t now)
             keepFacts(row->id, {});
         return Outcome::refused;
     }
-    PhotoFactsReader::Result read = facts_(file.get());
+    PhotoFactsReader::Result read = facts_(file.number());
     // The reader may have been ended by somebody else: a file is to blame when it happens twice.
     if (read.outcome == Outcome::failed)
-        read = facts_(file.get());
+        read = facts_(file.number());
     if (read.outcome == Outcome::ended)
         return Outcome::ended;
     keepFacts(row->id, read);
@@ -330,17 +330,17 @@ PhotoFactsReader::Outcome PhotoSync::blame(std::int64_t id) {
 }
 
 const PhotoSync::OpenFolder& PhotoSync::opened(std::uint32_t folder) {
-    if (open_.id == folder && open_.descriptor)
+    if (open_.id == folder && open_.descriptor.isOpen())
         return open_;
     open_.id = folder;
     open_.descriptor = index::openFolder(catalogue_.components(folder));
-    open_.volume = open_.descriptor ? volumeIdentifier(open_.descriptor.get()) : 0;
+    open_.volume = open_.descriptor.isOpen() ? volumeIdentifier(open_.descriptor.number()) : 0;
     return open_;
 }
 
 std::optional<FileOnDisk> PhotoSync::onDisk(const Place& place) {
     const OpenFolder& folder = opened(place.folder);
-    return folder.descriptor ? fileAt(folder.descriptor.get(), place.name, folder.volume) : std::nullopt;
+    return folder.descriptor.isOpen() ? fileAt(folder.descriptor.number(), place.name, folder.volume) : std::nullopt;
 }
 
 } // namespace vennic::photos

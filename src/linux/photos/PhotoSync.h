@@ -56,7 +56,7 @@ private:
     };
     struct OpenFolder {
         std::uint32_t id = 0;
-        index::Descriptor descriptor;
+        FileDescriptor descriptor;
         std::uint64_t volume = 0;
     };
     bool unsettled() const { return !arrivals_.empty() || !missing_.empty() || !goneFolders_.empty(); }

@@ -1,5 +1,6 @@
 #include "linux/thumbnail/SandboxedCommand.h"
 
+#include "linux/SpawnAttributes.h"
 #include "linux/StopDescriptor.h"
 #include "linux/thumbnail/OneProcessFilter.h"
 #include "linux/worker/OpenedDocument.h"
@@ -14,7 +15,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -81,19 +81,8 @@ public:
         posix_spawn_file_actions_adddup2(&actions_, input_.number(), openedInput);
         posix_spawn_file_actions_adddup2(&actions_, filter_.number(), callFilter);
         posix_spawn_file_actions_addclosefrom_np(&actions_, callFilter + 1);
-        sigset_t signals;
-        posix_spawnattr_init(&attributes_);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&attributes_, &signals);
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&attributes_, &signals);
-        posix_spawnattr_setpgroup(&attributes_, 0);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
     }
-    ~SpawnSetup() {
-        posix_spawn_file_actions_destroy(&actions_);
-        posix_spawnattr_destroy(&attributes_);
-    }
+    ~SpawnSetup() { posix_spawn_file_actions_destroy(&actions_); }
     Q_DISABLE_COPY_MOVE(SpawnSetup)
 
     /// The process, or -1.
@@ -103,15 +92,16 @@ public:
             arguments.push_back(const_cast<char*>(argument.constData()));
         arguments.push_back(nullptr);
         pid_t process = -1;
-        return posix_spawnp(&process, arguments[0], &actions_, &attributes_, arguments.data(), environ) == 0 ? process
-                                                                                                             : -1;
+        return posix_spawnp(&process, arguments[0], &actions_, attributes_.get(), arguments.data(), environ) == 0
+                   ? process
+                   : -1;
     }
 
 private:
     FileDescriptor input_; // out of the way of the numbers that they get
     FileDescriptor filter_;
     posix_spawn_file_actions_t actions_{};
-    posix_spawnattr_t attributes_{};
+    SpawnAttributes attributes_{SpawnAttributes::Group::itsOwn};
 };
 
 /// Returns when the process has ended, its time has, or the caller is wanted elsewhere.

@@ -74,8 +74,7 @@ QString unreadableSentence(const QString& path, int number) {
         return named(path) + QStringLiteral("n'a pas pu être ouvert car il n'existe pas.");
     case EACCES:
     case EPERM:
-        return named(path) +
-               QStringLiteral("n'a pas pu être ouvert car vous n'avez pas l'autorisation de le consulter.");
+        return named(path) + QStringLiteral("n'a pas pu être ouvert car tu n'as pas l'autorisation de le consulter.");
     case ELOOP:
         return named(path) + QStringLiteral("n'a pas pu être ouvert car ses liens ne mènent à aucun fichier.");
     case EIO:

@@ -1,5 +1,6 @@
 #include "linux/worker/WorkerProcess.h"
 
+#include "linux/SpawnAttributes.h"
 #include "linux/worker/AnswerCheck.h"
 #include "linux/worker/WorkerFailure.h"
 
@@ -13,7 +14,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -79,26 +79,14 @@ public:
 #if !defined(VENNIC_SANITIZED)
         posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 #endif
-        sigset_t signals;
-        posix_spawnattr_init(&attributes_);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&attributes_, &signals);
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&attributes_, &signals);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     }
-    ~SpawnActions() {
-        posix_spawn_file_actions_destroy(&actions_);
-        posix_spawnattr_destroy(&attributes_);
-    }
+    ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
     Q_DISABLE_COPY_MOVE(SpawnActions)
 
-    const posix_spawn_file_actions_t* actions() const { return &actions_; }
-    const posix_spawnattr_t* attributes() const { return &attributes_; }
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
 
 private:
     posix_spawn_file_actions_t actions_{};
-    posix_spawnattr_t attributes_{};
 };
 
 } // namespace
@@ -175,7 +163,7 @@ void WorkerProcess::start() {
     char background[] = "--background";
     if (options_.background)
         arguments[1] = background;
-    if (posix_spawn(&process_, program.constData(), actions.actions(), actions.attributes(), arguments.data(),
+    if (posix_spawn(&process_, program.constData(), actions.get(), SpawnAttributes().get(), arguments.data(),
                     workerEnvironment().data()) != 0)
         failStart();
 }

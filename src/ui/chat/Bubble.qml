@@ -86,7 +86,7 @@ Item {
                 activeFocusOnTab: true
                 Accessible.role: Accessible.Link
                 Accessible.name: modelData.label
-                Accessible.description: modelData.address
+                Accessible.description: root.links.shownAddress(modelData.address)
                 Accessible.onPressAction: root.links.follow(modelData.address)
                 Keys.onReturnPressed: root.links.follow(modelData.address)
                 Keys.onEnterPressed: root.links.follow(modelData.address)

@@ -17,12 +17,14 @@ FocusScope {
     }
 
     EmptyConversation {
+        objectName: "empty"
         visible: root.transcript.messageCount === 0
         width: parent.width
         y: 60
     }
     Transcript {
         id: list
+        objectName: "transcript"
         visible: root.transcript.messageCount > 0 || root.links.isStreaming
         anchors.top: parent.top
         anchors.bottom: composer.top
@@ -37,6 +39,5 @@ FocusScope {
         width: parent.width
         chat: root.chat
         picker: root.picker
-        canForget: root.transcript.messageCount > 0 || root.links.hasDiscussion
     }
 }

@@ -7,7 +7,6 @@ Item {
     id: root
     required property QtObject chat
     required property QtObject picker
-    property bool canForget: false
 
     implicitHeight: box.height + 2 * 12
     function takeFocus() {
@@ -119,7 +118,8 @@ Item {
                 symbol: "square.and.pencil"
                 symbolSize: 16
                 help: qsTr("Nouvelle conversation")
-                enabled: root.canForget
+                objectName: "forget"
+                enabled: root.chat.canForget
                 onClicked: root.chat.newConversation()
             }
             IconButton {

@@ -16,13 +16,30 @@ T.AbstractButton {
     Accessible.name: text
     onClicked: menu.visible ? menu.close() : open()
 
-    function open() {
+    function fill() {
         while (menu.count > 0)
             menu.takeItem(0).destroy()
         for (const entry of picker.entries())
             menu.addItem(entry.heading ? heading.createObject(null, { text: entry.title })
                                        : item.createObject(null, { entry: entry }))
+    }
+    function open() {
+        fill()
         menu.open()
+    }
+    // What came while the menu was open; whoever had gone to an item stays there.
+    function refill() {
+        if (!menu.visible)
+            return
+        const held = menu.itemAt(menu.currentIndex)?.text ?? ""
+        fill()
+        for (let i = 0; held !== "" && i < menu.count; ++i)
+            if (menu.itemAt(i).entry && menu.itemAt(i).text === held)
+                menu.currentIndex = i
+    }
+    Connections {
+        target: root.picker
+        function onEntriesChanged() { Qt.callLater(root.refill) }
     }
 
     contentItem: Item {

@@ -54,6 +54,7 @@ ListView {
     }
     NumberAnimation {
         id: slide
+        objectName: "slide"
         target: root
         property: "contentY"
         duration: 200

@@ -6,17 +6,20 @@ import Vennic
 T.Button {
     id: root
     property bool prominent: false
+    property bool destructive: false
     property string help: ""
+    property bool available: true // one that isn't for a while keeps the keyboard, if it has it
 
     implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
     implicitHeight: 30
     leftPadding: 14
     rightPadding: 14
     hoverEnabled: true
-    opacity: enabled ? 1 : 0.4
+    enabled: available || activeFocus
+    opacity: enabled && available ? 1 : 0.4
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
-    Accessible.description: enabled ? "" : qsTr("Indisponible")
+    Accessible.description: enabled && available ? "" : qsTr("Indisponible")
 
     contentItem: Text {
         text: root.text
@@ -26,13 +29,14 @@ T.Button {
         elide: Text.ElideRight
         font.pixelSize: Theme.body
         font.weight: Font.Medium
-        color: root.prominent ? Theme.accentText : Theme.text
+        color: root.prominent || root.destructive ? Theme.accentText : Theme.text
     }
     background: Rectangle {
         radius: Theme.radius
-        color: root.prominent ? (root.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
-                              : root.down ? Theme.pressed : root.hovered ? Theme.hovered : Theme.surface
-        border.width: root.prominent ? 0 : 1
+        readonly property color fill: root.destructive ? Theme.redFill : Theme.accentFill
+        color: root.prominent || root.destructive ? (root.down ? Qt.darker(fill, 1.15) : fill)
+                              : root.down ? Theme.pressed : root.hovered && root.available ? Theme.hovered : Theme.surface
+        border.width: root.prominent || root.destructive ? 0 : 1
         border.color: Theme.line
     }
     FocusRing { of: root }

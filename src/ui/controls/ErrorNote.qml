@@ -5,5 +5,7 @@ import Vennic
 Note {
     visible: text !== ""
     color: Theme.red
+    maximumLineCount: 6
+    elide: Text.ElideRight
     Accessible.role: Accessible.AlertMessage
 }

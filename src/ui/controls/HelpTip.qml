@@ -11,6 +11,7 @@ Loader {
     active: wanted && help !== ""
     sourceComponent: T.ToolTip {
         id: tip
+        objectName: "helpTip"
         parent: root.parent
         visible: true
         delay: 500
@@ -22,7 +23,7 @@ Loader {
         leftPadding: 9
         rightPadding: 9
         implicitWidth: Math.min(300, label.implicitWidth + leftPadding + rightPadding)
-        implicitHeight: label.height + topPadding + bottomPadding
+        implicitHeight: label.implicitHeight + topPadding + bottomPadding
         closePolicy: T.Popup.NoAutoClose
         contentItem: Text {
             id: label

@@ -9,10 +9,6 @@ Item {
     required property string after
     signal followed
 
-    function escaped(words) {
-        return words.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/"/g, "&quot;");
-    }
-
     width: parent.width
     implicitHeight: words.implicitHeight
     activeFocusOnTab: true
@@ -27,8 +23,8 @@ Item {
     Text {
         id: words
         width: parent.width
-        text: root.escaped(root.before) + "<a href=\"page\">" + root.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
-              + root.escaped(root.after)
+        text: Theme.escaped(Theme.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
+              + Theme.escaped(Theme.typeset(root.after))
         textFormat: Text.StyledText
         linkColor: Theme.accent
         wrapMode: Text.Wrap

@@ -20,19 +20,23 @@ Flickable {
         if (!above)
             return;
         const top = item.mapToItem(column, 0, 0).y + column.y;
-        const margin = 16;
-        if (top - margin < contentY)
-            contentY = Math.max(0, top - margin);
-        else if (top + item.height + margin > contentY + height)
-            contentY = Math.min(contentHeight - height, top + item.height + margin - height);
+        const before = 16;
+        const behind = 48; // so that what it brings about is seen
+        if (top - before < contentY)
+            contentY = Math.max(0, top - before);
+        else if (top + item.height + behind > contentY + height)
+            contentY = Math.max(0, Math.min(contentHeight - height, top + item.height + behind - height));
     }
+
+    function revealFocused() {
+        if (Window.activeFocusItem)
+            reveal(Window.activeFocusItem);
+    }
+    onHeightChanged: revealFocused() // something may have come up below
 
     Connections {
         target: root.Window.window
-        function onActiveFocusItemChanged() {
-            if (root.Window.activeFocusItem)
-                root.reveal(root.Window.activeFocusItem);
-        }
+        function onActiveFocusItemChanged() { root.revealFocused(); }
     }
 
     Column {

@@ -26,7 +26,7 @@ Section {
                 width: parent.width
                 folder: modelData
                 onRemoved: {
-                    add.forceActiveFocus(Qt.OtherFocusReason); // its own button goes with it
+                    add.forceActiveFocus(Qt.TabFocusReason); // its own button goes with it
                     root.tab.removeFolder(modelData.id);
                 }
             }
@@ -36,7 +36,9 @@ Section {
         id: add
         objectName: "addFolder"
         text: qsTr("Ajouter un dossier…")
+        enabled: !root.tab.isPicking
         onClicked: root.tab.pickFolder()
+        onEnabledChanged: focusReason = Qt.TabFocusReason // it gets back the keyboard that it had, in sight
     }
     ErrorNote { text: root.tab.addError }
     Note {

@@ -5,7 +5,11 @@ Page {
     id: root
     required property QtObject tab
 
-    PairingSection { width: parent.width; tab: root.tab }
+    function takeFocus() {
+        pairing.takeFocus();
+    }
+
+    PairingSection { id: pairing; width: parent.width; tab: root.tab }
     TokenSection { width: parent.width; tab: root.tab }
     SecuritySection { width: parent.width; tab: root.tab }
 }

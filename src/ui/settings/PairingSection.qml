@@ -8,14 +8,17 @@ Section {
 
     title: qsTr("Appairage")
 
+    // Gives the keyboard to what says or asks for the account; no key ends a session from there.
+    function takeFocus() {
+        (root.tab.isAuthenticated ? account : code).forceActiveFocus(Qt.TabFocusReason);
+    }
+
     // What had the keyboard goes; what takes its place gets it.
     Connections {
         target: root.tab
         function onAccountChanged() {
-            if (root.tab.isAuthenticated && code.activeFocus)
-                signOut.forceActiveFocus(Qt.OtherFocusReason);
-            else if (!root.tab.isAuthenticated && signOut.activeFocus)
-                code.forceActiveFocus(Qt.OtherFocusReason);
+            if (root.tab.isAuthenticated ? code.activeFocus : signOut.activeFocus || account.activeFocus)
+                root.takeFocus();
         }
     }
 
@@ -46,10 +49,14 @@ Section {
             text: qsTr("Appairer")
             prominent: true
             enabled: root.tab.canPair
-            onClicked: root.tab.claimPairingCode()
+            onClicked: {
+                code.forceActiveFocus(Qt.TabFocusReason); // a button that works keeps no keyboard
+                root.tab.claimPairingCode();
+            }
         }
     }
     ErrorNote {
+        objectName: "pairError"
         text: root.tab.isAuthenticated ? "" : root.tab.pairError
     }
     LinkNote {
@@ -64,22 +71,42 @@ Section {
         visible: root.tab.isAuthenticated
         width: parent.width
         spacing: Theme.gap
-        Symbol {
+        Item {
+            id: account
+            objectName: "account"
+            readonly property real most: parent.width - signOut.width - 2 * parent.spacing
             anchors.verticalCenter: parent.verticalCenter
-            name: "checkmark.circle.fill"
-            size: 20
-            color: Theme.green
-        }
-        Text {
-            anchors.verticalCenter: parent.verticalCenter
-            width: parent.width - 20 - signOut.width - 2 * parent.spacing
-            text: root.tab.pairedAccount
-            textFormat: Text.PlainText
-            elide: Text.ElideMiddle
-            font.pixelSize: Theme.body
-            color: Theme.text
+            width: Math.min(most, Math.ceil(mark.width + Theme.gap + words.implicitWidth))
+            height: mark.height
+            activeFocusOnTab: true
             Accessible.role: Accessible.StaticText
-            Accessible.name: text
+            Accessible.name: root.tab.pairedAccount
+            Accessible.focusable: true
+            Symbol {
+                id: mark
+                anchors.verticalCenter: parent.verticalCenter
+                name: "checkmark.circle.fill"
+                size: 20
+                color: Theme.green
+            }
+            Text {
+                id: words
+                anchors.left: mark.right
+                anchors.leftMargin: Theme.gap
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                text: root.tab.pairedAccount
+                textFormat: Text.PlainText
+                elide: Text.ElideMiddle
+                font.pixelSize: Theme.body
+                color: Theme.text
+                Accessible.ignored: true
+            }
+            FocusRing { of: account; inset: -6 }
+        }
+        Item {
+            width: Math.max(1, account.most - account.width)
+            height: 1
         }
         Button {
             id: signOut

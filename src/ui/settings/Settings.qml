@@ -6,7 +6,7 @@ import Vennic
 Rectangle {
     id: root
     required property QtObject settings
-    readonly property var bodies: ({ general: general, bridge: bridge })
+    readonly property var bodies: ({ general: general, bridge: bridge, localLlm: localLlm })
 
     implicitWidth: 580
     implicitHeight: 660
@@ -14,9 +14,12 @@ Rectangle {
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("Réglages")
 
-    // Gives the keyboard to the first thing of the tab.
+    // Gives the keyboard to the first thing of the tab, in sight of whoever looks.
     function appear() {
-        body.item.nextItemInFocusChain(true).forceActiveFocus(Qt.OtherFocusReason);
+        if (body.item.takeFocus)
+            body.item.takeFocus();
+        else
+            body.item.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason);
     }
 
     T.TabBar {
@@ -68,5 +71,9 @@ Rectangle {
     Component {
         id: bridge
         BridgeTab { tab: root.settings.bridge }
+    }
+    Component {
+        id: localLlm
+        LocalLlmTab { tab: root.settings.localLlm }
     }
 }

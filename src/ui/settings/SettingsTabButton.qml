@@ -10,6 +10,7 @@ T.TabButton {
     implicitHeight: 52
     hoverEnabled: true
     activeFocusOnTab: checked
+    Accessible.name: text
     Keys.onLeftPressed: step(-1)
     Keys.onRightPressed: step(1)
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Vennic
 
-// What the bridge is doing, with a dot in its colour.
+// How something stands, with a dot in its colour.
 Row {
     id: root
     required property string label
@@ -11,7 +11,7 @@ Row {
     Accessible.role: Accessible.Indicator
     Accessible.name: label
     Rectangle {
-        anchors.verticalCenter: parent.verticalCenter
+        y: 4 // at the middle of the first line
         width: 9
         height: 9
         radius: 4.5
@@ -19,9 +19,9 @@ Row {
     }
     Text {
         width: parent.width - 19
-        text: root.label
+        text: Theme.typeset(root.label)
         textFormat: Text.PlainText
-        elide: Text.ElideRight
+        wrapMode: Text.Wrap
         font.pixelSize: Theme.body
         color: Theme.text
         Accessible.ignored: true

@@ -16,7 +16,8 @@ Section {
             width: parent.width - save.width - clear.width - 2 * parent.spacing
             placeholderText: "X-User-Token"
             draft: root.tab.tokenDraft
-            onAccepted: root.tab.saveToken()
+            // An empty field signs out, which takes the button.
+            onAccepted: if (root.tab.tokenDraft.length > 0) root.tab.saveToken()
             onPasteRequested: root.tab.pasteToken()
             Symbol {
                 anchors.right: parent.right

@@ -15,6 +15,12 @@ Rectangle {
     Accessible.role: Accessible.PageTabList
 
     Rectangle {
+        id: pill
+        objectName: "pill"
+        // Response 0.35 s, damping fraction 0.8. The toolkit goes in steps of 16 ms, v += spring · e - damping · v and
+        // x += 0.016 · v, whose poles are those of that spring with these numbers.
+        readonly property real spring: 4.1
+        readonly property real damping: 0.3685
         readonly property Item chosen: buttons.count > 0 ? buttons.itemAt(Math.max(0, root.modes.selected)) : null
         visible: root.modes.selected >= 0
         x: chosen ? chosen.x + 2 : 2
@@ -27,8 +33,7 @@ Rectangle {
         border.color: Theme.line
         Behavior on x {
             enabled: Theme.animated
-            // Response 0.35 s, damping fraction 0.8: k = (2π/0.35)², c = 0.8 · 2√k, for a mass of one.
-            SpringAnimation { spring: 3.2; damping: 0.29; epsilon: 0.25 }
+            SpringAnimation { spring: pill.spring; damping: pill.damping; epsilon: 0.25 }
         }
     }
     Row {

@@ -42,12 +42,23 @@ Rectangle {
         onActivated: root.chat.newConversation()
     }
     Shortcut {
+        sequences: ["Ctrl+,", "Meta+,"]
+        enabled: root.menuBar.canOpenSettings
+        onActivated: root.menuBar.openSettings()
+    }
+    Shortcut {
+        sequences: ["Ctrl+Return", "Ctrl+Enter", "Meta+Return", "Meta+Enter"]
+        enabled: root.menuBar.canStartDiscussion && root.chat.canSend
+        onActivated: root.chat.send()
+    }
+    Shortcut {
         sequences: ["Ctrl+Q", "Meta+Q"]
         onActivated: root.menuBar.quit()
     }
 
     Header {
         id: header
+        objectName: "header"
         x: 1
         y: 1
         width: parent.width - 2

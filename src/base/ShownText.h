@@ -1,0 +1,22 @@
+#pragma once
+#include <QString>
+
+namespace vennic {
+
+/// A text from outside as it is drawn: its beginning and "…" when it is longer than `longest` UTF-16 units, so that
+/// nobody has to lay out megabytes of it. Never half a surrogate pair.
+inline QString shownText(const QString& text, qsizetype longest) {
+    if (text.size() <= longest)
+        return text;
+    QString shown = text.left(longest);
+    if (!shown.isEmpty() && shown.back().isHighSurrogate())
+        shown.chop(1);
+    return shown + u'…';
+}
+
+/// More than a title in a menu or on a button can show.
+inline QString shownTitle(const QString& text) { return shownText(text, 200); }
+/// More than the words of a failure need.
+inline QString shownReason(const QString& text) { return shownText(text, 1000); }
+
+} // namespace vennic

@@ -1,0 +1,234 @@
+#include "views/LocalLLMSettingsFixture.h"
+
+namespace vennic {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct LocalRuntimeActionsTest : test::LocalLLMSettingsFixture {};
+
+// Restarting and applying
+
+TEST_F(LocalRuntimeActionsTest, restartingWritesTheServiceReloadsItAndPolls) {
+    world.haveEverything();
+    shown();
+    status = 503;
+    world.programs.scripts[world.bootstrap()].pieces = {"chargé\n"};
+    view().restartServer();
+    EXPECT_TRUE(view().isRestarting());
+    EXPECT_TRUE(view().isBusy());
+    passReload();
+    EXPECT_EQ(view().installLog(),
+              (QStringList{QStringLiteral("▶︎ mise à jour du LaunchAgent (modèle Qwen/Qwen3-14B-MLX-4bit)"),
+                           QStringLiteral("chargé"), QStringLiteral("✓ Modèle appliqué.")}));
+    EXPECT_TRUE(QFile::exists(world.paths.serviceFile));
+    until([this] { return checks() == 1 && clock.sleeping() == 1; });
+    EXPECT_TRUE(view().isRestarting()) << "until the server answers";
+    status = 200;
+    clock.advance(2s);
+    until([this] { return !view().isRestarting(); });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::ok());
+    EXPECT_EQ(view().installError(), QString());
+}
+
+TEST_F(LocalRuntimeActionsTest, restartingPollsForFortyFiveSecondsAndApplyingForTwoMinutes) {
+    world.haveEverything();
+    shown();
+    status = 503;
+    const auto polledFor = [this] {
+        passReload();
+        const auto begun = clock.elapsed();
+        until([this] {
+            if (clock.sleeping() > 0)
+                clock.advance(1s);
+            return !view().isBusy();
+        });
+        return std::chrono::ceil<std::chrono::seconds>(clock.elapsed() - begun);
+    };
+    view().restartServer();
+    EXPECT_EQ(polledFor(), 46s); // the first moment beyond 45 s that is a multiple of two
+    view().applyModel();
+    EXPECT_TRUE(view().isApplying());
+    EXPECT_EQ(polledFor(), 120s);
+}
+
+TEST_F(LocalRuntimeActionsTest, applyingLooksForDownloadsBeforeItPolls) {
+    world.haveEverything();
+    shown();
+    status = 503;
+    view().applyModel();
+    world.haveModel(test::smallModel);
+    passReload();
+    until([this] { return checks() == 1; });
+    EXPECT_EQ(view().downloadedModelIds(), QSet<QString>{test::smallModel});
+    EXPECT_EQ(view().installLog().last(), QStringLiteral("✓ Modèle appliqué."));
+}
+
+TEST_F(LocalRuntimeActionsTest, aReloadThatFailsIsToldAndNotPolled) {
+    world.haveEverything();
+    shown();
+    world.programs.scripts[world.bootstrap()].status = 5;
+    view().restartServer();
+    passReload();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_EQ(view().installError(), QStringLiteral("Échec (5) : ") + world.bootstrap());
+    EXPECT_EQ(checks(), 0u);
+    EXPECT_EQ(view().healthStatus(), HealthStatus::ok()) << "what stood before stands";
+    world.programs.scripts.clear();
+    view().applyModel();
+    EXPECT_EQ(view().installError(), QString()) << "the next action forgets it";
+    EXPECT_TRUE(view().installLog().isEmpty());
+}
+
+TEST_F(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
+    test::LocalRuntimeWorld::makeFile(QFileInfo(world.paths.serviceFile).path()); // a file where its folder should be
+    view().applyModel();
+    until([this] { return !view().isApplying(); });
+    EXPECT_TRUE(view().installError().endsWith(QStringLiteral("ne peut pas être créé.")));
+    EXPECT_TRUE(world.programs.started.empty());
+}
+
+TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingTakenAwayIsNotTakenAwayAgain) {
+    world.haveEverything();
+    shown();
+    hangs(world.bootstrap());
+    view().restartServer();
+    passReload();
+    const auto commands = world.programs.started.size();
+    view().restartServer();
+    view().applyModel();
+    view().runInstall();
+    view().checkHealth();
+    rest();
+    EXPECT_EQ(world.programs.started.size(), commands);
+    EXPECT_FALSE(view().isApplying() || view().isInstalling());
+    EXPECT_EQ(checks(), 0u);
+    never->set();
+    until([this] { return !view().isBusy(); });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::ok());
+}
+
+// Installing
+
+TEST_F(LocalRuntimeActionsTest, installingTellsItsStepsLooksAgainAndPolls) {
+    world.haveTools();
+    shown();
+    world.programs.scripts[world.installServer()].effect = [this] { world.haveEverything(); };
+    world.programs.scripts[world.installServer()].pieces = {"Resolved 12 packages\nInstalled 3 executables\n"};
+    view().runInstall();
+    EXPECT_TRUE(view().isInstalling());
+    passReload();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_EQ(
+        view().installLog(),
+        (QStringList{QStringLiteral("✓ uv déjà présent"), QStringLiteral("▶︎ uv tool install --python 3.11 mlx-lm"),
+                     QStringLiteral("Resolved 12 packages"), QStringLiteral("Installed 3 executables"),
+                     QStringLiteral("▶︎ écriture du LaunchAgent"), QStringLiteral("▶︎ (re)chargement du LaunchAgent"),
+                     QStringLiteral("✓ Installation terminée. Le serveur démarre en arrière-plan.")}));
+    EXPECT_TRUE(std::ranges::all_of(view().installStatus().components, &LocalLLMInstaller::Component::installed));
+    EXPECT_EQ(checks(), 1u);
+    EXPECT_EQ(view().installError(), QString());
+}
+
+TEST_F(LocalRuntimeActionsTest, ofTwoHundredAndFiftyLinesTheLastTwoHundredStay) {
+    world.haveTools();
+    QByteArray output;
+    for (int i = 0; i < 250; ++i)
+        output += "ligne " + QByteArray::number(i) + '\n';
+    world.programs.scripts[world.installServer()] = {.pieces = {output}, .status = 3};
+    int announced = 0;
+    QObject::connect(&view(), &LocalLLMSettingsView::installLogChanged, [&] { ++announced; });
+    view().runInstall();
+    until([this] { return !view().isInstalling(); });
+    rest();
+    ASSERT_EQ(view().installLog().size(), 200);
+    EXPECT_EQ(view().installLog().first(), QStringLiteral("ligne 50"));
+    EXPECT_EQ(view().installLog().last(), QStringLiteral("ligne 249"));
+    EXPECT_LE(announced, 2) << "lines that come together are told together";
+}
+
+TEST_F(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands) {
+    world.haveTools();
+    shown();
+    const auto before = view().installStatus();
+    world.programs.scripts[world.installServer()].status = 3;
+    view().runInstall();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_EQ(view().installError(), QStringLiteral("Échec (3) : ") + world.installServer());
+    EXPECT_EQ(view().installStatus(), before);
+    EXPECT_EQ(checks(), 0u);
+}
+
+TEST_F(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
+    view().runInstall();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_EQ(view().installError(), QStringLiteral("Homebrew est requis. Installe-le depuis ") +
+                                         config.deployment().packageManagerSite + QStringLiteral(" puis relance."));
+    view().openPackageManagerSite();
+    EXPECT_EQ(world.opened, std::vector<QUrl>{QUrl(config.deployment().packageManagerSite)});
+}
+
+TEST_F(LocalRuntimeActionsTest, anInstallationThatHangsEndsWithTheWindow) {
+    world.haveTools();
+    shown();
+    hangs(world.installServer());
+    view().runInstall();
+    until([this] { return !world.programs.started.empty(); });
+    view().runInstall();
+    view().download(test::smallModel);
+    rest();
+    EXPECT_EQ(world.programs.started.size(), 1u);
+    EXPECT_EQ(view().downloadingId(), QString());
+    view().disappear();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_EQ(view().installError(), QString());
+    EXPECT_FALSE(QFile::exists(world.paths.serviceFile));
+    world.programs.scripts.clear();
+    view().appear();
+    view().runInstall();
+    passReload();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_TRUE(QFile::exists(world.paths.serviceFile));
+}
+
+TEST_F(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
+    world.haveEverything();
+    shown();
+    status = 503;
+    view().restartServer();
+    passReload();
+    until([this] { return clock.sleeping() == 1; });
+    view().disappear();
+    until([this] { return !view().isRestarting(); });
+    rest();
+    EXPECT_EQ(clock.sleeping(), 1u) << "what would end a reload that hangs";
+}
+
+TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWindowGoes) {
+    world.haveEverything();
+    shown();
+    view().restartServer();
+    until([this] { return clock.sleeping() == 1; });
+    view().disappear();
+    passReload();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
+    EXPECT_EQ(checks(), 0u) << "nobody looks";
+}
+
+TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowHasGone) {
+    world.haveEverything();
+    shown();
+    hangs(world.bootstrap());
+    view().restartServer();
+    passReload();
+    view().disappear();
+    rest();
+    EXPECT_TRUE(view().isRestarting());
+    clock.advance(100s);
+    until([this] { return !view().isRestarting(); });
+    EXPECT_EQ(view().installError(), QString());
+}
+
+} // namespace
+} // namespace vennic
