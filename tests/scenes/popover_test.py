@@ -135,6 +135,28 @@ class Popover(PopoverScene):
         self.reader.await_named("Self-Hosted", "push button")
         self.assertEqual(self.client.status()["provider"], "local")
 
+    def test_the_commands_of_the_header_by_keys_alone(self):
+        self.begin()
+        self.assertEqual(self.client.verb("ask", "cherche facture").returncode, 0)
+        self.open_popover()
+        self.tab_to("Discussions récentes")
+        self.keys("space")
+        self.reader.await_named("cherche facture", "menu item")
+        self.keys("Escape")  # the menu's, not the popover's
+        wait_for(lambda: not self.reader.named("cherche facture", "menu item"), "the menu is gone")
+        wait_for(lambda: self.focus() == "Discussions récentes", "the keyboard is back at the button")
+        self.keys("space")
+        self.reader.await_named("cherche facture", "menu item")
+        self.keys("Down", "Return")
+        wait_for(self.what_opened, "the discussion is opened")
+        self.assertIn("/discussions/", self.what_opened()[0])
+        self.keys("ctrl+n")
+        wait_for(lambda: self.client.status()["messages"] == 0, "the conversation is forgotten")
+        self.tab_to("Réglages")
+        self.keys("space")
+        wait_for(lambda: "Réglages de Vennic" in self.xdotool("getactivewindow", "getwindowname"), "the settings have the keyboard")
+        self.await_no_popover()
+
     def test_the_settings_open_from_the_header_and_the_popover_goes(self):
         self.begin()
         self.open_popover()

@@ -273,6 +273,23 @@ TEST_F(PopoverTest, ofAnEndlessNameThePickerShowsTheBeginning) {
     EXPECT_TRUE(names().contains(QString(200, u'n') + u'…'));
 }
 
+TEST_F(PopoverTest, aMenuGivesTheKeyboardBackToWhatHadIt) {
+    ASSERT_TRUE(goTo("ChatGPT"));
+    QQuickItem* const pill = popover().activeFocusItem();
+    press(Qt::Key_Space);
+    press(Qt::Key_Down);
+    EXPECT_NE(popover().activeFocusItem(), pill);
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return popover().activeFocusItem() == pill; }));
+    EXPECT_TRUE(pill->property("visualFocus").toBool());
+    press(Qt::Key_Space);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return popover().activeFocusItem() == pill; }));
+    EXPECT_TRUE(pill->property("visualFocus").toBool());
+    EXPECT_TRUE(screen().isPopoverShown());
+}
+
 TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     signedIn();
     transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");

@@ -13,6 +13,14 @@ T.Menu {
     modal: false
     delegate: MenuItem {}
 
+    property Item asker: null // gets the keyboard back, as it had it
+    property int reason: Qt.OtherFocusReason
+    onAboutToShow: {
+        asker = parent.Window.activeFocusItem;
+        reason = asker?.focusReason ?? Qt.OtherFocusReason;
+    }
+    onClosed: asker?.forceActiveFocus(reason)
+
     contentItem: ListView {
         model: root.contentModel
         clip: contentHeight > height
