@@ -11,7 +11,6 @@
 
 namespace vennic {
 namespace {
-
 using namespace std::chrono_literals;
 
 struct GeneralSettingsTabTest : test::SessionFixture {
@@ -401,6 +400,8 @@ TEST_F(GeneralSettingsTabTest, whatWasCopiedCanBePasted) {
 }
 
 TEST_F(GeneralSettingsTabTest, whatWasPastedStaysNowhereInMemory) {
+    if (!test::canSearchMemory())
+        GTEST_SKIP() << "a sanitizer keeps what has been freed";
     constexpr int length = 300;
     const std::array<unsigned char, 2> asCopied{0xBE, 0x03}; // the Greek letter ξ in UTF-16
     const std::array<unsigned char, 2> asKept{0xCE, 0xBE};   // and in UTF-8
