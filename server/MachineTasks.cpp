@@ -21,7 +21,7 @@ struct MachineTasks::Asked {
         try {
             if (desk)
                 desk->withdraw(id);
-        } catch (const DatabaseError&) { // then it stays in the queue
+        } catch (const DatabaseError&) { // NOLINT(bugprone-empty-catch): it stays in the queue then
         }
     }
     TaskDesk* desk = nullptr; // with a task

@@ -152,7 +152,7 @@ QJsonObject toolArguments(const ToolCall& call) {
 }
 
 QString toolText(const QJsonObject& result, qsizetype longest) {
-    const QString text = QString::fromUtf8(jsonText(result));
+    QString text = QString::fromUtf8(jsonText(result));
     if (text.size() <= longest)
         return text;
     return text.left(longest) + QStringLiteral("… [cut: the result has %1 characters]").arg(text.size());

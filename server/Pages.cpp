@@ -37,13 +37,44 @@ QByteArray contentTypeOf(const QString& file) {
     throw LocalizedError(QStringLiteral("Une page du serveur est d'un type inconnu : %1").arg(file));
 }
 
-Response pageResponse(const QString& path) {
+const QString root = QStringLiteral(":/pages/");
+
+/// What the owner opens in a browser: its name, which is that of its file and of its script too, and its title.
+struct Page {
+    const char* name = nullptr;
+    const char* title = nullptr;
+};
+constexpr Page console{"console", "Console"};
+constexpr Page pairing{"pairing", "Association"};
+constexpr Page discussions{"discussions", "Discussions"};
+
+QByteArray contentOf(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         throw LocalizedError(QStringLiteral("Une page du serveur manque."));
+    return file.readAll();
+}
+
+QByteArray markupOf(const char* page) { return contentOf(root + QLatin1String(page) + QStringLiteral(".html")); }
+
+/// The page in the frame that all share: its head, the way to the others, the login.
+QByteArray framed(const Page& page) {
+    QByteArray others;
+    for (const Page& each : {console, pairing, discussions}) {
+        others += QByteArray("<a href=\"/") + each.name + '"' +
+                  (qstrcmp(each.name, page.name) == 0 ? " aria-current=\"page\">" : ">") + each.title + "</a>";
+    }
+    return markupOf("frame")
+        .replace("{title}", page.title)
+        .replace("{page}", page.name)
+        .replace("{nav}", others)
+        .replace("{content}", markupOf(page.name));
+}
+
+Response pageResponse(const QByteArray& contentType, const QByteArray& body) {
     Response response;
-    response.contentType = contentTypeOf(path);
-    response.body = file.readAll();
+    response.contentType = contentType;
+    response.body = body;
     response.fields = {{"Content-Security-Policy", policy},
                        {"X-Content-Type-Options", "nosniff"},
                        {"Referrer-Policy", "no-referrer"},
@@ -53,24 +84,30 @@ Response pageResponse(const QString& path) {
     return response;
 }
 
-void addPage(Router& router, const QByteArray& address, const QString& file) {
-    router.add("GET", address, Access::Anyone, 0,
-               [file](const Call& call) { call.exchange->respond(pageResponse(file)); });
+void addPage(Router& router, const QByteArray& address, const Page& page) {
+    router.add("GET", address, Access::Anyone, 0, [page](const Call& call) {
+        call.exchange->respond(pageResponse(contentTypeOf(QStringLiteral(".html")), framed(page)));
+    });
+}
+
+void addFile(Router& router, const QByteArray& address, const QString& file) {
+    router.add("GET", address, Access::Anyone, 0, [file](const Call& call) {
+        call.exchange->respond(pageResponse(contentTypeOf(file), contentOf(file)));
+    });
 }
 } // namespace
 
 void addPages(Router& router) {
     initializePages();
-    const QString root = QStringLiteral(":/pages");
-    addPage(router, "/console", root + QStringLiteral("/console.html"));
-    addPage(router, "/pairing", root + QStringLiteral("/pairing.html"));
+    addPage(router, "/console", console);
+    addPage(router, "/pairing", pairing);
     // A client leads to both; the page's script asks for what its address names.
-    addPage(router, "/discussions", root + QStringLiteral("/discussions.html"));
-    addPage(router, "/discussions/*", root + QStringLiteral("/discussions.html"));
+    addPage(router, "/discussions", discussions);
+    addPage(router, "/discussions/*", discussions);
     for (QDirIterator each(root, QDir::Files, QDirIterator::Subdirectories); each.hasNext();) {
         const QString file = each.next();
         if (!file.endsWith(endings.front().ending))
-            addPage(router, file.mid(1).toLatin1(), file); // "/pages/…"
+            addFile(router, file.mid(1).toLatin1(), file); // "/pages/…"
     }
     router.add("GET", "/", Access::Anyone, 0, [](const Call& call) {
         Response response = emptyResponse(303);

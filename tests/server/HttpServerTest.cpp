@@ -151,7 +151,7 @@ TEST(HttpServerTest, everyFileThatThePagesNameComesWithItsTypeAndAStrictPolicy) 
     const std::map<QString, QByteArray> types{{QStringLiteral("js"), "text/javascript; charset=utf-8"},
                                               {QStringLiteral("css"), "text/css; charset=utf-8"},
                                               {QStringLiteral("svg"), "image/svg+xml"}};
-    QStringList addresses{QStringLiteral("/console"), QStringLiteral("/pairing")};
+    QStringList addresses{QStringLiteral("/console"), QStringLiteral("/pairing"), QStringLiteral("/discussions")};
     for (qsizetype at = 0; at < addresses.size(); ++at) {
         const QString address = addresses.at(at);
         const std::string name = address.toStdString();
@@ -181,6 +181,27 @@ TEST(HttpServerTest, everyFileThatThePagesNameComesWithItsTypeAndAStrictPolicy) 
     EXPECT_TRUE(addresses.contains(QStringLiteral("/pages/folder.svg")));
     EXPECT_EQ(peer.request("GET", "/pages/console.html").status, 404);
     EXPECT_EQ(peer.request("GET", "/pages/../console").status, 404);
+}
+
+TEST(HttpServerTest, eachPageHasItsContentInTheFrameOfAllAndTellsWhichOneItIs) {
+    const RunningServer server;
+    TlsPeer peer = server.connect();
+    const std::map<QByteArray, QByteArray> titles{
+        {"/console", "Console"}, {"/pairing", "Association"}, {"/discussions", "Discussions"}};
+    for (const auto& [address, title] : titles) {
+        const QByteArray page = peer.request("GET", address).body;
+        const std::string name = address.toStdString();
+        EXPECT_TRUE(page.contains("<title>" + title + " · Vennic</title>")) << name;
+        EXPECT_TRUE(page.contains("<script type=\"module\" src=\"/pages" + address + ".js\">")) << name;
+        EXPECT_TRUE(page.contains("<a href=\"" + address + "\" aria-current=\"page\">" + title + "</a>")) << name;
+        EXPECT_EQ(page.count("aria-current"), 1) << name;
+        for (const auto& other : titles)
+            EXPECT_TRUE(page.contains("<a href=\"" + other.first + '"')) << name;
+        EXPECT_TRUE(page.contains("<form id=\"login\"")) << name;
+        EXPECT_TRUE(page.contains(" id=\"" + address.mid(1) + "\"")) << name;
+        EXPECT_TRUE(page.endsWith("</main>\n</body>\n</html>\n")) << name;
+        EXPECT_FALSE(page.contains('{')) << name << ": a place in the frame was left";
+    }
 }
 
 TEST(HttpServerTest, aHeadOfAPageHasNoBody) {
