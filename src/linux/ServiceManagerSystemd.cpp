@@ -14,7 +14,7 @@ bool isControl(QChar c) { return c.category() == QChar::Other_Control; }
 
 /// `path`, unless it is one that systemd refuses for a program however it is written ("Executable name contains special
 /// characters"), or that ends before its end where it stands unquoted.
-const QString& tellable(const QString& path) {
+QString tellable(const QString& path) {
     const auto isRefused = [](QChar c) { return c == u'"' || c == u'\'' || c == u'\\' || isControl(c); };
     if (path.isEmpty() || path.back().isSpace() || std::ranges::any_of(path, isRefused)) {
         QString shown = path;
