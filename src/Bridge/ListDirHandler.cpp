@@ -125,7 +125,7 @@ Task<> ListDirHandler::handleListDir(BridgeTask task, ListDirArgs args, APIServi
                 .identifiers = identifiers_,
                 .mostHandles = idCache_.capacity()};
     auto work = [](Order order) { return Lister(std::move(order)).run(); };
-    Outcome outcome = co_await onPool(work, std::move(order));
+    Outcome outcome = co_await onPoolWaiting(work, std::move(order));
     if (const auto* failure = std::get_if<QString>(&outcome.answer)) {
         co_await TaskAnswer::error(std::move(api), task.id, *failure);
         co_return;

@@ -32,7 +32,7 @@ BridgeListFoldersResult presentFolders(const std::shared_ptr<FolderBookmarks>& b
 } // namespace
 
 Task<> ListFoldersHandler::handleListFolders(BridgeTask task, APIService api) {
-    BridgeListFoldersResult result = co_await onPool(presentFolders, bookmarks_, files_, grants_.load());
+    BridgeListFoldersResult result = co_await onPoolWaiting(presentFolders, bookmarks_, files_, grants_.load());
     co_await answer_.success(std::move(api), task.id, std::move(result));
 }
 

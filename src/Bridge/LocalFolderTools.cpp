@@ -78,7 +78,7 @@ Task<QString> LocalFolderTools::browseLocalFolder(LocalToolArguments arguments) 
                                   .subPath = arguments.text(QLatin1String("sub_path")).value_or(QString()),
                                   .stop = end.source.get_token()};
     try {
-        const Browsed browsed = co_await onPool(browse, std::move(question), identifiers_, idCache_.capacity());
+        const Browsed browsed = co_await onPoolWaiting(browse, std::move(question), identifiers_, idCache_.capacity());
         for (const auto& [id, url] : browsed.handles)
             idCache_.put(id, url);
         co_return browsed.text;

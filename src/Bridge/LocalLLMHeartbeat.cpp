@@ -12,7 +12,7 @@ Task<std::optional<QByteArray>> LocalLLMHeartbeat::encodedHeartbeat() {
     const auto ram = telemetry_.ramSnapshot();
     heartbeat.ram_used_gb = ram.used;
     heartbeat.ram_total_gb = ram.total;
-    const QSet<QString> ids = co_await onPool(downloadedIds_);
+    const QSet<QString> ids = co_await onPoolWaiting(downloadedIds_);
     if (!ids.isEmpty()) {
         QStringList models(ids.begin(), ids.end());
         models.sort(); // the same models, the same record

@@ -23,7 +23,7 @@ std::vector<ResolvedShare> resolveAll(const std::shared_ptr<FolderBookmarks>& fo
 
 Task<std::vector<ResolvedShare>> resolvedShares(std::shared_ptr<FolderBookmarks> folders,
                                                 std::vector<BookmarkEntry> grants) {
-    return onPool(resolveAll, std::move(folders), std::move(grants));
+    return onPoolWaiting(resolveAll, std::move(folders), std::move(grants));
 }
 
 } // namespace vennic

@@ -43,7 +43,7 @@ SharedFolderSearch::search(QString query, std::optional<QStringList> folderHints
     const std::vector<BookmarkEntry> grants = grants_.load();
     if (grants.empty())
         co_return std::nullopt;
-    Scopes scopes = co_await onPool(openScopes, bookmarks_, grants);
+    Scopes scopes = co_await onPoolWaiting(openScopes, bookmarks_, grants);
     std::vector<SearchResult> results = co_await search_.search(
         std::move(query), foldersByHints(std::move(scopes.folders), folderHints), limit, indexTimeout);
     Found found;

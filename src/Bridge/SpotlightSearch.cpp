@@ -94,7 +94,7 @@ Task<std::vector<SearchResult>> SpotlightSearch::runQuery(IndexPredicate predica
     Results results = co_await gathered;
     if (results.empty())
         co_return results;
-    co_return co_await onPool(withVolumes, files_, std::move(results));
+    co_return co_await onPoolWaiting(withVolumes, files_, std::move(results));
 }
 
 } // namespace vennic

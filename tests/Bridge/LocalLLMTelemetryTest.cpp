@@ -2,15 +2,18 @@
 
 #include "Bridge/BridgeHeartbeat.h"
 #include "Bridge/LocalLLMHeartbeat.h"
+#include "base/Pool.h"
 #include "fakes/HttpTransportFake.h"
 #include "fakes/SystemMemoryFake.h"
 #include "support/Await.h"
+#include "support/OneThread.h"
 #include "support/TestClock.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <future>
 #include <gtest/gtest.h>
 
 namespace vennic::test {
@@ -19,6 +22,10 @@ namespace {
 using namespace std::chrono_literals;
 
 const QByteArray oneModel = R"({"object":"list","data":[{"id":"Qwen/Qwen3-8B"},{"id":"other"}]})";
+
+Task<> keep(Task<std::optional<QByteArray>> task, std::optional<QByteArray>* result) {
+    *result = co_await std::move(task);
+}
 
 struct LocalLLMTelemetryTest : testing::Test {
     HttpTransportFake transport;
@@ -176,6 +183,24 @@ TEST_F(LocalLLMTelemetryTest, switchedOffTheHeartbeatAsksNobodyAndTellsTheRest) 
     EXPECT_TRUE(transport.requests.empty());
     EXPECT_EQ(told.keys(), (QStringList{QStringLiteral("downloaded_models"), QStringLiteral("ram_total_gb"),
                                         QStringLiteral("ram_used_gb"), QStringLiteral("tok_per_sec_recent")}));
+}
+
+TEST_F(LocalLLMTelemetryTest, aDiskThatIsSlowToTellOfItsModelsHoldsUpNoOtherWork) {
+    const OneThread small;
+    std::promise<void> answers;
+    const std::shared_future<void> answer = answers.get_future().share();
+    LocalLLMHeartbeat slow{telemetry, [answer] {
+                               answer.wait();
+                               return QSet<QString>{QStringLiteral("a/one")};
+                           }};
+    Scope scope;
+    std::optional<QByteArray> told;
+    scope.start(keep(slow.encodedHeartbeat(), &told));
+    EXPECT_EQ(await(onPool([] { return 1; })), 1);
+    EXPECT_FALSE(told);
+    answers.set_value();
+    ASSERT_TRUE(waitUntil([&] { return told.has_value(); }));
+    EXPECT_TRUE(told->contains("a/one"));
 }
 
 TEST_F(LocalLLMTelemetryTest, switchingOffForgetsTheModel) {

@@ -1,6 +1,7 @@
 #include "base/Pool.h"
 
 #include "support/Await.h"
+#include "support/OneThread.h"
 
 #include <QThreadPool>
 
@@ -29,13 +30,6 @@ int waitForStop(std::stop_token stop, int result) {
 
 Task<> waitFor(int* result) { *result = co_await onPoolWaiting(waitForStop, 7); }
 
-/// A pool of one thread while it lives.
-struct OneThread {
-    int before = QThreadPool::globalInstance()->maxThreadCount();
-    OneThread() { QThreadPool::globalInstance()->setMaxThreadCount(1); }
-    ~OneThread() { QThreadPool::globalInstance()->setMaxThreadCount(before); }
-};
-
 } // namespace
 
 TEST(PoolTest, workThatWaitsGivesItsResultOrItsException) {
@@ -44,6 +38,11 @@ TEST(PoolTest, workThatWaitsGivesItsResultOrItsException) {
               3);
     EXPECT_THROW(await(onPoolWaiting([](const std::stop_token&) { throw std::runtime_error("no"); })),
                  std::runtime_error);
+}
+
+TEST(PoolTest, workThatWaitsMayDoWithoutBeingTold) {
+    EXPECT_EQ(await(onPoolWaiting([](int a, int b) { return a + b; }, 1, 2)), 3);
+    EXPECT_THROW(await(onPoolWaiting([] { throw std::runtime_error("no"); })), std::runtime_error);
 }
 
 TEST(PoolTest, workThatWaitsTakesNoPlaceFromOtherWork) {
