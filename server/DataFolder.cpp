@@ -1,12 +1,14 @@
 #include "server/DataFolder.h"
 
 #include "base/LocalizedError.h"
+#include "base/SystemReason.h"
 #include "server/Secrets.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -17,6 +19,9 @@ namespace {
 constexpr qint64 longestFile = 65'536;
 constexpr auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 constexpr auto readable = ownerOnly | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+/// Of the call that has just failed; Qt's own words are English.
+QString lastReason() { return QString::fromStdString(systemReason(errno)); }
+
 const auto ownerKeyName = QStringLiteral("owner.key");
 const auto portName = QStringLiteral("port");
 } // namespace
@@ -42,7 +47,7 @@ std::optional<QByteArray> DataFolder::read(const QString& name) const {
     if (!file.exists())
         return std::nullopt;
     if (!file.open(QIODevice::ReadOnly))
-        throw LocalizedError(QStringLiteral("Impossible de lire %1 : %2.").arg(file.fileName(), file.errorString()));
+        throw LocalizedError(QStringLiteral("Impossible de lire %1 : %2.").arg(file.fileName(), lastReason()));
     return file.read(longestFile);
 }
 
@@ -51,7 +56,7 @@ void writeWhole(const QString& path, const QByteArray& bytes, bool secret) {
     // The permissions come before the first byte.
     if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(secret ? ownerOnly : readable) ||
         file.write(bytes) != bytes.size() || !file.commit())
-        throw LocalizedError(QStringLiteral("Impossible d'écrire %1 : %2.").arg(path, file.errorString()));
+        throw LocalizedError(QStringLiteral("Impossible d'écrire %1 : %2.").arg(path, lastReason()));
 }
 
 void DataFolder::writeSecret(const QString& name, const QByteArray& bytes) const {

@@ -6,6 +6,8 @@
 
 #include <QSaveFile>
 
+#include <cerrno>
+
 namespace vennic {
 
 namespace {
@@ -29,13 +31,18 @@ std::optional<QString> withoutPercentEncoding(const QString& text) {
     return bytes.isValidUtf8() ? std::optional(QString::fromUtf8(bytes)) : std::nullopt;
 }
 
-/// Qt's own sentences are English.
-QString writeFailure(QFileDevice::FileError error) {
+/// Of the call that has just failed, by errno: Qt tells neither whether it was for a want of permission nor, in French,
+/// why.
+QString writeFailure(int error) {
     switch (error) {
-    case QFileDevice::PermissionsError:
+    case EACCES:
+    case EPERM:
+    case EROFS:
         return QStringLiteral("Tu n'as pas l'autorisation d'enregistrer dans le dossier temporaire.");
-    case QFileDevice::WriteError:
-    case QFileDevice::ResourceError:
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+    case EIO:
         return QStringLiteral("Le disque est plein ou a signalé une erreur.");
     default:
         return QStringLiteral("Le dossier temporaire n'a pas pu être ouvert.");
@@ -47,7 +54,7 @@ std::optional<QString> write(const QString& path, const QByteArray& data) {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit())
         return std::nullopt;
-    return writeFailure(file.error());
+    return writeFailure(errno);
 }
 
 void openWith(std::stop_token stop, const std::shared_ptr<Workspace>& workspace, const QString& path) {
@@ -83,7 +90,7 @@ Task<std::optional<QString>> PhotoOpener::show(QString identifier) const {
     const Found asset = co_await onPool(assetOf, library_, identifier);
     if (!asset)
         co_return localized("Photo introuvable dans la bibliothèque.");
-    Exported exported = co_await onPool(imageOf, library_, identifier);
+    Exported exported = co_await onPoolWaiting(imageOf, library_, identifier);
     if (const auto* failure = std::get_if<QString>(&exported))
         co_return *failure;
     co_return co_await showImage(std::get<PhotoImage>(std::move(exported)));
@@ -92,7 +99,7 @@ Task<std::optional<QString>> PhotoOpener::show(QString identifier) const {
 Task<std::optional<QString>> PhotoOpener::showImage(PhotoImage image) const {
     const QString path = QStringLiteral("%1/vennic-%2.%3")
                              .arg(temporaryDirectory_, identifiers_(), extensionFor(image.uniformTypeIdentifier));
-    if (const auto failure = co_await onPool(write, path, image.data))
+    if (const auto failure = co_await onPoolWaiting(write, path, image.data))
         co_return localized("Écriture temporaire échouée: ") + *failure;
     try {
         co_await onPoolWaiting(openWith, workspace_, path);

@@ -19,7 +19,7 @@ Task<ShownDocuments::Redeemed> ShownDocuments::redeem(QString documentId) const 
     auto url = idCache_.get(documentId);
     if (!url)
         co_return QStringLiteral("Document introuvable (la session a pu être nettoyée ; relance la recherche).");
-    if (!co_await onPool(isShared, bookmarks_, grants_.load(), *url))
+    if (!co_await onPoolWaiting(isShared, bookmarks_, grants_.load(), *url))
         co_return QStringLiteral("Le document n'est plus dans un dossier partagé.");
     co_return *std::move(url);
 }

@@ -1,15 +1,21 @@
 #include "app/Autostart.h"
 
 #include "base/LocalizedError.h"
+#include "base/SystemReason.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
+
 namespace vennic {
 
 namespace {
+
+/// Of the call that has just failed; Qt's own words are English.
+QString lastReason() { return QString::fromStdString(systemReason(errno)); }
 
 constexpr qint64 largestEntry = qint64{64} * 1024;
 
@@ -56,13 +62,13 @@ void Autostart::turnOn() const {
                                 .arg(quoted(program_))
                                 .toUtf8();
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-        throw LocalizedError(QStringLiteral("%1 ne peut pas être écrit : %2").arg(entry_, file.errorString()));
+        throw LocalizedError(QStringLiteral("%1 ne peut pas être écrit : %2").arg(entry_, lastReason()));
 }
 
 void Autostart::turnOff() const {
     QFile file(entry_);
     if (!file.remove() && (file.exists() || QFileInfo(entry_).isSymLink()))
-        throw LocalizedError(QStringLiteral("%1 ne peut pas être supprimé : %2").arg(entry_, file.errorString()));
+        throw LocalizedError(QStringLiteral("%1 ne peut pas être supprimé : %2").arg(entry_, lastReason()));
 }
 
 } // namespace vennic

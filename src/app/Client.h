@@ -75,6 +75,7 @@ public:
     /// By words, as the backend and the local model search.
     SharedFolderSearch documentSearch();
     const std::shared_ptr<Workspace>& workspace() const { return workspace_; }
+    Clock& clock() { return clock_; }
     VennicHTTP& http() { return http_; }
     LocalLLMTelemetry& telemetry() { return telemetry_; }
     const APIConfig& config() const { return config_; }

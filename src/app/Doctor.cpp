@@ -1,5 +1,7 @@
 #include "app/Doctor.h"
 
+#include "app/DesktopChecks.h"
+#include "app/LocalModelReport.h"
 #include "app/PhotosReport.h"
 #include "app/SampleHeic.h"
 #include "backend/Deployment.h"
@@ -30,14 +32,6 @@
 namespace vennic {
 
 namespace {
-
-enum class Verdict { good, limited, bad };
-
-struct Finding {
-    Verdict verdict = Verdict::good;
-    QString words;
-    QString remedy; // what to do about it; empty when all is well
-};
 
 struct Check {
     QString subject;
@@ -292,6 +286,22 @@ Finding client(Instance& instance) {
     return {Verdict::good, QStringLiteral("Vennic tourne"), {}};
 }
 
+/// What the running client says of the server that the user named.
+Finding localModel(Instance& instance) {
+    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("model"), {QStringLiteral("status")}, {}}),
+                                     std::chrono::seconds{5});
+    const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
+    if (!decoded)
+        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
+    const QJsonObject& data = decoded->data;
+    const bool isOff = !data[QLatin1String("enabled")].toBool();
+    const bool isThere = data[QLatin1String("reachable")].toBool() && !data[QLatin1String("timed_out")].toBool();
+    if (isOff || isThere)
+        return {Verdict::good, localModelSentence(data), {}};
+    return {Verdict::limited, localModelSentence(data),
+            QStringLiteral("Lance le serveur du modèle, ou nomme-en un autre : « vennic model endpoint ADRESSE ».")};
+}
+
 Finding lookAt(const Check& check) {
     try {
         return check.look();
@@ -334,10 +344,14 @@ CommandAnswer examine(const Paths& paths, Instance& instance, std::span<const ch
         {QStringLiteral("Suivi des dossiers"), watches},
         {QStringLiteral("Types de fichiers"), types},
         {QStringLiteral("Photos"), [&] { return photoAccess(instance); }},
+        {QStringLiteral("Icône d'état"), statusItemPlace},
+        {QStringLiteral("Démarrage avec la session"), [&] { return startWithSession(paths); }},
+        {QStringLiteral("Liens vennic://"), linkHandler},
         {QStringLiteral("Dialogues"), [&] { return dialogs(paths); }},
         {QStringLiteral("Applications"), applications},
         {QStringLiteral("Ouverture des documents"), defaultApplications},
         {QStringLiteral("Automatisations"), [&] { return automations(paths); }},
+        {QStringLiteral("Modèle local"), [&] { return localModel(instance); }},
         {QStringLiteral("Client"), [&] { return client(instance); }},
     };
     CommandAnswer answer;

@@ -9,9 +9,41 @@ namespace vennic {
 
 namespace {
 
+constexpr auto patience = std::chrono::milliseconds{900}; // of who asks, who has other things to hear of too
+
 template <class T>
 QJsonValue orNull(const std::optional<T>& value) {
     return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
+}
+
+/// What the server has told so far.
+struct Told {
+    bool reachable = false;
+    bool timedOut = false;
+    std::optional<QString> loaded;
+};
+
+Task<> look(Client* client, QString endpoint, Told* told, Event<>* end) {
+    told->reachable = co_await LocalDirectClient::isReachable(&client->http(), endpoint, localServerPatience);
+    if (told->reachable)
+        told->loaded = co_await client->telemetry().currentLoadedModel();
+    end->set();
+}
+
+Task<> losePatience(Client* client, Told* told, Event<>* end) {
+    co_await client->clock().sleep(patience);
+    told->timedOut = true;
+    end->set();
+}
+
+Task<Told> toldInTime(Client* client, QString endpoint) {
+    Told told;
+    Event<> end;
+    Scope both; // ends first: whoever is late says nothing any more
+    both.start(look(client, endpoint, &told, &end));
+    both.start(losePatience(client, &told, &end));
+    co_await end;
+    co_return told;
 }
 
 } // namespace
@@ -21,17 +53,15 @@ Task<QJsonObject> localModelData(Client* client) {
     const bool enabled = session.localLLMEnabled();
     const QString endpoint = session.localLLMEndpoint();
     const QString model = session.localLLMModel();
-    bool reachable = false;
-    std::optional<QString> loaded;
+    Told told;
     if (enabled)
-        reachable = co_await LocalDirectClient::isReachable(&client->http(), endpoint, localServerPatience);
-    if (reachable)
-        loaded = co_await client->telemetry().currentLoadedModel();
+        told = co_await toldInTime(client, endpoint);
     co_return QJsonObject{{QStringLiteral("enabled"), enabled},
                           {QStringLiteral("endpoint"), endpoint},
                           {QStringLiteral("model"), model},
-                          {QStringLiteral("reachable"), reachable},
-                          {QStringLiteral("loaded_model"), orNull(loaded)},
+                          {QStringLiteral("reachable"), told.reachable},
+                          {QStringLiteral("timed_out"), told.timedOut},
+                          {QStringLiteral("loaded_model"), orNull(told.loaded)},
                           {QStringLiteral("tokens_per_second"), orNull(client->telemetry().tokPerSecEMA())}};
 }
 
@@ -39,8 +69,13 @@ QString localModelSentence(const QJsonObject& data) {
     if (!data[QLatin1String("enabled")].toBool())
         return QStringLiteral("désactivé (« vennic model on » l'active)");
     const QString endpoint = data[QLatin1String("endpoint")].toString();
+    const bool timedOut = data[QLatin1String("timed_out")].toBool();
     if (!data[QLatin1String("reachable")].toBool())
-        return QStringLiteral("aucune réponse de %1").arg(endpoint);
+        return (timedOut ? QStringLiteral("aucune réponse de %1 en une seconde")
+                         : QStringLiteral("aucune réponse de %1"))
+            .arg(endpoint);
+    if (timedOut)
+        return QStringLiteral("serveur en marche, mais trop lent pour annoncer son modèle");
     const QString loaded = data[QLatin1String("loaded_model")].toString();
     QString sentence = loaded.isEmpty() ? QStringLiteral("serveur en marche, aucun modèle annoncé") : loaded;
     if (const QJsonValue speed = data[QLatin1String("tokens_per_second")]; speed.isDouble())

@@ -1,9 +1,12 @@
 #include "backend/Deployment.h"
 
 #include "base/Json.h"
+#include "base/SystemReason.h"
 
 #include <QFile>
 #include <QUrl>
+
+#include <cerrno>
 
 namespace vennic {
 
@@ -79,9 +82,12 @@ Deployment Deployment::parse(const QByteArray& json) {
 
 Deployment Deployment::load(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    errno = EISDIR; // which Qt finds out without a call that fails
+    if (!file.open(QIODevice::ReadOnly)) {
+        const QString reason = QString::fromStdString(systemReason(errno)); // Qt's own words are English
         throw DeploymentError(
-            QStringLiteral("Réglages de déploiement : impossible de lire %1 (%2).").arg(path, file.errorString()));
+            QStringLiteral("Réglages de déploiement : impossible de lire %1 (%2).").arg(path, reason));
+    }
     const QByteArray bytes = file.read(maxFileBytes + 1);
     if (bytes.size() > maxFileBytes)
         throw DeploymentError(QStringLiteral("Réglages de déploiement : %1 dépasse 64 Kio.").arg(path));

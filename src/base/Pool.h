@@ -3,6 +3,7 @@
 #include "base/StopsAtEnd.h"
 #include "base/Task.h"
 
+#include <concepts>
 #include <functional>
 #include <tuple>
 
@@ -73,6 +74,7 @@ public:
 /// Before its arguments `work` gets a token that is told to stop once nobody waits for the result any more, because
 /// the waiting job was cancelled or its owner has ended. It has to end soon then: the program's end waits for it.
 template <class F, class... A>
+    requires std::invocable<F, std::stop_token, A...>
 auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::stop_token, A...>> {
     const StopsAtEnd interest;
     auto apart = [work = std::move(work)](auto&&... given) mutable {
@@ -80,6 +82,17 @@ auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, std::
         return work(std::forward<decltype(given)>(given)...);
     };
     co_return co_await onPool(std::move(apart), interest.source.get_token(), std::move(arguments)...);
+}
+
+/// The same for work that can't be told to stop, such as a look at a folder on a disk that doesn't answer.
+template <class F, class... A>
+    requires std::invocable<F, A...>
+auto onPoolWaiting(F work, A... arguments) -> Task<std::invoke_result_t<F, A...>> {
+    return onPoolWaiting(
+        [work = std::move(work)](const std::stop_token&, auto&&... given) mutable {
+            return work(std::forward<decltype(given)>(given)...);
+        },
+        std::move(arguments)...);
 }
 
 } // namespace vennic

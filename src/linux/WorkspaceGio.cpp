@@ -199,6 +199,11 @@ bool WorkspaceGio::hasDefaultApplication(const char* mimeType) {
     return GlibOwned<GAppInfo>(g_app_info_get_default_for_type(mimeType, FALSE)) != nullptr;
 }
 
+QString WorkspaceGio::defaultApplication(const char* mimeType) {
+    const GlibOwned<GAppInfo> application(g_app_info_get_default_for_type(mimeType, FALSE));
+    return application ? QFile::decodeName(g_app_info_get_id(application.get())) : QString();
+}
+
 void WorkspaceGio::open(const QString& path, std::stop_token stop) {
     const GlibOwned<GFile> file(g_file_new_for_path(QFile::encodeName(path).constData()));
     const GlibText uri(g_file_get_uri(file.get()));

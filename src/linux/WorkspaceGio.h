@@ -12,6 +12,8 @@ public:
 
     /// Whether there is an application that opens files of that type.
     static bool hasDefaultApplication(const char* mimeType);
+    /// The desktop entry's file name of that application; empty without one.
+    static QString defaultApplication(const char* mimeType);
 
     std::vector<Application> applications() override;
     void openApplication(const QString& entry, std::stop_token stop) override;

@@ -5,10 +5,14 @@
 #include "fakes/WorkspaceFake.h"
 #include "support/Await.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace vennic;
 using namespace vennic::test;
@@ -134,6 +138,36 @@ TEST_F(PhotoOpenerTest, aTemporaryFileThatCannotBeWrittenIsTold) {
     open(QStringLiteral("A"));
     EXPECT_EQ(warning(), QStringLiteral("Écriture temporaire échouée: Le dossier temporaire n'a pas pu être ouvert."));
     EXPECT_TRUE(workspace->opened.isEmpty());
+}
+
+TEST_F(PhotoOpenerTest, aTemporaryFolderThatIsNotOursToWriteInIsToldSo) {
+    photo(QStringLiteral("A"));
+    temporary = folder.filePath(QStringLiteral("locked"));
+    ASSERT_TRUE(QDir().mkdir(temporary));
+    QFile::setPermissions(temporary, QFile::ReadOwner | QFile::ExeOwner);
+    const bool isRoot = geteuid() == 0; // who may write everywhere
+    ASSERT_EQ(isRoot ? seteuid(65534) : 0, 0);
+    open(QStringLiteral("A"));
+    ASSERT_EQ(isRoot ? seteuid(0) : 0, 0);
+    EXPECT_EQ(warning(),
+              QStringLiteral("Écriture temporaire échouée: Tu n'as pas l'autorisation d'enregistrer dans le "
+                             "dossier temporaire."));
+    EXPECT_TRUE(workspace->opened.isEmpty());
+}
+
+TEST_F(PhotoOpenerTest, aDiskThatTakesNoMoreIsToldAndNothingIsLeftBehind) {
+    photo(QStringLiteral("A"), "public.jpeg", QByteArray(1 << 20, 'x'));
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{4096, before.rlim_max}; // a file that can't grow is what a full disk makes of it
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    open(QStringLiteral("A"));
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(warning(), QStringLiteral("Écriture temporaire échouée: Le disque est plein ou a signalé une erreur."));
+    EXPECT_TRUE(workspace->opened.isEmpty());
+    EXPECT_TRUE(QDir(temporary).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
 }
 
 TEST_F(PhotoOpenerTest, whenNoApplicationOpensItThePlatformsWordsAreTold) {

@@ -1,5 +1,6 @@
 #include "app/Doctor.h"
 
+#include "app/Autostart.h"
 #include "app/ClientWorld.h"
 #include "app/CommandLine.h"
 #include "fakes/InstanceFake.h"
@@ -41,7 +42,7 @@ TEST_F(DoctorTest, aSoundInstallationIsDoneAndEachCheckHasItsLine) {
     const CommandAnswer answer = examine(paths, instance);
     EXPECT_EQ(answer.status, ExitStatus::done) << answer.text.toStdString();
     const QJsonArray checks = answer.data[QLatin1String("checks")].toArray();
-    EXPECT_EQ(checks.size(), 17);
+    EXPECT_EQ(checks.size(), 21);
     for (const auto& each : checks) {
         const QString line =
             QStringLiteral(" %1 : %2")
@@ -172,6 +173,59 @@ TEST_F(DoctorTest, typesThatHaveTheirApplicationsAreAllWell) {
     test::MadeUpDesktop::write(list, "[Default Applications]\napplication/pdf=reader.desktop\n"
                                      "text/plain=reader.desktop\nimage/jpeg=reader.desktop\n");
     EXPECT_EQ(verdict(QStringLiteral("Ouverture des documents")), QStringLiteral("ok"));
+}
+
+TEST_F(DoctorTest, aDesktopWithoutABarShowsNoIconAndSaysHowToDoWithout) {
+    qunsetenv("DISPLAY");
+    const QJsonObject found = check(examine(paths, instance), QStringLiteral("Icône d'état"));
+    EXPECT_EQ(found[QLatin1String("verdict")], QStringLiteral("limited"));
+    EXPECT_EQ(found[QLatin1String("finding")], QStringLiteral("aucune barre ne peut la montrer ici"));
+    EXPECT_TRUE(found[QLatin1String("remedy")].toString().contains(QStringLiteral("vennic toggle")));
+}
+
+TEST_F(DoctorTest, theStartWithTheSessionIsToldEitherWay) {
+    paths.configuration = folder(QStringLiteral("configuration"));
+    const auto found = [&] {
+        return check(examine(paths, instance), QStringLiteral("Démarrage avec la session"))
+            .value(QLatin1String("finding"));
+    };
+    EXPECT_EQ(found(), QStringLiteral("désactivé (« vennic autostart on » l'active)"));
+    Autostart(paths.configuration, paths.client()).turnOn();
+    EXPECT_EQ(found(), QStringLiteral("activé"));
+}
+
+TEST_F(DoctorTest, theProgramThatOpensOurLinksIsNamed) {
+    const test::MadeUpDesktop& desktop = test::MadeUpDesktop::shared();
+    const QString list = desktop.data("config") + QStringLiteral("/mimeapps.list");
+    const auto found = [&] { return check(examine(paths, instance), QStringLiteral("Liens vennic://")); };
+    desktop.add("installed", "other.desktop", "other");
+    desktop.add("installed", "com.vennic.desktop.desktop", "Vennic");
+    for (const auto& [entry, verdict, words] :
+         {std::tuple("gone.desktop", "limited", "aucune application ne les ouvre"),
+          std::tuple("other.desktop", "limited", "ouverts par other.desktop"),
+          std::tuple("com.vennic.desktop.desktop", "ok", "ouverts par Vennic")}) {
+        test::MadeUpDesktop::write(list, QByteArray("[Default Applications]\nx-scheme-handler/vennic=") + entry + "\n");
+        EXPECT_EQ(found()[QLatin1String("verdict")], QLatin1String(verdict));
+        EXPECT_EQ(found()[QLatin1String("finding")], QString::fromUtf8(words));
+    }
+}
+
+TEST_F(DoctorTest, theModelsServerIsToldAsTheClientSeesIt) {
+    const auto found = [&](const QJsonObject& data) {
+        CommandAnswer told;
+        told.data = data;
+        instance.answer = encodeCommandAnswer(told);
+        return check(examine(paths, instance), QStringLiteral("Modèle local"));
+    };
+    EXPECT_EQ(verdict(QStringLiteral("Modèle local")), QStringLiteral("limited")) << "nobody runs";
+    EXPECT_EQ(found({{QStringLiteral("enabled"), false}})[QLatin1String("verdict")], QStringLiteral("ok"));
+    QJsonObject data{{QStringLiteral("enabled"), true}, {QStringLiteral("endpoint"), QStringLiteral("http://ici/v1")}};
+    EXPECT_EQ(found(data)[QLatin1String("finding")], QStringLiteral("aucune réponse de http://ici/v1"));
+    EXPECT_EQ(found(data)[QLatin1String("verdict")], QStringLiteral("limited"));
+    data.insert(QStringLiteral("reachable"), true);
+    data.insert(QStringLiteral("loaded_model"), QStringLiteral("a/b"));
+    EXPECT_EQ(found(data)[QLatin1String("finding")], QStringLiteral("a/b"));
+    EXPECT_EQ(found(data)[QLatin1String("verdict")], QStringLiteral("ok"));
 }
 
 TEST_F(DoctorTest, theServerIsCalledByOneName) {

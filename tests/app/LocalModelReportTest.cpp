@@ -29,6 +29,7 @@ TEST_F(LocalModelReportTest, aModelThatIsSwitchedOffIsNotAsked) {
                                    {QStringLiteral("endpoint"), endpoint()},
                                    {QStringLiteral("model"), QStringLiteral("Qwen/Qwen3-14B-MLX-4bit")},
                                    {QStringLiteral("reachable"), false},
+                                   {QStringLiteral("timed_out"), false},
                                    {QStringLiteral("loaded_model"), QJsonValue::Null},
                                    {QStringLiteral("tokens_per_second"), QJsonValue::Null}}));
     EXPECT_EQ(sentence(), "désactivé (« vennic model on » l'active)");
@@ -58,6 +59,25 @@ TEST_F(LocalModelReportTest, aServerThatIsNotThereIsNamed) {
     setUp({"on"});
     setUp({"endpoint", QStringLiteral("http://127.0.0.1:%1/v1").arg(port.port()).toUtf8().constData()});
     EXPECT_EQ(sentence(), QStringLiteral("aucune réponse de http://127.0.0.1:%1/v1").arg(port.port()).toStdString());
+}
+
+TEST_F(LocalModelReportTest, whoAsksIsNotKeptByAServerThatSaysNothing) {
+    model.onRequest(answers::bytesThenSilence({}));
+    setUp({"on"});
+    EXPECT_EQ(sentence(), QStringLiteral("aucune réponse de %1 en une seconde").arg(endpoint()).toStdString());
+    EXPECT_EQ(data().value(QLatin1String("timed_out")), true);
+}
+
+TEST_F(LocalModelReportTest, whoAsksIsNotKeptByAServerThatDripsOrFallsSilentLater) {
+    setUp({"on"});
+    model.onRequest(answers::drip(answerBytes(200, R"({"data":[]})"), std::chrono::milliseconds{100}));
+    EXPECT_EQ(data().value(QLatin1String("timed_out")), true);
+    std::atomic<int> asked = 0;
+    const AnswerScript whole = answers::plain(200, R"({"data":[]})");
+    const AnswerScript nothing = answers::bytesThenSilence({});
+    model.onRequest(
+        [&](Wire& wire, const ReceivedRequest& request) { (asked++ == 0 ? whole : nothing)(wire, request); });
+    EXPECT_EQ(sentence(), "serveur en marche, mais trop lent pour annoncer son modèle");
 }
 
 TEST_F(LocalModelReportTest, whatIsSetUpIsKept) {

@@ -109,12 +109,19 @@ TEST(Deployment, aFileIsReadFromDisk) {
 TEST(Deployment, aMissingFileAndOneThatIsTooLargeAreNamed) {
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("deployment.json"));
-    try {
-        Deployment::load(path);
-        FAIL();
-    } catch (const DeploymentError& error) {
-        EXPECT_TRUE(error.errorDescription().contains(path));
-    }
+    const auto failure = [](const QString& unreadable) {
+        try {
+            Deployment::load(unreadable);
+            return QString();
+        } catch (const DeploymentError& error) {
+            return error.errorDescription();
+        }
+    };
+    const QString words = QStringLiteral("Réglages de déploiement : impossible de lire %1 (%2).");
+    EXPECT_EQ(failure(path), words.arg(path, QStringLiteral("fichier ou dossier introuvable")));
+    EXPECT_EQ(failure(folder.path()), words.arg(folder.path(), QStringLiteral("c'est un dossier")));
+    EXPECT_EQ(failure(path + QStringLiteral("/x")),
+              words.arg(path + QStringLiteral("/x"), QStringLiteral("fichier ou dossier introuvable")));
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(bytes(good()) + QByteArray(64 * 1024, ' '));

@@ -40,6 +40,11 @@ TEST(PoolTest, workThatWaitsGivesItsResultOrItsException) {
                  std::runtime_error);
 }
 
+TEST(PoolTest, workThatWaitsMayDoWithoutBeingTold) {
+    EXPECT_EQ(await(onPoolWaiting([](int a, int b) { return a + b; }, 1, 2)), 3);
+    EXPECT_THROW(await(onPoolWaiting([] { throw std::runtime_error("no"); })), std::runtime_error);
+}
+
 TEST(PoolTest, workThatWaitsTakesNoPlaceFromOtherWork) {
     const OneThread small;
     int result = 0;

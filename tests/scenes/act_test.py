@@ -45,6 +45,32 @@ class Act(Scene):
         self.assertEqual((answer["state"], answer["result"]), ("done", {
             "ok": False, "error": "Aucune application nommée '../org.example.Notes' n'a été trouvée."}))
 
+    def test_each_character_of_a_name_is_taken_as_it_stands(self):
+        program, done = self.folder / "note.sh", self.folder / "done"
+        done.mkdir()
+        program.write_text(f"#!/bin/sh\n: >'{done}'/$1\n", encoding="utf-8")
+        program.chmod(0o755)
+        # A name with a slash would be a path, and nobody can read one with a control character.
+        shown = [code for code in range(0x20, 0x100) if not 0x7f <= code <= 0xa0 and code != ord("/")]
+        for code in shown:
+            name = f"Nom {chr(code)} fin".replace("\\", "\\\\")  # which the format of entries wants
+            (self.applications / f"a{code}.desktop").write_text(
+                f"[Desktop Entry]\nType=Application\nName={name}\nExec={program} {code}\n", encoding="utf-8")
+        self.start_all()
+        for code in range(1, 0x100):
+            name = f"Nom {chr(code)} fin"
+            answer = self.act("app_open", name=name)
+            self.assertEqual(answer["state"], "done", (code, answer))
+            if code in shown:
+                self.assertEqual(answer["result"], {"ok": True}, code)
+            else:
+                self.assertEqual(answer["result"], {"ok": False, "error": f"Aucune application nommée '{name}' n'a été trouvée."}, code)
+        wait_for(lambda: len(list(done.iterdir())) == len(shown), "each has been started")
+        self.assertEqual(sorted(int(each.name) for each in done.iterdir()), shown)
+        for name in ("", "/", "..", "a65.desktop/", "./a65", "\u202eNom A fin", "Nom A fin\n", "NOM A FIN", "x" * 100_000):
+            answer = self.act("app_open", name=name)
+            self.assertEqual((answer["state"], answer["result"]["ok"]), ("done", False), name[:20])
+
     def test_an_opened_application_outlives_the_client(self):
         program = self.folder / "long"
         program.write_text(f"#!/bin/sh\necho $$ >'{self.folder}/pid.new'; mv '{self.folder}/pid.new' '{self.folder}/pid'; exec sleep 60\n")

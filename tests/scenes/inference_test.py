@@ -1,6 +1,7 @@
 """A local model behind the bridge: the real client and backend, and a scripted model's server."""
 import json
 import os
+import signal
 import threading
 
 from model_server import DONE, ModelServer, calls, finish, gate, repeat, text, usage
@@ -167,6 +168,19 @@ class Inference(Scene):
         wait_for(lambda: not threading.Event().wait(0.3) and still(), "the model's server can send no more")
         self.assertLess(sent[-1], 20 << 20, "of some 65 MB")
         self.assertLess(memory(self.client.process.pid, "Pss_Anon") - before, 4 * 1024, "kB more")
+
+    def test_a_models_server_that_hangs_is_told_of_and_holds_nobody_up(self):
+        self.begin()
+        self.model.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.model.process.send_signal, signal.SIGCONT)
+        self.assertIn(f"Modèle local : aucune réponse de {self.model.endpoint} en une seconde\n", self.verb("status"))
+        model = self.client.status()["local_model"]
+        self.assertEqual((model["reachable"], model["timed_out"], model["loaded_model"]), (False, True, None))
+        checks = json.loads(self.client.verb("doctor", "--json").stdout)["checks"]
+        found, = [check for check in checks if check["name"] == "Modèle local"]
+        self.assertEqual((found["verdict"], found["finding"]), ("limited", f"aucune réponse de {self.model.endpoint} en une seconde"))
+        self.model.process.send_signal(signal.SIGCONT)
+        self.assertIn("Modèle local : vennic/essai", self.verb("status"))
 
     def test_the_backend_and_the_user_learn_what_is_loaded_and_how_fast_it_is(self):
         hub = self.folder / "home" / ".cache" / "huggingface" / "hub"
