@@ -149,9 +149,8 @@ TEST_F(PhotoOpenerTest, aTemporaryFolderThatIsNotOursToWriteInIsToldSo) {
     ASSERT_EQ(isRoot ? seteuid(65534) : 0, 0);
     open(QStringLiteral("A"));
     ASSERT_EQ(isRoot ? seteuid(0) : 0, 0);
-    EXPECT_EQ(warning(),
-              QStringLiteral("Écriture temporaire échouée: Tu n'as pas l'autorisation d'enregistrer dans le "
-                             "dossier temporaire."));
+    EXPECT_EQ(warning(), QStringLiteral("Écriture temporaire échouée: Tu n'as pas l'autorisation d'enregistrer dans le "
+                                        "dossier temporaire."));
     EXPECT_TRUE(workspace->opened.isEmpty());
 }
 
