@@ -32,8 +32,8 @@ public:
               const QVariantList& arguments);
     /// Where the bus is, by the environment and the D-Bus Specification; empty for none.
     static QString addressOf(Bus bus);
-    /// The connection, opened if it can be. A bus that takes connections and never answers holds it up for libdbus's
-    /// 25 seconds.
+    /// The connection, opened if it can be. A bus that takes connections and never answers holds it up without an
+    /// end: libdbus sets its greeting no time.
     QDBusConnection connection();
 
 private:

@@ -233,7 +233,7 @@ TEST(DesktopActivationOnAStoppedBus, isGivenUp) {
         QElapsedTimer taken;
         taken.start();
         EXPECT_FALSE(DesktopActivationBus().handOver({QStringLiteral("vennic://local/setup")}, {}, 100ms));
-        EXPECT_LT(taken.elapsed(), 15'000) << "a library of D-Bus waits for 25 seconds by itself";
+        EXPECT_LT(taken.elapsed(), 15'000) << "libraries of D-Bus wait for 25 seconds, or without an end";
         EXPECT_EQ(bus.hasLetIn(), letsIn);
     }
 }
