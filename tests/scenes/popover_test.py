@@ -94,6 +94,9 @@ class Popover(PopoverScene):
                            ("Pose ta question…", "text"), ("ChatGPT", "push button"), ("Envoyer", "push button"),
                            ("Toi : cherche facture", "list item"), ("Facture eau.txt", "link")):
             self.assertEqual(roles.get(name), role, name)
+        described = {thing["name"]: thing["description"] for thing in things}
+        for name in ("Discussions récentes", "ChatGPT"):
+            self.assertEqual(described[name], "Ouvre un menu", name)
         self.check_what_cannot_be_done_says_so("Envoyer")
         for thing in things:
             if "focusable" in thing["states"]:
@@ -103,6 +106,18 @@ class Popover(PopoverScene):
         self.assertEqual(self.reader.named(name)["description"], "Indisponible")
         self.write_draft("a")
         wait_for(lambda: self.reader.named(name)["description"] == "", f"{name} can be pressed")
+
+    def test_a_reader_of_the_screen_presses_what_can_be_pressed(self):
+        self.begin()
+        self.open_popover()
+        self.reader.press("ChatGPT")
+        self.reader.await_named("Self-Hosted (défaut du Mac)", "menu item")
+        self.reader.press("Self-Hosted (défaut du Mac)")
+        wait_for(lambda: self.client.status()["provider"] == "local", "this machine's model answers")
+        self.reader.press("Réglages")
+        wait_for(lambda: "Réglages de Vennic" in self.xdotool("getactivewindow", "getwindowname"), "the settings are open")
+        self.reader.press("Mode haute sécurité")
+        wait_for(lambda: self.preference("highSecurityMode") == "1", "the setting is kept")
 
     def test_the_menus_of_the_header_and_of_who_answers(self):
         self.begin()

@@ -34,6 +34,10 @@ class Reader:
     def await_named(self, name, role=None):
         return wait_for(lambda: self.named(name, role), f"{name} is there")
 
+    def press(self, name, program="vennic"):
+        """Has the program do what a press of the thing under that name does."""
+        assert self.ask("press", program, name), f"{name} can't be pressed"
+
     def focused(self):
         """What has the keyboard; none when nothing says so. What stands around it says that it has it too."""
         focused = [thing for thing in self.tree() if "focused" in thing["states"] and thing["role"] != "frame"]
@@ -87,6 +91,21 @@ def main():
             if child:
                 walk(child, depth + 1, found)
 
+    def named(thing, name):
+        if thing.get_name() == name:
+            return thing
+        children = (thing.get_child_at_index(index) for index in range(thing.get_child_count()))
+        return next(filter(None, (named(child, name) for child in children if child)), None)
+
+    def press(program, name):
+        desktop = Atspi.get_desktop(0)
+        applications = (desktop.get_child_at_index(index) for index in range(desktop.get_child_count()))
+        application = next(one for one in applications if one and one.get_name().lower() == program)
+        application.clear_cache()
+        thing = named(application, name)
+        actions = [Atspi.Action.get_action_name(thing, index) for index in range(Atspi.Action.get_n_actions(thing))]
+        return "Press" in actions and Atspi.Action.do_action(thing, actions.index("Press"))
+
     def tree(program):
         found = []
         desktop = Atspi.get_desktop(0)
@@ -108,7 +127,7 @@ def main():
             loop.quit()
             return False
         question = json.loads(line)
-        print(json.dumps(tree(question[1])), flush=True)
+        print(json.dumps({"tree": tree, "press": press}[question[0]](*question[1:])), flush=True)
         return True
 
     GLib.io_add_watch(sys.stdin.fileno(), GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN | GLib.IOCondition.HUP, asked)

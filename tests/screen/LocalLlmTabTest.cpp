@@ -408,14 +408,13 @@ TEST_F(LocalLlmTabTest, everythingThatCanBeUsedHasItsNameAndRole) {
     };
     walk(QAccessible::queryAccessibleInterface(&window()));
     EXPECT_GT(met, 25);
-    const auto roleOf = [this](const char* name) { return QAccessible::queryAccessibleInterface(find(name))->role(); };
-    EXPECT_EQ(roleOf("model"), QAccessible::Button);
-    EXPECT_EQ(roleOf("log"), QAccessible::EditableText);
-    EXPECT_EQ(roleOf("health"), QAccessible::Indicator);
-    EXPECT_EQ(QAccessible::queryAccessibleInterface(find("model"))->text(QAccessible::Name),
-              QStringLiteral("Modèle par défaut : Qwen3 14B"));
-    EXPECT_EQ(QAccessible::queryAccessibleInterface(find("delete"))->text(QAccessible::Name),
-              QStringLiteral("Supprimer les poids du cache : Phi-3.5 mini"));
+    const auto face = [this](const char* name) { return QAccessible::queryAccessibleInterface(find(name)); };
+    EXPECT_EQ(face("model")->role(), QAccessible::Button);
+    EXPECT_EQ(face("log")->role(), QAccessible::EditableText);
+    EXPECT_EQ(face("health")->role(), QAccessible::Indicator);
+    EXPECT_EQ(face("model")->text(QAccessible::Name), QStringLiteral("Modèle par défaut : Qwen3 14B"));
+    EXPECT_EQ(face("model")->text(QAccessible::Description), QStringLiteral("Ouvre un menu"));
+    EXPECT_EQ(face("delete")->text(QAccessible::Name), QStringLiteral("Supprimer les poids du cache : Phi-3.5 mini"));
 }
 
 // Pictures for people to look at

@@ -290,6 +290,35 @@ TEST_F(PopoverTest, aMenuGivesTheKeyboardBackToWhatHadIt) {
     EXPECT_TRUE(screen().isPopoverShown());
 }
 
+TEST_F(PopoverTest, aButtonWithAMenuSaysSoToReadersWhoCanOpenIt) {
+    popover();
+    QAccessible::setActive(true); // somebody listens from here on
+    const auto pressed = [this](const char* name, QAccessible::Role role) {
+        QString description = QStringLiteral("there is none");
+        QAccessibleActionInterface* actions = nullptr;
+        walk(QAccessible::queryAccessibleInterface(&popover()), [&](QAccessibleInterface& at) {
+            if (at.text(QAccessible::Name) != QString::fromUtf8(name) || at.role() != role)
+                return;
+            description = at.text(QAccessible::Description);
+            actions = at.actionInterface();
+        });
+        if (actions)
+            actions->doAction(QAccessibleActionInterface::pressAction());
+        paint();
+        return description;
+    };
+    EXPECT_EQ(pressed("ChatGPT", QAccessible::Button), QStringLiteral("Ouvre un menu"));
+    EXPECT_EQ(pressed("Claude", QAccessible::MenuItem), QString());
+    EXPECT_EQ(session().provider(), Provider::anthropic);
+    EXPECT_FALSE(names().contains(QStringLiteral("Gemini"))) << "the menu has gone";
+    EXPECT_EQ(pressed("Discussions récentes", QAccessible::Button), QStringLiteral("Ouvre un menu"));
+    EXPECT_EQ(pressed("Ouvrir toutes les discussions…", QAccessible::MenuItem), QString());
+    EXPECT_EQ(opened.size(), 1U);
+    EXPECT_EQ(pressed("Réglages", QAccessible::Button), QString());
+    EXPECT_EQ(settingsOpened, 1);
+    EXPECT_EQ(pressed("Nouvelle conversation", QAccessible::Button), QStringLiteral("Indisponible"));
+}
+
 TEST_F(PopoverTest, theMenuOfDiscussionsOpensThemOnTheWeb) {
     signedIn();
     transport.answerWith(200, R"([{"id":42,"name":"Factures"}])");

@@ -326,6 +326,30 @@ TEST_F(SettingsWindowTest, readersOfTheScreenAreToldWhatEachThingIs) {
     EXPECT_EQ(role("tab.bridge"), QAccessible::PageTab);
 }
 
+TEST_F(SettingsWindowTest, whatReadersOfTheScreenPressIsPressed) {
+    paired();
+    open();
+    QAccessible::setActive(true);
+    const auto act = [this](const char* name, const QString& action) {
+        QAccessibleActionInterface* const actions =
+            QAccessible::queryAccessibleInterface(find(name))->actionInterface();
+        EXPECT_TRUE(actions->actionNames().contains(action)) << name;
+        actions->doAction(action);
+        paint();
+    };
+    const QString press = QAccessibleActionInterface::pressAction();
+    for (const QString& action : {press, QAccessibleActionInterface::toggleAction()}) {
+        const bool was = settings->general()->highSecurityOn();
+        act("highSecurity", action);
+        EXPECT_NE(settings->general()->highSecurityOn(), was) << action.toStdString();
+        EXPECT_EQ(find("highSecurity")->property("checked").toBool(), !was);
+    }
+    act("signOut", press);
+    EXPECT_FALSE(session().isAuthenticated());
+    act("tab.bridge", press);
+    EXPECT_EQ(settings->selected(), QStringLiteral("bridge"));
+}
+
 TEST_F(SettingsWindowTest, anEndlessRefusalTakesAFewLines) {
     transport.answerWith(500, QByteArray(900'000, 'x').replace(100, 1, "\n"));
     open();

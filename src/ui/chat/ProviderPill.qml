@@ -12,8 +12,9 @@ T.AbstractButton {
     hoverEnabled: true
     focusPolicy: Qt.TabFocus // a click leaves the keyboard where somebody writes
     text: picker.pillLabel
-    Accessible.role: Accessible.ButtonMenu
     Accessible.name: text
+    Accessible.description: menu.hint
+    Accessible.onPressAction: if (enabled) clicked()
     onClicked: menu.visible ? menu.close() : open()
 
     function fill() {

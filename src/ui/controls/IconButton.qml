@@ -20,6 +20,7 @@ T.AbstractButton {
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
     Accessible.description: enabled ? "" : qsTr("Indisponible")
+    Accessible.onPressAction: if (enabled) clicked()
 
     contentItem: Item {
         Symbol {

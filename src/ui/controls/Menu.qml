@@ -13,6 +13,9 @@ T.Menu {
     modal: false
     delegate: MenuItem {}
 
+    // The description of what opens it: this toolkit tells readers of the screen of every such control that it is a
+    // button, whatever its role, and has no word for one with a menu.
+    readonly property string hint: qsTr("Ouvre un menu")
     property Item asker: null // gets the keyboard back, as it had it
     property int reason: Qt.OtherFocusReason
     onAboutToShow: {

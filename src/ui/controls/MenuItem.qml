@@ -16,6 +16,7 @@ T.MenuItem {
     opacity: enabled ? 1 : 0.6
     Accessible.name: subtitle === "" ? text : text + ", " + subtitle
     Accessible.description: enabled ? "" : qsTr("Indisponible")
+    Accessible.onPressAction: if (enabled) clicked()
     Accessible.checkable: markable
     Accessible.checked: marked
 

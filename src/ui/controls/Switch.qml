@@ -11,6 +11,15 @@ T.Switch {
     hoverEnabled: true
     opacity: enabled ? 1 : 0.4
     Accessible.name: text
+    Accessible.onPressAction: switchOver()
+    Accessible.onToggleAction: switchOver()
+
+    function switchOver() {
+        if (!enabled)
+            return;
+        toggle();
+        toggled();
+    }
 
     contentItem: Text {
         rightPadding: root.indicator.width + root.spacing

@@ -13,6 +13,8 @@ T.AbstractButton {
     hoverEnabled: true
     text: picker.label
     Accessible.name: qsTr("Modèle par défaut : %1").arg(text)
+    Accessible.description: menu.hint
+    Accessible.onPressAction: if (enabled) clicked()
     onClicked: menu.visible ? menu.close() : open()
     Keys.onDownPressed: open()
 

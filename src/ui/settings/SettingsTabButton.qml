@@ -11,6 +11,7 @@ T.TabButton {
     hoverEnabled: true
     activeFocusOnTab: checked
     Accessible.name: text
+    Accessible.onPressAction: if (enabled) clicked()
     Keys.onLeftPressed: step(-1)
     Keys.onRightPressed: step(1)
 

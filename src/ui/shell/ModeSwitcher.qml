@@ -56,6 +56,7 @@ Rectangle {
                 Accessible.role: Accessible.PageTab
                 Accessible.name: text
                 Accessible.selected: checked
+                Accessible.onPressAction: clicked()
                 onClicked: root.modes.select(index)
                 contentItem: Item {
                     Row {

@@ -10,7 +10,7 @@ IconButton {
     symbol: "clock.arrow.circlepath"
     help: qsTr("Discussions récentes")
     down: pressed || menu.visible
-    Accessible.role: Accessible.ButtonMenu
+    Accessible.description: menu.hint
     onClicked: menu.visible ? menu.close() : menu.open()
 
     Menu {
