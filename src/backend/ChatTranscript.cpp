@@ -1,6 +1,7 @@
 #include "backend/ChatTranscript.h"
 
 #include "backend/MessageBubble.h"
+#include "backend/ToolLine.h"
 
 #include <algorithm>
 
@@ -99,6 +100,8 @@ int ChatTranscript::firstRow(std::size_t message) const { return firstRows_[mess
 
 std::vector<ChatTranscript::Piece> ChatTranscript::split(const ChatMessage& message, qsizetype from) {
     const QStringView text(message.content);
+    if (const auto line = from == 0 ? shownToolLine(message) : std::nullopt)
+        return {Piece{.start = 0, .length = text.size(), .cut = {MarkdownRun{.text = *line}}}};
     std::vector<Piece> pieces;
     std::optional<Piece> open; // whole lines that more may join
     qsizetype lines = 0;

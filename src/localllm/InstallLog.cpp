@@ -15,7 +15,8 @@ bool isControl(QChar c) { return c < u' ' || (c >= QChar(0x7F) && c < QChar(0xA0
 
 /// Behind the control sequence whose first character is at `at`.
 qsizetype afterSequence(QStringView text, qsizetype at) {
-    if (++at >= text.size() || text[at] != u'[')
+    ++at;
+    if (at >= text.size() || text[at] != u'[')
         return at;
     for (++at; at < text.size() && text[at] >= u' ' && text[at] <= u'?';)
         ++at; // parameters and intermediates

@@ -43,6 +43,7 @@ LocalLLMSettingsView::LocalLLMSettingsView(Surroundings surroundings)
 void LocalLLMSettingsView::appear() {
     shown_ = true;
     picker_.appear();
+    givingUp_.cancel(); // somebody looks at the reload again
     opening_.cancel();
     checking_.cancel();
     if (!isBusy() && healthStatus_ == HealthStatus::checking()) // one that the last close cut off
@@ -60,16 +61,18 @@ Task<> LocalLLMSettingsView::open() {
 
 void LocalLLMSettingsView::disappear() {
     shown_ = false;
-    for (Job* job : {&opening_, &checking_, &polling_, &test_, &installation_, &download_})
+    for (Job* job : {&opening_, &checking_, &polling_, &test_, &action_, &download_})
         job->cancel();
-    if (restarting_ || applying_)
-        jobs_.start(cancelInTime(reload_));
+    if (with_.installer.isReloading()) {
+        givingUp_.cancel();
+        givingUp_ = jobs_.start(giveUpReloadInTime());
+    }
     keepModel();
 }
 
-Task<> LocalLLMSettingsView::cancelInTime(Job job) {
+Task<> LocalLLMSettingsView::giveUpReloadInTime() {
     co_await with_.clock.sleep(reloadPatience);
-    job.cancel();
+    with_.installer.giveUpReload();
 }
 
 // The server
@@ -129,24 +132,24 @@ Task<> LocalLLMSettingsView::test() {
 
 void LocalLLMSettingsView::restartServer() {
     if (!isBusy())
-        reload_ = begin(&LocalLLMSettingsView::restarting_, reload(false), startPatience);
+        begin(&LocalLLMSettingsView::restarting_, reload(false), startPatience);
 }
 
 void LocalLLMSettingsView::applyModel() {
     if (!isBusy())
-        reload_ = begin(&LocalLLMSettingsView::applying_, reload(true), newModelPatience);
+        begin(&LocalLLMSettingsView::applying_, reload(true), newModelPatience);
 }
 
 void LocalLLMSettingsView::runInstall() {
     if (!isBusy() && downloadingId_.isEmpty())
-        installation_ = begin(&LocalLLMSettingsView::installing_, install(), startPatience);
+        begin(&LocalLLMSettingsView::installing_, install(), startPatience);
 }
 
-Job LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds patience) {
+void LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds patience) {
     setAction(flag, true);
     setInstallError({});
     clearLog();
-    return jobs_.start(act(flag, std::move(action), patience));
+    action_ = jobs_.start(act(flag, std::move(action), patience));
 }
 
 Task<> LocalLLMSettingsView::act(Flag flag, Task<> action, std::chrono::seconds patience) {

@@ -118,8 +118,8 @@ public:
 
     /// To be called each time that the tab comes up.
     void appear();
-    /// To be called when the window has gone. Ends what runs, but for a server that is being started anew: it would be
-    /// left stopped.
+    /// To be called when the window has gone. Ends what runs, but for a server that is being started anew, which would
+    /// be left stopped: that is given up after a while, unless the tab has come up again.
     void disappear();
 
     /// Asks the server every two seconds until it answers, for so long at most.
@@ -166,7 +166,7 @@ private:
     Task<> check();
     Task<> test();
     /// Begins one of the actions that take the server away.
-    Job begin(Flag flag, Task<> action, std::chrono::seconds patience);
+    void begin(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> act(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> pollAfter(Flag flag, std::chrono::seconds patience);
     Task<> reload(bool refreshesDownloads);
@@ -175,7 +175,7 @@ private:
     Task<> fetchAndLook(QString id);
     Task<> remove(LocalLLMModel model);
     Task<> showLogs();
-    Task<> cancelInTime(Job job);
+    Task<> giveUpReloadInTime();
     /// Whether `action` came to a good end; what it raises is the error that is shown.
     Task<bool> reporting(Task<> action);
     Task<> report(Task<> action);
@@ -216,9 +216,9 @@ private:
     Job checking_;
     Job polling_;
     Job test_;
-    Job installation_;
-    Job reload_;
+    Job action_; // the one that runs of those that take the server away
     Job download_;
+    Job givingUp_;
     Scope jobs_;
 };
 

@@ -17,8 +17,6 @@ constexpr int mostModels = 200;
 constexpr qsizetype longestModel = 512;    // UTF-16 code units
 constexpr qsizetype longestAnswer = 4'000; // the same
 
-bool isSuccess(const HttpResponse& response) { return *response.status >= 200 && *response.status <= 299; }
-
 QString readable(const QString& text) { return text.size() > longestAnswer ? text.left(longestAnswer) + u'…' : text; }
 
 QByteArray testBody(const QString& model) {
@@ -76,7 +74,7 @@ Task<LocalServerAnswer> checkLocalServer(VennicHTTP* http, QUrl url) {
         const HttpResponse response = co_await http->sharedData(std::move(request));
         if (!response.status)
             throw TransportError(TransportFault::badAnswer);
-        if (!isSuccess(response))
+        if (!isSuccess(response.status))
             co_return LocalServerAnswer{HealthStatus::down(QStringLiteral("HTTP %1").arg(*response.status))};
         co_return LocalServerAnswer{HealthStatus::ok(), listedModels(response.body)};
     } catch (const LocalizedError& error) {
@@ -101,7 +99,7 @@ Task<InferenceTestResult> testInference(VennicHTTP* http, Clock* clock, QString 
         const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(clock->elapsed() - begun).count();
         if (!response.status)
             throw TransportError(TransportFault::badAnswer);
-        if (!isSuccess(response))
+        if (!isSuccess(response.status))
             co_return InferenceTestResult{.error = readable(QStringLiteral("HTTP %1 : ").arg(*response.status) +
                                                             QString::fromUtf8(response.body))};
         const auto said = saidIn(response.body);

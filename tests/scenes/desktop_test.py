@@ -2,6 +2,7 @@
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import unittest
 
@@ -59,6 +60,17 @@ class Desktop(DesktopScene):
         unknown = self.client.verb("open", "vennic://ailleurs")
         self.assertEqual(unknown.returncode, 1)
         self.assertIn("vennic://ailleurs", unknown.stderr)
+
+    def test_a_link_is_handed_over_though_the_session_bus_never_answers(self):
+        self.start_client()
+        with socket.socket(socket.AF_UNIX) as bus:
+            bus.bind(str(self.folder / "hung"))
+            bus.listen(16)
+            environment = self.client.environment | {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/hung"}
+            handed = subprocess.run([self.client.program, "vennic://desktop/hallwarden_panel?section=secure"], env=environment,
+                                    capture_output=True, text=True, check=False, timeout=20)
+        self.assertEqual(handed.returncode, 0, handed.stderr)
+        self.await_anchor("secureAccess")
 
     def test_a_start_with_a_link_follows_it(self):
         self.backend.start()

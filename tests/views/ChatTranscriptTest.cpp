@@ -1,5 +1,6 @@
 #include "backend/ChatTranscript.h"
 
+#include "backend/ToolLine.h"
 #include "base/InlineMarkdown.h"
 #include "core/SessionFixture.h"
 
@@ -100,6 +101,27 @@ TEST_F(ChatTranscriptTest, aCharacterOfTwoUnitsIsNeverCut) {
         EXPECT_FALSE(row.back().isHighSurrogate());
     }
     EXPECT_EQ(rows().join(QString()), u'a' + text);
+}
+
+TEST_F(ChatTranscriptTest, ofAToolsEndlessNameTheBeginningIsOneRow) {
+    const QString endless(10'000, u'n');
+    for (const QString& whole : {toolLine(QStringLiteral("OCR du document")), toolLine(endless.left(200)),
+                                 toolLine(endless + QStringLiteral(" et la suite")), QStringLiteral("🔧 ") + endless}) {
+        say(whole);
+        EXPECT_EQ(rows().join(QString()), whole);
+        session().clearConversation();
+        made.reset();
+    }
+    say(toolLine(endless), ChatMessage::Role::user);
+    EXPECT_EQ(rows().join(QString()), toolLine(endless));
+    say(toolLine(endless));
+    caughtUp(2);
+    EXPECT_EQ(rows().last(), toolLine(endless.left(200)));
+    EXPECT_TRUE(flag(transcript().rowCount() - 1, ChatTranscript::begins));
+    EXPECT_TRUE(flag(transcript().rowCount() - 1, ChatTranscript::ends));
+    EXPECT_EQ(transcript().messageText(transcript().rowCount() - 1), toolLine(endless));
+    session().setMessageContent(1, QStringLiteral("Voilà"));
+    ASSERT_TRUE(test::waitUntil([this] { return rows().last() == QStringLiteral("Voilà"); }));
 }
 
 TEST_F(ChatTranscriptTest, aPieceOfAnAnswerTouchesTheLastRowAlone) {

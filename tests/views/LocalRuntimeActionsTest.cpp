@@ -201,7 +201,7 @@ TEST_F(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
     view().disappear();
     until([this] { return !view().isRestarting(); });
     rest();
-    EXPECT_EQ(clock.sleeping(), 1u) << "what would end a reload that hangs";
+    EXPECT_EQ(clock.sleeping(), 0u);
 }
 
 TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWindowGoes) {
@@ -214,6 +214,50 @@ TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWin
     until([this] { return !view().isRestarting(); });
     EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
     EXPECT_EQ(checks(), 0u) << "nobody looks";
+}
+
+TEST_F(LocalRuntimeActionsTest, anInstallationStartsTheServerAlsoWhenTheWindowGoes) {
+    world.haveEverything();
+    shown();
+    view().runInstall();
+    until([this] { return clock.sleeping() == 1; });
+    view().disappear();
+    EXPECT_TRUE(view().isInstalling());
+    passReload();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
+    EXPECT_EQ(view().installLog().last(),
+              QStringLiteral("✓ Installation terminée. Le serveur démarre en arrière-plan."));
+    EXPECT_EQ(checks(), 0u) << "nobody looks";
+}
+
+TEST_F(LocalRuntimeActionsTest, whatWasAskedForJustBeforeTheWindowWentTakesNoServerAway) {
+    world.haveEverything();
+    shown();
+    view().restartServer();
+    view().disappear();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_TRUE(world.programs.started.empty());
+}
+
+TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsNotGivenUpWhileSomebodyLooksAtIt) {
+    world.haveEverything();
+    shown();
+    hangs(world.bootstrap());
+    view().restartServer();
+    passReload();
+    view().disappear();
+    rest();
+    view().appear();
+    rest();
+    clock.advance(100s);
+    rest();
+    EXPECT_TRUE(view().isRestarting());
+    EXPECT_TRUE(world.installer->isReloading());
+    never->set();
+    until([this] { return !view().isBusy(); });
+    EXPECT_EQ(view().installLog().last(), QStringLiteral("✓ Modèle appliqué."));
+    EXPECT_EQ(checks(), 1u) << "and its server is polled";
 }
 
 TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowHasGone) {
