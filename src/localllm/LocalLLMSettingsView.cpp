@@ -166,7 +166,7 @@ void LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds 
 Task<> LocalLLMSettingsView::act(Flag flag, Task<> action, std::chrono::seconds patience) {
     const bool isDone = co_await reporting(std::move(action));
     if (isDone && shown_) {
-        checkIsDue_ = false; // the polling is one
+        checkIsDue_ = false;                               // the polling is one
         polling_ = jobs_.start(pollAfter(flag, patience)); // apart, so that it ends with the window
         co_return;
     }
@@ -226,8 +226,8 @@ Task<> LocalLLMSettingsView::fetch(QString id) {
 
 Task<> LocalLLMSettingsView::fetchAndLook(QString id) {
     co_await with_.installer.downloadModel(id, [this](const QString& line) {
+        lastSaid_ = line;
         log(line);
-        setProgress(shownLine(line));
     });
     refreshDownloads();
 }
@@ -321,6 +321,7 @@ void LocalLLMSettingsView::announceLog() {
         this,
         [this] {
             logAnnounced_ = true;
+            setProgress(shownLine(lastSaid_));
             Q_EMIT installLogChanged();
         },
         Qt::QueuedConnection);
@@ -373,6 +374,7 @@ void LocalLLMSettingsView::setAction(Flag flag, bool runs) {
 void LocalLLMSettingsView::setDownloading(const QString& id) {
     downloadingId_ = id;
     Q_EMIT downloadingIdChanged();
+    lastSaid_.clear();
     setProgress({});
 }
 

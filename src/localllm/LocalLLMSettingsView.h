@@ -213,6 +213,7 @@ private:
     bool applying_ = false;
     QString installError_;
     QString downloadingId_;
+    QString lastSaid_; // by the downloading tool; told with the log
     QString downloadProgress_;
     std::optional<LocalLLMModel> pendingDelete_;
     ModelCatalogPicker picker_;
