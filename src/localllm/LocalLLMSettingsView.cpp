@@ -46,8 +46,6 @@ void LocalLLMSettingsView::appear() {
     givingUp_.cancel(); // somebody looks at the reload again
     opening_.cancel();
     checking_.cancel();
-    if (!isBusy() && healthStatus_ == HealthStatus::checking()) // one that the last close cut off
-        setHealthStatus(HealthStatus::unknown());
     opening_ = jobs_.start(open());
 }
 
@@ -78,11 +76,16 @@ Task<> LocalLLMSettingsView::giveUpReloadInTime() {
 // The server
 
 void LocalLLMSettingsView::checkHealth() {
-    if (!isBusy() && healthStatus_ != HealthStatus::checking())
-        checking_ = jobs_.start(check());
+    if (isBusy()) {
+        checkIsDue_ = true;
+        return;
+    }
+    checking_.cancel(); // it may ask at an address that has changed since
+    checking_ = jobs_.start(check());
 }
 
 Task<> LocalLLMSettingsView::check() {
+    const quint64 number = ++checks_;
     auto url = localServerURL(localLLMEndpoint(), QLatin1String("/models"));
     if (!url) {
         setHealthStatus(HealthStatus::down(localized("URL invalide")));
@@ -90,9 +93,17 @@ Task<> LocalLLMSettingsView::check() {
     }
     setHealthStatus(HealthStatus::checking());
     setAvailableModels({});
-    const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, *std::move(url));
-    setHealthStatus(answer.health);
-    setAvailableModels(answer.models);
+    try {
+        const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, *std::move(url));
+        if ((co_await StopToken{}).stop_requested())
+            throw Cancelled();
+        setHealthStatus(answer.health);
+        setAvailableModels(answer.models);
+    } catch (const Cancelled&) {
+        if (number == checks_) // else another one has begun since
+            setHealthStatus(HealthStatus::unknown());
+        throw;
+    }
 }
 
 Task<> LocalLLMSettingsView::pollHealthUntilUp(std::chrono::seconds seconds) {
@@ -154,15 +165,23 @@ void LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds 
 
 Task<> LocalLLMSettingsView::act(Flag flag, Task<> action, std::chrono::seconds patience) {
     const bool isDone = co_await reporting(std::move(action));
-    if (isDone && shown_)
+    if (isDone && shown_) {
+        checkIsDue_ = false;                               // the polling is one
         polling_ = jobs_.start(pollAfter(flag, patience)); // apart, so that it ends with the window
-    else
-        setAction(flag, false);
+        co_return;
+    }
+    end(flag);
 }
 
 Task<> LocalLLMSettingsView::pollAfter(Flag flag, std::chrono::seconds patience) {
     co_await reporting(pollHealthUntilUp(patience));
+    end(flag);
+}
+
+void LocalLLMSettingsView::end(Flag flag) {
     setAction(flag, false);
+    if (std::exchange(checkIsDue_, false) && shown_)
+        checkHealth();
 }
 
 Task<> LocalLLMSettingsView::reload(bool refreshesDownloads) {
@@ -207,8 +226,8 @@ Task<> LocalLLMSettingsView::fetch(QString id) {
 
 Task<> LocalLLMSettingsView::fetchAndLook(QString id) {
     co_await with_.installer.downloadModel(id, [this](const QString& line) {
+        lastSaid_ = line;
         log(line);
-        setProgress(shownLine(line));
     });
     refreshDownloads();
 }
@@ -302,6 +321,7 @@ void LocalLLMSettingsView::announceLog() {
         this,
         [this] {
             logAnnounced_ = true;
+            setProgress(shownLine(lastSaid_));
             Q_EMIT installLogChanged();
         },
         Qt::QueuedConnection);
@@ -354,6 +374,7 @@ void LocalLLMSettingsView::setAction(Flag flag, bool runs) {
 void LocalLLMSettingsView::setDownloading(const QString& id) {
     downloadingId_ = id;
     Q_EMIT downloadingIdChanged();
+    lastSaid_.clear();
     setProgress({});
 }
 

@@ -125,10 +125,12 @@ public:
     /// Asks the server every two seconds until it answers, for so long at most.
     Task<> pollHealthUntilUp(std::chrono::seconds seconds);
 
-    // Each is ignored while it runs.
-
-    /// Also while the server is being taken away: it is polled afterwards.
+    /// A check that runs is dropped for the new one. While the server is being taken away it waits for the end of
+    /// that.
     Q_INVOKABLE void checkHealth();
+
+    // Each of these is ignored while it runs.
+
     Q_INVOKABLE void runTest();
     Q_INVOKABLE void restartServer();
     Q_INVOKABLE void applyModel();
@@ -169,6 +171,7 @@ private:
     void begin(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> act(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> pollAfter(Flag flag, std::chrono::seconds patience);
+    void end(Flag flag);
     Task<> reload(bool refreshesDownloads);
     Task<> install();
     Task<> fetch(QString id);
@@ -196,6 +199,8 @@ private:
 
     Surroundings with_;
     HealthStatus healthStatus_;
+    quint64 checks_ = 0; // that have begun
+    bool checkIsDue_ = false;
     QStringList availableModels_;
     QString testOutput_;
     QString testError_;
@@ -208,6 +213,7 @@ private:
     bool applying_ = false;
     QString installError_;
     QString downloadingId_;
+    QString lastSaid_; // by the downloading tool; told with the log
     QString downloadProgress_;
     std::optional<LocalLLMModel> pendingDelete_;
     ModelCatalogPicker picker_;

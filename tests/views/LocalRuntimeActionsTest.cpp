@@ -159,6 +159,59 @@ TEST_F(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands)
     EXPECT_EQ(checks(), 0u);
 }
 
+TEST_F(LocalRuntimeActionsTest, aCheckThatAnotherLookAtTheTabCutOffIsNotShownAsRunning) {
+    world.haveTools();
+    shown();
+    transport.hold();
+    view().checkHealth();
+    until([this] { return transport.waiting() == 1; });
+    hangs(world.installServer());
+    world.programs.scripts[world.installServer()].status = 3;
+    view().runInstall();
+    until([this] { return !world.programs.started.empty(); });
+    view().appear(); // as after a look at another tab
+    until([this] { return transport.cancelled == 1; });
+    rest();
+    EXPECT_EQ(view().healthStatus(), HealthStatus::unknown());
+    transport.release();
+    never->set();
+    until([this] { return !view().isInstalling(); });
+    until([this] { return view().healthStatus() == HealthStatus::ok(); });
+    transport.requests.clear();
+    view().checkHealth();
+    until([this] { return checks() == 1; });
+}
+
+TEST_F(LocalRuntimeActionsTest, aCheckThatWasAskedForDuringAnActionIsMadeWhenThatFails) {
+    world.haveTools();
+    shown();
+    hangs(world.installServer());
+    world.programs.scripts[world.installServer()].status = 3;
+    view().runInstall();
+    until([this] { return !world.programs.started.empty(); });
+    view().setLocalLLMEndpoint(QStringLiteral("http://ailleurs/v1"));
+    view().checkHealth();
+    rest();
+    EXPECT_EQ(checks(), 0u);
+    never->set();
+    until([this] { return checks() == 1; });
+    EXPECT_EQ(transport.requests.back().url.toString(), QStringLiteral("http://ailleurs/v1/models"));
+    EXPECT_EQ(view().installError(), QStringLiteral("Échec (3) : ") + world.installServer());
+}
+
+TEST_F(LocalRuntimeActionsTest, pollingThatTheWindowCutsOffIsNotShownAsRunning) {
+    world.haveEverything();
+    shown();
+    transport.hold();
+    view().restartServer();
+    passReload();
+    until([this] { return transport.waiting() == 1; });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::checking());
+    view().disappear();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::unknown());
+}
+
 TEST_F(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
     view().runInstall();
     until([this] { return !view().isInstalling(); });
