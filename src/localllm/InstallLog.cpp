@@ -1,5 +1,6 @@
 #include "localllm/InstallLog.h"
 
+#include "base/ShownText.h"
 #include "localllm/OutputLines.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@ namespace {
 
 constexpr qsizetype longestLine = 4096; // UTF-16 code units
 constexpr QChar escape(0x1B);
-
-bool isControl(QChar c) { return c < u' ' || (c >= QChar(0x7F) && c < QChar(0xA0)); }
 
 /// Behind the control sequence whose first character is at `at`.
 qsizetype afterSequence(QStringView text, qsizetype at) {
@@ -28,7 +27,7 @@ qsizetype afterSequence(QStringView text, qsizetype at) {
 void InstallLog::append(const QString& line) {
     if (lines_.size() == mostLines)
         lines_.removeFirst();
-    lines_.append(line.right(longestLine));
+    lines_.append(shownEnd(line, longestLine));
 }
 
 QStringList InstallLog::shown() const {
@@ -58,11 +57,11 @@ QString shownLine(const QString& line) {
         }
         if (text[at] == u'\t')
             shown.append(u' ');
-        else if (!isControl(text[at]))
+        else if (text[at].category() != QChar::Other_Control)
             shown.append(text[at]);
         ++at;
     }
-    return shown;
+    return drawableLine(shown);
 }
 
 std::optional<int> percentageIn(const QString& line) {

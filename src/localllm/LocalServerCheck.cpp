@@ -3,6 +3,8 @@
 #include "backend/LocalCompletionReader.h"
 #include "base/Json.h"
 #include "base/Localized.h"
+#include "base/ShownText.h"
+#include "localllm/LocalLLMModel.h"
 
 #include <algorithm>
 
@@ -14,10 +16,9 @@ constexpr auto checkPatience = std::chrono::seconds{5};
 constexpr auto testPatience = std::chrono::seconds{60};
 constexpr qint64 mostBytes = 4LL * 1024 * 1024;
 constexpr int mostModels = 200;
-constexpr qsizetype longestModel = 512;    // UTF-16 code units
-constexpr qsizetype longestAnswer = 4'000; // the same
+constexpr qsizetype longestAnswer = 4'000; // UTF-16 code units
 
-QString readable(const QString& text) { return text.size() > longestAnswer ? text.left(longestAnswer) + u'…' : text; }
+QString readable(const QString& text) { return drawableText(shownText(text, longestAnswer)); }
 
 QByteArray testBody(const QString& model) {
     const auto message = [](const char* role, const char* content) {
@@ -56,7 +57,7 @@ QStringList listedModels(const QByteArray& body) {
         QStringList ids;
         for (auto row = list.begin(); row != list.end() && ids.size() < mostModels; ++row) {
             const QJsonValue id = (*row).toObject()[QLatin1String("id")];
-            if (id.isString() && id.toString().size() <= longestModel)
+            if (id.isString() && id.toString().size() <= longestModelId)
                 ids.append(id.toString());
         }
         return ids;
@@ -66,9 +67,7 @@ QStringList listedModels(const QByteArray& body) {
 }
 
 Task<LocalServerAnswer> checkLocalServer(VennicHTTP* http, QUrl url) {
-    HttpRequest request;
-    request.url = std::move(url);
-    request.timeout = checkPatience;
+    HttpRequest request = localModelsRequest(std::move(url), checkPatience);
     request.maxAnswerBytes = mostBytes;
     try {
         const HttpResponse response = co_await http->sharedData(std::move(request));
