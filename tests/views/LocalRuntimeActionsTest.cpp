@@ -84,9 +84,8 @@ TEST_F(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
     test::LocalRuntimeWorld::makeFile(QFileInfo(world.paths.serviceFile).path()); // a file where its folder should be
     view().applyModel();
     until([this] { return !view().isApplying(); });
-    EXPECT_EQ(view().installError(),
-              QStringLiteral("Le dossier %1 ne peut pas être créé : un fichier porte déjà ce nom")
-                  .arg(QFileInfo(world.paths.serviceFile).path()));
+    EXPECT_EQ(view().installError(), QStringLiteral("Le dossier %1 ne peut pas être créé : ce n'est pas un dossier")
+                                         .arg(QFileInfo(world.paths.serviceFile).path()));
     EXPECT_TRUE(world.programs.started.empty());
 }
 
