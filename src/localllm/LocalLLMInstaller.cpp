@@ -1,10 +1,11 @@
 #include "localllm/LocalLLMInstaller.h"
 
+#include "base/HearInstead.h"
+#include "base/WholeFile.h"
 #include "localllm/OutputLines.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QScopeGuard>
 
 #include <algorithm>
 
@@ -19,11 +20,6 @@ constexpr auto untilTheLabelIsFree = 500ms;
 
 QString words(const ProgramCommand& command) {
     return (QStringList{command.executable} + command.arguments).join(u' ');
-}
-
-void makeFolder(const QString& path) {
-    if (!QDir().mkpath(path))
-        throw LocalizedError(QStringLiteral("Le dossier %1 ne peut pas être créé.").arg(path));
 }
 
 } // namespace
@@ -88,15 +84,19 @@ Task<> LocalLLMInstaller::install(QString model, OnLine onLine) {
 void LocalLLMInstaller::writeLaunchAgent(const QString&) const {
     const RuntimePaths& paths = surroundings_.paths;
     const QByteArray definition = surroundings_.services.definition(service());
-    makeFolder(QFileInfo(paths.serviceFile).path());
     makeFolder(paths.logDirectory);
-    QSaveFile file(paths.serviceFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(definition) != definition.size() || !file.commit())
-        throw LocalizedError(
-            QStringLiteral("%1 ne peut pas être écrit : %2").arg(paths.serviceFile, file.errorString()));
+    writeWholeFile(paths.serviceFile, definition);
 }
 
 Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
+    if ((co_await StopToken{}).stop_requested())
+        throw Cancelled();
+    co_await HearInstead{givingUp_.get_token()};
+    ++reloads_;
+    const auto ended = qScopeGuard([this] {
+        if (--reloads_ == 0)
+            whoAwaitsReloads_.wake();
+    });
     const ServiceManager& services = surroundings_.services;
     const UserService agent = service();
     co_await runWhateverComesOfIt(services.unload(agent), onLine); // it may not be loaded
@@ -105,6 +105,15 @@ Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
         co_await run(command, onLine);
     co_await runWhateverComesOfIt(services.restart(agent), onLine);
 }
+
+Task<> LocalLLMInstaller::reloaded() {
+    if (!isReloading())
+        co_return;
+    Waiters<>::Place place(whoAwaitsReloads_);
+    co_await place.event();
+}
+
+void LocalLLMInstaller::giveUpReload() { std::exchange(givingUp_, std::stop_source{}).request_stop(); }
 
 Task<> LocalLLMInstaller::downloadModel(QString id, OnLine onLine) {
     const RuntimePaths& paths = surroundings_.paths;

@@ -3,6 +3,7 @@
 #include "base/Localized.h"
 #include "localllm/LocalLLMCatalog.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -12,8 +13,6 @@ namespace {
 
 constexpr double gibibyte = 1024.0 * 1024 * 1024;
 constexpr double leftForTheSystemGB = 4.0;
-constexpr std::size_t mostModels = 200;
-constexpr qsizetype longestTitle = 120; // UTF-16 code units
 
 const QString between = QStringLiteral(" · ");
 
@@ -43,13 +42,11 @@ ModelCatalogPicker::ModelCatalogPicker(AppSession& session, const SystemMemory& 
 }
 
 void ModelCatalogPicker::setModels(std::vector<LocalLLMModel> models) {
-    if (models.size() > mostModels)
-        models.resize(mostModels);
     if (models_ == models)
         return;
     models_ = std::move(models);
     Q_EMIT modelsChanged();
-    Q_EMIT detailsChanged();
+    reviseDetails();
     Q_EMIT choiceChanged();
 }
 
@@ -57,6 +54,11 @@ void ModelCatalogPicker::setDownloaded(QSet<QString> ids) {
     if (downloaded_ == ids)
         return;
     downloaded_ = std::move(ids);
+    reviseDetails();
+}
+
+void ModelCatalogPicker::reviseDetails() {
+    ++revision_;
     Q_EMIT detailsChanged();
 }
 
@@ -77,17 +79,15 @@ QVariantList ModelCatalogPicker::rows() const {
     QVariantList rows;
     for (const LocalLLMModel& model : models_)
         rows.append(QVariantMap{{QStringLiteral("id"), model.id},
-                                {QStringLiteral("title"), model.displayName.left(longestTitle)},
+                                {QStringLiteral("title"), model.displayName},
                                 {QStringLiteral("measures"), measures(model)},
                                 {QStringLiteral("exceedsMemory"), exceedsMemory(model)}});
     return rows;
 }
 
-QVariantMap ModelCatalogPicker::details() const {
-    QVariantMap details;
-    for (const LocalLLMModel& model : models_)
-        details.insert(model.id, detail(model));
-    return details;
+QString ModelCatalogPicker::detailOf(const QString& id) const {
+    const auto found = std::ranges::find(models_, id, &LocalLLMModel::id);
+    return found == models_.end() ? QString() : detail(*found);
 }
 
 std::optional<LocalLLMModel> ModelCatalogPicker::known() const { return LocalLLMCatalog::model(chosen(), models_); }
@@ -96,7 +96,7 @@ QString ModelCatalogPicker::label() const {
     if (writesCustom_)
         return localized("Personnalisé");
     if (const auto model = known())
-        return model->displayName.left(longestTitle);
+        return model->displayName;
     return chosen().isEmpty() ? localized("Choisir un modèle") : localized("Personnalisé");
 }
 

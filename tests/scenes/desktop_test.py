@@ -75,9 +75,10 @@ class Desktop(DesktopScene):
     def test_a_start_with_a_link_follows_it(self):
         self.backend.start()
         self.deploy()
-        self.client.process = subprocess.Popen(
-            [self.client.program, "vennic://desktop/hallwarden_panel?section=approvals"], env=self.client.environment,
-            stdin=subprocess.DEVNULL, stdout=open(self.client.log, "ab"), stderr=subprocess.STDOUT)
+        with open(self.client.log, "ab") as log:
+            self.client.process = subprocess.Popen(
+                [self.client.program, "vennic://desktop/hallwarden_panel?section=approvals"],
+                env=self.client.environment, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
         self.await_anchor("approvals")
 
     def test_a_link_that_the_desktop_opens_starts_the_client_and_reaches_it(self):
