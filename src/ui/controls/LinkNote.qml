@@ -23,7 +23,7 @@ Item {
     Text {
         id: words
         width: parent.width
-        text: Theme.escaped(Theme.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
+        text: Theme.escaped(Theme.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address) + "</a>"
               + Theme.escaped(Theme.typeset(root.after))
         textFormat: Text.StyledText
         linkColor: Theme.accent
