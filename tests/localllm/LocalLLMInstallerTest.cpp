@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTranslator>
 
 #include <gtest/gtest.h>
 
@@ -387,6 +388,33 @@ TEST_F(LocalLLMInstallerTest, onLinuxTheSameLinesAreToldAndTheBackendOfThePlatfo
     EXPECT_EQ(outcome(onLinux.downloadModel(model, onLine())), QString());
     EXPECT_EQ(programs.started.back().arguments.value(3), QStringLiteral("mlx-lm[cpu]"));
     EXPECT_EQ(programs.started.back().variables, linux.toolVariables);
+}
+
+/// A language in which each text is itself between quotation marks.
+class Quoting final : public QTranslator {
+public:
+    Quoting() { QCoreApplication::installTranslator(this); }
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* text, const char*, int) const override {
+        return QLatin1String(context) == QLatin1String("vennic") ? u'«' + QString::fromUtf8(text) + u'»' : QString();
+    }
+};
+
+TEST_F(LocalLLMInstallerTest, itsOwnWordsAreInTheUsersLanguage) {
+    const Quoting language;
+    EXPECT_EQ(install(),
+              QStringLiteral("«Homebrew est requis. Installe-le depuis »") + site + QStringLiteral("« puis relance.»"));
+    placeBrew();
+    programs.scripts[installUv()] = {.pieces = {"==> Pouring uv\n"}, .effect = [this] { placeUv(); }};
+    programs.scripts[installMlx()] = {.status = 3};
+    EXPECT_EQ(install(), QStringLiteral("«Échec (3) : »") + installMlx());
+    programs.scripts[installMlx()] = {.effect = [this] { placeServer(); }};
+    EXPECT_EQ(install(), QString());
+    EXPECT_EQ(install(), QString());
+    EXPECT_EQ(outcome(installer.downloadModel(model, onLine())), QString());
+    for (const QString& line : log)
+        EXPECT_TRUE(line.startsWith(u'«') || line == QStringLiteral("==> Pouring uv")) << line.toStdString();
+    EXPECT_EQ(log.last(), QStringLiteral("«✓ Modèle »") + model + QStringLiteral("« téléchargé.»"));
 }
 
 } // namespace
