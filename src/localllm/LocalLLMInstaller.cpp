@@ -4,9 +4,11 @@
 #include "base/WholeFile.h"
 #include "localllm/OutputLines.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace vennic {
 
@@ -16,9 +18,20 @@ using namespace std::chrono_literals;
 
 const QLatin1String label("com.vennic.local-llm");
 constexpr auto untilTheLabelIsFree = 500ms;
+constexpr qint64 longestLog = qint64{8} * 1024 * 1024;
 
 QString words(const ProgramCommand& command) {
     return (QStringList{command.executable} + command.arguments).join(u' ');
+}
+
+/// A log that the server has appended to for long makes room for a new one, and takes the place of the one before. A
+/// server that still writes follows its file. Nothing depends on it.
+void turnOver(const QString& log) {
+    if (QFileInfo(log).size() <= longestLog)
+        return;
+    const std::string path = QFile::encodeName(log).toStdString();
+    std::error_code ignored;
+    std::filesystem::rename(path, path + ".1", ignored);
 }
 
 } // namespace
@@ -92,6 +105,7 @@ Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
     const UserService agent = service();
     co_await runWhateverComesOfIt(services.unload(agent), onLine); // it may not be loaded
     co_await surroundings_.clock.sleep(untilTheLabelIsFree);
+    turnOver(agent.logFile);
     for (const ProgramCommand& command : services.load(agent))
         co_await run(command, onLine);
     co_await runWhateverComesOfIt(services.restart(agent), onLine);

@@ -55,7 +55,8 @@ public:
     Task<> install(QString model, OnLine onLine);
     /// Writes the service's file, over an earlier one. Raises LocalizedError.
     void writeLaunchAgent(const QString& model) const;
-    /// Has the service manager read the file and start the server anew. Raises InstallError and LocalizedError.
+    /// Has the service manager read the file and start the server anew, with a new log when the old one, which is then
+    /// beside it under a name that ends in ".1", is longer than 8 MiB. Raises InstallError and LocalizedError.
     Task<> reloadLaunchAgent(OnLine onLine);
     /// Downloads a model by having it generate a single token, which proves that it loads; needs uv alone. Raises
     /// InstallError and LocalizedError.

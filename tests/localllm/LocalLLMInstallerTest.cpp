@@ -292,6 +292,36 @@ TEST_F(LocalLLMInstallerTest, whatComesOfBootoutAndKickstartIsPassedOver) {
     EXPECT_EQ(programs.startedWords().mid(3), QStringList({bootout, bootstrap, kickstart}));
 }
 
+TEST_F(LocalLLMInstallerTest, aLogThatHasGrownLongIsTurnedOverWhileNoServerRuns) {
+    const QString path = paths().logFile;
+    const QString before = path + QStringLiteral(".1");
+    const auto reload = [this] { return outcome(installer.reloadLaunchAgent(onLine())); };
+    place(path, "court\n");
+    EXPECT_EQ(reload(), QString());
+    EXPECT_EQ(contentOf(path), "court\n");
+
+    place(before, "ancien\n");
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024));
+    EXPECT_EQ(reload(), QString());
+    EXPECT_EQ(contentOf(before), "ancien\n");
+
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
+    programs.scripts[bootout] = {.effect = [&] { EXPECT_TRUE(QFile::exists(path)); }};
+    programs.scripts[bootstrap] = {.effect = [&] { EXPECT_FALSE(QFile::exists(path)); }};
+    EXPECT_EQ(reload(), QString());
+    EXPECT_FALSE(QFile::exists(path));
+    EXPECT_TRUE(contentOf(before).startsWith("court\n"));
+
+    // A log that can't be moved keeps nothing from starting.
+    programs.scripts[bootstrap] = {};
+    ASSERT_TRUE(QFile::remove(before));
+    ASSERT_TRUE(QDir().mkpath(before));
+    place(path);
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
+    EXPECT_EQ(reload(), QString());
+    EXPECT_TRUE(QFile::exists(path));
+}
+
 TEST_F(LocalLLMInstallerTest, theLabelHasHalfASecondToBeFree) {
     Scope scope;
     std::optional<QString> end;
