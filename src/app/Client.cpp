@@ -171,13 +171,21 @@ void Client::end(const std::function<void()>& quit) {
     };
     QObject::connect(session_.get(), &AppSession::tokenRevoked, session_.get(), quitWhenTold);
     jobs_.start(whenFiled(localChat_.get(), quitWhenTold));
+    jobs_.start(whenReloaded(&localLLMInstaller(), quitWhenTold));
     QTimer::singleShot(farewell, session_.get(), quit);
 }
 
-bool Client::hasFarewells() const { return session_->isRevoking() || localChat_->isFiling(); }
+bool Client::hasFarewells() const {
+    return session_->isRevoking() || localChat_->isFiling() || localRuntime_.installer().isReloading();
+}
 
 Task<> Client::whenFiled(DirectLocalChat* chat, std::function<void()> then) {
     co_await chat->filed(farewell);
+    then();
+}
+
+Task<> Client::whenReloaded(LocalLLMInstaller* installer, std::function<void()> then) {
+    co_await installer->reloaded();
     then();
 }
 

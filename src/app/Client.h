@@ -48,8 +48,9 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client();
 
-    /// Calls `quit` once the backend knows of a sign-out and of every turn that was answered here, or has had three
-    /// seconds to hear of them; at once when there is nothing to say, and when asked a second time.
+    /// Calls `quit` once the backend knows of a sign-out and of every turn that was answered here, and a reload of the
+    /// local model's server has ended, or three seconds have passed; at once when there is nothing to await, and when
+    /// asked a second time.
     void end(const std::function<void()>& quit);
 
     AppSession& session() { return *session_; }
@@ -88,9 +89,11 @@ public:
     void warn(const QString& title, const QString& informativeText);
 
 private:
-    /// Whether the backend is being told something that it should know before the end.
+    /// Whether the backend is being told something that it should know before the end, or the local model's server is
+    /// being started anew, which would be left stopped.
     bool hasFarewells() const;
     static Task<> whenFiled(DirectLocalChat* chat, std::function<void()> then);
+    static Task<> whenReloaded(LocalLLMInstaller* installer, std::function<void()> then);
     /// Has the index follow the grants, wherever their folders are now.
     void indexSharedFolders();
     Task<> followGrants();

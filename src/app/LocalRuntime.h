@@ -12,6 +12,7 @@ public:
     LocalRuntime(const Paths& paths, const QString& packageManagerSite);
 
     LocalLLMInstaller& installer() { return installer_; }
+    const LocalLLMInstaller& installer() const { return installer_; }
 
 private:
     SystemClock clock_;

@@ -6,6 +6,7 @@
 
 #include <QEventLoop>
 #include <QJsonArray>
+#include <QTimer>
 
 namespace vennic {
 
@@ -67,7 +68,8 @@ bool isRuntimeVerb(const QStringList& words) {
     return all.contains(words.value(0));
 }
 
-CommandAnswer runRuntimeVerb(const QStringList& words, bool json, LocalLLMInstaller& installer) {
+CommandAnswer runRuntimeVerb(const QStringList& words, bool json, LocalLLMInstaller& installer,
+                             std::chrono::milliseconds reloadPatience) {
     const LocalLLMInstaller::OnLine onLine = [json](const QString& line) {
         const QString shown = settledLine(line) + u'\n';
         json ? writeError(shown) : writeOutput(shown);
@@ -76,7 +78,16 @@ CommandAnswer runRuntimeVerb(const QStringList& words, bool json, LocalLLMInstal
     QEventLoop loop;
     Scope scope;
     Job job = scope.start(performIn(&loop, perform(&installer, words, onLine), &answer));
-    const SignalWatch endings([&job] { job.cancel(); });
+    bool isEnding = false;
+    const SignalWatch endings([&] {
+        if (std::exchange(isEnding, true))
+            return installer.giveUpReload();
+        job.cancel();
+        if (!installer.isReloading())
+            return;
+        writeError(QStringLiteral("Le serveur est d'abord relancé ; une deuxième interruption y renonce.\n"));
+        QTimer::singleShot(reloadPatience, &loop, [&installer] { installer.giveUpReload(); });
+    });
     loop.exec();
     return answer;
 }

@@ -14,7 +14,8 @@ constexpr QChar escape(0x1B);
 
 /// Behind the control sequence whose first character is at `at`.
 qsizetype afterSequence(QStringView text, qsizetype at) {
-    if (++at >= text.size() || text[at] != u'[')
+    ++at;
+    if (at >= text.size() || text[at] != u'[')
         return at;
     for (++at; at < text.size() && text[at] >= u' ' && text[at] <= u'?';)
         ++at; // parameters and intermediates

@@ -1,11 +1,13 @@
 #include "localllm/LocalLLMInstaller.h"
 
+#include "base/HearInstead.h"
 #include "base/Localized.h"
 #include "base/WholeFile.h"
 #include "localllm/OutputLines.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 #include <algorithm>
 #include <filesystem>
@@ -101,6 +103,14 @@ void LocalLLMInstaller::writeLaunchAgent(const QString&) const {
 }
 
 Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
+    if ((co_await StopToken{}).stop_requested())
+        throw Cancelled();
+    co_await HearInstead{givingUp_.get_token()};
+    ++reloads_;
+    const auto ended = qScopeGuard([this] {
+        if (--reloads_ == 0)
+            whoAwaitsReloads_.wake();
+    });
     const ServiceManager& services = surroundings_.services;
     const UserService agent = service();
     co_await runWhateverComesOfIt(services.unload(agent), onLine); // it may not be loaded
@@ -110,6 +120,15 @@ Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
         co_await run(command, onLine);
     co_await runWhateverComesOfIt(services.restart(agent), onLine);
 }
+
+Task<> LocalLLMInstaller::reloaded() {
+    if (!isReloading())
+        co_return;
+    Waiters<>::Place place(whoAwaitsReloads_);
+    co_await place.event();
+}
+
+void LocalLLMInstaller::giveUpReload() { std::exchange(givingUp_, std::stop_source{}).request_stop(); }
 
 Task<> LocalLLMInstaller::downloadModel(QString id, OnLine onLine) {
     const RuntimePaths& paths = surroundings_.paths;

@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Clock.h"
+#include "base/Waiters.h"
 #include "localllm/InstallError.h"
 #include "localllm/RuntimePaths.h"
 #include "ports/ServiceManager.h"
@@ -14,7 +15,8 @@ namespace vennic {
 /// user's. It keeps nothing: the disk says what is there. What it does is told in French lines as it goes along. It
 /// doesn't keep two installations apart: whoever starts them does.
 ///
-/// Main thread; it outlives the tasks that it gives. Cancelling one of them ends the command that runs.
+/// Main thread; it outlives the tasks that it gives. Cancelling one of them ends the command that runs, but for a
+/// reload: see there.
 class LocalLLMInstaller {
 public:
     /// Hears a line at a time, on the main thread, in order and before the task ends. Lines of a command are what it
@@ -56,8 +58,15 @@ public:
     /// Writes the service's file, over an earlier one. Raises LocalizedError.
     void writeLaunchAgent(const QString& model) const;
     /// Has the service manager read the file and start the server anew, with a new log when the old one, which is then
-    /// beside it under a name that ends in ".1", is longer than 8 MiB. Raises InstallError and LocalizedError.
+    /// beside it under a name that ends in ".1", is longer than 8 MiB. Once it has begun, cancelling its job is not
+    /// heeded: the server would be left stopped. Raises InstallError and LocalizedError, and Cancelled when it is
+    /// cancelled before it begins or given up.
     Task<> reloadLaunchAgent(OnLine onLine);
+    bool isReloading() const { return reloads_ > 0; }
+    /// Awaits the end of the reloads that run. Raises Cancelled.
+    Task<> reloaded();
+    /// Ends the reloads that run, whatever becomes of the server: for a service manager that doesn't answer.
+    void giveUpReload();
     /// Downloads a model by having it generate a single token, which proves that it loads; needs uv alone. Raises
     /// InstallError and LocalizedError.
     Task<> downloadModel(QString id, OnLine onLine);
@@ -68,6 +77,9 @@ private:
     UserService service() const;
 
     Surroundings surroundings_;
+    int reloads_ = 0; // that run
+    std::stop_source givingUp_;
+    Waiters<> whoAwaitsReloads_;
 };
 
 } // namespace vennic

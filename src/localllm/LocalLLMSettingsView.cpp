@@ -43,10 +43,9 @@ LocalLLMSettingsView::LocalLLMSettingsView(Surroundings surroundings)
 void LocalLLMSettingsView::appear() {
     shown_ = true;
     picker_.appear();
+    givingUp_.cancel(); // somebody looks at the reload again
     opening_.cancel();
     checking_.cancel();
-    if (!isBusy() && healthStatus_ == HealthStatus::checking()) // one that the last close cut off
-        setHealthStatus(HealthStatus::unknown());
     opening_ = jobs_.start(open());
 }
 
@@ -60,26 +59,33 @@ Task<> LocalLLMSettingsView::open() {
 
 void LocalLLMSettingsView::disappear() {
     shown_ = false;
-    for (Job* job : {&opening_, &checking_, &polling_, &test_, &installation_, &download_})
+    for (Job* job : {&opening_, &checking_, &polling_, &test_, &action_, &download_})
         job->cancel();
-    if (restarting_ || applying_)
-        jobs_.start(cancelInTime(reload_));
+    if (with_.installer.isReloading()) {
+        givingUp_.cancel();
+        givingUp_ = jobs_.start(giveUpReloadInTime());
+    }
     keepModel();
 }
 
-Task<> LocalLLMSettingsView::cancelInTime(Job job) {
+Task<> LocalLLMSettingsView::giveUpReloadInTime() {
     co_await with_.clock.sleep(reloadPatience);
-    job.cancel();
+    with_.installer.giveUpReload();
 }
 
 // The server
 
 void LocalLLMSettingsView::checkHealth() {
-    if (!isBusy() && healthStatus_ != HealthStatus::checking())
-        checking_ = jobs_.start(check());
+    if (isBusy()) {
+        checkIsDue_ = true;
+        return;
+    }
+    checking_.cancel(); // it may ask at an address that has changed since
+    checking_ = jobs_.start(check());
 }
 
 Task<> LocalLLMSettingsView::check() {
+    const quint64 number = ++checks_;
     auto url = localServerURL(localLLMEndpoint(), QLatin1String("/models"));
     if (!url) {
         setHealthStatus(HealthStatus::down(localized("URL invalide")));
@@ -87,9 +93,17 @@ Task<> LocalLLMSettingsView::check() {
     }
     setHealthStatus(HealthStatus::checking());
     setAvailableModels({});
-    const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, *std::move(url));
-    setHealthStatus(answer.health);
-    setAvailableModels(answer.models);
+    try {
+        const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, *std::move(url));
+        if ((co_await StopToken{}).stop_requested())
+            throw Cancelled();
+        setHealthStatus(answer.health);
+        setAvailableModels(answer.models);
+    } catch (const Cancelled&) {
+        if (number == checks_) // else another one has begun since
+            setHealthStatus(HealthStatus::unknown());
+        throw;
+    }
 }
 
 Task<> LocalLLMSettingsView::pollHealthUntilUp(std::chrono::seconds seconds) {
@@ -131,37 +145,45 @@ Task<> LocalLLMSettingsView::test() {
 
 void LocalLLMSettingsView::restartServer() {
     if (!isBusy())
-        reload_ = begin(&LocalLLMSettingsView::restarting_, reload(false), startPatience);
+        begin(&LocalLLMSettingsView::restarting_, reload(false), startPatience);
 }
 
 void LocalLLMSettingsView::applyModel() {
     if (!isBusy())
-        reload_ = begin(&LocalLLMSettingsView::applying_, reload(true), newModelPatience);
+        begin(&LocalLLMSettingsView::applying_, reload(true), newModelPatience);
 }
 
 void LocalLLMSettingsView::runInstall() {
     if (!isBusy() && downloadingId_.isEmpty())
-        installation_ = begin(&LocalLLMSettingsView::installing_, install(), startPatience);
+        begin(&LocalLLMSettingsView::installing_, install(), startPatience);
 }
 
-Job LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds patience) {
+void LocalLLMSettingsView::begin(Flag flag, Task<> action, std::chrono::seconds patience) {
     setAction(flag, true);
     setInstallError({});
     clearLog();
-    return jobs_.start(act(flag, std::move(action), patience));
+    action_ = jobs_.start(act(flag, std::move(action), patience));
 }
 
 Task<> LocalLLMSettingsView::act(Flag flag, Task<> action, std::chrono::seconds patience) {
     const bool isDone = co_await reporting(std::move(action));
-    if (isDone && shown_)
+    if (isDone && shown_) {
+        checkIsDue_ = false;                               // the polling is one
         polling_ = jobs_.start(pollAfter(flag, patience)); // apart, so that it ends with the window
-    else
-        setAction(flag, false);
+        co_return;
+    }
+    end(flag);
 }
 
 Task<> LocalLLMSettingsView::pollAfter(Flag flag, std::chrono::seconds patience) {
     co_await reporting(pollHealthUntilUp(patience));
+    end(flag);
+}
+
+void LocalLLMSettingsView::end(Flag flag) {
     setAction(flag, false);
+    if (std::exchange(checkIsDue_, false) && shown_)
+        checkHealth();
 }
 
 Task<> LocalLLMSettingsView::reload(bool refreshesDownloads) {
@@ -206,8 +228,8 @@ Task<> LocalLLMSettingsView::fetch(QString id) {
 
 Task<> LocalLLMSettingsView::fetchAndLook(QString id) {
     co_await with_.installer.downloadModel(id, [this](const QString& line) {
+        lastSaid_ = line;
         log(line);
-        setProgress(shownLine(line));
     });
     refreshDownloads();
 }
@@ -301,6 +323,7 @@ void LocalLLMSettingsView::announceLog() {
         this,
         [this] {
             logAnnounced_ = true;
+            setProgress(shownLine(lastSaid_));
             Q_EMIT installLogChanged();
         },
         Qt::QueuedConnection);
@@ -353,6 +376,7 @@ void LocalLLMSettingsView::setAction(Flag flag, bool runs) {
 void LocalLLMSettingsView::setDownloading(const QString& id) {
     downloadingId_ = id;
     Q_EMIT downloadingIdChanged();
+    lastSaid_.clear();
     setProgress({});
 }
 

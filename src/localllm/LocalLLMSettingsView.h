@@ -118,17 +118,19 @@ public:
 
     /// To be called each time that the tab comes up.
     void appear();
-    /// To be called when the window has gone. Ends what runs, but for a server that is being started anew: it would be
-    /// left stopped.
+    /// To be called when the window has gone. Ends what runs, but for a server that is being started anew, which would
+    /// be left stopped: that is given up after a while, unless the tab has come up again.
     void disappear();
 
     /// Asks the server every two seconds until it answers, for so long at most.
     Task<> pollHealthUntilUp(std::chrono::seconds seconds);
 
-    // Each is ignored while it runs.
-
-    /// Also while the server is being taken away: it is polled afterwards.
+    /// A check that runs is dropped for the new one. While the server is being taken away it waits for the end of
+    /// that.
     Q_INVOKABLE void checkHealth();
+
+    // Each of these is ignored while it runs.
+
     Q_INVOKABLE void runTest();
     Q_INVOKABLE void restartServer();
     Q_INVOKABLE void applyModel();
@@ -166,16 +168,17 @@ private:
     Task<> check();
     Task<> test();
     /// Begins one of the actions that take the server away.
-    Job begin(Flag flag, Task<> action, std::chrono::seconds patience);
+    void begin(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> act(Flag flag, Task<> action, std::chrono::seconds patience);
     Task<> pollAfter(Flag flag, std::chrono::seconds patience);
+    void end(Flag flag);
     Task<> reload(bool refreshesDownloads);
     Task<> install();
     Task<> fetch(QString id);
     Task<> fetchAndLook(QString id);
     Task<> remove(LocalLLMModel model);
     Task<> showLogs();
-    Task<> cancelInTime(Job job);
+    Task<> giveUpReloadInTime();
     /// Whether `action` came to a good end; what it raises is the error that is shown.
     Task<bool> reporting(Task<> action);
     Task<> report(Task<> action);
@@ -196,6 +199,8 @@ private:
 
     Surroundings with_;
     HealthStatus healthStatus_;
+    quint64 checks_ = 0; // that have begun
+    bool checkIsDue_ = false;
     QStringList availableModels_;
     QString testOutput_;
     QString testError_;
@@ -208,6 +213,7 @@ private:
     bool applying_ = false;
     QString installError_;
     QString downloadingId_;
+    QString lastSaid_; // by the downloading tool; told with the log
     QString downloadProgress_;
     std::optional<LocalLLMModel> pendingDelete_;
     ModelCatalogPicker picker_;
@@ -216,9 +222,9 @@ private:
     Job checking_;
     Job polling_;
     Job test_;
-    Job installation_;
-    Job reload_;
+    Job action_; // the one that runs of those that take the server away
     Job download_;
+    Job givingUp_;
     Scope jobs_;
 };
 

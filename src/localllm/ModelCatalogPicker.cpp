@@ -3,6 +3,7 @@
 #include "base/Localized.h"
 #include "localllm/LocalLLMCatalog.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -45,7 +46,7 @@ void ModelCatalogPicker::setModels(std::vector<LocalLLMModel> models) {
         return;
     models_ = std::move(models);
     Q_EMIT modelsChanged();
-    Q_EMIT detailsChanged();
+    reviseDetails();
     Q_EMIT choiceChanged();
 }
 
@@ -53,6 +54,11 @@ void ModelCatalogPicker::setDownloaded(QSet<QString> ids) {
     if (downloaded_ == ids)
         return;
     downloaded_ = std::move(ids);
+    reviseDetails();
+}
+
+void ModelCatalogPicker::reviseDetails() {
+    ++revision_;
     Q_EMIT detailsChanged();
 }
 
@@ -79,11 +85,9 @@ QVariantList ModelCatalogPicker::rows() const {
     return rows;
 }
 
-QVariantMap ModelCatalogPicker::details() const {
-    QVariantMap details;
-    for (const LocalLLMModel& model : models_)
-        details.insert(model.id, detail(model));
-    return details;
+QString ModelCatalogPicker::detailOf(const QString& id) const {
+    const auto found = std::ranges::find(models_, id, &LocalLLMModel::id);
+    return found == models_.end() ? QString() : detail(*found);
 }
 
 std::optional<LocalLLMModel> ModelCatalogPicker::known() const { return LocalLLMCatalog::model(chosen(), models_); }

@@ -17,8 +17,7 @@ namespace vennic {
 class ModelCatalogPicker final : public QObject {
     Q_OBJECT
     Q_PROPERTY(QVariantList rows READ rows NOTIFY modelsChanged)
-    Q_PROPERTY(QVariantMap details READ details NOTIFY detailsChanged)
-    Q_PROPERTY(QStringList downloadedIds READ downloadedIds NOTIFY detailsChanged)
+    Q_PROPERTY(int revision READ revision NOTIFY detailsChanged)
     Q_PROPERTY(QString label READ label NOTIFY choiceChanged)
     Q_PROPERTY(QString customLabel READ customLabel CONSTANT)
     Q_PROPERTY(QString hint READ hint NOTIFY choiceChanged)
@@ -45,9 +44,11 @@ public:
 
     /// Of each model of the catalogue: `id`, `title`, `measures` (the beginning of its detail line), `exceedsMemory`.
     QVariantList rows() const;
-    /// The detail line of each model by its identifier.
-    QVariantMap details() const;
-    QStringList downloadedIds() const { return {downloaded_.begin(), downloaded_.end()}; }
+    /// How often what the two below give has changed.
+    int revision() const { return revision_; }
+    /// The detail line of a model of the catalogue; empty for any other. Each row asks for its own.
+    Q_INVOKABLE QString detailOf(const QString& id) const;
+    Q_INVOKABLE bool isDownloaded(const QString& id) const { return downloaded_.contains(id); }
     /// What the closed picker shows.
     QString label() const;
     /// The row for an identifier of the user's own.
@@ -77,11 +78,13 @@ Q_SIGNALS:
 private:
     std::optional<LocalLLMModel> known() const;
     void setWritesCustom(bool writes);
+    void reviseDetails();
 
     AppSession& session_;
     std::optional<double> memoryGB_;
     std::vector<LocalLLMModel> models_;
     QSet<QString> downloaded_;
+    int revision_ = 0;
     bool writesCustom_ = false;
     bool wrote_ = false; // since then
 };

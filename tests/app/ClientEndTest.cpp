@@ -11,6 +11,31 @@ using namespace std::chrono_literals;
 
 namespace {
 
+/// A program of the user's service manager that writes down what it is asked for, first on the PATH.
+class SystemctlOnPath {
+public:
+    SystemctlOnPath() {
+        QFile script(folder_.filePath(QStringLiteral("systemctl")));
+        EXPECT_TRUE(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\necho \"$2\" >> '" + QFile::encodeName(asked_) + "'\n");
+        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("PATH", QFile::encodeName(folder_.path()) + ':' + before_);
+    }
+    SystemctlOnPath(const SystemctlOnPath&) = delete;
+    SystemctlOnPath& operator=(const SystemctlOnPath&) = delete;
+    ~SystemctlOnPath() { qputenv("PATH", before_); }
+
+    QByteArray asked() const {
+        QFile file(asked_);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+private:
+    QTemporaryDir folder_;
+    QString asked_ = folder_.filePath(QStringLiteral("asked"));
+    QByteArray before_ = qgetenv("PATH");
+};
+
 struct ClientEndTest : test::ClientWorld {
     int quits = 0;
     test::LoopbackServer model{{.tls = false}}; // of this machine
@@ -98,4 +123,16 @@ TEST_F(ClientEndTest, aBackendThatNeverAnswersIsGivenUpLongBeforeItsTimeOut) {
     signOut();
     end();
     EXPECT_TRUE(test::waitUntil([&] { return quits == 1; }, 10s)); // the call itself may take 15
+}
+
+TEST_F(ClientEndTest, aServerThatIsBeingStartedAnewIsStartedFirst) {
+    const SystemctlOnPath systemctl;
+    LocalLLMInstaller& installer = client().localLLMInstaller();
+    Scope jobs;
+    jobs.start(installer.reloadLaunchAgent([](const QString&) {}));
+    ASSERT_TRUE(test::waitUntil([&] { return installer.isReloading(); }));
+    end();
+    EXPECT_EQ(quits, 0);
+    ASSERT_TRUE(test::waitUntil([&] { return quits == 1; }));
+    EXPECT_EQ(systemctl.asked(), "stop\ndaemon-reload\nenable\nrestart\n");
 }

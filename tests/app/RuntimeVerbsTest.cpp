@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -35,13 +36,20 @@ struct RuntimeVerbsTest : ::testing::Test {
         QFile file(root.filePath(QLatin1String(name)));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     }
-    CommandAnswer run(const QStringList& words, bool json = false) {
+    CommandAnswer run(const QStringList& words, bool json = false,
+                      std::chrono::milliseconds reloadPatience = std::chrono::hours{1}) {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        CommandAnswer answer = runRuntimeVerb(words, json, installer);
+        CommandAnswer answer = runRuntimeVerb(words, json, installer, reloadPatience);
         output = QString::fromStdString(testing::internal::GetCapturedStdout());
         errors = QString::fromStdString(testing::internal::GetCapturedStderr());
         return answer;
+    }
+    QString stopService() const {
+        return QStringLiteral("/usr/bin/systemctl --user stop com.vennic.local-llm.service");
+    }
+    QString enableService() const {
+        return QStringLiteral("/usr/bin/systemctl --user enable --now ") + paths().serviceFile;
     }
     QString download() const {
         return paths().uv[0] + QStringLiteral(" tool run --from mlx-lm[cpu] mlx_lm.generate --model org/m --prompt hi "
@@ -124,4 +132,31 @@ TEST_F(RuntimeVerbsTest, anInterruptEndsIt) {
     const CommandAnswer answer = run(downloadModel);
     EXPECT_EQ(answer.status, ExitStatus::failed);
     EXPECT_EQ(answer.reason, QStringLiteral("Interrompu."));
+}
+
+TEST_F(RuntimeVerbsTest, anInterruptWhileTheServerIsStartedAnewLeavesItStarted) {
+    place("brew");
+    place("uv");
+    programs.scripts[stopService()] = {.effect = [] { ::raise(SIGINT); }};
+    const CommandAnswer answer = run(install);
+    EXPECT_EQ(answer.status, ExitStatus::done) << answer.reason.toStdString();
+    EXPECT_TRUE(programs.startedWords().contains(enableService()));
+    EXPECT_EQ(errors, QStringLiteral("Le serveur est d'abord relancé ; une deuxième interruption y renonce.\n"));
+}
+
+TEST_F(RuntimeVerbsTest, aServiceManagerThatHangsHoldsUpNoInterruptForLong) {
+    place("brew");
+    place("uv");
+    programs.scripts[enableService()] = {.effect = [] { ::raise(SIGINT); }, .awaited = std::make_shared<Event<>>()};
+    EXPECT_EQ(run(install, false, std::chrono::milliseconds{1}).reason, QStringLiteral("Interrompu."));
+}
+
+TEST_F(RuntimeVerbsTest, aSecondInterruptDoesNotAwaitTheServer) {
+    place("brew");
+    place("uv");
+    QTimer again; // as often as it takes for two to be told apart
+    QObject::connect(&again, &QTimer::timeout, &again, [] { ::raise(SIGINT); });
+    programs.scripts[enableService()] = {.effect = [&again] { again.start(1); },
+                                         .awaited = std::make_shared<Event<>>()};
+    EXPECT_EQ(run(install).reason, QStringLiteral("Interrompu."));
 }

@@ -392,15 +392,88 @@ TEST_F(LocalLLMInstallerTest, aCommandThatHangsIsEndedByCancellingAndNothingCome
     EXPECT_EQ(programs.started.size(), 1u);
 }
 
-TEST_F(LocalLLMInstallerTest, aCancelledBootoutIsNotPassedOverLikeAFailedOne) {
-    programs.scripts[bootout] = {.awaited = std::make_shared<Event<>>()};
+// Cancelling a reload
+
+TEST_F(LocalLLMInstallerTest, aReloadThatIsCancelledBeforeItBeginsTakesNoServerAway) {
+    Scope scope;
+    std::optional<QString> end;
+    scope.start(keep(installer.reloadLaunchAgent(onLine()), &end)).cancel();
+    EXPECT_TRUE(test::waitUntil([&] { return scope.size() == 0; }));
+    EXPECT_FALSE(end);
+    EXPECT_TRUE(programs.started.empty());
+}
+
+TEST_F(LocalLLMInstallerTest, aReloadThatHasBegunStartsTheServerAlsoWhenItIsCancelled) {
+    auto ended = std::make_shared<Event<>>();
+    programs.scripts[bootout].awaited = ended;
     Scope scope;
     std::optional<QString> end;
     Job job = scope.start(keep(installer.reloadLaunchAgent(onLine()), &end));
     ASSERT_TRUE(test::waitUntil([&] { return !programs.started.empty(); }));
+    EXPECT_TRUE(installer.isReloading());
     job.cancel();
+    ended->set();
+    ASSERT_TRUE(test::waitUntil([&] { return clock.sleeping() == 1; }));
+    clock.advance(500ms);
+    ASSERT_TRUE(test::waitUntil([&] { return end.has_value(); }));
+    EXPECT_EQ(end, QString());
+    EXPECT_EQ(programs.startedWords(), QStringList({bootout, bootstrap, kickstart}));
+    EXPECT_FALSE(installer.isReloading());
+}
+
+TEST_F(LocalLLMInstallerTest, anInstallationThatIsCancelledWithinTheHalfSecondIsFinished) {
+    placeBrew();
+    placeUv();
+    placeServer();
+    Scope scope;
+    std::optional<QString> end;
+    Job job = scope.start(keep(installer.install(model, onLine()), &end));
+    ASSERT_TRUE(test::waitUntil([&] { return clock.sleeping() == 1; }));
+    job.cancel();
+    QCoreApplication::processEvents();
+    clock.advance(500ms);
+    ASSERT_TRUE(test::waitUntil([&] { return end.has_value(); }));
+    EXPECT_EQ(programs.startedWords(), QStringList({bootout, bootstrap, kickstart}));
+    EXPECT_EQ(log.last(), lastLines.last());
+}
+
+TEST_F(LocalLLMInstallerTest, aReloadThatHangsCanBeGivenUpAndTheNextOneRuns) {
+    programs.scripts[bootstrap].awaited = std::make_shared<Event<>>();
+    Scope scope;
+    std::optional<QString> end;
+    scope.start(keep(installer.reloadLaunchAgent(onLine()), &end));
+    ASSERT_TRUE(test::waitUntil([&] { return clock.sleeping() == 1; }));
+    clock.advance(500ms);
+    ASSERT_TRUE(test::waitUntil([&] { return programs.started.size() == 2; }));
+    installer.giveUpReload();
     EXPECT_TRUE(test::waitUntil([&] { return scope.size() == 0; }));
-    EXPECT_EQ(programs.startedWords(), QStringList{bootout});
+    EXPECT_FALSE(end);
+    EXPECT_FALSE(installer.isReloading());
+    EXPECT_EQ(programs.startedWords(), QStringList({bootout, bootstrap}));
+
+    programs.scripts.clear();
+    EXPECT_EQ(outcome(installer.reloadLaunchAgent(onLine())), QString());
+}
+
+TEST_F(LocalLLMInstallerTest, whoAwaitsAReloadHearsOfItsEnd) {
+    const auto await = [](Task<> task, bool* over) -> Task<> {
+        co_await task;
+        *over = true;
+    };
+    Scope scope;
+    bool isOver = false;
+    scope.start(await(installer.reloaded(), &isOver));
+    EXPECT_TRUE(test::waitUntil([&] { return isOver; })) << "none runs";
+    isOver = false;
+    std::optional<QString> end;
+    scope.start(keep(installer.reloadLaunchAgent(onLine()), &end));
+    scope.start(await(installer.reloaded(), &isOver));
+    ASSERT_TRUE(test::waitUntil([&] { return clock.sleeping() == 1; }));
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(isOver);
+    clock.advance(500ms);
+    EXPECT_TRUE(test::waitUntil([&] { return isOver; }));
+    EXPECT_TRUE(programs.startedWords().contains(bootstrap));
 }
 
 TEST_F(LocalLLMInstallerTest, onLinuxTheSameLinesAreToldAndTheBackendOfThePlatformIsAskedFor) {

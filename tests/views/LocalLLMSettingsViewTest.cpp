@@ -103,9 +103,44 @@ TEST_F(LocalLLMSettingsViewTest, aCheckForgetsTheModelsAndListsThemAnew) {
     view().checkHealth();
     rest();
     EXPECT_EQ(transport.waiting(), 1u) << "one check at a time";
+    EXPECT_EQ(view().healthStatus(), HealthStatus::checking());
     transport.release();
     until([this] { return view().healthStatus() == HealthStatus::ok(); });
     EXPECT_EQ(view().availableModels(), QStringList{QStringLiteral("c")});
+}
+
+TEST_F(LocalLLMSettingsViewTest, aCheckIsAskedAnewWhereTheServerIsNow) {
+    shown();
+    transport.hold();
+    view().checkHealth();
+    until([this] { return transport.waiting() == 1; });
+    transport.responder = [](const HttpRequest& request) {
+        return HttpResponse{request.url.host() == QStringLiteral("ailleurs") ? 200 : 503, {}, "{}"};
+    };
+    view().setLocalLLMEndpoint(QStringLiteral("http://ailleurs/v1"));
+    view().checkHealth();
+    until([this] { return transport.cancelled == 1 && transport.waiting() == 1; });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::checking());
+    transport.release();
+    until([this] { return view().healthStatus() == HealthStatus::ok(); });
+    rest();
+    EXPECT_EQ(view().healthStatus(), HealthStatus::ok());
+    EXPECT_EQ(transport.requests.back().url.toString(), QStringLiteral("http://ailleurs/v1/models"));
+}
+
+TEST_F(LocalLLMSettingsViewTest, anAnswerThatCameTogetherWithAnotherQuestionIsNotShown) {
+    shown();
+    std::vector<HealthStatus> told;
+    QObject::connect(&view(), &LocalLLMSettingsView::healthStatusChanged,
+                     [&] { told.push_back(view().healthStatus()); });
+    transport.hold();
+    view().checkHealth();
+    until([this] { return transport.waiting() == 1; });
+    transport.release();
+    status = 503;
+    view().checkHealth();
+    until([this] { return view().health() == LocalLLMSettingsView::Health::down; });
+    EXPECT_EQ(std::ranges::count(told, HealthStatus::ok()), 0);
 }
 
 TEST_F(LocalLLMSettingsViewTest, aServerThatAnswers503IsDown) {

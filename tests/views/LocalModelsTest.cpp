@@ -38,6 +38,28 @@ TEST_F(LocalModelsTest, aDownloadShowsItsProgressAsTheToolPrintsIt) {
     EXPECT_EQ(world.programs.started.size(), 1u);
 }
 
+TEST_F(LocalModelsTest, aFloodOfProgressIsToldOnce) {
+    world.haveTools();
+    shown();
+    QByteArray flood;
+    for (int i = 0; flood.size() < 64 << 10; ++i)
+        flood += QByteArray::number(i) + '\n';
+    hangs(world.generate(test::smallModel));
+    world.programs.scripts[world.generate(test::smallModel)].pieces = {flood, "\rFetching:  40%|####"};
+    int told = 0;
+    QObject::connect(&view(), &LocalLLMSettingsView::downloadProgressChanged, [&] { ++told; });
+    QObject::connect(&view(), &LocalLLMSettingsView::installLogChanged, [&] { ++told; });
+    view().download(test::smallModel);
+    until([this] { return view().downloadPercentage() == 40; });
+    rest();
+    EXPECT_EQ(told, 2) << "one of each";
+    EXPECT_EQ(view().installLog().size(), 200);
+    never->set();
+    until([this] { return view().downloadingId().isEmpty(); });
+    rest();
+    EXPECT_EQ(view().downloadProgress(), QString()) << "what was said last comes after nothing";
+}
+
 TEST_F(LocalModelsTest, aDownloadThatFailsIsToldAndCountsForNothing) {
     world.haveTools();
     shown();

@@ -84,7 +84,8 @@ TEST_F(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
     test::LocalRuntimeWorld::makeFile(QFileInfo(world.paths.serviceFile).path()); // a file where its folder should be
     view().applyModel();
     until([this] { return !view().isApplying(); });
-    EXPECT_TRUE(view().installError().endsWith(QStringLiteral("ne peut pas être créé.")));
+    EXPECT_EQ(view().installError(), QStringLiteral("Le dossier %1 ne peut pas être créé : ce n'est pas un dossier")
+                                         .arg(QFileInfo(world.paths.serviceFile).path()));
     EXPECT_TRUE(world.programs.started.empty());
 }
 
@@ -159,6 +160,59 @@ TEST_F(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands)
     EXPECT_EQ(checks(), 0u);
 }
 
+TEST_F(LocalRuntimeActionsTest, aCheckThatAnotherLookAtTheTabCutOffIsNotShownAsRunning) {
+    world.haveTools();
+    shown();
+    transport.hold();
+    view().checkHealth();
+    until([this] { return transport.waiting() == 1; });
+    hangs(world.installServer());
+    world.programs.scripts[world.installServer()].status = 3;
+    view().runInstall();
+    until([this] { return !world.programs.started.empty(); });
+    view().appear(); // as after a look at another tab
+    until([this] { return transport.cancelled == 1; });
+    rest();
+    EXPECT_EQ(view().healthStatus(), HealthStatus::unknown());
+    transport.release();
+    never->set();
+    until([this] { return !view().isInstalling(); });
+    until([this] { return view().healthStatus() == HealthStatus::ok(); });
+    transport.requests.clear();
+    view().checkHealth();
+    until([this] { return checks() == 1; });
+}
+
+TEST_F(LocalRuntimeActionsTest, aCheckThatWasAskedForDuringAnActionIsMadeWhenThatFails) {
+    world.haveTools();
+    shown();
+    hangs(world.installServer());
+    world.programs.scripts[world.installServer()].status = 3;
+    view().runInstall();
+    until([this] { return !world.programs.started.empty(); });
+    view().setLocalLLMEndpoint(QStringLiteral("http://ailleurs/v1"));
+    view().checkHealth();
+    rest();
+    EXPECT_EQ(checks(), 0u);
+    never->set();
+    until([this] { return checks() == 1; });
+    EXPECT_EQ(transport.requests.back().url.toString(), QStringLiteral("http://ailleurs/v1/models"));
+    EXPECT_EQ(view().installError(), QStringLiteral("Échec (3) : ") + world.installServer());
+}
+
+TEST_F(LocalRuntimeActionsTest, pollingThatTheWindowCutsOffIsNotShownAsRunning) {
+    world.haveEverything();
+    shown();
+    transport.hold();
+    view().restartServer();
+    passReload();
+    until([this] { return transport.waiting() == 1; });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::checking());
+    view().disappear();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_EQ(view().healthStatus(), HealthStatus::unknown());
+}
+
 TEST_F(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
     view().runInstall();
     until([this] { return !view().isInstalling(); });
@@ -201,7 +255,7 @@ TEST_F(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
     view().disappear();
     until([this] { return !view().isRestarting(); });
     rest();
-    EXPECT_EQ(clock.sleeping(), 1u) << "what would end a reload that hangs";
+    EXPECT_EQ(clock.sleeping(), 0u);
 }
 
 TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWindowGoes) {
@@ -214,6 +268,50 @@ TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWin
     until([this] { return !view().isRestarting(); });
     EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
     EXPECT_EQ(checks(), 0u) << "nobody looks";
+}
+
+TEST_F(LocalRuntimeActionsTest, anInstallationStartsTheServerAlsoWhenTheWindowGoes) {
+    world.haveEverything();
+    shown();
+    view().runInstall();
+    until([this] { return clock.sleeping() == 1; });
+    view().disappear();
+    EXPECT_TRUE(view().isInstalling());
+    passReload();
+    until([this] { return !view().isInstalling(); });
+    EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
+    EXPECT_EQ(view().installLog().last(),
+              QStringLiteral("✓ Installation terminée. Le serveur démarre en arrière-plan."));
+    EXPECT_EQ(checks(), 0u) << "nobody looks";
+}
+
+TEST_F(LocalRuntimeActionsTest, whatWasAskedForJustBeforeTheWindowWentTakesNoServerAway) {
+    world.haveEverything();
+    shown();
+    view().restartServer();
+    view().disappear();
+    until([this] { return !view().isRestarting(); });
+    EXPECT_TRUE(world.programs.started.empty());
+}
+
+TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsNotGivenUpWhileSomebodyLooksAtIt) {
+    world.haveEverything();
+    shown();
+    hangs(world.bootstrap());
+    view().restartServer();
+    passReload();
+    view().disappear();
+    rest();
+    view().appear();
+    rest();
+    clock.advance(100s);
+    rest();
+    EXPECT_TRUE(view().isRestarting());
+    EXPECT_TRUE(world.installer->isReloading());
+    never->set();
+    until([this] { return !view().isBusy(); });
+    EXPECT_EQ(view().installLog().last(), QStringLiteral("✓ Modèle appliqué."));
+    EXPECT_EQ(checks(), 1u) << "and its server is polled";
 }
 
 TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowHasGone) {

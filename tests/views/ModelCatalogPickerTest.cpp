@@ -18,7 +18,7 @@ struct ModelCatalogPickerTest : test::SessionFixture {
             own = std::make_unique<ModelCatalogPicker>(session(), memory);
         return *own;
     }
-    QString detail(const char* id) { return picker().details().value(QLatin1String(id)).toString(); }
+    QString detail(const char* id) { return picker().detailOf(QLatin1String(id)); }
     QStringList warned() {
         QStringList titles;
         for (const QVariant& row : picker().rows())
@@ -53,6 +53,18 @@ TEST_F(ModelCatalogPickerTest, theDetailLineTellsWhatIsDownloadedAndWhatExceedsT
               QStringLiteral("8.3 GB · 13 tok/s · 10 GB RAM · téléchargé"));
     EXPECT_EQ(detail("mlx-community/Qwen3.6-35B-A3B-OptiQ-4bit"),
               QStringLiteral("21.1 GB · 12 tok/s · 24 GB RAM · ⚠︎ dépasse la RAM"));
+}
+
+TEST_F(ModelCatalogPickerTest, rowsAreToldWhenToAskForTheirDetailAnew) {
+    std::vector<int> revisions{picker().revision()};
+    QObject::connect(&picker(), &ModelCatalogPicker::detailsChanged, [&] { revisions.push_back(picker().revision()); });
+    picker().setDownloaded({coder});
+    picker().setDownloaded({coder});
+    EXPECT_TRUE(picker().isDownloaded(coder));
+    EXPECT_FALSE(picker().isDownloaded(QStringLiteral("moi/mien")));
+    picker().setModels({});
+    EXPECT_EQ(revisions, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(picker().detailOf(coder), QString());
 }
 
 TEST_F(ModelCatalogPickerTest, sixteenGigabytesWarnOfWhatTakesMoreThanTwelve) {
@@ -134,7 +146,7 @@ TEST_F(ModelCatalogPickerTest, sizesWithoutMeasureAreStillWritten) {
     huge.sizeGB = 1.7e308;
     huge.ramGB = -1.7e308;
     picker().setModels({huge});
-    EXPECT_LT(picker().details().first().toString().size(), 800);
+    EXPECT_LT(picker().detailOf({}).size(), 800);
 }
 
 } // namespace

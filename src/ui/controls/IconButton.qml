@@ -34,5 +34,5 @@ T.AbstractButton {
         color: root.down ? Theme.pressed : root.hovered && root.enabled ? Theme.hovered : root.ground
     }
     FocusRing { of: root }
-    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }
+    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus; pressed: root.down }
 }

@@ -6,12 +6,14 @@ Item {
     id: root
     required property QtObject tab
     required property var model
-    readonly property bool isDownloaded: tab.picker.downloadedIds.includes(model.id)
+    // Asked for anew with each revision.
+    readonly property bool isDownloaded: tab.picker.revision >= 0 && tab.picker.isDownloaded(model.id)
+    readonly property string detail: tab.picker.revision >= 0 ? tab.picker.detailOf(model.id) : ""
     readonly property bool isDownloading: tab.downloadingId === model.id
 
     implicitHeight: 40 + (isDownloading ? progress.height + 6 : 0)
     Accessible.role: Accessible.ListItem
-    Accessible.name: model.title + ", " + tab.picker.details[model.id]
+    Accessible.name: model.title + ", " + detail
     // The one of the two buttons that had the keyboard goes; the other one takes its place.
     onIsDownloadedChanged: Qt.callLater(passOn)
 

@@ -64,7 +64,7 @@ T.AbstractButton {
         MenuItem {
             required property var model
             text: model.title
-            subtitle: root.picker.details[model.id]
+            subtitle: root.picker.revision >= 0 ? root.picker.detailOf(model.id) : "" // anew with each revision
             marked: !root.picker.isWritingCustom && root.picker.chosen === model.id
             markable: true
             onTriggered: root.picker.choose(model.id)
