@@ -90,6 +90,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         readUnit(service, ServiceManagerSystemd(QStringLiteral("/systemctl")).definition(service));
     } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): it was refused
     }
+    // Behind a program of a plain name there is nothing that a unit can't say.
+    UserService plain = service;
+    plain.arguments[0] = QStringLiteral("/server");
+    plain.logFile = QStringLiteral("/log");
+    readUnit(plain, ServiceManagerSystemd(QStringLiteral("/systemctl")).definition(plain));
     try {
         readPropertyList(service, ServiceManagerLaunchd(1).definition(service));
     } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): it was refused

@@ -1,6 +1,8 @@
 #include "linux/ServiceManagerSystemd.h"
 
+#include "base/Localized.h"
 #include "base/LocalizedError.h"
+#include "base/ShownText.h"
 
 #include <QStandardPaths>
 
@@ -12,17 +14,22 @@ namespace {
 
 bool isControl(QChar c) { return c.category() == QChar::Other_Control; }
 
+LocalizedError refusal(const char* sentence, const QString& path = {}) {
+    return LocalizedError(localized(sentence).replace(QStringLiteral("%1"), drawableLine(path)));
+}
+
 /// `path`, unless it is one that systemd refuses for a program however it is written ("Executable name contains special
 /// characters"), or that ends before its end where it stands unquoted.
 QString tellable(const QString& path) {
     const auto isRefused = [](QChar c) { return c == u'"' || c == u'\'' || c == u'\\' || isControl(c); };
-    if (path.isEmpty() || path.back().isSpace() || std::ranges::any_of(path, isRefused)) {
-        QString shown = path;
-        std::ranges::replace_if(shown, isControl, QChar(QChar::ReplacementCharacter));
-        throw LocalizedError(QStringLiteral("Le chemin « %1 » contient un guillemet, une apostrophe, une barre oblique "
-                                            "inversée ou un caractère de contrôle : systemd ne l'accepte pas.")
-                                 .arg(shown));
-    }
+    if (path.isEmpty())
+        throw refusal("Le chemin du serveur ou de son journal est vide : systemd ne l'accepte pas.");
+    if (std::ranges::any_of(path, isRefused))
+        throw refusal("Le chemin « %1 » contient un guillemet, une apostrophe, une barre oblique inversée ou un "
+                      "caractère de contrôle : systemd ne l'accepte pas.",
+                      path);
+    if (path.back().isSpace())
+        throw refusal("Le chemin « %1 » finit par un espace : systemd ne le lirait pas en entier.", path);
     return path;
 }
 
@@ -35,10 +42,12 @@ QString quoted(const QString& word) {
     for (const QChar c : withoutSpecifiers(word)) {
         if (c == u'"' || c == u'\\')
             text += u'\\';
-        if (isControl(c))
-            text += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
-        else
+        if (!isControl(c)) {
             text += c;
+            continue;
+        }
+        for (const char byte : QString(c).toUtf8()) // the escape names a byte
+            text += QStringLiteral("\\x") + QString::fromLatin1(QByteArray(1, byte).toHex());
     }
     return u'"' + text + u'"';
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Localized.h"
 #include "base/LocalizedError.h"
 
 namespace vennic {
@@ -10,12 +11,12 @@ public:
 
     /// `command` is the program's path and its arguments, joined by blanks; `code` its exit status.
     static InstallError commandFailed(const QString& command, qint64 code) {
-        return {Case::commandFailed, QStringLiteral("Échec (%1) : ").arg(code) + command};
+        return {Case::commandFailed, localized("Échec (%1) : ").arg(code) + command};
     }
     /// `site` is the address of the package manager's site.
     static InstallError brewMissing(const QString& site) {
         return {Case::brewMissing,
-                QStringLiteral("Homebrew est requis. Installe-le depuis ") + site + QStringLiteral(" puis relance.")};
+                localized("Homebrew est requis. Installe-le depuis ") + site + localized(" puis relance.")};
     }
 
     Case kind() const noexcept { return kind_; }

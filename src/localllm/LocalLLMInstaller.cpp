@@ -1,13 +1,16 @@
 #include "localllm/LocalLLMInstaller.h"
 
 #include "base/HearInstead.h"
+#include "base/Localized.h"
 #include "base/WholeFile.h"
 #include "localllm/OutputLines.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace vennic {
 
@@ -17,9 +20,20 @@ using namespace std::chrono_literals;
 
 const QLatin1String label("com.vennic.local-llm");
 constexpr auto untilTheLabelIsFree = 500ms;
+constexpr qint64 longestLog = qint64{8} * 1024 * 1024;
 
 QString words(const ProgramCommand& command) {
     return (QStringList{command.executable} + command.arguments).join(u' ');
+}
+
+/// A log that the server has appended to for long makes room for a new one, and takes the place of the one before. A
+/// server that still writes follows its file. Nothing depends on it.
+void turnOver(const QString& log) {
+    if (QFileInfo(log).size() <= longestLog)
+        return;
+    const std::string path = QFile::encodeName(log).toStdString();
+    std::error_code ignored;
+    std::filesystem::rename(path, path + ".1", ignored);
 }
 
 } // namespace
@@ -56,29 +70,29 @@ Task<> LocalLLMInstaller::install(QString model, OnLine onLine) {
     if (!brew)
         throw InstallError::brewMissing(surroundings_.packageManagerSite);
     if (isInstalled(QLatin1String("uv"))) {
-        onLine(QStringLiteral("✓ uv déjà présent"));
+        onLine(localized("✓ uv déjà présent"));
     } else {
-        onLine(QStringLiteral("▶︎ brew install uv"));
+        onLine(localized("▶︎ brew install uv"));
         const ProgramCommand installUv{*brew, {QStringLiteral("install"), QStringLiteral("uv")}};
         co_await run(installUv, onLine);
     }
     // Where it isn't after all, starting it says so.
     const QString uv = firstExisting(paths.uv).value_or(paths.uv.value(0));
     if (isInstalled(QLatin1String("mlx"))) {
-        onLine(QStringLiteral("✓ mlx-lm déjà installé"));
+        onLine(localized("✓ mlx-lm déjà installé"));
     } else {
-        onLine(QStringLiteral("▶︎ uv tool install --python 3.11 mlx-lm"));
+        onLine(localized("▶︎ uv tool install --python 3.11 mlx-lm"));
         const ProgramCommand installServer{uv,
                                            {QStringLiteral("tool"), QStringLiteral("install"),
                                             QStringLiteral("--python"), QStringLiteral("3.11"), paths.package},
                                            paths.toolVariables};
         co_await run(installServer, onLine);
     }
-    onLine(QStringLiteral("▶︎ écriture du LaunchAgent"));
+    onLine(localized("▶︎ écriture du LaunchAgent"));
     writeLaunchAgent(model);
-    onLine(QStringLiteral("▶︎ (re)chargement du LaunchAgent"));
+    onLine(localized("▶︎ (re)chargement du LaunchAgent"));
     co_await reloadLaunchAgent(onLine);
-    onLine(QStringLiteral("✓ Installation terminée. Le serveur démarre en arrière-plan."));
+    onLine(localized("✓ Installation terminée. Le serveur démarre en arrière-plan."));
 }
 
 void LocalLLMInstaller::writeLaunchAgent(const QString&) const {
@@ -101,6 +115,7 @@ Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {
     const UserService agent = service();
     co_await runWhateverComesOfIt(services.unload(agent), onLine); // it may not be loaded
     co_await surroundings_.clock.sleep(untilTheLabelIsFree);
+    turnOver(agent.logFile);
     for (const ProgramCommand& command : services.load(agent))
         co_await run(command, onLine);
     co_await runWhateverComesOfIt(services.restart(agent), onLine);
@@ -120,7 +135,7 @@ Task<> LocalLLMInstaller::downloadModel(QString id, OnLine onLine) {
     const auto uv = firstExisting(paths.uv);
     if (!uv)
         throw InstallError::brewMissing(surroundings_.packageManagerSite);
-    onLine(QStringLiteral("▶︎ Téléchargement du modèle ") + id);
+    onLine(localized("▶︎ Téléchargement du modèle ") + id);
     const ProgramCommand generate{*uv,
                                   {QStringLiteral("tool"), QStringLiteral("run"), QStringLiteral("--from"),
                                    paths.package, QStringLiteral("mlx_lm.generate"), QStringLiteral("--model"), id,
@@ -128,7 +143,7 @@ Task<> LocalLLMInstaller::downloadModel(QString id, OnLine onLine) {
                                    QStringLiteral("1")},
                                   paths.toolVariables};
     co_await run(generate, onLine);
-    onLine(QStringLiteral("✓ Modèle ") + id + QStringLiteral(" téléchargé."));
+    onLine(localized("✓ Modèle ") + id + localized(" téléchargé."));
 }
 
 Task<> LocalLLMInstaller::run(ProgramCommand command, OnLine onLine) {

@@ -57,7 +57,8 @@ public:
     Task<> install(QString model, OnLine onLine);
     /// Writes the service's file, over an earlier one. Raises LocalizedError.
     void writeLaunchAgent(const QString& model) const;
-    /// Has the service manager read the file and start the server anew. Once it has begun, cancelling its job is not
+    /// Has the service manager read the file and start the server anew, with a new log when the old one, which is then
+    /// beside it under a name that ends in ".1", is longer than 8 MiB. Once it has begun, cancelling its job is not
     /// heeded: the server would be left stopped. Raises InstallError and LocalizedError, and Cancelled when it is
     /// cancelled before it begins or given up.
     Task<> reloadLaunchAgent(OnLine onLine);

@@ -106,22 +106,36 @@ TEST(ServiceManagerSystemd, refusesByNameThePathsThatSystemdRefuses) {
                                  "apostrophe, une barre oblique inversée ou un caractère de contrôle : systemd ne "
                                  "l'accepte pas."));
     }
+}
+
+TEST(ServiceManagerSystemd, saysWhyAPathOfTheLogIsRefused) {
     UserService service = serviceOf(QStringLiteral("/home/ada"));
-    service.logFile = QStringLiteral("/home/ada/journal "); // the blank would be lost
-    EXPECT_THROW(manager.definition(service), LocalizedError);
-    service.logFile = QStringLiteral("/home/ada/a\nRestart=no");
-    EXPECT_THROW(manager.definition(service), LocalizedError);
-    service.logFile.clear();
-    EXPECT_THROW(manager.definition(service), LocalizedError);
+    const auto refusal = [&service](const char* log) {
+        service.logFile = QString::fromUtf8(log);
+        try {
+            manager.definition(service);
+        } catch (const LocalizedError& error) {
+            return error.errorDescription();
+        }
+        return QStringLiteral("none");
+    };
+    EXPECT_EQ(
+        refusal("/home/ada/100%1 "),
+        QStringLiteral("Le chemin « /home/ada/100%1  » finit par un espace : systemd ne le lirait pas en entier."));
+    EXPECT_EQ(refusal(""),
+              QStringLiteral("Le chemin du serveur ou de son journal est vide : systemd ne l'accepte pas."));
+    EXPECT_EQ(refusal("/home/ada/a\nRestart=no"),
+              QStringLiteral("Le chemin « /home/ada/a\uFFFDRestart=no » contient un guillemet, une apostrophe, une "
+                             "barre oblique inversée ou un caractère de contrôle : systemd ne l'accepte pas."));
 }
 
 TEST(ServiceManagerSystemd, quotesWhatIsNoPath) {
     UserService service = serviceOf(QStringLiteral("/home/ada"));
     service.arguments = {QStringLiteral("/bin/x"), QStringLiteral("a\"b\\c'd"), QStringLiteral("e\nf"),
-                         QStringLiteral("100 %"), QString()};
+                         QStringLiteral("100 %\u0085"), QString()};
     service.environment = {{QStringLiteral("A"), QStringLiteral("x\ny \"z\"")}};
     const QByteArray unit = manager.definition(service);
-    EXPECT_EQ(valueOf(unit, "ExecStart="), R"(:"/bin/x" "a\"b\\c'd" "e\x0af" "100 %%" "")");
+    EXPECT_EQ(valueOf(unit, "ExecStart="), R"(:"/bin/x" "a\"b\\c'd" "e\x0af" "100 %%\xc2\x85" "")");
     EXPECT_EQ(valueOf(unit, "Environment="), R"("A=x\x0ay \"z\"")");
 }
 

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTranslator>
 
 #include <gtest/gtest.h>
 
@@ -291,6 +292,36 @@ TEST_F(LocalLLMInstallerTest, whatComesOfBootoutAndKickstartIsPassedOver) {
     EXPECT_EQ(programs.startedWords().mid(3), QStringList({bootout, bootstrap, kickstart}));
 }
 
+TEST_F(LocalLLMInstallerTest, aLogThatHasGrownLongIsTurnedOverWhileNoServerRuns) {
+    const QString path = paths().logFile;
+    const QString before = path + QStringLiteral(".1");
+    const auto reload = [this] { return outcome(installer.reloadLaunchAgent(onLine())); };
+    place(path, "court\n");
+    EXPECT_EQ(reload(), QString());
+    EXPECT_EQ(contentOf(path), "court\n");
+
+    place(before, "ancien\n");
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024));
+    EXPECT_EQ(reload(), QString());
+    EXPECT_EQ(contentOf(before), "ancien\n");
+
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
+    programs.scripts[bootout] = {.effect = [&] { EXPECT_TRUE(QFile::exists(path)); }};
+    programs.scripts[bootstrap] = {.effect = [&] { EXPECT_FALSE(QFile::exists(path)); }};
+    EXPECT_EQ(reload(), QString());
+    EXPECT_FALSE(QFile::exists(path));
+    EXPECT_TRUE(contentOf(before).startsWith("court\n"));
+
+    // A log that can't be moved keeps nothing from starting.
+    programs.scripts[bootstrap] = {};
+    ASSERT_TRUE(QFile::remove(before));
+    ASSERT_TRUE(QDir().mkpath(before));
+    place(path);
+    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
+    EXPECT_EQ(reload(), QString());
+    EXPECT_TRUE(QFile::exists(path));
+}
+
 TEST_F(LocalLLMInstallerTest, theLabelHasHalfASecondToBeFree) {
     Scope scope;
     std::optional<QString> end;
@@ -460,6 +491,33 @@ TEST_F(LocalLLMInstallerTest, onLinuxTheSameLinesAreToldAndTheBackendOfThePlatfo
     EXPECT_EQ(outcome(onLinux.downloadModel(model, onLine())), QString());
     EXPECT_EQ(programs.started.back().arguments.value(3), QStringLiteral("mlx-lm[cpu]"));
     EXPECT_EQ(programs.started.back().variables, linux.toolVariables);
+}
+
+/// A language in which each text is itself between quotation marks.
+class Quoting final : public QTranslator {
+public:
+    Quoting() { QCoreApplication::installTranslator(this); }
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* text, const char*, int) const override {
+        return QLatin1String(context) == QLatin1String("vennic") ? u'«' + QString::fromUtf8(text) + u'»' : QString();
+    }
+};
+
+TEST_F(LocalLLMInstallerTest, itsOwnWordsAreInTheUsersLanguage) {
+    const Quoting language;
+    EXPECT_EQ(install(),
+              QStringLiteral("«Homebrew est requis. Installe-le depuis »") + site + QStringLiteral("« puis relance.»"));
+    placeBrew();
+    programs.scripts[installUv()] = {.pieces = {"==> Pouring uv\n"}, .effect = [this] { placeUv(); }};
+    programs.scripts[installMlx()] = {.status = 3};
+    EXPECT_EQ(install(), QStringLiteral("«Échec (3) : »") + installMlx());
+    programs.scripts[installMlx()] = {.effect = [this] { placeServer(); }};
+    EXPECT_EQ(install(), QString());
+    EXPECT_EQ(install(), QString());
+    EXPECT_EQ(outcome(installer.downloadModel(model, onLine())), QString());
+    for (const QString& line : log)
+        EXPECT_TRUE(line.startsWith(u'«') || line == QStringLiteral("==> Pouring uv")) << line.toStdString();
+    EXPECT_EQ(log.last(), QStringLiteral("«✓ Modèle »") + model + QStringLiteral("« téléchargé.»"));
 }
 
 } // namespace

@@ -89,9 +89,6 @@ TEST_F(LocalLlmTabTest, everyWordOfTheTabStandsAsItIsMeant) {
     EXPECT_EQ(find("endpoint")->property("placeholderText").toString(), QStringLiteral("http://localhost:8080/v1"));
     EXPECT_EQ(find("customModel")->property("placeholderText").toString(), QStringLiteral("org/model-MLX-4bit"));
     EXPECT_EQ(find("delete")->property("help").toString(), QStringLiteral("Supprimer les poids du cache"));
-    const QQuickItem* const site = find("packageManagerSite");
-    EXPECT_EQ(site->property("before").toString() + QStringLiteral("…") + site->property("after").toString(),
-              QStringLiteral("Prérequis : Homebrew (…). Le reste (uv, mlx-lm, LaunchAgent) est géré par ce bouton."));
 }
 
 TEST_F(LocalLlmTabTest, theKeyboardReachesEverything) {

@@ -1,9 +1,12 @@
 #include "screen/SettingsStates.h"
 
 #include <QAccessible>
+#include <QTextDocumentFragment>
 
 namespace vennic::test {
 namespace {
+
+constexpr int styledText = 4; // Text.StyledText of Qt Quick
 
 /// What the settings say, to whoever looks and to whoever has them read aloud.
 struct SettingsWordsTest : SettingsStates {
@@ -67,11 +70,14 @@ struct SettingsWordsTest : SettingsStates {
 private:
     /// Without the care that the screen takes of the spaces before some marks.
     static QString plain(QString text) { return text.replace(u'\u202F', u' ').replace(u'\u00A0', u' '); }
+    static bool isMarkup(const QQuickItem& text) { return text.property("textFormat").toInt() == styledText; }
     static void addSeen(QQuickItem* at, QStringList& texts) {
         if (!at->isVisible() || at->width() * at->height() == 0)
             return;
-        if (at->inherits("QQuickText"))
-            texts.append(plain(at->property("text").toString()));
+        if (at->inherits("QQuickText")) {
+            const QString text = at->property("text").toString();
+            texts.append(plain(isMarkup(*at) ? QTextDocumentFragment::fromHtml(text).toPlainText() : text));
+        }
         for (QQuickItem* const child : at->childItems())
             addSeen(child, texts);
     }
@@ -132,6 +138,7 @@ TEST_F(SettingsWordsTest, theFirstTabBeforePairing) {
               {"Code à 8 caractères", "Appairer", "X-User-Token", "Enregistrer", "Effacer",
                "Si tu préfères : colle un X-User-Token déjà émis par le backend.", "Mode haute sécurité",
                "Exige Touch ID / Apple Watch / mot de passe Mac à chaque lecture du jeton depuis le Trousseau."});
+    expectAll(seen(), {pairingNote});
     expectAll(said(), {pairingNote});
     expectNone(seen(), {"Se déconnecter", otherAccount, "Réactiver", "Confirmation avant de quitter désactivée."});
     EXPECT_EQ(roleOf(named("Code à 8 caractères")), QAccessible::EditableText);
@@ -182,6 +189,14 @@ TEST_F(SettingsWordsTest, theBridgeTabAtWork) {
     EXPECT_EQ(named("Retirer Documents")->property("symbol").toString(), QStringLiteral("minus.circle.fill"));
     EXPECT_EQ(roleOf(named("Retirer Documents")), QAccessible::Button);
     everythingReachedIsNamed();
+}
+
+TEST_F(SettingsWordsTest, theTabOfTheLocalModelNamesThePackageManagersSite) {
+    open("localLlm");
+    for (const QStringList& lines : {seen(), said()})
+        expectAll(lines,
+                  {"Prérequis : Homebrew (https://paquets.test). Le reste (uv, mlx-lm, LaunchAgent) est géré par "
+                   "ce bouton."});
 }
 
 TEST_F(SettingsWordsTest, theDotOfTheBridgeHasTheColourOfItsState) {

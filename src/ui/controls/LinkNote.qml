@@ -23,7 +23,7 @@ Item {
     Text {
         id: words
         width: parent.width
-        text: Theme.escaped(FrenchSpacing.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
+        text: Theme.escaped(FrenchSpacing.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address) + "</a>"
               + Theme.escaped(FrenchSpacing.typeset(root.after))
         textFormat: Text.StyledText
         linkColor: Theme.accent
