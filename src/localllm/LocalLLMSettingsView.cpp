@@ -214,7 +214,8 @@ QVariantList LocalLLMSettingsView::components() const {
 }
 
 void LocalLLMSettingsView::download(const QString& id) {
-    if (!downloadingId_.isEmpty() || installing_ || !LocalLLMCatalog::model(id, catalogModels()))
+    if (!downloadingId_.isEmpty() || installing_ || deletingIds_.contains(id) ||
+        !LocalLLMCatalog::model(id, catalogModels()))
         return;
     setDownloading(id);
     setInstallError({});
@@ -244,7 +245,7 @@ QString LocalLLMSettingsView::deleteMessage() {
 }
 
 void LocalLLMSettingsView::askToDelete(const QString& id) {
-    if (id != downloadingId_)
+    if (id != downloadingId_ && !deletingIds_.contains(id))
         setPendingDelete(LocalLLMCatalog::model(id, catalogModels()));
 }
 
@@ -255,14 +256,24 @@ void LocalLLMSettingsView::deleteModel() {
         return;
     const LocalLLMModel model = *pendingDelete_;
     setPendingDelete(std::nullopt);
+    if (model.id == downloadingId_) // begun since the question
+        return;
     setInstallError({});
+    deletingIds_.append(model.id);
+    Q_EMIT deletingIdsChanged();
     jobs_.start(remove(model));
 }
 
 Task<> LocalLLMSettingsView::remove(LocalLLMModel model) {
+    co_await removeAndTell(model);
+    deletingIds_.removeOne(model.id);
+    Q_EMIT deletingIdsChanged();
+}
+
+Task<> LocalLLMSettingsView::removeAndTell(LocalLLMModel model) {
     qint64 bytes = 0;
     try {
-        bytes = co_await onPool(deleteFromCache, with_.home, model.id, with_.usage);
+        bytes = co_await onPoolWaiting(deleteFromCache, with_.home, model.id, with_.usage);
     } catch (const LocalizedError& error) {
         setInstallError(localized("Suppression échouée : ") + error.errorDescription());
         co_return;

@@ -40,6 +40,7 @@ class LocalLLMSettingsView final : public QObject {
     Q_PROPERTY(QString downloadingId READ downloadingId NOTIFY downloadingIdChanged)
     Q_PROPERTY(QString downloadProgress READ downloadProgress NOTIFY downloadProgressChanged)
     Q_PROPERTY(int downloadPercentage READ downloadPercentage NOTIFY downloadProgressChanged)
+    Q_PROPERTY(QStringList deletingIds READ deletingIds NOTIFY deletingIdsChanged)
     Q_PROPERTY(bool isDeletePending READ isDeletePending NOTIFY pendingDeleteModelChanged)
     Q_PROPERTY(QString deleteTitle READ deleteTitle NOTIFY pendingDeleteModelChanged)
     Q_PROPERTY(QString deleteMessage READ deleteMessage CONSTANT)
@@ -107,6 +108,8 @@ public:
     const QString& downloadProgress() const { return downloadProgress_; }
     /// How far it says that it is; -1 when it doesn't.
     int downloadPercentage() const { return percentageIn(downloadProgress_).value_or(-1); }
+    /// The models that are being deleted.
+    const QStringList& deletingIds() const { return deletingIds_; }
     /// The model whose removal the user is to confirm.
     const std::optional<LocalLLMModel>& pendingDeleteModel() const { return pendingDelete_; }
     bool isDeletePending() const { return pendingDelete_.has_value(); }
@@ -136,9 +139,10 @@ public:
     Q_INVOKABLE void applyModel();
     /// Not beside a download: both change what uv keeps.
     Q_INVOKABLE void runInstall();
-    /// Downloads a model of the catalogue; one at a time, and not beside an installation.
+    /// Downloads a model of the catalogue; one at a time, not beside an installation, and none that is being deleted.
     Q_INVOKABLE void download(const QString& id);
-    /// Has the user confirm that a model of the catalogue is to be deleted; not the one that is being downloaded.
+    /// Has the user confirm that a model of the catalogue is to be deleted; not one that is being downloaded or
+    /// deleted.
     Q_INVOKABLE void askToDelete(const QString& id);
     Q_INVOKABLE void keepModel();
     /// Deletes what the user was asked about.
@@ -159,6 +163,7 @@ Q_SIGNALS:
     void installErrorChanged();
     void downloadingIdChanged();
     void downloadProgressChanged();
+    void deletingIdsChanged();
     void pendingDeleteModelChanged();
 
 private:
@@ -177,6 +182,7 @@ private:
     Task<> fetch(QString id);
     Task<> fetchAndLook(QString id);
     Task<> remove(LocalLLMModel model);
+    Task<> removeAndTell(LocalLLMModel model);
     Task<> showLogs();
     Task<> giveUpReloadInTime();
     /// Whether `action` came to a good end; what it raises is the error that is shown.
@@ -215,6 +221,7 @@ private:
     QString downloadingId_;
     QString lastSaid_; // by the downloading tool; told with the log
     QString downloadProgress_;
+    QStringList deletingIds_;
     std::optional<LocalLLMModel> pendingDelete_;
     ModelCatalogPicker picker_;
     bool shown_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 #include "ports/FolderUsage.h"
+#include "support/HungDisk.h"
 
 #include <QDir>
 #include <QStringList>
@@ -13,12 +14,15 @@ public:
     void removeFolder(const QString& path) override {
         if (refuses)
             throw LocalizedError(QStringLiteral("Le disque est en lecture seule."));
+        if (disk)
+            disk->read();
         QDir(path).removeRecursively();
         removed.append(path);
     }
 
     qint64 bytes = 0;
     bool refuses = false;
+    HungDisk* disk = nullptr; // on which it removes; none answers at once
     QStringList removed;
 };
 

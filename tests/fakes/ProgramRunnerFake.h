@@ -22,6 +22,14 @@ public:
 
     Task<int> run(ProgramCommand command, OnOutput onOutput) override {
         started.push_back(command);
+        struct Running {
+            int& count;
+            explicit Running(int& count) : count(count) { ++count; }
+            Running(const Running&) = delete;
+            Running& operator=(const Running&) = delete;
+            ~Running() { --count; }
+        };
+        const Running here(running);
         const Script script = scripts[words(command)];
         if (script.unstartable)
             throw LocalizedError(*script.unstartable);
@@ -47,6 +55,7 @@ public:
 
     std::map<QString, Script> scripts; // by the command's words
     std::vector<ProgramCommand> started;
+    int running = 0; // started, neither ended nor given up
 };
 
 } // namespace vennic::test

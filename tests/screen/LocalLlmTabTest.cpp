@@ -1,4 +1,4 @@
-#include "screen/SettingsWindowFixture.h"
+#include "screen/LocalLlmTabFixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -7,68 +7,7 @@
 namespace vennic::test {
 namespace {
 
-const QString usual = QStringLiteral("Qwen/Qwen3-14B-MLX-4bit");
-const QString small = QStringLiteral("mlx-community/Qwen3-4B-4bit");
-
-/// The tab of the local model, driven by the keyboard alone.
-struct LocalLlmTabTest : SettingsWindowFixture {
-    int status = 200;
-    std::shared_ptr<Event<>> never = std::make_shared<Event<>>();
-
-    LocalLlmTabTest() {
-        transport.responder = [this](const HttpRequest& request) -> HttpTransportFake::Outcome {
-            if (request.url.path().endsWith(QStringLiteral("catalog.json")))
-                return TransportFault::noNetwork;
-            if (request.method == "POST")
-                return HttpResponse{200, {}, R"({"choices":[{"message":{"content":"Bonjour, ravi de t'aider !"}}]})"};
-            return HttpResponse{
-                status, {}, R"({"data":[{"id":"Qwen/Qwen3-14B-MLX-4bit"},{"id":"mlx-community/Qwen3-4B-4bit"}]})"};
-        };
-    }
-    void openTab() {
-        open("localLlm");
-        ASSERT_TRUE(waitUntil([this] {
-            return tab().health() != LocalLLMSettingsView::Health::unknown &&
-                   tab().health() != LocalLLMSettingsView::Health::checking;
-        }));
-        paint();
-    }
-    LocalLLMSettingsView& tab() { return *settings->localLlm(); }
-    void space() { key(Qt::Key_Space, Qt::NoModifier, QStringLiteral(" ")); }
-    void until(const std::function<bool()>& done) {
-        ASSERT_TRUE(waitUntil(done));
-        paint();
-    }
-    QString log() { return find("log")->property("text").toString(); }
-    QQuickItem* flick() { return find("log")->parentItem()->parentItem(); }
-    /// Begins an installation that hangs after these lines.
-    void installs(const QByteArray& output) {
-        runtime.haveTools();
-        runtime.programs.scripts[runtime.installServer()] = {.pieces = {output}, .awaited = never};
-        tab().runInstall();
-        until([this] { return !runtime.programs.started.empty(); });
-    }
-    static QByteArray lines(int from, int to) {
-        QByteArray output;
-        for (int i = from; i < to; ++i)
-            output += "ligne " + QByteArray::number(i) + " de ce que dit l'outil\n";
-        return output;
-    }
-    /// Everything that the window shows, as words.
-    static void gather(QQuickItem* in, QStringList& words) {
-        if (!in->isVisible())
-            return;
-        if (const QString text = in->property("text").toString(); !text.isEmpty())
-            words.append(text);
-        for (QQuickItem* const child : in->childItems())
-            gather(child, words);
-    }
-    QStringList words() {
-        QStringList all;
-        gather(window().contentItem(), all);
-        return all;
-    }
-};
+struct LocalLlmTabTest : LocalLlmTabFixture {};
 
 TEST_F(LocalLlmTabTest, everyWordOfTheTabStandsAsItIsMeant) {
     runtime.haveModel(usual);
@@ -151,78 +90,6 @@ TEST_F(LocalLlmTabTest, theLightFollowsTheServer) {
     until([this] { return tab().health() == LocalLLMSettingsView::Health::down; });
     EXPECT_EQ(find("health")->property("label").toString(), QStringLiteral("Hors ligne : HTTP 503"));
     EXPECT_NE(find("health")->property("dot").value<QColor>(), green);
-}
-
-TEST_F(LocalLlmTabTest, aModelIsChosenByTheKeyboard) {
-    openTab();
-    tabTo("model");
-    space();
-    key(Qt::Key_Down); // from the one that is chosen
-    key(Qt::Key_Return);
-    EXPECT_EQ(session().localLLMModel(), QStringLiteral("mlx-community/Qwen2.5-Coder-14B-Instruct-4bit"));
-    EXPECT_EQ(find("model")->property("text").toString(), QStringLiteral("Qwen2.5 Coder 14B"));
-    EXPECT_EQ(focused(), QStringLiteral("model"));
-    EXPECT_TRUE(find("model")->property("visualFocus").toBool());
-}
-
-TEST_F(LocalLlmTabTest, anIdentifierOfOnesOwnIsWritten) {
-    openTab();
-    tabTo("model");
-    space();
-    for (int presses = 0; presses < 7; ++presses)
-        key(Qt::Key_Down);
-    key(Qt::Key_Return);
-    until([this] { return focused() == QStringLiteral("customModel"); });
-    EXPECT_EQ(find("model")->property("text").toString(), QStringLiteral("Personnalisé"));
-    EXPECT_EQ(session().localLLMModel(), usual);
-    write(QStringLiteral("moi/mien"));
-    EXPECT_EQ(session().localLLMModel(), QStringLiteral("moi/mien"));
-    EXPECT_EQ(find("customModel")->property("text").toString(), QStringLiteral("moi/mien"));
-}
-
-TEST_F(LocalLlmTabTest, aModelIsDeletedAfterTheQuestion) {
-    runtime.haveModel(small);
-    openTab();
-    tabTo("delete");
-    space();
-    EXPECT_EQ(focused(), QStringLiteral("refuse"));
-    EXPECT_TRUE(words().contains(QStringLiteral("Supprimer Qwen3 4B")));
-    EXPECT_TRUE(words().contains(
-        QStringLiteral("Les poids seront retirés du cache Hugging Face. Tu pourras re-télécharger à tout moment, mais "
-                       "compte 2-20 min selon la taille.")));
-    key(Qt::Key_Escape);
-    until([this] { return !tab().isDeletePending(); });
-    EXPECT_EQ(focused(), QStringLiteral("delete"));
-    EXPECT_TRUE(runtime.usage->removed.isEmpty());
-    space();
-    key(Qt::Key_Tab);
-    EXPECT_EQ(focused(), QStringLiteral("accept"));
-    key(Qt::Key_Tab);
-    EXPECT_EQ(focused(), QStringLiteral("refuse")) << "the question keeps the keyboard";
-    key(Qt::Key_Tab);
-    space();
-    until([this] { return tab().downloadedModelIds().isEmpty(); });
-    until([this] { return focused() == QStringLiteral("download"); });
-    EXPECT_TRUE(window().activeFocusItem()->property("visualFocus").toBool());
-    EXPECT_EQ(log(), QStringLiteral("✓ Qwen3 4B supprimé (0 MB libérés)"));
-}
-
-TEST_F(LocalLlmTabTest, aDownloadGivesItsPlaceToTheButtonThatDeletes) {
-    runtime.haveTools();
-    openTab();
-    auto& script =
-        runtime.programs.scripts[runtime.generate(QStringLiteral("mlx-community/Phi-3.5-mini-instruct-4bit"))];
-    script.pieces = {"\rFetching 10 files:  30%|###"};
-    script.effect = [this] { runtime.haveModel(QStringLiteral("mlx-community/Phi-3.5-mini-instruct-4bit")); };
-    script.awaited = never;
-    tabTo("download");
-    space();
-    until([this] { return tab().downloadPercentage() == 30; });
-    EXPECT_TRUE(words().contains(QStringLiteral("Fetching 10 files:  30%|###")));
-    EXPECT_FALSE(find("install")->isEnabled());
-    never->set();
-    until([this] { return tab().downloadingId().isEmpty(); });
-    until([this] { return focused() == QStringLiteral("delete"); });
 }
 
 TEST_F(LocalLlmTabTest, onlyOneActionTakesTheServerAway) {

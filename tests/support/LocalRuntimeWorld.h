@@ -15,15 +15,14 @@ namespace vennic::test {
 
 /// What the local model's settings touch: a home on disk, programs and a service manager that do as they are told.
 struct LocalRuntimeWorld {
-    LocalRuntimeWorld() {
-        paths.brew = {home.filePath(QStringLiteral("bin/brew"))};
-        paths.uv = {home.filePath(QStringLiteral("bin/uv"))};
-    }
+    LocalRuntimeWorld() { findTools(); }
 
     QTemporaryDir home;
     RuntimePaths paths = RuntimePaths::ofLaunchd(home.path());
     ProgramRunnerFake programs;
-    ServiceManagerLaunchd services{501};
+    std::unique_ptr<ServiceManager> services = std::make_unique<ServiceManagerLaunchd>(501);
+    /// The command by which a reload has the service started.
+    QString loading = QStringLiteral("/bin/launchctl bootstrap gui/501 ") + paths.serviceFile;
     SystemMemoryFake memory;
     std::shared_ptr<FolderUsageFake> usage = std::make_shared<FolderUsageFake>();
     std::shared_ptr<WorkspaceFake> workspace = std::make_shared<WorkspaceFake>();
@@ -33,7 +32,7 @@ struct LocalRuntimeWorld {
     LocalLLMSettingsView::Surroundings surroundings(AppSession& session, VennicHTTP& http, const APIConfig& config,
                                                     TestClock& clock) {
         installer = std::make_unique<LocalLLMInstaller>(
-            LocalLLMInstaller::Surroundings{paths, programs, services, clock, config.deployment().packageManagerSite});
+            LocalLLMInstaller::Surroundings{paths, programs, *services, clock, config.deployment().packageManagerSite});
         return {.session = session,
                 .http = http,
                 .config = config,
@@ -46,6 +45,17 @@ struct LocalRuntimeWorld {
                 .openURL = [this](const QUrl& url) { opened.push_back(url); }};
     }
 
+    /// Has it be a machine with systemd, which `manager` talks to as /usr/bin/systemctl; before all else.
+    void haveSystemd(std::unique_ptr<ServiceManager> manager) {
+        services = std::move(manager);
+        paths = RuntimePaths::ofSystemd(home.path(), home.filePath(QStringLiteral(".config")));
+        loading = QStringLiteral("/usr/bin/systemctl --user enable --now ") + paths.serviceFile;
+        findTools();
+    }
+    void findTools() {
+        paths.brew = {home.filePath(QStringLiteral("bin/brew"))};
+        paths.uv = {home.filePath(QStringLiteral("bin/uv"))};
+    }
     static void makeFile(const QString& path) {
         QDir().mkpath(QFileInfo(path).path());
         QFile file(path);
@@ -73,7 +83,6 @@ struct LocalRuntimeWorld {
         return paths.uv.first() + QStringLiteral(" tool run --from ") + paths.package +
                QStringLiteral(" mlx_lm.generate --model ") + id + QStringLiteral(" --prompt hi --max-tokens 1");
     }
-    QString bootstrap() const { return QStringLiteral("/bin/launchctl bootstrap gui/501 ") + paths.serviceFile; }
 };
 
 } // namespace vennic::test

@@ -293,8 +293,10 @@ TEST_F(LocalLLMSettingsViewTest, itsEndEndsWhatRuns) {
     transport.hold();
     view().runTest();
     until([this] { return !world.programs.started.empty() && transport.waiting() == 1; });
+    EXPECT_EQ(world.programs.running, 1);
     own.reset();
     EXPECT_EQ(transport.cancelled, 1);
+    EXPECT_EQ(world.programs.running, 0);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "support/OneThread.h"
 #include "views/LocalLLMSettingsFixture.h"
 
 namespace vennic {
@@ -164,6 +165,64 @@ TEST_F(LocalModelsTest, aDownloadThatHasGoneAlreadyFreesNothing) {
     view().deleteModel();
     until([this] { return !view().installLog().isEmpty(); });
     EXPECT_EQ(view().installLog().last(), QStringLiteral("✓ Qwen3 4B supprimé (0 MB libérés)"));
+}
+
+TEST_F(LocalModelsTest, aModelThatIsBeingDeletedIsNotDeletedAgain) {
+    world.haveModel(test::smallModel);
+    shown();
+    test::HungDisk disk;
+    world.usage->disk = &disk;
+    view().askToDelete(test::smallModel);
+    view().deleteModel();
+    EXPECT_EQ(view().deletingIds(), QStringList{test::smallModel});
+    until([&] { return disk.asked() == 1; });
+    view().askToDelete(test::smallModel);
+    EXPECT_FALSE(view().isDeletePending());
+    view().download(test::smallModel);
+    EXPECT_EQ(view().downloadingId(), QString()) << "what comes would be deleted too";
+    view().askToDelete(test::usualModel);
+    EXPECT_TRUE(view().isDeletePending()) << "another one";
+    disk.answer();
+    until([this] { return view().deletingIds().isEmpty(); });
+    EXPECT_EQ(world.usage->removed.size(), 1);
+    EXPECT_EQ(view().installLog().size(), 1);
+    view().askToDelete(test::smallModel);
+    EXPECT_TRUE(view().isDeletePending());
+}
+
+TEST_F(LocalModelsTest, aModelThatCouldNotBeDeletedCanBeDeletedAgain) {
+    world.haveModel(test::smallModel);
+    shown();
+    world.usage->refuses = true;
+    view().askToDelete(test::smallModel);
+    view().deleteModel();
+    until([this] { return view().deletingIds().isEmpty(); });
+    view().askToDelete(test::smallModel);
+    EXPECT_TRUE(view().isDeletePending());
+}
+
+TEST_F(LocalModelsTest, aDownloadThatBeganAfterTheQuestionIsKept) {
+    world.haveTools();
+    shown();
+    hangs(world.generate(test::smallModel));
+    view().askToDelete(test::smallModel);
+    view().download(test::smallModel);
+    view().deleteModel();
+    EXPECT_TRUE(view().deletingIds().isEmpty());
+    EXPECT_FALSE(view().isDeletePending());
+}
+
+TEST_F(LocalModelsTest, aDiskThatDoesNotAnswerHoldsUpNothingElse) {
+    world.haveModel(test::smallModel);
+    shown();
+    const test::OneThread pool;
+    test::HungDisk disk;
+    world.usage->disk = &disk;
+    view().askToDelete(test::smallModel);
+    view().deleteModel();
+    until([&] { return disk.asked() == 1; });
+    view().openLogs(); // on the pool too
+    until([this] { return world.workspace->opened.size() == 1; });
 }
 
 TEST_F(LocalModelsTest, theQuestionGoesWithTheWindow) {

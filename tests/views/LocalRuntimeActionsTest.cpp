@@ -1,3 +1,4 @@
+#include "linux/ServiceManagerSystemd.h"
 #include "views/LocalLLMSettingsFixture.h"
 
 namespace vennic {
@@ -5,15 +6,26 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct LocalRuntimeActionsTest : test::LocalLLMSettingsFixture {};
+enum class Services { launchd, systemd };
+
+/// The actions with either manager of services.
+struct LocalRuntimeActionsTest : test::LocalLLMSettingsFixture, testing::WithParamInterface<Services> {
+    LocalRuntimeActionsTest() {
+        if (GetParam() == Services::systemd)
+            world.haveSystemd(std::make_unique<ServiceManagerSystemd>(QStringLiteral("/usr/bin/systemctl")));
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(With, LocalRuntimeActionsTest, testing::Values(Services::launchd, Services::systemd),
+                         [](const auto& with) { return with.param == Services::launchd ? "launchd" : "systemd"; });
 
 // Restarting and applying
 
-TEST_F(LocalRuntimeActionsTest, restartingWritesTheServiceReloadsItAndPolls) {
+TEST_P(LocalRuntimeActionsTest, restartingWritesTheServiceReloadsItAndPolls) {
     world.haveEverything();
     shown();
     status = 503;
-    world.programs.scripts[world.bootstrap()].pieces = {"chargé\n"};
+    world.programs.scripts[world.loading].pieces = {"chargé\n"};
     view().restartServer();
     EXPECT_TRUE(view().isRestarting());
     EXPECT_TRUE(view().isBusy());
@@ -31,7 +43,7 @@ TEST_F(LocalRuntimeActionsTest, restartingWritesTheServiceReloadsItAndPolls) {
     EXPECT_EQ(view().installError(), QString());
 }
 
-TEST_F(LocalRuntimeActionsTest, restartingPollsForFortyFiveSecondsAndApplyingForTwoMinutes) {
+TEST_P(LocalRuntimeActionsTest, restartingPollsForFortyFiveSecondsAndApplyingForTwoMinutes) {
     world.haveEverything();
     shown();
     status = 503;
@@ -52,7 +64,7 @@ TEST_F(LocalRuntimeActionsTest, restartingPollsForFortyFiveSecondsAndApplyingFor
     EXPECT_EQ(polledFor(), 120s);
 }
 
-TEST_F(LocalRuntimeActionsTest, applyingLooksForDownloadsBeforeItPolls) {
+TEST_P(LocalRuntimeActionsTest, applyingLooksForDownloadsBeforeItPolls) {
     world.haveEverything();
     shown();
     status = 503;
@@ -64,14 +76,14 @@ TEST_F(LocalRuntimeActionsTest, applyingLooksForDownloadsBeforeItPolls) {
     EXPECT_EQ(view().installLog().last(), QStringLiteral("✓ Modèle appliqué."));
 }
 
-TEST_F(LocalRuntimeActionsTest, aReloadThatFailsIsToldAndNotPolled) {
+TEST_P(LocalRuntimeActionsTest, aReloadThatFailsIsToldAndNotPolled) {
     world.haveEverything();
     shown();
-    world.programs.scripts[world.bootstrap()].status = 5;
+    world.programs.scripts[world.loading].status = 5;
     view().restartServer();
     passReload();
     until([this] { return !view().isRestarting(); });
-    EXPECT_EQ(view().installError(), QStringLiteral("Échec (5) : ") + world.bootstrap());
+    EXPECT_EQ(view().installError(), QStringLiteral("Échec (5) : ") + world.loading);
     EXPECT_EQ(checks(), 0u);
     EXPECT_EQ(view().healthStatus(), HealthStatus::ok()) << "what stood before stands";
     world.programs.scripts.clear();
@@ -80,7 +92,7 @@ TEST_F(LocalRuntimeActionsTest, aReloadThatFailsIsToldAndNotPolled) {
     EXPECT_TRUE(view().installLog().isEmpty());
 }
 
-TEST_F(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
+TEST_P(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
     test::LocalRuntimeWorld::makeFile(QFileInfo(world.paths.serviceFile).path()); // a file where its folder should be
     view().applyModel();
     until([this] { return !view().isApplying(); });
@@ -89,10 +101,10 @@ TEST_F(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
     EXPECT_TRUE(world.programs.started.empty());
 }
 
-TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingTakenAwayIsNotTakenAwayAgain) {
+TEST_P(LocalRuntimeActionsTest, aServerThatIsBeingTakenAwayIsNotTakenAwayAgain) {
     world.haveEverything();
     shown();
-    hangs(world.bootstrap());
+    hangs(world.loading);
     view().restartServer();
     passReload();
     const auto commands = world.programs.started.size();
@@ -111,7 +123,7 @@ TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingTakenAwayIsNotTakenAwayAgain) 
 
 // Installing
 
-TEST_F(LocalRuntimeActionsTest, installingTellsItsStepsLooksAgainAndPolls) {
+TEST_P(LocalRuntimeActionsTest, installingTellsItsStepsLooksAgainAndPolls) {
     world.haveTools();
     shown();
     world.programs.scripts[world.installServer()].effect = [this] { world.haveEverything(); };
@@ -131,7 +143,7 @@ TEST_F(LocalRuntimeActionsTest, installingTellsItsStepsLooksAgainAndPolls) {
     EXPECT_EQ(view().installError(), QString());
 }
 
-TEST_F(LocalRuntimeActionsTest, ofTwoHundredAndFiftyLinesTheLastTwoHundredStay) {
+TEST_P(LocalRuntimeActionsTest, ofTwoHundredAndFiftyLinesTheLastTwoHundredStay) {
     world.haveTools();
     QByteArray output;
     for (int i = 0; i < 250; ++i)
@@ -148,7 +160,7 @@ TEST_F(LocalRuntimeActionsTest, ofTwoHundredAndFiftyLinesTheLastTwoHundredStay) 
     EXPECT_LE(announced, 2) << "lines that come together are told together";
 }
 
-TEST_F(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands) {
+TEST_P(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands) {
     world.haveTools();
     shown();
     const auto before = view().installStatus();
@@ -160,7 +172,7 @@ TEST_F(LocalRuntimeActionsTest, aStepThatFailsIsToldAndWhatWasFoundBeforeStands)
     EXPECT_EQ(checks(), 0u);
 }
 
-TEST_F(LocalRuntimeActionsTest, aCheckThatAnotherLookAtTheTabCutOffIsNotShownAsRunning) {
+TEST_P(LocalRuntimeActionsTest, aCheckThatAnotherLookAtTheTabCutOffIsNotShownAsRunning) {
     world.haveTools();
     shown();
     transport.hold();
@@ -183,7 +195,7 @@ TEST_F(LocalRuntimeActionsTest, aCheckThatAnotherLookAtTheTabCutOffIsNotShownAsR
     until([this] { return checks() == 1; });
 }
 
-TEST_F(LocalRuntimeActionsTest, aCheckThatWasAskedForDuringAnActionIsMadeWhenThatFails) {
+TEST_P(LocalRuntimeActionsTest, aCheckThatWasAskedForDuringAnActionIsMadeWhenThatFails) {
     world.haveTools();
     shown();
     hangs(world.installServer());
@@ -200,7 +212,7 @@ TEST_F(LocalRuntimeActionsTest, aCheckThatWasAskedForDuringAnActionIsMadeWhenTha
     EXPECT_EQ(view().installError(), QStringLiteral("Échec (3) : ") + world.installServer());
 }
 
-TEST_F(LocalRuntimeActionsTest, pollingThatTheWindowCutsOffIsNotShownAsRunning) {
+TEST_P(LocalRuntimeActionsTest, pollingThatTheWindowCutsOffIsNotShownAsRunning) {
     world.haveEverything();
     shown();
     transport.hold();
@@ -213,7 +225,7 @@ TEST_F(LocalRuntimeActionsTest, pollingThatTheWindowCutsOffIsNotShownAsRunning) 
     EXPECT_EQ(view().healthStatus(), HealthStatus::unknown());
 }
 
-TEST_F(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
+TEST_P(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
     view().runInstall();
     until([this] { return !view().isInstalling(); });
     EXPECT_EQ(view().installError(), QStringLiteral("Homebrew est requis. Installe-le depuis ") +
@@ -222,7 +234,7 @@ TEST_F(LocalRuntimeActionsTest, withoutThePackageManagerItSaysWhereToGetIt) {
     EXPECT_EQ(world.opened, std::vector<QUrl>{QUrl(config.deployment().packageManagerSite)});
 }
 
-TEST_F(LocalRuntimeActionsTest, anInstallationThatHangsEndsWithTheWindow) {
+TEST_P(LocalRuntimeActionsTest, anInstallationThatHangsEndsWithTheWindow) {
     world.haveTools();
     shown();
     hangs(world.installServer());
@@ -245,7 +257,7 @@ TEST_F(LocalRuntimeActionsTest, anInstallationThatHangsEndsWithTheWindow) {
     EXPECT_TRUE(QFile::exists(world.paths.serviceFile));
 }
 
-TEST_F(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
+TEST_P(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
     world.haveEverything();
     shown();
     status = 503;
@@ -258,7 +270,7 @@ TEST_F(LocalRuntimeActionsTest, pollingEndsWithTheWindow) {
     EXPECT_EQ(clock.sleeping(), 0u);
 }
 
-TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWindowGoes) {
+TEST_P(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWindowGoes) {
     world.haveEverything();
     shown();
     view().restartServer();
@@ -266,11 +278,11 @@ TEST_F(LocalRuntimeActionsTest, aServerThatIsBeingStartedIsStartedAlsoWhenTheWin
     view().disappear();
     passReload();
     until([this] { return !view().isRestarting(); });
-    EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
+    EXPECT_TRUE(world.programs.startedWords().contains(world.loading));
     EXPECT_EQ(checks(), 0u) << "nobody looks";
 }
 
-TEST_F(LocalRuntimeActionsTest, anInstallationStartsTheServerAlsoWhenTheWindowGoes) {
+TEST_P(LocalRuntimeActionsTest, anInstallationStartsTheServerAlsoWhenTheWindowGoes) {
     world.haveEverything();
     shown();
     view().runInstall();
@@ -279,13 +291,13 @@ TEST_F(LocalRuntimeActionsTest, anInstallationStartsTheServerAlsoWhenTheWindowGo
     EXPECT_TRUE(view().isInstalling());
     passReload();
     until([this] { return !view().isInstalling(); });
-    EXPECT_TRUE(world.programs.startedWords().contains(world.bootstrap()));
+    EXPECT_TRUE(world.programs.startedWords().contains(world.loading));
     EXPECT_EQ(view().installLog().last(),
               QStringLiteral("✓ Installation terminée. Le serveur démarre en arrière-plan."));
     EXPECT_EQ(checks(), 0u) << "nobody looks";
 }
 
-TEST_F(LocalRuntimeActionsTest, whatWasAskedForJustBeforeTheWindowWentTakesNoServerAway) {
+TEST_P(LocalRuntimeActionsTest, whatWasAskedForJustBeforeTheWindowWentTakesNoServerAway) {
     world.haveEverything();
     shown();
     view().restartServer();
@@ -294,10 +306,10 @@ TEST_F(LocalRuntimeActionsTest, whatWasAskedForJustBeforeTheWindowWentTakesNoSer
     EXPECT_TRUE(world.programs.started.empty());
 }
 
-TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsNotGivenUpWhileSomebodyLooksAtIt) {
+TEST_P(LocalRuntimeActionsTest, aReloadThatHangsIsNotGivenUpWhileSomebodyLooksAtIt) {
     world.haveEverything();
     shown();
-    hangs(world.bootstrap());
+    hangs(world.loading);
     view().restartServer();
     passReload();
     view().disappear();
@@ -314,10 +326,10 @@ TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsNotGivenUpWhileSomebodyLooksAt
     EXPECT_EQ(checks(), 1u) << "and its server is polled";
 }
 
-TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowHasGone) {
+TEST_P(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowHasGone) {
     world.haveEverything();
     shown();
-    hangs(world.bootstrap());
+    hangs(world.loading);
     view().restartServer();
     passReload();
     view().disappear();
@@ -326,6 +338,44 @@ TEST_F(LocalRuntimeActionsTest, aReloadThatHangsIsGivenUpSomeTimeAfterTheWindowH
     clock.advance(100s);
     until([this] { return !view().isRestarting(); });
     EXPECT_EQ(view().installError(), QString());
+}
+
+// On systemd, where a reload takes several commands
+
+struct LocalRuntimeOnSystemdTest : test::LocalLLMSettingsFixture {
+    LocalRuntimeOnSystemdTest() {
+        world.haveSystemd(std::make_unique<ServiceManagerSystemd>(QStringLiteral("/usr/bin/systemctl")));
+        world.haveEverything();
+    }
+    const QString systemctl = QStringLiteral("/usr/bin/systemctl --user ");
+    const QString unit = QStringLiteral("com.vennic.local-llm.service");
+};
+
+TEST_F(LocalRuntimeOnSystemdTest, itsUnitIsWrittenReadAndStarted) {
+    shown();
+    view().runInstall();
+    passReload();
+    until([this] { return !view().isBusy(); });
+    EXPECT_TRUE(QFile::exists(world.home.filePath(QStringLiteral(".config/systemd/user/") + unit)));
+    EXPECT_EQ(world.programs.startedWords(),
+              (QStringList{systemctl + QStringLiteral("stop ") + unit, systemctl + QStringLiteral("daemon-reload"),
+                           world.loading, systemctl + QStringLiteral("restart ") + unit}));
+    EXPECT_EQ(view().healthStatus(), HealthStatus::ok());
+}
+
+TEST_F(LocalRuntimeOnSystemdTest, aManagerThatCannotReadTheUnitsSaysSo) {
+    shown();
+    world.programs.scripts[systemctl + QStringLiteral("daemon-reload")] = {
+        .pieces = {"Failed to connect to bus: No medium found\n"}, .status = 1};
+    for (const auto act : {&LocalLLMSettingsView::runInstall, &LocalLLMSettingsView::restartServer}) {
+        (view().*act)();
+        passReload();
+        until([this] { return !view().isBusy(); });
+        EXPECT_EQ(view().installError(), QStringLiteral("Échec (1) : ") + systemctl + QStringLiteral("daemon-reload"));
+        EXPECT_EQ(view().installLog().last(), QStringLiteral("Failed to connect to bus: No medium found"));
+    }
+    EXPECT_FALSE(world.programs.startedWords().contains(world.loading));
+    EXPECT_EQ(checks(), 0u);
 }
 
 } // namespace

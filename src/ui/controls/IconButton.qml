@@ -10,17 +10,19 @@ T.AbstractButton {
     property color tint: Theme.secondary
     property color ground: "transparent"
     property int symbolSize: 18
+    property bool available: true // one that isn't for a while keeps the keyboard, if it has it
 
     implicitWidth: 30
     implicitHeight: 30
     hoverEnabled: true
     focusPolicy: Qt.TabFocus // a click leaves the keyboard where somebody writes
     text: help
-    opacity: enabled ? 1 : 0.3
+    enabled: available || activeFocus
+    opacity: enabled && available ? 1 : 0.3
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
-    Accessible.description: enabled ? "" : qsTr("Indisponible")
-    Accessible.onPressAction: if (enabled) clicked()
+    Accessible.description: enabled && available ? "" : qsTr("Indisponible")
+    Accessible.onPressAction: if (enabled && available) clicked()
 
     contentItem: Item {
         Symbol {
@@ -32,7 +34,7 @@ T.AbstractButton {
     }
     background: Rectangle {
         radius: Theme.radius
-        color: root.down ? Theme.pressed : root.hovered && root.enabled ? Theme.hovered : root.ground
+        color: root.down ? Theme.pressed : root.hovered && root.enabled && root.available ? Theme.hovered : root.ground
     }
     FocusRing { of: root }
     HelpTip { help: root.help; wanted: root.hovered || root.visualFocus; pressed: root.down }

@@ -10,6 +10,7 @@ Item {
     readonly property bool isDownloaded: tab.picker.revision >= 0 && tab.picker.isDownloaded(model.id)
     readonly property string detail: tab.picker.revision >= 0 ? tab.picker.detailOf(model.id) : ""
     readonly property bool isDownloading: tab.downloadingId === model.id
+    readonly property bool isDeleting: tab.deletingIds.includes(model.id)
 
     implicitHeight: 40 + (isDownloading ? progress.height + 6 : 0)
     Accessible.role: Accessible.ListItem
@@ -80,14 +81,14 @@ Item {
         Spinner {
             anchors.verticalCenter: parent.verticalCenter
             size: 16
-            running: root.isDownloading
+            running: root.isDownloading || root.isDeleting
         }
         Button {
             id: download
             objectName: "download"
             visible: !root.isDownloaded
             text: qsTr("Télécharger")
-            available: root.tab.downloadingId === "" && !root.tab.isInstalling
+            available: root.tab.downloadingId === "" && !root.tab.isInstalling && !root.isDeleting
             Accessible.name: qsTr("Télécharger %1").arg(root.model.title)
             onClicked: root.tab.download(root.model.id)
         }
@@ -95,7 +96,7 @@ Item {
             id: remove
             objectName: "delete"
             visible: root.isDownloaded
-            enabled: !root.isDownloading
+            available: !root.isDownloading && !root.isDeleting
             symbol: "trash"
             help: qsTr("Supprimer les poids du cache")
             Accessible.name: qsTr("Supprimer les poids du cache : %1").arg(root.model.title)
