@@ -55,7 +55,8 @@ void Server::chooseAnswerer() {
         return answering_->choose(*options_.answering);
     try {
         answering_->choose(choices_.kept());
-    } catch (const LocalizedError&) { // kept by a server that took other addresses: the console shows the plain rules
+    } catch (const LocalizedError&) { // NOLINT(bugprone-empty-catch): the console shows the plain rules
+        // Kept by a server that took other addresses.
     }
 }
 

@@ -68,7 +68,7 @@ void ServerPreferenceSync::apply(AppSession& session, const UserPrefs& prefs) {
 }
 
 void ServerPreferenceSync::schedule(AppSession* session) {
-    const auto token = session->userToken();
+    const auto& token = session->userToken();
     const auto user = session->userId();
     if (isHydrating_ || !session->isAuthenticated() || !token || !user)
         return;

@@ -84,15 +84,15 @@ QVariantList BridgeSettingsView::folders() const {
     for (const BookmarkEntry& entry : with_.bookmarks.entries()) {
         const auto known = std::find_if(resolved_.begin(), resolved_.end(),
                                         [&](const ResolvedShare& share) { return share.grant.id == entry.id; });
-        const auto* found = known != resolved_.end() && known->folder ? &*known->folder : nullptr;
-        const bool isMissing = known != resolved_.end() && !found;
-        const QString path = found       ? displayPath(found->path, home)
+        const std::optional<FileURL> folder = known == resolved_.end() ? std::nullopt : known->folder;
+        const bool isMissing = known != resolved_.end() && !folder;
+        const QString path = folder      ? displayPath(folder->path, home)
                              : isMissing ? localized("Introuvable : dossier déplacé, supprimé ou sur un disque absent.")
                                          : localized("Recherche du dossier…");
         rows.append(QVariantMap{{QStringLiteral("id"), entry.id.toString(QUuid::WithoutBraces)},
                                 {QStringLiteral("name"), entry.displayName},
                                 {QStringLiteral("path"), path},
-                                {QStringLiteral("isMoved"), found && known->stale},
+                                {QStringLiteral("isMoved"), folder && known->stale},
                                 {QStringLiteral("isMissing"), isMissing}});
     }
     return rows;

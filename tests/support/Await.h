@@ -43,7 +43,7 @@ T await(Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds{20}
             detail::failTimedOut();
         if (error)
             std::rethrow_exception(error);
-        return std::move(*value);
+        return std::move(*value); // NOLINT(bugprone-unchecked-optional-access): no error means a value
     }
 }
 
