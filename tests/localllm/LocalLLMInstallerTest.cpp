@@ -1,95 +1,14 @@
-#include "localllm/LocalLLMInstaller.h"
+#include "localllm/LocalLLMInstallerFixture.h"
 
-#include "fakes/ProgramRunnerFake.h"
-#include "localllm/ServiceManagerLaunchd.h"
-#include "support/Await.h"
-#include "support/TestClock.h"
-
-#include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTranslator>
-
-#include <gtest/gtest.h>
 
 namespace vennic {
 namespace {
 
 using namespace std::chrono_literals;
-
-const QString site = QStringLiteral("https://paquets.test");
-const QString model = QStringLiteral("org/Un-Modele-MLX-4bit");
-
-/// A Mac in a temporary folder, whose commands are recorded.
-struct LocalLLMInstallerTest : testing::Test {
-    QTemporaryDir root;
-    QString home = root.filePath(QStringLiteral("Users/ada"));
-    QString opt = root.filePath(QStringLiteral("opt/homebrew/bin"));
-    QString usr = root.filePath(QStringLiteral("usr/local/bin"));
-    QString local = home + QStringLiteral("/.local/bin");
-    QString plist = home + QStringLiteral("/Library/LaunchAgents/com.vennic.local-llm.plist");
-    QString bootout = QStringLiteral("/bin/launchctl bootout gui/501/com.vennic.local-llm");
-    QString bootstrap = QStringLiteral("/bin/launchctl bootstrap gui/501 ") + plist;
-    QString kickstart = QStringLiteral("/bin/launchctl kickstart -k gui/501/com.vennic.local-llm");
-
-    test::ProgramRunnerFake programs;
-    ServiceManagerLaunchd services{501};
-    test::TestClock clock;
-    LocalLLMInstaller installer{{paths(), programs, services, clock, site}};
-    QStringList log;
-
-    RuntimePaths paths() const {
-        RuntimePaths paths = RuntimePaths::ofLaunchd(home);
-        paths.brew = {opt + QStringLiteral("/brew"), usr + QStringLiteral("/brew")};
-        paths.uv = {opt + QStringLiteral("/uv"), usr + QStringLiteral("/uv"), local + QStringLiteral("/uv")};
-        return paths;
-    }
-    static void place(const QString& path, const QByteArray& content = {}) {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-    }
-    static QByteArray contentOf(const QString& path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("absent");
-    }
-    void placeBrew() const { place(opt + QStringLiteral("/brew")); }
-    void placeUv() const { place(opt + QStringLiteral("/uv")); }
-    void placeServer() const { place(local + QStringLiteral("/mlx_lm.server")); }
-    QString installUv() const { return opt + QStringLiteral("/brew install uv"); }
-    QString installMlx() const { return opt + QStringLiteral("/uv tool install --python 3.11 mlx-lm"); }
-    QString download() const {
-        return opt + QStringLiteral("/uv tool run --from mlx-lm mlx_lm.generate --model ") + model +
-               QStringLiteral(" --prompt hi --max-tokens 1");
-    }
-
-    LocalLLMInstaller::OnLine onLine() {
-        return [this](const QString& line) { log.append(line); };
-    }
-    /// Runs a task to its end, turning the clock when it sleeps; gives the failure's words, or "" without one.
-    QString outcome(Task<> task) {
-        std::optional<QString> words;
-        Scope scope;
-        scope.start(keep(std::move(task), &words));
-        EXPECT_TRUE(test::waitUntil([&] {
-            if (clock.sleeping() > 0)
-                clock.advance(500ms);
-            return words.has_value();
-        }));
-        return words.value_or(QStringLiteral("no end"));
-    }
-    static Task<> keep(Task<> task, std::optional<QString>* words) {
-        try {
-            co_await task;
-            *words = QString();
-        } catch (const LocalizedError& error) {
-            *words = error.errorDescription();
-        }
-    }
-    QString install() { return outcome(installer.install(model, onLine())); }
-};
+using test::model;
+using test::site;
+using LocalLLMInstallerTest = test::LocalLLMInstallerFixture;
 
 const QStringList lastLines{QStringLiteral("▶︎ écriture du LaunchAgent"),
                             QStringLiteral("▶︎ (re)chargement du LaunchAgent"),
@@ -278,61 +197,6 @@ TEST_F(LocalLLMInstallerTest, aBootstrapThatFailsIsTheCallersToKnow) {
     EXPECT_EQ(programs.startedWords(), QStringList({bootout, bootstrap}));
     EXPECT_EQ(log.last(), QStringLiteral("Bootstrap failed: 5: Input/output error"));
     EXPECT_TRUE(QFile::exists(plist));
-}
-
-TEST_F(LocalLLMInstallerTest, whatComesOfBootoutAndKickstartIsPassedOver) {
-    programs.scripts[bootout] = {.pieces = {"Boot-out failed: 3: No such process\n"}, .status = 3};
-    programs.scripts[kickstart] = {.status = 113};
-    EXPECT_EQ(outcome(installer.reloadLaunchAgent(onLine())), QString());
-    EXPECT_EQ(log, QStringList{QStringLiteral("Boot-out failed: 3: No such process")});
-
-    programs.scripts[bootout] = {.unstartable = QStringLiteral("absent")};
-    programs.scripts[kickstart] = {.unstartable = QStringLiteral("absent")};
-    EXPECT_EQ(outcome(installer.reloadLaunchAgent(onLine())), QString());
-    EXPECT_EQ(programs.startedWords().mid(3), QStringList({bootout, bootstrap, kickstart}));
-}
-
-TEST_F(LocalLLMInstallerTest, aLogThatHasGrownLongIsTurnedOverWhileNoServerRuns) {
-    const QString path = paths().logFile;
-    const QString before = path + QStringLiteral(".1");
-    const auto reload = [this] { return outcome(installer.reloadLaunchAgent(onLine())); };
-    place(path, "court\n");
-    EXPECT_EQ(reload(), QString());
-    EXPECT_EQ(contentOf(path), "court\n");
-
-    place(before, "ancien\n");
-    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024));
-    EXPECT_EQ(reload(), QString());
-    EXPECT_EQ(contentOf(before), "ancien\n");
-
-    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
-    programs.scripts[bootout] = {.effect = [&] { EXPECT_TRUE(QFile::exists(path)); }};
-    programs.scripts[bootstrap] = {.effect = [&] { EXPECT_FALSE(QFile::exists(path)); }};
-    EXPECT_EQ(reload(), QString());
-    EXPECT_FALSE(QFile::exists(path));
-    EXPECT_TRUE(contentOf(before).startsWith("court\n"));
-
-    // A log that can't be moved keeps nothing from starting.
-    programs.scripts[bootstrap] = {};
-    ASSERT_TRUE(QFile::remove(before));
-    ASSERT_TRUE(QDir().mkpath(before));
-    place(path);
-    ASSERT_TRUE(QFile::resize(path, 8 * 1024 * 1024 + 1));
-    EXPECT_EQ(reload(), QString());
-    EXPECT_TRUE(QFile::exists(path));
-}
-
-TEST_F(LocalLLMInstallerTest, theLabelHasHalfASecondToBeFree) {
-    Scope scope;
-    std::optional<QString> end;
-    scope.start(keep(installer.reloadLaunchAgent(onLine()), &end));
-    ASSERT_TRUE(test::waitUntil([&] { return clock.sleeping() == 1; }));
-    EXPECT_EQ(programs.startedWords(), QStringList{bootout});
-    clock.advance(499ms);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(programs.started.size(), 1u);
-    clock.advance(1ms);
-    EXPECT_TRUE(test::waitUntil([&] { return end.has_value(); }));
 }
 
 TEST_F(LocalLLMInstallerTest, thePropertyListNamesNoModel) {
