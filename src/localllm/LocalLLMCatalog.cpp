@@ -16,7 +16,7 @@ namespace {
 
 const QLatin1String folderPrefix("models--");
 
-constexpr qint64 mostCatalogBytes = 1024 * 1024;
+constexpr qint64 mostCatalogBytes = 1024LL * 1024;
 constexpr qsizetype longestName = 120;        // UTF-16 code units
 constexpr qsizetype longestDescription = 500; // the same
 constexpr double mostGB = 1e6;
