@@ -9,7 +9,7 @@ namespace vennic::server {
 
 namespace {
 struct Named {
-    Answerer who;
+    Answerer who = Answerer::Simple;
     QLatin1String name;
 };
 constexpr std::array names{
