@@ -24,7 +24,23 @@ def read_property(service, path, interface, name):
     return gdbus(service, path, "org.freedesktop.DBus.Properties", "Get", interface, name)
 
 
+def end(process):
+    """Asks it to end, and doesn't wait for one that has missed that: some look for it between two events only."""
+    process.terminate()
+    try:
+        process.wait(10)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
 class DesktopScene(Scene):
+    def run_beside(self, *program):
+        """Another program of the same desktop, for as long as the scene."""
+        process = subprocess.Popen(program, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(end, process)
+        return process
+
     def take_windows_away(self):
         """As where the package of the windows isn't installed."""
         (self.folder / "bin" / "vennic-screen.so").unlink()

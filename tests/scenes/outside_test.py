@@ -10,17 +10,13 @@ CORNER = (40, 40)  # the bare desktop
 
 class Outside(DesktopScene):
     def manage_windows(self, *program):
-        manager = subprocess.Popen(program, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        self.addCleanup(manager.wait)
-        self.addCleanup(manager.terminate)
+        self.run_beside(*program)
         wait_for(lambda: "window id" in subprocess.run(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], capture_output=True, text=True,
                                                        check=False, timeout=60).stdout, "somebody manages the windows")
 
     def open_other_window(self):
         """A window of another program, which takes what is typed and says nothing."""
-        other = subprocess.Popen(["xev", "-geometry", "300x200+60+120"], stdout=subprocess.DEVNULL)
-        self.addCleanup(other.wait)
-        self.addCleanup(other.terminate)
+        self.run_beside("xev", "-geometry", "300x200+60+120")
         window = wait_for(lambda: self.xdotool("search", "--onlyvisible", "--name", "^Event Tester$").split(), "the other window is there")[0]
         return wait_for(lambda: self.place_of(window), "it has a place")
 
@@ -57,10 +53,8 @@ class Outside(DesktopScene):
         self.await_no_popover()
 
     def check_icon(self):
-        tray = subprocess.Popen(["trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "28",
-                                 "--SetDockType", "true"], stderr=subprocess.DEVNULL)
-        self.addCleanup(tray.wait)
-        self.addCleanup(tray.kill)
+        self.run_beside("trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "28",
+                        "--SetDockType", "true")
         x, y, width, height = wait_for(self.icon, "the icon is in the tray")
         self.check_icon_at(x + width // 2, y + height // 2)
 

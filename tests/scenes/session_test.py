@@ -5,7 +5,7 @@ import subprocess
 import sys
 import unittest
 
-from desktop import DesktopScene
+from desktop import DesktopScene, end
 from model_server import DONE, ModelServer, finish, text
 from scene import wait_for
 
@@ -28,8 +28,7 @@ class SessionEnd(DesktopScene):
         manager = subprocess.Popen([sys.executable, "-B", pathlib.Path(__file__).with_name("session_manager.py")], stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, text=True, env={**os.environ, "HOME": str(self.folder)})
         self.addCleanup(manager.stdout.close)
-        self.addCleanup(manager.wait)
-        self.addCleanup(manager.terminate)
+        self.addCleanup(end, manager)
         self.client.environment["SESSION_MANAGER"] = manager.stdout.readline().strip()
         return manager
 
