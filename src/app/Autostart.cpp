@@ -2,11 +2,10 @@
 
 #include "base/LocalizedError.h"
 #include "base/SystemReason.h"
+#include "base/WholeFile.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cerrno>
 
@@ -50,19 +49,15 @@ bool Autostart::isOn() const {
 void Autostart::turnOn() const {
     if (program_.contains(u'\n')) // no entry can name it
         throw LocalizedError(QStringLiteral("Le chemin de Vennic contient un retour à la ligne : %1").arg(program_));
-    QDir().mkpath(QFileInfo(entry_).path());
-    QSaveFile file(entry_);
-    const QByteArray text = QStringLiteral("[Desktop Entry]\n"
-                                           "Type=Application\n"
-                                           "Name=Vennic\n"
-                                           "Comment=Assistant personnel\n"
-                                           "Icon=com.vennic.desktop\n"
-                                           "Exec=%1\n"
-                                           "Terminal=false\n")
-                                .arg(quoted(program_))
-                                .toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-        throw LocalizedError(QStringLiteral("%1 ne peut pas être écrit : %2").arg(entry_, lastReason()));
+    writeWholeFile(entry_, QStringLiteral("[Desktop Entry]\n"
+                                          "Type=Application\n"
+                                          "Name=Vennic\n"
+                                          "Comment=Assistant personnel\n"
+                                          "Icon=com.vennic.desktop\n"
+                                          "Exec=%1\n"
+                                          "Terminal=false\n")
+                               .arg(quoted(program_))
+                               .toUtf8());
 }
 
 void Autostart::turnOff() const {

@@ -95,7 +95,10 @@ ExitStatus runClient(const Paths& paths, InstanceSocket& instance, const QString
     Client client(paths, Deployment::load(paths.resources + QStringLiteral("/deployment.json")));
     // From the event loop, so that who asked for the end is answered first.
     const auto quit = [&client] {
-        client.end([] { QMetaObject::invokeMethod(qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection); });
+        client.end([] {
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(), [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+        });
     };
     NoPopover noPopover(reasonForNoScreen());
     NoApplicationWindows noWindows(reasonForNoScreen());

@@ -20,15 +20,17 @@ std::optional<QUrl> localServerURL(const QString& endpoint, QLatin1String path) 
     return usable ? std::optional(url) : std::nullopt;
 }
 
-std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout) {
-    auto url = localServerURL(endpoint, QLatin1String("/models"));
-    if (!url)
-        return std::nullopt;
+HttpRequest localModelsRequest(QUrl url, std::chrono::milliseconds timeout) {
     HttpRequest request;
-    request.url = *std::move(url);
+    request.url = std::move(url);
     request.timeout = timeout;
     request.deadline = timeout;
     return request;
+}
+
+std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout) {
+    auto url = localServerURL(endpoint, QLatin1String("/models"));
+    return url ? std::optional(localModelsRequest(*std::move(url), timeout)) : std::nullopt;
 }
 
 HttpRequest localCompletionRequest(QUrl url, QByteArray body) {

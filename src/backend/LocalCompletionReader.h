@@ -11,8 +11,9 @@ std::optional<QUrl> localServerURL(const QString& endpoint, QLatin1String path);
 /// How long the local server may take to tell its models; one that takes longer isn't there.
 inline constexpr std::chrono::seconds localServerPatience{2};
 
-/// GET /models of the local server, which has `timeout` for the whole answer. None when `endpoint` is no address. No
-/// token, no cookie.
+/// GET /models of the local server, which has `timeout` for the whole answer. No token, no cookie.
+HttpRequest localModelsRequest(QUrl url, std::chrono::milliseconds timeout);
+/// The same of the server at `endpoint`; none when that is no address.
 std::optional<HttpRequest> localModelsRequest(const QString& endpoint, std::chrono::milliseconds timeout);
 
 /// POST /chat/completions of the local server, which may write for twelve hours, and fall silent for four minutes. No

@@ -1,5 +1,6 @@
 #include "backend/LocalToolChat.h"
 
+#include "backend/ToolLine.h"
 #include "localllm/LocalDirectClient.h"
 
 #include <QHash>
@@ -121,7 +122,7 @@ Task<> LocalToolChat::runTools(QJsonArray calls, LocalChatRequest* request, Writ
         const QJsonObject function = call.value(QLatin1String("function")).toObject();
         const QString name = function.value(QLatin1String("name")).toString();
         const QString arguments = function.value(QLatin1String("arguments")).toString(QStringLiteral("{}"));
-        writing->set(QStringLiteral("🔧 ") + toolLabel(name) + QStringLiteral("…"));
+        writing->set(toolLine(toolLabel(name)));
         request->addToolResult(call.value(QLatin1String("id")).toString(),
                                co_await with_.tools.dispatch(name, arguments));
     }

@@ -10,19 +10,6 @@ namespace vennic {
 
 namespace {
 
-// The addresses that the D-Bus specification gives, read anew each time: libdbus reads its environment only once.
-QString addressOf(DBusLink::Bus bus) {
-    if (bus == DBusLink::Bus::system) {
-        QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
-        return address.isEmpty() ? QStringLiteral("unix:path=/var/run/dbus/system_bus_socket") : address;
-    }
-    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return runtime.isEmpty() ? QString() : QStringLiteral("unix:path=%1/bus").arg(runtime);
-}
-
 QDBusMessage methodCall(const QString& service, const QString& path, const QString& interface, const QString& method,
                         const QVariantList& arguments) {
     auto message = QDBusMessage::createMethodCall(service, path, interface, method);
@@ -50,6 +37,19 @@ DBusLink::DBusLink(Bus bus) : bus_(bus) {
 }
 
 DBusLink::~DBusLink() { QDBusConnection::disconnectFromBus(name_); }
+
+// Read anew each time: libdbus reads its environment only once.
+QString DBusLink::addressOf(Bus bus) {
+    if (bus == Bus::system) {
+        QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
+        return address.isEmpty() ? QStringLiteral("unix:path=/var/run/dbus/system_bus_socket") : address;
+    }
+    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!address.isEmpty())
+        return address;
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return runtime.isEmpty() ? QString() : QStringLiteral("unix:path=%1/bus").arg(runtime);
+}
 
 QDBusConnection DBusLink::connection() {
     const std::scoped_lock lock(opening_);

@@ -30,7 +30,10 @@ public:
     /// Calls without waiting for anything.
     void send(const QString& service, const QString& path, const QString& interface, const QString& method,
               const QVariantList& arguments);
-    /// The connection, opened if it can be.
+    /// Where the bus is, by the environment and the D-Bus Specification; empty for none.
+    static QString addressOf(Bus bus);
+    /// The connection, opened if it can be. A bus that takes connections and never answers holds it up for libdbus's
+    /// 25 seconds.
     QDBusConnection connection();
 
 private:

@@ -2,6 +2,7 @@
 
 #include "base/LocalizedError.h"
 #include "base/SecretText.h"
+#include "base/ShownText.h"
 
 #include <QStringDecoder>
 
@@ -14,17 +15,9 @@ namespace {
 
 constexpr qsizetype maxLine = qsizetype{16} * 1024;
 
-/// Names of files and words of the backend may hold sequences that command a terminal: none gets through to one.
-QString withoutCommands(QString text) {
-    for (QChar& c : text) {
-        if (c.category() == QChar::Other_Control && c != u'\n' && c != u'\t')
-            c = QChar::ReplacementCharacter;
-    }
-    return text;
-}
-
 void writeAll(int descriptor, const QString& text) {
-    const QByteArray bytes = (::isatty(descriptor) == 1 ? withoutCommands(text) : text).toUtf8();
+    // Names of files and words of the backend may hold sequences that command a terminal: none gets through to one.
+    const QByteArray bytes = (::isatty(descriptor) == 1 ? drawableText(text) : text).toUtf8();
     for (qsizetype at = 0; at < bytes.size();) {
         const ssize_t count = ::write(descriptor, bytes.constData() + at, static_cast<std::size_t>(bytes.size() - at));
         if (count <= 0)

@@ -3,8 +3,8 @@
 
 namespace vennic {
 
-/// Writes UTF-8 to standard output or standard error, whatever the locale. On a terminal, control characters but
-/// newline and tab are replaced.
+/// Writes UTF-8 to standard output or standard error, whatever the locale. On a terminal, what isn't
+/// drawable but newline and tab is replaced.
 void writeOutput(const QString& text);
 void writeError(const QString& text);
 

@@ -1,5 +1,6 @@
 #include "localllm/InstallLog.h"
 
+#include "base/ShownText.h"
 #include "localllm/OutputLines.h"
 
 #include <algorithm>
@@ -11,11 +12,10 @@ namespace {
 constexpr qsizetype longestLine = 4096; // UTF-16 code units
 constexpr QChar escape(0x1B);
 
-bool isControl(QChar c) { return c < u' ' || (c >= QChar(0x7F) && c < QChar(0xA0)); }
-
 /// Behind the control sequence whose first character is at `at`.
 qsizetype afterSequence(QStringView text, qsizetype at) {
-    if (++at >= text.size() || text[at] != u'[')
+    ++at;
+    if (at >= text.size() || text[at] != u'[')
         return at;
     for (++at; at < text.size() && text[at] >= u' ' && text[at] <= u'?';)
         ++at; // parameters and intermediates
@@ -27,7 +27,7 @@ qsizetype afterSequence(QStringView text, qsizetype at) {
 void InstallLog::append(const QString& line) {
     if (lines_.size() == mostLines)
         lines_.removeFirst();
-    lines_.append(line.right(longestLine));
+    lines_.append(shownEnd(line, longestLine));
 }
 
 QStringList InstallLog::shown() const {
@@ -57,11 +57,11 @@ QString shownLine(const QString& line) {
         }
         if (text[at] == u'\t')
             shown.append(u' ');
-        else if (!isControl(text[at]))
+        else if (text[at].category() != QChar::Other_Control)
             shown.append(text[at]);
         ++at;
     }
-    return shown;
+    return drawableLine(shown);
 }
 
 std::optional<int> percentageIn(const QString& line) {

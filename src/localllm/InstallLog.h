@@ -22,7 +22,8 @@ private:
     QStringList lines_;
 };
 
-/// What a terminal would show of one line in the end, without control characters and sequences (ECMA-48).
+/// What a terminal would show of one line in the end, without control characters and sequences (ECMA-48) and with a
+/// mark for each character that isn't drawable.
 QString shownLine(const QString& line);
 /// The percentage in a progress line like "Fetching 10 files:  30%|███"; none when there is none up to 100.
 std::optional<int> percentageIn(const QString& line);

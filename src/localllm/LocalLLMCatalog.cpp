@@ -1,12 +1,14 @@
 #include "localllm/LocalLLMCatalog.h"
 
 #include "base/Json.h"
+#include "base/ShownText.h"
 #include "localllm/CuratedModels.h"
 
 #include <QDir>
 #include <QDirIterator>
 
 #include <algorithm>
+#include <cmath>
 
 namespace vennic::LocalLLMCatalog {
 
@@ -14,24 +16,46 @@ namespace {
 
 const QLatin1String folderPrefix("models--");
 
+constexpr qint64 mostCatalogBytes = 1024 * 1024;
+constexpr qsizetype longestName = 120;        // UTF-16 code units
+constexpr qsizetype longestDescription = 500; // the same
+constexpr double mostGB = 1e6;
+
+/// A line of the backend's, as a row of the catalogue shows it.
+QString lineOf(const QString& text, qsizetype longest) {
+    QString line = shownText(text, longest);
+    std::ranges::replace_if(line, [](QChar c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, QChar(u' '));
+    return drawableLine(line);
+}
+
 LocalLLMModel decodeModel(const QJsonObject& object) {
     LocalLLMModel model;
     model.id = requiredString(object, QLatin1String("id"));
-    model.displayName = requiredString(object, QLatin1String("display_name"));
+    model.displayName = lineOf(requiredString(object, QLatin1String("display_name")), longestName);
     model.sizeGB = requiredNumber(object, QLatin1String("size_gb"));
     model.ramGB = requiredNumber(object, QLatin1String("ram_gb"));
     model.approxTokensPerSec = requiredInteger(object, QLatin1String("tokens_per_sec"));
-    model.description = optionalString(object, QLatin1String("description_fr"))
-                            .value_or(QStringLiteral("Modele MLX curaté par Vennic."));
-    model.familyTag = optionalString(object, QLatin1String("family")).value_or(QStringLiteral("Local"));
+    model.description = lineOf(optionalString(object, QLatin1String("description_fr"))
+                                   .value_or(QStringLiteral("Modele MLX curaté par Vennic.")),
+                               longestDescription);
+    model.familyTag =
+        lineOf(optionalString(object, QLatin1String("family")).value_or(QStringLiteral("Local")), longestName);
     return model;
+}
+
+/// Whether a row tells of a model at all. Its identifier is asked for as it stands, so nothing in it is mended.
+bool isCredible(const LocalLLMModel& model) {
+    const auto isSize = [](double gigabytes) { return std::abs(gigabytes) <= mostGB; };
+    return isModelId(model.id) && isSize(model.sizeGB) && isSize(model.ramGB);
 }
 
 std::vector<LocalLLMModel> decodeModels(const QByteArray& body) {
     std::vector<LocalLLMModel> models;
     const QJsonArray list = requiredArray(parseJsonObject(body), QLatin1String("models"));
-    for (const QJsonValue element : list)
-        models.push_back(decodeModel(objectOf(element)));
+    for (auto row = list.begin(); row != list.end() && models.size() < mostModels; ++row) {
+        if (LocalLLMModel model = decodeModel(objectOf(*row)); isCredible(model))
+            models.push_back(std::move(model));
+    }
     return models;
 }
 
@@ -81,6 +105,7 @@ Task<std::optional<std::vector<LocalLLMModel>>> fetchRemoteModels(VennicHTTP* ht
     request.url.setUserInfo({});
     request.headers.push_back({"Accept", "application/json"});
     request.timeout = std::chrono::seconds{8};
+    request.maxAnswerBytes = mostCatalogBytes;
     try {
         const HttpResponse response = co_await http->sharedData(std::move(request));
         if (!isSuccess(response.status))

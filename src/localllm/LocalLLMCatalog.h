@@ -27,8 +27,11 @@ QSet<QString> downloadedIds(const QString& home);
 /// Removes a download; the bytes that it took, 0 when there is none. Raises LocalizedError.
 qint64 deleteDownload(const QString& home, const QString& id, FolderUsage& usage);
 
+/// How many models a catalogue has at most.
+inline constexpr std::size_t mostModels = 200;
 /// GET /local_llm/catalog.json, without a token: the backend's list, which stands in for `models` as a whole. None
-/// when it can't be had or is empty.
+/// when it can't be had or is empty. A row without a credible identifier or size is left out, and so is all beyond
+/// `mostModels`; what is read of a row is cut to what somebody would read, and is drawable.
 Task<std::optional<std::vector<LocalLLMModel>>> fetchRemoteModels(VennicHTTP* http, const APIConfig* config);
 
 } // namespace LocalLLMCatalog

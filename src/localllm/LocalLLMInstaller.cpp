@@ -1,11 +1,10 @@
 #include "localllm/LocalLLMInstaller.h"
 
 #include "base/HearInstead.h"
+#include "base/WholeFile.h"
 #include "localllm/OutputLines.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -21,11 +20,6 @@ constexpr auto untilTheLabelIsFree = 500ms;
 
 QString words(const ProgramCommand& command) {
     return (QStringList{command.executable} + command.arguments).join(u' ');
-}
-
-void makeFolder(const QString& path) {
-    if (!QDir().mkpath(path))
-        throw LocalizedError(QStringLiteral("Le dossier %1 ne peut pas être créé.").arg(path));
 }
 
 } // namespace
@@ -90,12 +84,8 @@ Task<> LocalLLMInstaller::install(QString model, OnLine onLine) {
 void LocalLLMInstaller::writeLaunchAgent(const QString&) const {
     const RuntimePaths& paths = surroundings_.paths;
     const QByteArray definition = surroundings_.services.definition(service());
-    makeFolder(QFileInfo(paths.serviceFile).path());
     makeFolder(paths.logDirectory);
-    QSaveFile file(paths.serviceFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(definition) != definition.size() || !file.commit())
-        throw LocalizedError(
-            QStringLiteral("%1 ne peut pas être écrit : %2").arg(paths.serviceFile, file.errorString()));
+    writeWholeFile(paths.serviceFile, definition);
 }
 
 Task<> LocalLLMInstaller::reloadLaunchAgent(OnLine onLine) {

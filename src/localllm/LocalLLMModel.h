@@ -1,8 +1,17 @@
 #pragma once
+#include "base/ShownText.h"
+
 #include <QHashFunctions>
 #include <QString>
 
 namespace vennic {
+
+inline constexpr qsizetype longestModelId = 512; // UTF-16 code units
+/// Whether a text can be the identifier of a model, which is a repository's name or a path: not empty, one drawable
+/// line and no longer than a path would be.
+inline bool isModelId(const QString& text) {
+    return !text.isEmpty() && text.size() <= longestModelId && drawableLine(text) == text;
+}
 
 /// A model that can be served on this machine.
 struct LocalLLMModel {

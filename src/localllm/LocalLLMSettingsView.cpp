@@ -4,11 +4,11 @@
 #include "backend/LocalCompletionReader.h"
 #include "base/Localized.h"
 #include "base/Pool.h"
+#include "base/ShownText.h"
 #include "localllm/LocalLLMCatalog.h"
 #include "localllm/LocalServerCheck.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <cmath>
 
@@ -123,8 +123,10 @@ Task<> LocalLLMSettingsView::pollHealthUntilUp(std::chrono::seconds seconds) {
 }
 
 QStringList LocalLLMSettingsView::shownModels() const {
-    static const QRegularExpression control(QStringLiteral("\\p{C}"));
-    return QStringList(availableModels_).replaceInStrings(control, QString(QChar::ReplacementCharacter));
+    QStringList shown;
+    for (const QString& id : availableModels_)
+        shown.append(drawableLine(id));
+    return shown;
 }
 
 void LocalLLMSettingsView::runTest() {

@@ -3,6 +3,8 @@
 #include "backend/LocalCompletionReader.h"
 #include "base/Json.h"
 #include "base/Localized.h"
+#include "base/ShownText.h"
+#include "localllm/LocalLLMModel.h"
 
 #include <algorithm>
 
@@ -14,12 +16,9 @@ constexpr auto checkPatience = std::chrono::seconds{5};
 constexpr auto testPatience = std::chrono::seconds{60};
 constexpr qint64 mostBytes = 4LL * 1024 * 1024;
 constexpr int mostModels = 200;
-constexpr qsizetype longestModel = 512;    // UTF-16 code units
-constexpr qsizetype longestAnswer = 4'000; // the same
+constexpr qsizetype longestAnswer = 4'000; // UTF-16 code units
 
-bool isSuccess(const HttpResponse& response) { return *response.status >= 200 && *response.status <= 299; }
-
-QString readable(const QString& text) { return text.size() > longestAnswer ? text.left(longestAnswer) + u'…' : text; }
+QString readable(const QString& text) { return drawableText(shownText(text, longestAnswer)); }
 
 QByteArray testBody(const QString& model) {
     const auto message = [](const char* role, const char* content) {
@@ -58,7 +57,7 @@ QStringList listedModels(const QByteArray& body) {
         QStringList ids;
         for (auto row = list.begin(); row != list.end() && ids.size() < mostModels; ++row) {
             const QJsonValue id = (*row).toObject()[QLatin1String("id")];
-            if (id.isString() && id.toString().size() <= longestModel)
+            if (id.isString() && id.toString().size() <= longestModelId)
                 ids.append(id.toString());
         }
         return ids;
@@ -68,15 +67,13 @@ QStringList listedModels(const QByteArray& body) {
 }
 
 Task<LocalServerAnswer> checkLocalServer(VennicHTTP* http, QUrl url) {
-    HttpRequest request;
-    request.url = std::move(url);
-    request.timeout = checkPatience;
+    HttpRequest request = localModelsRequest(std::move(url), checkPatience);
     request.maxAnswerBytes = mostBytes;
     try {
         const HttpResponse response = co_await http->sharedData(std::move(request));
         if (!response.status)
             throw TransportError(TransportFault::badAnswer);
-        if (!isSuccess(response))
+        if (!isSuccess(response.status))
             co_return LocalServerAnswer{HealthStatus::down(QStringLiteral("HTTP %1").arg(*response.status))};
         co_return LocalServerAnswer{HealthStatus::ok(), listedModels(response.body)};
     } catch (const LocalizedError& error) {
@@ -101,7 +98,7 @@ Task<InferenceTestResult> testInference(VennicHTTP* http, Clock* clock, QString 
         const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(clock->elapsed() - begun).count();
         if (!response.status)
             throw TransportError(TransportFault::badAnswer);
-        if (!isSuccess(response))
+        if (!isSuccess(response.status))
             co_return InferenceTestResult{.error = readable(QStringLiteral("HTTP %1 : ").arg(*response.status) +
                                                             QString::fromUtf8(response.body))};
         const auto said = saidIn(response.body);

@@ -8,7 +8,7 @@
 namespace vennic {
 
 // Questions that the user has asked of the local model's server. Nothing of its answers is longer than what somebody
-// would read.
+// would read, and what it said in a test is drawable.
 
 /// What a server says to GET /models.
 struct LocalServerAnswer {

@@ -13,8 +13,6 @@ namespace {
 
 constexpr double gibibyte = 1024.0 * 1024 * 1024;
 constexpr double leftForTheSystemGB = 4.0;
-constexpr std::size_t mostModels = 200;
-constexpr qsizetype longestTitle = 120; // UTF-16 code units
 
 const QString between = QStringLiteral(" · ");
 
@@ -44,8 +42,6 @@ ModelCatalogPicker::ModelCatalogPicker(AppSession& session, const SystemMemory& 
 }
 
 void ModelCatalogPicker::setModels(std::vector<LocalLLMModel> models) {
-    if (models.size() > mostModels)
-        models.resize(mostModels);
     if (models_ == models)
         return;
     models_ = std::move(models);
@@ -83,7 +79,7 @@ QVariantList ModelCatalogPicker::rows() const {
     QVariantList rows;
     for (const LocalLLMModel& model : models_)
         rows.append(QVariantMap{{QStringLiteral("id"), model.id},
-                                {QStringLiteral("title"), model.displayName.left(longestTitle)},
+                                {QStringLiteral("title"), model.displayName},
                                 {QStringLiteral("measures"), measures(model)},
                                 {QStringLiteral("exceedsMemory"), exceedsMemory(model)}});
     return rows;
@@ -100,7 +96,7 @@ QString ModelCatalogPicker::label() const {
     if (writesCustom_)
         return localized("Personnalisé");
     if (const auto model = known())
-        return model->displayName.left(longestTitle);
+        return model->displayName;
     return chosen().isEmpty() ? localized("Choisir un modèle") : localized("Personnalisé");
 }
 

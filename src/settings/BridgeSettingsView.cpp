@@ -70,8 +70,8 @@ void BridgeSettingsView::followDate() {
 }
 
 Task<> BridgeSettingsView::keepDateTrue() {
-    while (with_.bridge.lastTaskAt()) {
-        co_await with_.clock.sleep(relativeDateLasts(*with_.bridge.lastTaskAt(), with_.clock.now()));
+    while (const std::optional<QDateTime> at = with_.bridge.lastTaskAt()) {
+        co_await with_.clock.sleep(relativeDateLasts(*at, with_.clock.now()));
         Q_EMIT lastActivityChanged();
     }
 }
@@ -84,15 +84,15 @@ QVariantList BridgeSettingsView::folders() const {
     for (const BookmarkEntry& entry : with_.bookmarks.entries()) {
         const auto known = std::find_if(resolved_.begin(), resolved_.end(),
                                         [&](const ResolvedShare& share) { return share.grant.id == entry.id; });
-        const bool isMissing = known != resolved_.end() && !known->folder;
-        const bool isFound = known != resolved_.end() && known->folder;
-        const QString path = isFound     ? displayPath(known->folder->path, home)
+        const auto* found = known != resolved_.end() && known->folder ? &*known->folder : nullptr;
+        const bool isMissing = known != resolved_.end() && !found;
+        const QString path = found       ? displayPath(found->path, home)
                              : isMissing ? localized("Introuvable : dossier déplacé, supprimé ou sur un disque absent.")
                                          : localized("Recherche du dossier…");
         rows.append(QVariantMap{{QStringLiteral("id"), entry.id.toString(QUuid::WithoutBraces)},
                                 {QStringLiteral("name"), entry.displayName},
                                 {QStringLiteral("path"), path},
-                                {QStringLiteral("isMoved"), isFound && known->stale},
+                                {QStringLiteral("isMoved"), found && known->stale},
                                 {QStringLiteral("isMissing"), isMissing}});
     }
     return rows;

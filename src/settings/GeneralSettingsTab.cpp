@@ -124,10 +124,8 @@ void GeneralSettingsTab::setHighSecurityOn(bool on) {
     highSecurityOn_ = on;
     with_.store.set(PreferenceKey::highSecurityMode, on);
     Q_EMIT highSecurityOnChanged();
-    if (!with_.session.isAuthenticated())
-        return;
-    const SecretText token = *with_.session.userToken();
-    with_.session.setToken(token);
+    if (const std::optional<SecretText> token = with_.session.userToken(); token && !token->isEmpty())
+        with_.session.setToken(*token);
 }
 
 void GeneralSettingsTab::restoreQuitConfirmation() {

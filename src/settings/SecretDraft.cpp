@@ -1,5 +1,7 @@
 #include "settings/SecretDraft.h"
 
+#include <algorithm>
+
 namespace vennic {
 
 namespace {
@@ -36,9 +38,9 @@ void SecretDraft::erase() {
     if (selected_)
         return replace({});
     const QByteArrayView bytes = secret_.reveal();
-    qsizetype kept = bytes.size();
-    while (kept > 0 && continuesCharacter(bytes[--kept])) {
-    }
+    qsizetype kept = std::max(bytes.size() - 1, qsizetype(0));
+    while (kept > 0 && continuesCharacter(bytes[kept]))
+        --kept;
     replace(SecretText{bytes.first(kept)});
 }
 

@@ -1,3 +1,4 @@
+#include "base/DrawableCharacter.h"
 #include "base/SystemReason.h"
 #include "base/Utf8.h"
 #include "shortcuts/Automations.h"
@@ -65,8 +66,7 @@ std::string shown(std::string_view name) {
             break;
         }
         const Utf8Step step = utf8At(name, at);
-        const bool isControl = step.codePoint < 0x20 || (step.codePoint >= 0x7F && step.codePoint < 0xA0);
-        appendUtf8(text, isControl ? U'\uFFFD' : step.codePoint);
+        appendUtf8(text, isDrawable(step.codePoint) ? step.codePoint : U'\uFFFD');
         at += step.length;
     }
     return text + " »";

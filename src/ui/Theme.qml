@@ -36,10 +36,6 @@ QtObject {
     readonly property int padding: 14
     readonly property int radius: 8
     readonly property int windowRadius: composited ? 14 : 0
-    // What must not stand at the beginning of a line keeps to the word before it, and a unit to its number.
-    function typeset(words) {
-        return words.replace(/ (?=[:;?!»·—%])/g, "\u00a0").replace(/« /g, "«\u00a0").replace(/(\d) (?=(GB|MB|ms|s|min|tok\/s)\b)/g, "$1\u00a0");
-    }
     function escaped(words) {
         return words.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/"/g, "&quot;");
     }

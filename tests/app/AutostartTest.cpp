@@ -93,7 +93,13 @@ TEST_F(AutostartTest, aFolderThatCannotBeWrittenIsSaid) {
     QDir().mkpath(configuration);
     QFile file(configuration + QStringLiteral("/autostart")); // where the folder should be
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    EXPECT_THROW(autostart.turnOn(), LocalizedError);
+    try {
+        autostart.turnOn();
+        ADD_FAILURE() << "it was written";
+    } catch (const LocalizedError& error) {
+        EXPECT_EQ(error.errorDescription(), QStringLiteral("Le dossier ") + file.fileName() +
+                                                QStringLiteral(" ne peut pas être créé : ce n'est pas un dossier"));
+    }
     EXPECT_FALSE(autostart.isOn());
 }
 

@@ -1,13 +1,20 @@
 #include "fakes/DesktopActivationFake.h"
+#include "linux/FileDescriptor.h"
 #include "linux/desktop/DesktopActivationBus.h"
 #include "support/Await.h"
 #include "support/PrivateBus.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <array>
+#include <atomic>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
 
 namespace vennic::test {
@@ -173,6 +180,62 @@ TEST_F(DesktopActivationBusTest, whoHasWithdrawnStaysAwayFromABusThatComesAgain)
     with.bus.start();
     QCoreApplication::processEvents();
     EXPECT_FALSE(with.handOver({}));
+}
+
+/// A bus that has stopped: connections are taken for it. One that `letsIn` goes on to the end of the authentication
+/// (the D-Bus Specification, "Authentication Protocol"), and is silent from there on.
+class StoppedBus {
+public:
+    StoppedBus(const QString& path, bool letsIn) : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        const QByteArray bytes = QFile::encodeName(path);
+        std::copy(bytes.begin(), bytes.end(), std::begin(address.sun_path));
+        EXPECT_EQ(::bind(listener_.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(listener_.number(), 16), 0);
+        if (letsIn)
+            letting_ = std::jthread([this] { letIn(); });
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + bytes);
+    }
+    ~StoppedBus() { ::shutdown(listener_.number(), SHUT_RDWR); }
+    Q_DISABLE_COPY_MOVE(StoppedBus)
+    bool hasLetIn() const { return hasLetIn_; }
+
+private:
+    void letIn() {
+        const FileDescriptor client(::accept(listener_.number(), nullptr, nullptr));
+        QByteArray heard;
+        std::array<char, 4096> bytes{};
+        for (ssize_t count = 0; (count = ::read(client.number(), bytes.data(), bytes.size())) > 0;) {
+            heard.append(bytes.data(), count);
+            for (qsizetype end = 0; !hasLetIn_ && (end = heard.indexOf("\r\n")) >= 0; heard.remove(0, end + 2))
+                answer(client, heard.left(end));
+        }
+    }
+    void answer(const FileDescriptor& client, const QByteArray& line) {
+        hasLetIn_ = line == "BEGIN";
+        if (hasLetIn_)
+            return;
+        const QByteArray said = line.contains("AUTH EXTERNAL")       ? "OK 0123456789abcdef0123456789abcdef\r\n"
+                                : line.contains("NEGOTIATE_UNIX_FD") ? "AGREE_UNIX_FD\r\n"
+                                                                     : "REJECTED EXTERNAL\r\n";
+        EXPECT_EQ(::write(client.number(), said.constData(), static_cast<std::size_t>(said.size())), said.size());
+    }
+
+    FileDescriptor listener_;
+    std::atomic<bool> hasLetIn_ = false;
+    std::jthread letting_;
+};
+
+TEST(DesktopActivationOnAStoppedBus, isGivenUp) {
+    const QTemporaryDir folder;
+    for (const bool letsIn : {false, true}) {
+        const StoppedBus bus(folder.filePath(letsIn ? QStringLiteral("later") : QStringLiteral("silent")), letsIn);
+        QElapsedTimer taken;
+        taken.start();
+        EXPECT_FALSE(DesktopActivationBus().handOver({QStringLiteral("vennic://local/setup")}, {}, 100ms));
+        EXPECT_LT(taken.elapsed(), 15'000) << "a library of D-Bus waits for 25 seconds by itself";
+        EXPECT_EQ(bus.hasLetIn(), letsIn);
+    }
 }
 
 TEST(DesktopActivationWithoutABus, isNoRoad) {

@@ -31,6 +31,11 @@ TEST(InstallLog, aLineThatNobodyReadsLosesItsBeginning) {
     EXPECT_TRUE(log.lines().first().endsWith(QStringLiteral("fin")));
 }
 
+TEST(InstallLog, aLineIsNeverCutWithinACharacter) {
+    const InstallLog log = logOf({QStringLiteral("🍺") + QString(4095, u'x')});
+    EXPECT_EQ(log.lines().first(), QString(4095, u'x'));
+}
+
 TEST(InstallLog, progressIsShownOnOneLineAsATerminalWould) {
     const InstallLog log = logOf({QStringLiteral("▶︎ Téléchargement"), QStringLiteral("\rFetching:  0%|"),
                                   QStringLiteral("\rFetching: 50%|\rFetching: 60%|"),
@@ -52,6 +57,12 @@ TEST(ShownLine, hasNoControlCharactersOrSequences) {
     EXPECT_EQ(shownLine(QStringLiteral("10%\r20%\r\r")), QStringLiteral("20%"));
     EXPECT_EQ(shownLine(QStringLiteral("\x1B")), QString());
     EXPECT_EQ(shownLine(QStringLiteral("é 中 🎉 ▶︎")), QStringLiteral("é 中 🎉 ▶︎"));
+}
+
+TEST(ShownLine, hasAMarkWhereACharacterBreaksALineOrTurnsItsDirection) {
+    EXPECT_EQ(shownLine(QStringLiteral("a\u2028b\u2029c")), QStringLiteral("a\uFFFDb\uFFFDc"));
+    EXPECT_EQ(shownLine(QStringLiteral("\u202Egnp.exe\uFDD0\uFFFE")), QStringLiteral("\uFFFDgnp.exe\uFFFD\uFFFD"));
+    EXPECT_EQ(shownLine(QString(QChar(0xD83C)) + u'a'), QStringLiteral("\uFFFDa"));
 }
 
 TEST(PercentageIn, isTheNumberBeforeTheLastSign) {

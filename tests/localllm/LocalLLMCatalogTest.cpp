@@ -1,5 +1,6 @@
 #include "localllm/LocalLLMCatalog.h"
 
+#include "base/Json.h"
 #include "fakes/FolderUsageFake.h"
 #include "support/Await.h"
 #include "support/ScriptedBackend.h"
@@ -110,6 +111,7 @@ TEST_F(RemoteCatalogTest, theBackendsListStandsInForTheCuratedOne) {
     EXPECT_EQ(request.headers, (std::vector<HttpHeader>{{"Accept", "application/json"}}));
     EXPECT_TRUE(request.secretHeaders.empty());
     EXPECT_EQ(request.timeout, 8s);
+    EXPECT_EQ(request.maxAnswerBytes, 1024 * 1024);
 }
 
 TEST_F(RemoteCatalogTest, aBaseThatEndsInTheRootAndASlashAsksTheSame) {
@@ -135,6 +137,73 @@ TEST_F(RemoteCatalogTest, anythingLessThanAListIsNothing) {
         transport.answerWith(200, body);
         EXPECT_FALSE(fetch()) << body;
     }
+}
+
+/// A catalogue of rows, each of a plain one's fields but for those of the object that is given in JSON.
+QByteArray catalogOf(const QByteArrayList& changes) {
+    QJsonArray rows;
+    for (const QByteArray& change : changes) {
+        QJsonObject row = parseJsonObject(R"({"id":"a/b","display_name":"B","size_gb":2,"ram_gb":3,
+                                              "tokens_per_sec":40})");
+        const QJsonObject fields = parseJsonObject(change);
+        for (auto field = fields.begin(); field != fields.end(); ++field)
+            row.insert(field.key(), field.value());
+        rows.append(row);
+    }
+    return QJsonDocument(QJsonObject{{QStringLiteral("models"), rows}}).toJson();
+}
+
+TEST_F(RemoteCatalogTest, whatIsReadOfARowIsOneLineThatSomebodyWouldRead) {
+    const QByteArray endless(100'000, 'x');
+    transport.answerWith(200, catalogOf({R"({"display_name":")" + endless + R"(","description_fr":")" + endless +
+                                             R"(","family":")" + endless + R"("})",
+                                         R"({"display_name":"A\nB\u2029\u202Ec",
+                                             "description_fr":"Très\u00A0bon\r\n: oui\u001B[2J",
+                                             "family":"F\u0000\uFDD0"})"}));
+    const auto models = fetch();
+    ASSERT_TRUE(models);
+    ASSERT_EQ(models->size(), 2u);
+    EXPECT_EQ(models->front().displayName, QString(120, u'x') + u'…');
+    EXPECT_EQ(models->front().description, QString(500, u'x') + u'…');
+    EXPECT_EQ(models->front().familyTag, QString(120, u'x') + u'…');
+    EXPECT_EQ(models->back().displayName, QStringLiteral("A B\uFFFD\uFFFDc"));
+    EXPECT_EQ(models->back().description, QStringLiteral("Très\u00A0bon  : oui\uFFFD[2J"));
+    EXPECT_EQ(models->back().familyTag, QStringLiteral("F\uFFFD\uFFFD"));
+}
+
+TEST_F(RemoteCatalogTest, anIdentifierStaysAsItIsOrItsRowIsLeftOut) {
+    const QByteArray longest(512, 'x');
+    const auto row = [](const QByteArray& id) { return R"({"id":")" + id + R"("})"; };
+    transport.answerWith(200, catalogOf({row("  org/Modèle %1 中 "), row(""), row(R"(a\nb)"), row(R"(a\u202Eb)"),
+                                         row(longest + 'x'), row(longest)}));
+    const auto models = fetch();
+    ASSERT_TRUE(models);
+    ASSERT_EQ(models->size(), 2u);
+    EXPECT_EQ(models->front().id, QStringLiteral("  org/Modèle %1 中 "));
+    EXPECT_EQ(models->back().id, QString::fromLatin1(longest));
+    transport.answerWith(200, catalogOf({row(R"(a\u0000)")}));
+    EXPECT_FALSE(fetch()) << "nothing is left";
+}
+
+TEST_F(RemoteCatalogTest, aRowWhoseSizeIsNoneIsLeftOut) {
+    transport.answerWith(
+        200, catalogOf({R"({"size_gb":1.7e308})", R"({"ram_gb":-1e7})", R"({"id":"c","size_gb":1e6,"ram_gb":0})"}));
+    const auto models = fetch();
+    ASSERT_TRUE(models);
+    ASSERT_EQ(models->size(), 1u);
+    EXPECT_EQ(models->front().id, QStringLiteral("c"));
+}
+
+TEST_F(RemoteCatalogTest, whatFollowsTwoHundredRowsIsNotRead) {
+    QByteArrayList rows;
+    for (int i = 0; i < 200; ++i)
+        rows.append(R"({"id":")" + QByteArray::number(i) + R"("})");
+    rows.append(R"({"id":7})"); // would be no catalogue at all
+    transport.answerWith(200, catalogOf(rows));
+    const auto models = fetch();
+    ASSERT_TRUE(models);
+    EXPECT_EQ(models->size(), 200u);
+    EXPECT_EQ(models->back().id, QStringLiteral("199"));
 }
 
 } // namespace

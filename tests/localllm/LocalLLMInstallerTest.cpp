@@ -257,14 +257,15 @@ TEST_F(LocalLLMInstallerTest, aFileThatCannotBeWrittenFailsAndTheEarlierStepsSta
     placeUv();
     place(home + QStringLiteral("/Library")); // a file where a folder is needed
     programs.scripts[installMlx()] = {.effect = [this] { placeServer(); }};
-    EXPECT_TRUE(install().contains(home + QStringLiteral("/Library/LaunchAgents")));
+    EXPECT_EQ(install(), QStringLiteral("Le dossier ") + home +
+                             QStringLiteral("/Library/LaunchAgents ne peut pas être créé : ce n'est pas un dossier"));
     EXPECT_EQ(log.last(), QStringLiteral("▶︎ écriture du LaunchAgent"));
     EXPECT_EQ(programs.startedWords(), QStringList{installMlx()});
     EXPECT_TRUE(installer.detect().components[2].installed);
 
     ASSERT_TRUE(QFile::remove(home + QStringLiteral("/Library")));
     ASSERT_TRUE(QDir().mkpath(plist)); // a folder where the file is needed
-    EXPECT_TRUE(install().contains(plist));
+    EXPECT_EQ(install(), plist + QStringLiteral(" ne peut pas être écrit : c'est un dossier"));
 }
 
 TEST_F(LocalLLMInstallerTest, aBootstrapThatFailsIsTheCallersToKnow) {

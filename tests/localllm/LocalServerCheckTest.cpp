@@ -50,6 +50,7 @@ TEST_F(LocalServerCheckTest, asksForTheModelsWithFiveSecondsOfPatienceAndWithout
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.url.toString(), QStringLiteral("http://localhost:8080/v1/models"));
     EXPECT_EQ(request.timeout, 5s);
+    EXPECT_EQ(request.deadline, 5s) << "also of a server that drips";
     EXPECT_EQ(request.maxAnswerBytes, 4 * 1024 * 1024);
     EXPECT_TRUE(request.headers.empty());
     EXPECT_TRUE(request.secretHeaders.empty());
@@ -144,6 +145,15 @@ TEST_F(LocalServerCheckTest, anAnswerIsCutWhereNobodyReadsOn) {
     takes(0ms, 200, R"({"choices":[{"message":{"content":")" + QByteArray(1'000'000, 'x') + R"("}}]})");
     EXPECT_LT(tryOut().output.size(), 4100);
     EXPECT_TRUE(tryOut().output.endsWith(u'…'));
+}
+
+TEST_F(LocalServerCheckTest, whatTheServerSaidIsDrawableAndNotCutWithinACharacter) {
+    takes(0ms, 502, "<html>\r\n\t<b>\x1b[2J\xe2\x80\xa9\xe2\x80\xae");
+    EXPECT_EQ(tryOut().error, QStringLiteral("HTTP 502 : <html>\n\t<b>\uFFFD[2J\uFFFD\uFFFD"));
+    takes(0ms, 200, R"({"choices":[{"message":{"content":"a\nb\u2029\u202ec\ufdd0\ud83c"}}]})");
+    EXPECT_EQ(tryOut().output, QStringLiteral("✓ 0 ms — a\nb\uFFFD\uFFFDc\uFFFD\uFFFD"));
+    takes(0ms, 200, R"({"choices":[{"message":{"content":")" + QByteArray(3999, 'x') + R"(🍺🍺"}}]})");
+    EXPECT_EQ(tryOut().output, QStringLiteral("✓ 0 ms — ") + QString(3999, u'x') + u'…');
 }
 
 TEST_F(LocalServerCheckTest, aTestThatFailsOnTheWayHasItsWords) {

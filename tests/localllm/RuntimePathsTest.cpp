@@ -49,9 +49,9 @@ TEST(RuntimePaths, ofLinuxHoldProgramsAndModelsInTheirPlacesWhateverTheEnvironme
     EXPECT_EQ(
         paths.toolVariables,
         (RuntimePaths::Variables{{QStringLiteral("UV_TOOL_BIN_DIR"), QStringLiteral("/home/ada/.local/bin")}, hub}));
-    ASSERT_EQ(paths.serverVariables.size(), 3u);
-    EXPECT_EQ(paths.serverVariables[1], std::pair(QStringLiteral("HOME"), home));
-    EXPECT_EQ(paths.serverVariables[2], hub);
+    const std::pair path{QStringLiteral("PATH"),
+                         QStringLiteral("/home/linuxbrew/.linuxbrew/bin:/usr/local/bin:/usr/bin:/bin")};
+    EXPECT_EQ(paths.serverVariables, (RuntimePaths::Variables{path, {QStringLiteral("HOME"), home}, hub}));
 }
 
 } // namespace

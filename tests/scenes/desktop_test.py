@@ -2,6 +2,7 @@
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import unittest
 
@@ -60,12 +61,24 @@ class Desktop(DesktopScene):
         self.assertEqual(unknown.returncode, 1)
         self.assertIn("vennic://ailleurs", unknown.stderr)
 
+    def test_a_link_is_handed_over_though_the_session_bus_never_answers(self):
+        self.start_client()
+        with socket.socket(socket.AF_UNIX) as bus:
+            bus.bind(str(self.folder / "hung"))
+            bus.listen(16)
+            environment = self.client.environment | {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/hung"}
+            handed = subprocess.run([self.client.program, "vennic://desktop/hallwarden_panel?section=secure"], env=environment,
+                                    capture_output=True, text=True, check=False, timeout=20)
+        self.assertEqual(handed.returncode, 0, handed.stderr)
+        self.await_anchor("secureAccess")
+
     def test_a_start_with_a_link_follows_it(self):
         self.backend.start()
         self.deploy()
-        self.client.process = subprocess.Popen(
-            [self.client.program, "vennic://desktop/hallwarden_panel?section=approvals"], env=self.client.environment,
-            stdin=subprocess.DEVNULL, stdout=open(self.client.log, "ab"), stderr=subprocess.STDOUT)
+        with open(self.client.log, "ab") as log:
+            self.client.process = subprocess.Popen(
+                [self.client.program, "vennic://desktop/hallwarden_panel?section=approvals"],
+                env=self.client.environment, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
         self.await_anchor("approvals")
 
     def test_a_link_that_the_desktop_opens_starts_the_client_and_reaches_it(self):

@@ -51,9 +51,10 @@ class Backend:
 
     def start(self, *options):
         self.ready_file.unlink(missing_ok=True)
-        self.process = subprocess.Popen(
-            [self.program, "--data", self.folder / "server", "--ready-file", self.ready_file, *options],
-            stdout=subprocess.DEVNULL, stderr=open(self.folder / "server.log", "ab"))
+        with open(self.folder / "server.log", "ab") as log:
+            self.process = subprocess.Popen(
+                [self.program, "--data", self.folder / "server", "--ready-file", self.ready_file, *options],
+                stdout=subprocess.DEVNULL, stderr=log)
         wait_for(self._is_ready, "the backend listens")
         self.ready = json.loads(self.ready_file.read_text(encoding="utf-8"))
         self.key = pathlib.Path(self.ready["owner_key_file"]).read_text(encoding="ascii").strip()
@@ -136,7 +137,7 @@ class Client:
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={folder}/no-bus",
             "SSL_CERT_DIR": str(folder / "trust"),
         }
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"):
+        for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"):
             if name in os.environ:
                 self.environment[name] = os.environ[name]
         (folder / "run").mkdir(mode=0o700, exist_ok=True)
@@ -144,8 +145,9 @@ class Client:
         self.process = None
 
     def start(self):
-        self.process = subprocess.Popen([self.program], env=self.environment, stdin=subprocess.DEVNULL,
-                                        stdout=open(self.log, "ab"), stderr=subprocess.STDOUT)
+        with open(self.log, "ab") as log:
+            self.process = subprocess.Popen([self.program], env=self.environment, stdin=subprocess.DEVNULL, stdout=log,
+                                            stderr=subprocess.STDOUT)
         wait_for(self._answers, "the client answers")
 
     def _answers(self):
@@ -211,8 +213,17 @@ class Scene(unittest.TestCase):
         self.shared.mkdir()
         self.backend = Backend(programs / server.name, self.folder)
         self.client = Client(programs / client.name, self.folder)
+        self.addCleanup(self.check_sanitizers)
         self.addCleanup(self.backend.stop)
         self.addCleanup(self.client.stop)
+
+    def check_sanitizers(self):
+        """What a sanitizer has said of a program is a failure, whatever became of it."""
+        for log in self.folder.glob("*.log"):
+            words = log.read_text(errors="replace")
+            for beginning in ("runtime error:", "ERROR: AddressSanitizer", "ERROR: LeakSanitizer"):
+                if beginning in words:
+                    self.fail(words)
 
     def deploy(self):
         """Leads the client to the backend."""

@@ -75,6 +75,15 @@ TEST_F(PopoverTest, theHelpOfAButtonIsAsHighAsItsWords) {
     EXPECT_GT(words->height(), 10);
 }
 
+TEST_F(PopoverTest, theHelpOfAButtonGoesOnceItIsPressed) {
+    popover();
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    const auto tip = [&] { return root().findChild<QObject*>(QStringLiteral("helpTip")); };
+    ASSERT_TRUE(waitUntil([&] { return tip() && tip()->property("opened").toBool(); }));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(waitUntil([&] { return tip() == nullptr; }));
+}
+
 TEST_F(PopoverTest, theHelpOfALinkSaysWhatItOpens) {
     ChatLinks links(session(), [](const QString&) {});
     EXPECT_EQ(links.shownAddress(QStringLiteral("vennic://local_file/open/AB-12")),

@@ -7,7 +7,18 @@
 namespace vennic::test {
 namespace {
 
-struct SettingsWindowTest : SettingsStates {};
+struct SettingsWindowTest : SettingsStates {
+    void openTokenMenu() {
+        const QPointF at = find("token")->mapToScene({20, 15});
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            const auto held = type == QEvent::MouseButtonPress ? Qt::RightButton : Qt::NoButton;
+            QMouseEvent event(type, at, window().mapToGlobal(at), Qt::RightButton, held, Qt::NoModifier);
+            QCoreApplication::sendEvent(&window(), &event);
+            paint();
+        }
+    }
+    bool isWritten(const char* secret) { return settings->general()->tokenDraft()->secret() == SecretText(secret); }
+};
 
 TEST_F(SettingsWindowTest, theWindowIsNoSmallerThanItsContentNeeds) {
     open();
@@ -245,18 +256,37 @@ TEST_F(SettingsWindowTest, theKeysThatCloseAWindowCloseIt) {
 
 TEST_F(SettingsWindowTest, escapeInAMenuClosesTheMenuAlone) {
     open();
-    QQuickItem* const field = find("token");
-    const QPointF at = field->mapToScene({20, 15});
-    for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-        const auto held = type == QEvent::MouseButtonPress ? Qt::RightButton : Qt::NoButton;
-        QMouseEvent event(type, at, window().mapToGlobal(at), Qt::RightButton, held, Qt::NoModifier);
-        QCoreApplication::sendEvent(&window(), &event);
-        paint();
-    }
+    openTokenMenu();
     key(Qt::Key_Escape);
     ASSERT_TRUE(screen().isSettingsShown());
     key(Qt::Key_Escape);
     EXPECT_FALSE(screen().isSettingsShown());
+}
+
+TEST_F(SettingsWindowTest, theMenuOfTheTokenGivesTheKeyboardBackToItsField) {
+    open();
+    tabTo("token");
+    write(QStringLiteral("abc"));
+    openTokenMenu();
+    EXPECT_NE(focused(), QStringLiteral("token"));
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([this] { return focused() == QStringLiteral("token"); }));
+    write(QStringLiteral("d"));
+    EXPECT_TRUE(isWritten("abcd")) << "nothing was selected on the way";
+    openTokenMenu();
+    key(Qt::Key_Down);
+    key(Qt::Key_Down);
+    key(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([this] { return focused() == QStringLiteral("token"); }));
+    EXPECT_TRUE(settings->general()->tokenDraft()->isSelected());
+    copied = QStringLiteral("xyz");
+    openTokenMenu();
+    key(Qt::Key_Down);
+    key(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([this] { return focused() == QStringLiteral("token"); }));
+    EXPECT_TRUE(isWritten("xyz")) << "in place of what was selected";
+    key(Qt::Key_Tab);
+    EXPECT_EQ(focused(), QStringLiteral("saveToken"));
 }
 
 TEST_F(SettingsWindowTest, whatHasTheKeyboardIsInSight) {

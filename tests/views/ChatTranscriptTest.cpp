@@ -1,5 +1,6 @@
 #include "backend/ChatTranscript.h"
 
+#include "backend/ToolLine.h"
 #include "base/InlineMarkdown.h"
 #include "core/SessionFixture.h"
 
@@ -60,6 +61,14 @@ TEST_F(ChatTranscriptTest, anEmptyMessageIsARowToo) {
     EXPECT_EQ(rows(), QStringList{QString()});
 }
 
+TEST_F(ChatTranscriptTest, emptyLinesAroundAMessageAreNotShown) {
+    say(QStringLiteral("\n \n  a\n\nb \n\n"));
+    say(QStringLiteral("\n\n"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("  a\n\nb"), QString()}));
+    EXPECT_EQ(transcript().messageText(0), QStringLiteral("  a\n\nb"));
+    EXPECT_EQ(session().messages()[0].content, QStringLiteral("\n \n  a\n\nb \n\n")) << "nothing is lost";
+}
+
 TEST_F(ChatTranscriptTest, aLongMessageIsRowsWhoseLinesAreTheMessages) {
     QStringList lines;
     for (int i = 0; i < 500; ++i)
@@ -102,8 +111,29 @@ TEST_F(ChatTranscriptTest, aCharacterOfTwoUnitsIsNeverCut) {
     EXPECT_EQ(rows().join(QString()), u'a' + text);
 }
 
+TEST_F(ChatTranscriptTest, ofAToolsEndlessNameTheBeginningIsOneRow) {
+    const QString endless(10'000, u'n');
+    for (const QString& whole : {toolLine(QStringLiteral("OCR du document")), toolLine(endless.left(200)),
+                                 toolLine(endless + QStringLiteral(" et la suite")), QStringLiteral("🔧 ") + endless}) {
+        say(whole);
+        EXPECT_EQ(rows().join(QString()), whole);
+        session().clearConversation();
+        made.reset();
+    }
+    say(toolLine(endless), ChatMessage::Role::user);
+    EXPECT_EQ(rows().join(QString()), toolLine(endless));
+    say(toolLine(endless));
+    caughtUp(2);
+    EXPECT_EQ(rows().last(), toolLine(endless.left(200)));
+    EXPECT_TRUE(flag(transcript().rowCount() - 1, ChatTranscript::begins));
+    EXPECT_TRUE(flag(transcript().rowCount() - 1, ChatTranscript::ends));
+    EXPECT_EQ(transcript().messageText(transcript().rowCount() - 1), toolLine(endless));
+    session().setMessageContent(1, QStringLiteral("Voilà"));
+    ASSERT_TRUE(test::waitUntil([this] { return rows().last() == QStringLiteral("Voilà"); }));
+}
+
 TEST_F(ChatTranscriptTest, aPieceOfAnAnswerTouchesTheLastRowAlone) {
-    say(QStringLiteral("a\n").repeated(3000));
+    say(QStringLiteral("a\n").repeated(3000) + u'f');
     transcript();
     told.clear();
     const int before = transcript().rowCount();
@@ -114,7 +144,7 @@ TEST_F(ChatTranscriptTest, aPieceOfAnAnswerTouchesTheLastRowAlone) {
 }
 
 TEST_F(ChatTranscriptTest, anAnswerThatGrowsPieceByPieceIsTheAnswerAtOnce) {
-    QString text;
+    QString text = QStringLiteral("\n\n");
     for (int i = 0; i < 400; ++i)
         text +=
             i % 7 == 0 ? QStringLiteral("*mot* `code`\n") : QStringLiteral("suite %1 [lien](https://x.fr/%1) ").arg(i);

@@ -96,7 +96,8 @@ TEST_P(LocalRuntimeActionsTest, aServiceFileThatCannotBeWrittenIsToldToo) {
     test::LocalRuntimeWorld::makeFile(QFileInfo(world.paths.serviceFile).path()); // a file where its folder should be
     view().applyModel();
     until([this] { return !view().isApplying(); });
-    EXPECT_TRUE(view().installError().endsWith(QStringLiteral("ne peut pas être créé.")));
+    EXPECT_EQ(view().installError(), QStringLiteral("Le dossier %1 ne peut pas être créé : ce n'est pas un dossier")
+                                         .arg(QFileInfo(world.paths.serviceFile).path()));
     EXPECT_TRUE(world.programs.started.empty());
 }
 

@@ -9,18 +9,17 @@ using LocalToolChatEnd = LocalToolChatFixture;
 const QString tooLong = QStringLiteral("La conversation est trop longue pour le modèle local.");
 
 TEST_F(LocalToolChatEnd, aTurnWhoseToolsGiveWithoutEndFails) {
-    world.share(QStringLiteral("/d"));
-    for (int number = 0; number < 2000; ++number)
-        world.files->addFile(QStringLiteral("/d/%1-").arg(number) + QString(2000, u'x'));
-    const QString folder = world.run("list_local_folders").section(QStringLiteral("id: "), 1).chopped(1);
+    world.automations->automations[QStringLiteral("journal")] =
+        AutomationToolFake::ending({0, QByteArray(1 << 20, '\x01'), {}}); // 6 MiB each in JSON
     QByteArray calls;
-    for (int number = 0; number < 40; ++number) // 4 MB each
-        calls += call("browse_local_folder", R"({"folder_id":")" + folder.toLatin1() + R"("})", number);
+    for (int number = 0; number < 40; ++number)
+        calls += call("run_shortcut", R"({"name":"journal"})", number);
     round(calls + chunks::done());
     round(chunks::text("ok") + chunks::done());
     turn();
     EXPECT_EQ(said(), (QStringList{QStringLiteral("u:Bonjour"), QStringLiteral("a:⚠️ ") + tooLong}));
     EXPECT_EQ(session().lastError(), tooLong);
+    EXPECT_EQ(world.automations->calls().size(), 11U) << "64 MiB are full, and no further tool runs";
     EXPECT_EQ(asked.size(), 1U);
     EXPECT_EQ(imports, 0);
 }
@@ -72,14 +71,6 @@ TEST_F(LocalToolChatEnd, everyFailureOfTheServerHasItsWords) {
     rounds.push_back(noHttp);
     EXPECT_EQ(failure(), QStringLiteral("Local server returned an unparseable stream."));
     EXPECT_EQ(imports, 0);
-}
-
-TEST_F(LocalToolChatEnd, isTheTextOrTheSentenceOfTheFailure) {
-    round(call("list_shortcuts") + chunks::done());
-    round(chunks::text("Voi") + chunks::text("là") + chunks::done());
-    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))), (TurnEnd{false, QStringLiteral("Voilà")}));
-    EXPECT_EQ(await(chat->runDirectLocal(QStringLiteral("x"))),
-              (TurnEnd{true, QStringLiteral("Le serveur a refusé la connexion.")}));
 }
 
 TEST_F(LocalToolChatEnd, aTurnAfterAFailureGoesOn) {

@@ -141,14 +141,11 @@ TEST_F(ModelCatalogPickerTest, anotherCatalogueDecidesWhatIsCustom) {
     EXPECT_EQ(picker().label(), QStringLiteral("Mien"));
 }
 
-TEST_F(ModelCatalogPickerTest, aCatalogueWithoutMeasureIsCut) {
+TEST_F(ModelCatalogPickerTest, sizesWithoutMeasureAreStillWritten) {
     LocalLLMModel huge;
-    huge.displayName = QString(100'000, u'x');
     huge.sizeGB = 1.7e308;
     huge.ramGB = -1.7e308;
-    picker().setModels(std::vector<LocalLLMModel>(100'000, huge));
-    EXPECT_EQ(picker().models().size(), 200u);
-    EXPECT_EQ(picker().rows().first().toMap().value(QStringLiteral("title")).toString().size(), 120);
+    picker().setModels({huge});
     EXPECT_LT(picker().detailOf({}).size(), 800);
 }
 

@@ -1,5 +1,8 @@
 #include "app/screen/FrenchSpacing.h"
 
+#include <algorithm>
+#include <array>
+
 namespace vennic {
 
 namespace {
@@ -11,6 +14,8 @@ bool staysBehindABlank(QChar c) {
     case u'!':
     case u'?':
     case u'»':
+    case u'·':
+    case u'—':
     case u'%':
     case u'€':
         return true;
@@ -27,6 +32,19 @@ bool endsThere(QStringView text, qsizetype at) {
            text[at] == u'\u2028';
 }
 
+/// What counts in the client's own texts.
+constexpr std::array<QStringView, 6> units{u"GB", u"MB", u"ms", u"s", u"min", u"tok/s"};
+
+/// The blank at `at` stands between a number and its unit.
+bool isBeforeUnit(QStringView text, qsizetype at) {
+    if (at == 0 || !text[at - 1].isDigit())
+        return false;
+    const QStringView behind = text.sliced(at + 1);
+    return std::any_of(units.begin(), units.end(), [behind](QStringView unit) {
+        return behind.startsWith(unit) && (behind.size() == unit.size() || !behind[unit.size()].isLetterOrNumber());
+    });
+}
+
 } // namespace
 
 QString withFrenchSpacing(QString text) {
@@ -34,7 +52,7 @@ QString withFrenchSpacing(QString text) {
         const bool begins = i == 0 || text[i - 1].isSpace();
         const bool beforeMark = i + 1 < text.size() && staysBehindABlank(text[i + 1]) && endsThere(text, i + 1);
         const bool afterQuote = i > 0 && text[i - 1] == u'«';
-        if ((beforeMark && !begins) || afterQuote)
+        if ((beforeMark && !begins) || afterQuote || isBeforeUnit(text, i))
             text[i] = QChar::Nbsp;
     }
     return text;

@@ -1,5 +1,7 @@
 #include "app/screen/LogDocument.h"
 
+#include "base/ShownText.h"
+
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -22,6 +24,14 @@ qsizetype droppedOf(const QStringList& before, const QStringList& after) {
             return dropped;
     }
     return before.size();
+}
+
+/// As many blocks of a document as there are lines: whatever begins a new block, or commands the document, is replaced.
+QString blocks(const QStringList& lines) {
+    QStringList drawn;
+    for (const QString& line : lines)
+        drawn.append(drawableLine(line));
+    return drawn.join(u'\n');
 }
 
 } // namespace
@@ -54,7 +64,7 @@ void LogDocument::write(const QStringList& before) {
     cursor.beginEditBlock();
     if (same == 0) {
         cursor.select(QTextCursor::Document);
-        cursor.insertText(lines_.join(u'\n'));
+        cursor.insertText(blocks(lines_));
     } else {
         cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, static_cast<int>(dropped));
         cursor.removeSelectedText();
@@ -62,7 +72,7 @@ void LogDocument::write(const QStringList& before) {
         cursor.movePosition(QTextCursor::EndOfBlock);
         cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
         const QStringList added = lines_.mid(same);
-        cursor.insertText(added.isEmpty() ? QString() : u'\n' + added.join(u'\n'));
+        cursor.insertText(added.isEmpty() ? QString() : u'\n' + blocks(added));
     }
     cursor.endEditBlock();
 }

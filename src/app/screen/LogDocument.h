@@ -6,7 +6,7 @@
 namespace vennic {
 
 /// Fills a text item's document with lines that grow at the end and go at the beginning. What two fillings have in
-/// common stays, and with it what is selected there.
+/// common stays, and with it what is selected there. Each line is one block of the document, whatever stands in it.
 class LogDocument : public QObject {
     Q_OBJECT
     Q_PROPERTY(QQuickTextDocument* textDocument READ textDocument WRITE setTextDocument NOTIFY textDocumentChanged)

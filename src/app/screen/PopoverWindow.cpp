@@ -14,7 +14,7 @@ constexpr int distance = 6;   // between the icon, the screen's edges and the po
 constexpr int fadeTime = 120; // milliseconds
 
 struct OnScreen {
-    QScreen* screen;
+    QScreen* screen = nullptr;
     QRect anchor; // in the screen's own units
 };
 

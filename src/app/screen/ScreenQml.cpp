@@ -1,5 +1,6 @@
 #include "app/screen/ScreenQml.h"
 
+#include "app/screen/FrenchSpacing.h"
 #include "app/screen/LogDocument.h"
 #include "app/screen/MessageDocument.h"
 #include "app/screen/SymbolProvider.h"
@@ -20,6 +21,8 @@ namespace {
 void registerTypes() {
     qmlRegisterType<MessageDocument>("Vennic", 1, 0, "MessageDocument");
     qmlRegisterType<LogDocument>("Vennic", 1, 0, "LogDocument");
+    qmlRegisterSingletonType<FrenchSpacing>("Vennic", 1, 0, "FrenchSpacing",
+                                            [](QQmlEngine*, QJSEngine*) { return new FrenchSpacing; });
     qRegisterMetaType<std::vector<MarkdownRun>>();
 }
 

@@ -1,5 +1,7 @@
 #include "linux/desktop/DesktopActivationBus.h"
 
+#include "linux/desktop/SessionBusCall.h"
+
 #include <QDBusConnectionInterface>
 
 namespace vennic {
@@ -7,7 +9,27 @@ namespace vennic {
 namespace {
 const QString service = QStringLiteral("com.vennic.desktop");
 const QString path = QStringLiteral("/com/vennic/desktop");
-const QString interface = QStringLiteral("org.freedesktop.Application");
+constexpr const char* interface = "org.freedesktop.Application";
+
+GVariant* listOf(const QStringList& texts) {
+    GVariantBuilder list;
+    g_variant_builder_init(&list, G_VARIANT_TYPE_STRING_ARRAY);
+    for (const QString& text : texts)
+        g_variant_builder_add(&list, "s", text.toUtf8().constData());
+    return g_variant_builder_end(&list);
+}
+
+/// What the desktop gave the program besides the addresses (the Desktop Entry Specification, "D-Bus Activation").
+GVariant* platformData(const QString& token) {
+    GVariantBuilder data;
+    g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
+    if (!token.isEmpty()) {
+        for (const char* name : {"activation-token", "desktop-startup-id"})
+            g_variant_builder_add(&data, "{sv}", name, g_variant_new_string(token.toUtf8().constData()));
+    }
+    return g_variant_builder_end(&data);
+}
+
 } // namespace
 
 bool DesktopActivationBus::offer(Requests requests) {
@@ -50,19 +72,12 @@ void DesktopActivationBus::withdraw() {
 
 bool DesktopActivationBus::handOver(const QStringList& addresses, const QString& token,
                                     std::chrono::milliseconds limit) {
-    QDBusConnection bus = bus_.connection();
-    if (!bus.isConnected())
-        return false;
-    auto call = QDBusMessage::createMethodCall(
-        service, path, interface, addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
-    if (!addresses.isEmpty())
-        call << addresses;
-    QVariantMap platformData;
-    if (!token.isEmpty())
-        platformData = {{QStringLiteral("activation-token"), token}, {QStringLiteral("desktop-startup-id"), token}};
-    call << platformData;
-    call.setAutoStartService(false); // this program is what would be started
-    return bus.call(call, QDBus::Block, static_cast<int>(limit.count())).type() == QDBusMessage::ReplyMessage;
+    GVariant* const arguments = addresses.isEmpty()
+                                    ? g_variant_new("(@a{sv})", platformData(token))
+                                    : g_variant_new("(@as@a{sv})", listOf(addresses), platformData(token));
+    // None is started for it: this program is what would be started.
+    return callOnSessionBus(service.toUtf8().constData(), path.toUtf8().constData(), interface,
+                            addresses.isEmpty() ? "Activate" : "Open", arguments, limit);
 }
 
 } // namespace vennic

@@ -61,7 +61,7 @@ std::size_t DiskSearch::look(std::size_t folder, const Searcher::Sink& sink) {
             continue;
         Folder below{here.components, here.path + '/' + entry.name, std::nullopt, status.st_dev};
         below.components.push_back(entry.name);
-        if (here.known)
+        if (finder_ && here.known)
             below.known = finder_->child(*here.known, entry.name);
         folders_.push_back(std::move(below));
     }
@@ -85,6 +85,7 @@ void DiskSearch::judge(std::size_t folder, const Entry& entry, const Entry* know
 std::vector<bool> DiskSearch::matchesOf(const std::string& name) const {
     const std::string folded = foldedText(name);
     std::vector<bool> matches;
+    matches.reserve(patterns_.size());
     for (const LikePattern& pattern : patterns_)
         matches.push_back(pattern.matches(folded, &stop_));
     return matches;

@@ -40,5 +40,5 @@ T.Button {
         border.color: Theme.line
     }
     FocusRing { of: root }
-    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }
+    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus; pressed: root.down }
 }

@@ -2,13 +2,17 @@ import QtQuick
 import QtQuick.Templates as T
 import Vennic
 
-// The help text of a control, after a moment of rest on it.
+// The help text of a control, after a moment of rest on it; who has pressed it needs no help.
 Loader {
     id: root
     required property string help
     property bool wanted: false
+    property bool pressed: false
+    property bool done: false
+    onPressedChanged: if (pressed) done = true
+    onWantedChanged: if (!wanted) done = false
 
-    active: wanted && help !== ""
+    active: wanted && !done && help !== ""
     sourceComponent: T.ToolTip {
         id: tip
         objectName: "helpTip"

@@ -36,5 +36,5 @@ T.AbstractButton {
         color: root.down ? Theme.pressed : root.hovered && root.enabled && root.available ? Theme.hovered : root.ground
     }
     FocusRing { of: root }
-    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus }
+    HelpTip { help: root.help; wanted: root.hovered || root.visualFocus; pressed: root.down }
 }

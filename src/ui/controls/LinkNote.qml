@@ -23,8 +23,8 @@ Item {
     Text {
         id: words
         width: parent.width
-        text: Theme.escaped(Theme.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
-              + Theme.escaped(Theme.typeset(root.after))
+        text: Theme.escaped(FrenchSpacing.typeset(root.before)) + "<a href=\"page\">" + Theme.escaped(root.address.replace(/^https:\/\//, "")) + "</a>"
+              + Theme.escaped(FrenchSpacing.typeset(root.after))
         textFormat: Text.StyledText
         linkColor: Theme.accent
         wrapMode: Text.Wrap

@@ -22,7 +22,7 @@ Item {
     Text {
         id: words
         width: parent.width
-        text: root.marksCode ? root.withCode(Theme.escaped(Theme.typeset(root.text))) : Theme.typeset(root.text)
+        text: root.marksCode ? root.withCode(Theme.escaped(FrenchSpacing.typeset(root.text))) : FrenchSpacing.typeset(root.text)
         textFormat: root.marksCode ? Text.RichText : Text.PlainText
         wrapMode: Text.Wrap
         font.pixelSize: Theme.small + 1

@@ -20,7 +20,18 @@ Item {
     Accessible.editable: true
     Accessible.focusable: true
 
-    onActiveFocusChanged: activeFocus && !mouse.pressed ? draft.selectAll() : draft.deselect()
+    // Its own menu finds what is selected, and leaves it.
+    property bool inMenu: false
+    onActiveFocusChanged: {
+        if (menu.visible && !activeFocus)
+            inMenu = true;
+        else if (inMenu)
+            inMenu = false;
+        else if (activeFocus && !mouse.pressed)
+            draft.selectAll();
+        else
+            draft.deselect();
+    }
     Keys.onPressed: event => {
         event.accepted = true;
         if (event.matches(StandardKey.Paste))

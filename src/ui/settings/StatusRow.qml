@@ -19,7 +19,7 @@ Row {
     }
     Text {
         width: parent.width - 19
-        text: Theme.typeset(root.label)
+        text: FrenchSpacing.typeset(root.label)
         textFormat: Text.PlainText
         wrapMode: Text.Wrap
         font.pixelSize: Theme.body
