@@ -85,7 +85,7 @@ void LocalLLMSettingsView::checkHealth() {
 }
 
 Task<> LocalLLMSettingsView::check() {
-    const quint64 number = ++checks_;
+    ++checks_;
     auto url = localServerURL(localLLMEndpoint(), QLatin1String("/models"));
     if (!url) {
         setHealthStatus(HealthStatus::down(localized("URL invalide")));
@@ -93,8 +93,12 @@ Task<> LocalLLMSettingsView::check() {
     }
     setHealthStatus(HealthStatus::checking());
     setAvailableModels({});
+    co_await askServer(*std::move(url), checks_);
+}
+
+Task<> LocalLLMSettingsView::askServer(QUrl url, quint64 number) {
     try {
-        const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, *std::move(url));
+        const LocalServerAnswer answer = co_await checkLocalServer(&with_.http, std::move(url));
         if ((co_await StopToken{}).stop_requested())
             throw Cancelled();
         setHealthStatus(answer.health);

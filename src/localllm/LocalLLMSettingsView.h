@@ -171,6 +171,7 @@ private:
 
     Task<> open();
     Task<> check();
+    Task<> askServer(QUrl url, quint64 number);
     Task<> test();
     /// Begins one of the actions that take the server away.
     void begin(Flag flag, Task<> action, std::chrono::seconds patience);
