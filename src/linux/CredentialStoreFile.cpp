@@ -43,6 +43,7 @@ std::optional<QByteArray> readAll(int fd, qsizetype limit) {
     while (bytes.size() <= limit) {
         const qsizetype had = bytes.size();
         bytes.resize(limit + 1);
+        // NOLINTNEXTLINE(clang-analyzer-unix.BlockInCriticalSection): the lock is there for this file
         const auto got = ::read(fd, bytes.data() + had, static_cast<std::size_t>(limit + 1 - had));
         if (got < 0 && errno == EINTR) {
             bytes.resize(had);

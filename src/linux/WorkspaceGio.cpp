@@ -127,6 +127,7 @@ void showInFileManager(GDBusConnection* bus, const gchar* uri, GlibWait& wait) {
 void spawn(GDesktopAppInfo* application, const gchar* uri) {
     const GlibOwned<GAppLaunchContext> context = newLaunchContext();
     GList file{const_cast<gchar*>(uri), nullptr, nullptr};
+    // NOLINTNEXTLINE(*.EnumCastOutOfRange): a set of flags
     constexpr auto silent = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     GError* error = nullptr;
     if (!g_desktop_app_info_launch_uris_as_manager(application, uri != nullptr ? &file : nullptr, context.get(), silent,
