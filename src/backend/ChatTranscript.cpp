@@ -22,19 +22,6 @@ qsizetype rowEnd(QStringView text, qsizetype at) {
     return text[limit].isLowSurrogate() ? limit - 1 : limit;
 }
 
-/// What is shown of a text: from its first line that isn't blank to its last character that isn't. Models tend to begin
-/// with empty lines and to end with one.
-struct ShownPart {
-    qsizetype start = 0;
-    qsizetype end = 0;
-};
-ShownPart shownPart(QStringView text) {
-    const auto isBlank = [](QChar c) { return c.isSpace(); };
-    const auto behind = std::find_if_not(text.rbegin(), text.rend(), isBlank).base();
-    const auto first = std::find_if_not(text.begin(), behind, isBlank);
-    return {text.first(first - text.begin()).lastIndexOf(u'\n') + 1, behind - text.begin()};
-}
-
 bool isSame(const ChatMessage& a, const ChatMessage& b) {
     // Most are one and the same text, shared.
     const bool shared = a.content.constData() == b.content.constData() && a.content.size() == b.content.size();
@@ -94,8 +81,7 @@ QString ChatTranscript::messageText(int row) const {
     if (row < 0 || row >= firstRows_.back())
         return {};
     const ChatMessage& message = shown_[place(row).message].message;
-    const auto [start, end] = shownPart(message.content);
-    return MessageBubble::plainContent(message.role, message.content.mid(start, end - start));
+    return MessageBubble::plainContent(message.role, message.content);
 }
 
 std::vector<MarkdownRun> ChatTranscript::runsOf(const Shown& shown, const Piece& piece) const {
@@ -116,14 +102,13 @@ std::vector<ChatTranscript::Piece> ChatTranscript::split(const ChatMessage& mess
     const QStringView text(message.content);
     if (const auto line = from == 0 ? shownToolLine(message) : std::nullopt)
         return {Piece{.start = 0, .length = text.size(), .cut = {MarkdownRun{.text = *line}}}};
-    const ShownPart part = shownPart(text);
     std::vector<Piece> pieces;
     std::optional<Piece> open; // whole lines that more may join
     qsizetype lines = 0;
-    for (qsizetype start = std::max(from, part.start); start <= part.end;) {
+    for (qsizetype start = from; start <= text.size();) {
         qsizetype end = text.indexOf(u'\n', start);
-        if (end < 0 || end > part.end)
-            end = part.end;
+        if (end < 0)
+            end = text.size();
         if (open && (end - open->start > rowSize || lines == rowLines)) {
             pieces.push_back(*open);
             open.reset();
@@ -203,7 +188,7 @@ void ChatTranscript::updateLast(const ChatMessage& message) {
         while (kept > 0 && last.pieces[kept - 1].start == last.pieces[kept].start)
             --kept;
     }
-    const std::vector<Piece> tail = split(message, kept == 0 ? 0 : last.pieces[kept].start);
+    const std::vector<Piece> tail = split(message, last.pieces[kept].start);
     const int before = static_cast<int>(last.pieces.size());
     const int after = static_cast<int>(kept + tail.size());
     const auto put = [&](const std::vector<Piece>& pieces) {
