@@ -53,9 +53,10 @@ std::optional<QByteArray> DataFolder::read(const QString& name) const {
 
 void writeWhole(const QString& path, const QByteArray& bytes, bool secret) {
     QSaveFile file(path);
-    // The permissions come before the first byte.
+    // The permissions come before the first byte; flushed by itself, because committing what couldn't be flushed makes
+    // calls of its own.
     if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(secret ? ownerOnly : readable) ||
-        file.write(bytes) != bytes.size() || !file.commit())
+        file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
         throw LocalizedError(QStringLiteral("Impossible d'écrire %1 : %2.").arg(path, lastReason()));
 }
 

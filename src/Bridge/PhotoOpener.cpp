@@ -52,7 +52,8 @@ QString writeFailure(int error) {
 /// Runs on the pool. The sentence of a failure.
 std::optional<QString> write(const QString& path, const QByteArray& data) {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit())
+    // Flushed by itself: committing what couldn't be flushed makes calls of its own.
+    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.flush() && file.commit())
         return std::nullopt;
     return writeFailure(errno);
 }

@@ -62,8 +62,11 @@ void Autostart::turnOn() const {
 
 void Autostart::turnOff() const {
     QFile file(entry_);
-    if (!file.remove() && (file.exists() || QFileInfo(entry_).isSymLink()))
-        throw LocalizedError(QStringLiteral("%1 ne peut pas être supprimé : %2").arg(entry_, lastReason()));
+    if (file.remove())
+        return;
+    const QString reason = lastReason(); // before the next look at the disk
+    if (file.exists() || QFileInfo(entry_).isSymLink())
+        throw LocalizedError(QStringLiteral("%1 ne peut pas être supprimé : %2").arg(entry_, reason));
 }
 
 } // namespace vennic

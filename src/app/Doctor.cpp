@@ -293,6 +293,8 @@ Finding localModel(Instance& instance) {
     const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
     if (!decoded)
         return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
+    if (decoded->status != ExitStatus::done)
+        return {Verdict::limited, decoded->reason, {}};
     const QJsonObject& data = decoded->data;
     const bool isOff = !data[QLatin1String("enabled")].toBool();
     const bool isThere = data[QLatin1String("reachable")].toBool() && !data[QLatin1String("timed_out")].toBool();

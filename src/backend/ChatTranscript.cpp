@@ -133,6 +133,7 @@ void ChatTranscript::splitLine(const ChatMessage& message, qsizetype start, qsiz
                                std::vector<Piece>& pieces) {
     // What stands between two marks may lie on both sides of a cut, so the line is understood as a whole first.
     Piece piece{.start = start, .length = length};
+    const std::size_t before = pieces.size();
     qsizetype room = rowSize;
     const auto next = [&] {
         if (!piece.cut.empty())
@@ -152,6 +153,8 @@ void ChatTranscript::splitLine(const ChatMessage& message, qsizetype start, qsiz
             at = end;
         }
     }
+    if (pieces.size() == before && piece.cut.empty())
+        piece.cut.emplace_back(); // of nothing but marks, nothing is seen; it is a line nevertheless
     next();
 }
 

@@ -226,6 +226,13 @@ TEST_F(DoctorTest, theModelsServerIsToldAsTheClientSeesIt) {
     data.insert(QStringLiteral("loaded_model"), QStringLiteral("a/b"));
     EXPECT_EQ(found(data)[QLatin1String("finding")], QStringLiteral("a/b"));
     EXPECT_EQ(found(data)[QLatin1String("verdict")], QStringLiteral("ok"));
+    CommandAnswer refused;
+    refused.status = ExitStatus::failed;
+    refused.reason = QStringLiteral("Commande inconnue : model");
+    instance.answer = encodeCommandAnswer(refused);
+    const QJsonObject told = check(examine(paths, instance), QStringLiteral("Modèle local"));
+    EXPECT_EQ(told[QLatin1String("finding")], refused.reason);
+    EXPECT_EQ(told[QLatin1String("verdict")], QStringLiteral("limited"));
 }
 
 TEST_F(DoctorTest, theServerIsCalledByOneName) {

@@ -65,7 +65,7 @@ class LocalPopover(PopoverScene):
         go_on.touch()
         wait_for(lambda: not self.reader.named("Vennic : 🔧 Exécution du raccourci…"), "the line is gone with the tool")
         self.model.open("answer")
-        self.await_line("Tu dois 42 € :")
+        self.await_line("Tu dois 42 € : ")
         self.assertTrue(self.client.status()["streaming"])
         self.assertEqual(self.reader.heard(), [])
         self.model.open("link")

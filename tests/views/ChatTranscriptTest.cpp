@@ -91,6 +91,23 @@ TEST_F(ChatTranscriptTest, aLongLineIsCutAfterItsMarksAreUnderstood) {
     EXPECT_TRUE(runs.front().strong);
 }
 
+TEST_F(ChatTranscriptTest, aLongLineOfMarksAloneIsARowToo) {
+    const QString nothing = QStringLiteral("[](x)").repeated(500);
+    for (const QString& before : {QString(), QStringLiteral("a\n"), QStringLiteral("a\n").repeated(200)}) {
+        session().clearConversation();
+        session().appendMessage(
+            ChatMessage::make(ChatMessage::Role::assistant, before + nothing, QDateTime::currentDateTimeUtc()));
+        made.reset();
+        const int rowsOfIt = transcript().rowCount();
+        EXPECT_GE(rowsOfIt, 1);
+        EXPECT_EQ(rows().last(), QString());
+        session().setMessageContent(0, before + nothing + QStringLiteral("[](y)"));
+        session().setMessageContent(0, before + nothing + QStringLiteral("\n\nVoilà"));
+        EXPECT_TRUE(test::waitUntil([&] { return rows().last().endsWith(QStringLiteral("Voilà")); }));
+        EXPECT_GT(transcript().rowCount(), rowsOfIt);
+    }
+}
+
 TEST_F(ChatTranscriptTest, aCharacterOfTwoUnitsIsNeverCut) {
     QString text;
     while (text.size() < 3 * ChatTranscript::rowSize)

@@ -9,7 +9,8 @@ enum class TrayKind {
     embedding,      // a tray of the older kind, which embeds windows
 };
 
-/// Asks the session bus, then the X server, for at most a second.
+/// Asks the session bus, which may take a second to answer (see DBusLink for one that greets nobody), then the X
+/// server.
 TrayKind trayOfThisDesktop();
 
 } // namespace vennic

@@ -20,7 +20,7 @@ T.Button {
     Accessible.name: text
     // This toolkit tells readers of the screen that every control is enabled.
     Accessible.description: enabled && available ? "" : qsTr("Indisponible")
-    Accessible.onPressAction: if (enabled) clicked()
+    Accessible.onPressAction: if (enabled && available) clicked()
 
     contentItem: Text {
         text: root.text
