@@ -76,7 +76,7 @@ class PopoverScene(DesktopScene):
 
     def write_draft(self, words):
         self.xdotool("type", "--delay", "2", words)
-        wait_for(lambda: self.reader.named("Pose ta question…")["written"] == words, f"{words} is written")
+        wait_for(lambda: (seen := self.reader.named("Pose ta question…")) and seen["written"] == words, f"{words} is written")
 
     def ask(self, question):
         self.write_draft(question)

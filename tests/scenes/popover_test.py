@@ -103,9 +103,9 @@ class Popover(PopoverScene):
                 self.assertTrue(thing["name"] and thing["role"] not in ("unknown", "invalid"), thing)
 
     def check_what_cannot_be_done_says_so(self, name):
-        self.assertEqual(self.reader.named(name)["description"], "Indisponible")
+        self.assertEqual(self.reader.await_named(name)["description"], "Indisponible")
         self.write_draft("a")
-        wait_for(lambda: self.reader.named(name)["description"] == "", f"{name} can be pressed")
+        wait_for(lambda: self.reader.await_named(name)["description"] == "", f"{name} can be pressed")
 
     def test_a_reader_of_the_screen_presses_what_can_be_pressed(self):
         self.begin()
