@@ -114,8 +114,9 @@ class Answered(Scene):
             with self.subTest(rounds_before=rounds_before):
                 self.model.scripts([[text(f"Tour {n}."), *call("list_folders"), finish("tool_calls"), DONE] for n in range(rounds_before)] +
                                    [[text("Voilà que"), gate("never")]])
+                earlier = len(self.model.requests())
                 end = self.in_background("--", "question")
-                wait_for(lambda: len(self.model.requests()) > rounds_before and self.model.requests()[-1]["steps"] >= 1,
+                wait_for(lambda: len(self.model.requests()) > earlier + rounds_before and self.model.requests()[-1]["steps"] >= 1,
                          "the last round is on its way")
                 self.assertTrue(self.client.status()["streaming"])
                 self.model.kill()
