@@ -18,10 +18,7 @@ namespace {
 
 class SandboxedCommandTest : public testing::Test {
 protected:
-    void SetUp() override {
-        if (!SandboxedCommand::isPossible())
-            GTEST_SKIP() << "bubblewrap is not installed";
-    }
+    void SetUp() override { ASSERT_TRUE(SandboxedCommand::isPossible()) << "bubblewrap is not installed"; }
 
     /// Runs a script that finds the input as $1 and the output as $2. The shell is the one process that there may be:
     /// another program takes its place by "exec".

@@ -18,6 +18,7 @@ namespace {
 /// picture to be written as $2 and its size as $3.
 class ThumbnailerDesktopTest : public testing::Test {
 protected:
+    void SetUp() override { ASSERT_TRUE(SandboxedCommand::isPossible()) << "bubblewrap is not installed"; }
     void install(const char* name, const QByteArray& types, const QByteArray& script) {
         QDir().mkpath(folder_.path(QStringLiteral("data/thumbnailers")));
         folder_.add(QStringLiteral("data/thumbnailers/%1.thumbnailer").arg(QString::fromUtf8(name)),
@@ -36,11 +37,6 @@ protected:
         EXPECT_TRUE(drawn->png.startsWith("\x89PNG"));
         return std::pair(drawn->width, drawn->height);
     }
-    static void skipWithoutBox() {
-        if (!SandboxedCommand::isPossible())
-            GTEST_SKIP() << "bubblewrap is not installed";
-    }
-
     WorkerFolder folder_;
     std::shared_ptr<WorkerLane> pictures_ =
         std::make_shared<WorkerLane>(DocumentWorkerOptions::pictures(pictureWorkerProgram()));
@@ -60,7 +56,6 @@ TEST_F(ThumbnailerDesktopTest, pagesPicturesAndDrawingsAreDrawnWithoutAnyInstall
 }
 
 TEST_F(ThumbnailerDesktopTest, anInstalledProgramDrawsWhatTheBoxedProcessCannot) {
-    skipWithoutBox();
     EXPECT_EQ(size(film("a.mp4", "corners.webp")), whole_); // without a program, what its bytes are
     EXPECT_EQ(size(folder_.add(QStringLiteral("b.mp4"), "a film")), std::nullopt);
     install("film", "video/mp4;", "exec cat < $1 > $2");
@@ -70,9 +65,8 @@ TEST_F(ThumbnailerDesktopTest, anInstalledProgramDrawsWhatTheBoxedProcessCannot)
 }
 
 TEST_F(ThumbnailerDesktopTest, aFilmIsDrawnByTheProgramThatThisMachineHasForIt) {
-    skipWithoutBox();
-    if (IsSkipped() || !installedThumbnailer(QStringLiteral("video/mp4"), {QStringLiteral("/usr/share")}))
-        GTEST_SKIP() << "no program draws films here";
+    ASSERT_TRUE(installedThumbnailer(QStringLiteral("video/mp4"), {QStringLiteral("/usr/share")}))
+        << "no program draws films here";
     ThumbnailerDesktop installed(pictures_, {QStringLiteral("/usr/share")});
     const auto drawn = installed.thumbnail(dataFolder() + QStringLiteral("/pictures/film.mp4"), 64, 2.0, {});
     ASSERT_TRUE(drawn.has_value());
@@ -80,7 +74,6 @@ TEST_F(ThumbnailerDesktopTest, aFilmIsDrawnByTheProgramThatThisMachineHasForIt) 
 }
 
 TEST_F(ThumbnailerDesktopTest, aProgramLearnsTheSizeInPixels) {
-    skipWithoutBox();
     install("film", "video/mp4;", "test $3 = 256 && exec cat < $1 > $2");
     EXPECT_EQ(size(film("a.mp4", "corners.png"), 128, 2.0), whole_);
     EXPECT_EQ(size(film("a.mp4", "corners.png"), 128, 1.0), std::nullopt);
@@ -94,7 +87,6 @@ TEST_F(ThumbnailerDesktopTest, noProgramIsAskedForWhatTheBoxedProcessDraws) {
 }
 
 TEST_F(ThumbnailerDesktopTest, whatAProgramMakesIsTrustedNoMoreThanAnyFile) {
-    skipWithoutBox();
     const QString path = folder_.add(QStringLiteral("a.mp4"), "a film");
     for (const char* script : {"exit 0", "exit 1", "echo no picture > $2", "exec head -c 1000000 /dev/urandom > $2",
                                "exec rm -f $2", "exec cat < /dev/zero > $2", "printf '\\\\211PNG' > $2"}) {
@@ -136,7 +128,6 @@ TEST_F(ThumbnailerDesktopTest, whoeverIsToldToStopGivesUpAndTheNextIsDrawn) {
 }
 
 TEST_F(ThumbnailerDesktopTest, closingEndsTheProgramThatRuns) {
-    skipWithoutBox();
     install("film", "video/mp4;", "exec sleep 1000");
     const QString path = folder_.add(QStringLiteral("a.mp4"), "a film");
     std::thread waiting([&] { EXPECT_EQ(size(path), std::nullopt); });

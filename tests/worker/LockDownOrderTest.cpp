@@ -68,8 +68,7 @@ bool hasTracer() { return !QStandardPaths::findExecutable(QStringLiteral("strace
 } // namespace
 
 TEST(LockDownOrder, theProgramForTextsIsLockedBeforeItReceivesADocument) {
-    if (!hasTracer())
-        GTEST_SKIP() << "no strace";
+    ASSERT_TRUE(hasTracer()) << "no strace";
     const QStringList calls = callsOf(workerProgram(), DocumentWorkerOptions::interactive({}), wire::Form::pdf,
                                       {.mostCharacters = 1000}, document("accents.pdf"));
     expectLockedBeforeTheFirstForeignByte(calls);
@@ -77,8 +76,7 @@ TEST(LockDownOrder, theProgramForTextsIsLockedBeforeItReceivesADocument) {
 }
 
 TEST(LockDownOrder, theProgramForPicturesIsLockedBeforeItReceivesADocument) {
-    if (!hasTracer())
-        GTEST_SKIP() << "no strace";
+    ASSERT_TRUE(hasTracer()) << "no strace";
     const QStringList calls = callsOf(pictureWorkerProgram(), DocumentWorkerOptions::pictures({}),
                                       wire::Form::pdfPageScan, {}, document("accents.pdf"));
     expectLockedBeforeTheFirstForeignByte(calls);
