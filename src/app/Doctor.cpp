@@ -27,6 +27,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <variant>
 #include <vector>
 
 namespace vennic {
@@ -193,14 +194,24 @@ Finding types() {
     return {Verdict::good, QStringLiteral("shared-mime-info"), {}};
 }
 
-/// What the running client says; without one nobody knows what the user has decided.
-Finding photoAccess(Instance& instance) {
-    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("photos"), {QStringLiteral("status")}, {}}),
-                                     std::chrono::seconds{5});
+/// What the running client says of one of its parts, or the finding that it says nothing.
+std::variant<QJsonObject, Finding> statusOf(Instance& instance, const QString& part) {
+    const auto answer =
+        instance.ask(encodeCommandRequest({part, {QStringLiteral("status")}, {}}), std::chrono::seconds{5});
     const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
     if (!decoded)
-        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
-    const QJsonObject& data = decoded->data;
+        return Finding{Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
+    if (decoded->status != ExitStatus::done)
+        return Finding{Verdict::limited, decoded->reason, {}};
+    return decoded->data;
+}
+
+/// Without a running client nobody knows what the user has decided.
+Finding photoAccess(Instance& instance) {
+    const auto told = statusOf(instance, QStringLiteral("photos"));
+    if (const auto* silence = std::get_if<Finding>(&told))
+        return *silence;
+    const QJsonObject& data = std::get<QJsonObject>(told);
     const bool isAllowed = data[QLatin1String("access")] == QLatin1String("allowed");
     Finding finding{isAllowed ? Verdict::good : Verdict::limited, photosAccessSentence(data), {}};
     const bool isUndecided = data[QLatin1String("access")] == QLatin1String("undetermined");
@@ -288,14 +299,10 @@ Finding client(Instance& instance) {
 
 /// What the running client says of the server that the user named.
 Finding localModel(Instance& instance) {
-    const auto answer = instance.ask(encodeCommandRequest({QStringLiteral("model"), {QStringLiteral("status")}, {}}),
-                                     std::chrono::seconds{5});
-    const auto decoded = answer ? decodeCommandAnswer(*answer) : std::nullopt;
-    if (!decoded)
-        return {Verdict::limited, QStringLiteral("Vennic ne tourne pas"), {}};
-    if (decoded->status != ExitStatus::done)
-        return {Verdict::limited, decoded->reason, {}};
-    const QJsonObject& data = decoded->data;
+    const auto told = statusOf(instance, QStringLiteral("model"));
+    if (const auto* silence = std::get_if<Finding>(&told))
+        return *silence;
+    const QJsonObject& data = std::get<QJsonObject>(told);
     const bool isOff = !data[QLatin1String("enabled")].toBool();
     const bool isThere = data[QLatin1String("reachable")].toBool() && !data[QLatin1String("timed_out")].toBool();
     if (isOff || isThere)

@@ -230,9 +230,11 @@ TEST_F(DoctorTest, theModelsServerIsToldAsTheClientSeesIt) {
     refused.status = ExitStatus::failed;
     refused.reason = QStringLiteral("Commande inconnue : model");
     instance.answer = encodeCommandAnswer(refused);
-    const QJsonObject told = check(examine(paths, instance), QStringLiteral("Modèle local"));
-    EXPECT_EQ(told[QLatin1String("finding")], refused.reason);
-    EXPECT_EQ(told[QLatin1String("verdict")], QStringLiteral("limited"));
+    for (const char* part : {"Modèle local", "Photos"}) {
+        const QJsonObject told = check(examine(paths, instance), QString::fromUtf8(part));
+        EXPECT_EQ(told[QLatin1String("finding")], refused.reason) << part;
+        EXPECT_EQ(told[QLatin1String("verdict")], QStringLiteral("limited")) << part;
+    }
 }
 
 TEST_F(DoctorTest, theServerIsCalledByOneName) {
